@@ -1,0 +1,85 @@
+// OperationMarker: says which one of a component's long operations runs, and lets others wait until none
+// does.
+//
+// There is no queue of requests: whoever waited must look again at what it finds. Waiters are resumed each in
+// a turn of its own, in the order they came; one that finds the marker taken again waits on.
+#pragma once
+
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/Task.h"
+
+#include <algorithm>
+#include <coroutine>
+#include <deque>
+#include <memory>
+#include <optional>
+
+namespace velto {
+
+template <class Operation>
+class OperationMarker {
+  public:
+    explicit OperationMarker(MainActor& actor) : actor_(actor) {}
+    OperationMarker(const OperationMarker&) = delete;
+    OperationMarker& operator=(const OperationMarker&) = delete;
+
+    /// What runs now; none when nothing does.
+    std::optional<Operation> running() const noexcept { return running_; }
+    bool isRunning(Operation operation) const noexcept { return running_ == operation; }
+
+    /// Marks the operation as running for the life of the returned value. Only while nothing runs.
+    class Mark {
+      public:
+        Mark(OperationMarker& marker, Operation operation) : marker_(marker) { marker_.running_ = operation; }
+        Mark(const Mark&) = delete;
+        Mark& operator=(const Mark&) = delete;
+        ~Mark() {
+            marker_.running_.reset();
+            marker_.wakeNext();
+        }
+
+      private:
+        OperationMarker& marker_;
+    };
+
+    /// Suspends once until a running operation ends: loop on running() around it.
+    class [[nodiscard]] Ended {
+      public:
+        explicit Ended(OperationMarker& marker) : marker_(marker) {}
+        Ended(const Ended&) = delete;
+        Ended& operator=(const Ended&) = delete;
+        ~Ended() { std::erase(marker_.waiters_, this); }
+        bool await_ready() const noexcept { return !marker_.running_; }
+        void await_suspend(std::coroutine_handle<> waiter) {
+            waiter_ = waiter;
+            marker_.waiters_.push_back(this);
+        }
+        void await_resume() const noexcept {}
+
+      private:
+        friend OperationMarker;
+        OperationMarker& marker_;
+        std::coroutine_handle<> waiter_;
+    };
+    Ended ended() { return Ended(*this); }
+
+  private:
+    void wakeNext() {
+        if (waiters_.empty()) return;
+        actor_.post([this, alive = std::weak_ptr(alive_)] {
+            if (alive.expired() || running_ || waiters_.empty()) return;
+            Ended* first = waiters_.front();
+            waiters_.pop_front();
+            const auto waiter = first->waiter_;
+            wakeNext(); // the others look again too, after this one has taken its turn
+            waiter.resume();
+        });
+    }
+
+    MainActor& actor_;
+    std::optional<Operation> running_;
+    std::deque<Ended*> waiters_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+} // namespace velto

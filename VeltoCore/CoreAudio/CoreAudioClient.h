@@ -1,0 +1,121 @@
+// CoreAudioClient: the interface to the audio hardware. All logic is written against it.
+//
+// Production: SystemCoreAudioClient (macOS) and PipeWireAudioClient (Linux). Substitute:
+// SimulatedAudioSystem. Used from the main actor. Operations that are not `noexcept` throw AudioManagerError,
+// nearly always `coreAudioError`; the others answer false or absence for what can't be known. Nothing is
+// cached for the caller: what was read may be old at the next turn.
+#pragma once
+
+#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/CoreAudio/CompositionValue.h"
+#include "VeltoCore/CoreAudio/CoreAudioTypes.h"
+#include "VeltoCore/CoreAudio/PropertyListenerToken.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+class CoreAudioClient {
+  public:
+    virtual ~CoreAudioClient() = default;
+
+    // Devices
+
+    /// All devices, inputs included. Backs kAudioHardwarePropertyDevices.
+    virtual std::vector<AudioObjectID> allDeviceIDs() = 0;
+    /// The device with that UID; none when there is no such device.
+    virtual std::optional<AudioObjectID> deviceID(std::string_view forUID) = 0;
+    virtual std::string deviceUID(AudioObjectID device) = 0;
+    virtual std::string deviceName(AudioObjectID device) = 0;
+    /// The raw four-character transport code; 0 when the device doesn't say.
+    virtual std::uint32_t transportType(AudioObjectID device) = 0;
+    virtual std::optional<std::string> deviceManufacturer(AudioObjectID device) noexcept = 0;
+    /// Output latency in frames at the nominal rate; none if absent or unreadable. Stream latency and buffer
+    /// size are not in it.
+    virtual std::optional<std::int64_t> outputLatencyFrames(AudioObjectID device) noexcept = 0;
+    /// Output safety offset in frames; none if absent or unreadable.
+    virtual std::optional<std::int64_t> outputSafetyOffsetFrames(AudioObjectID device) noexcept = 0;
+    /// Output channels, summed over all streams; 0 when the device has no output side.
+    virtual std::int64_t outputChannelCount(AudioObjectID device) = 0;
+    virtual bool isAlive(AudioObjectID device) noexcept = 0;
+    virtual bool isHidden(AudioObjectID device) noexcept = 0;
+    /// Whether any program plays or records through the device.
+    virtual bool isRunningSomewhere(AudioObjectID device) noexcept = 0;
+
+    // Sample rates, in Hz
+
+    virtual double nominalSampleRate(AudioObjectID device) = 0;
+    /// The rates the device can run at, in its own order.
+    virtual std::vector<SampleRateRange> availableSampleRates(AudioObjectID device) = 0;
+    /// Asks for a rate. It may take effect later: a read right after may still give the old one.
+    virtual void setNominalSampleRate(AudioObjectID device, double sampleRate) = 0;
+
+    // The system's outputs
+
+    virtual AudioObjectID defaultOutputDeviceID() = 0;
+    virtual void setDefaultOutputDevice(AudioObjectID device) = 0;
+    /// The output for alerts and sound effects.
+    virtual AudioObjectID defaultSystemOutputDeviceID() = 0;
+    virtual void setDefaultSystemOutputDevice(AudioObjectID device) = 0;
+
+    // Aggregates
+
+    /// Creates the aggregate and answers its ID. Fails with 'nope' while one with that UID exists.
+    /// The one call that may block for long: it touches no state shared with the main actor.
+    virtual AudioObjectID createAggregateDevice(const AggregateDeviceDescription& description) = 0;
+    virtual void destroyAggregateDevice(AudioObjectID device) = 0;
+    /// The composition as the hardware layer has it; empty when it gives none.
+    virtual CompositionDictionary aggregateComposition(AudioObjectID device) = 0;
+    virtual std::vector<std::string> aggregateFullSubDeviceUIDs(AudioObjectID device) = 0;
+    /// The objects of the outputs that take part now; an unplugged one is missing.
+    virtual std::vector<AudioObjectID> aggregateActiveSubDeviceIDs(AudioObjectID device) = 0;
+    virtual std::string aggregateMainSubDeviceUID(AudioObjectID device) = 0;
+    /// Asked of a sub-device's object, not of the aggregate.
+    virtual bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept = 0;
+    virtual bool subDeviceDriftCompensation(AudioObjectID subDevice) = 0;
+    virtual void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) = 0;
+
+    // Volume and mute
+
+    virtual bool supportsOutputVolume(AudioObjectID device) noexcept = 0;
+    /// A scalar from 0 to 1. Throws 'unop' without a volume control.
+    virtual float outputVolume(AudioObjectID device) = 0;
+    /// Clamped to 0…1 first.
+    virtual void setOutputVolume(AudioObjectID device, float volume) = 0;
+    virtual bool supportsOutputMute(AudioObjectID device) noexcept = 0;
+    virtual bool outputMute(AudioObjectID device) = 0;
+    virtual void setOutputMute(AudioObjectID device, bool isMuted) = 0;
+
+    // Listeners. Handlers run on the main actor.
+
+    /// Null when the device has no volume control.
+    virtual PropertyListenerTokenRef addOutputVolumeListener(AudioObjectID device,
+                                                             PropertyListenerHandler handler) = 0;
+    /// Null when the device has no mute control.
+    virtual PropertyListenerTokenRef addOutputMuteListener(AudioObjectID device,
+                                                           PropertyListenerHandler handler) = 0;
+    /// The general form.
+    virtual PropertyListenerTokenRef addPropertyListener(AudioObjectID objectID,
+                                                         AudioObjectPropertySelector selector,
+                                                         AudioObjectPropertyScope scope,
+                                                         AudioObjectPropertyElement element,
+                                                         PropertyListenerHandler handler) = 0;
+    /// Must come before the token is dropped. A failure is only logged.
+    virtual void removePropertyListener(const PropertyListenerTokenRef& token) noexcept = 0;
+
+    /// The general form for the main element.
+    PropertyListenerTokenRef addPropertyListener(AudioObjectID objectID, AudioObjectPropertySelector selector,
+                                                 AudioObjectPropertyScope scope,
+                                                 PropertyListenerHandler handler) {
+        return addPropertyListener(objectID, selector, scope, kAudioObjectPropertyElementMain,
+                                   std::move(handler));
+    }
+};
+
+} // namespace velto

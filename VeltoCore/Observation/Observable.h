@@ -1,0 +1,110 @@
+// Observable values: who changes one tells those who watch it, without payload; they read it again.
+//
+// Main actor only. Handlers may add, remove and set while being notified: each notification works on the
+// handlers registered at its start and looks each one up again before the call.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace velto {
+
+/// A registration of one handler. Dropping it ends the registration; it may outlive what it watches.
+class [[nodiscard]] Subscription {
+  public:
+    Subscription() = default;
+    explicit Subscription(std::function<void()> end) : end_(std::move(end)) {}
+    Subscription(Subscription&& other) noexcept : end_(std::exchange(other.end_, nullptr)) {}
+    Subscription& operator=(Subscription&& other) noexcept {
+        if (this != &other) {
+            reset();
+            end_ = std::exchange(other.end_, nullptr);
+        }
+        return *this;
+    }
+    ~Subscription() { reset(); }
+    void reset() {
+        if (auto end = std::exchange(end_, nullptr)) end();
+    }
+
+  private:
+    std::function<void()> end_;
+};
+
+/// Handlers under keys of any ordered kind. Notification runs in key order.
+template <class Key>
+class HandlerMap {
+  public:
+    using Handler = std::function<void()>;
+
+    void add(Key key, Handler handler) { handlers_.emplace(std::move(key), std::move(handler)); }
+    void remove(const Key& key) { handlers_.erase(key); }
+    std::size_t size() const noexcept { return handlers_.size(); }
+
+    void notify() const {
+        std::vector<Key> keys;
+        keys.reserve(handlers_.size());
+        for (const auto& entry : handlers_)
+            keys.push_back(entry.first);
+        for (const Key& key : keys) {
+            const auto found = handlers_.find(key);
+            if (found == handlers_.end()) continue;
+            const Handler handler = found->second; // it may remove itself while it runs
+            handler();
+        }
+    }
+
+  private:
+    std::map<Key, Handler> handlers_;
+};
+
+/// The handlers of one observable object.
+class ObserverList {
+  public:
+    Subscription observe(std::function<void()> handler) {
+        const std::uint64_t id = core_->nextID++;
+        core_->handlers.add(id, std::move(handler));
+        return Subscription([weak = std::weak_ptr(core_), id] {
+            if (const auto core = weak.lock()) core->handlers.remove(id);
+        });
+    }
+    void notify() const {
+        const auto core = core_; // a handler may end the observed object
+        core->handlers.notify();
+    }
+
+  private:
+    struct Core {
+        HandlerMap<std::uint64_t> handlers;
+        std::uint64_t nextID = 0;
+    };
+    std::shared_ptr<Core> core_ = std::make_shared<Core>();
+};
+
+/// A value that notifies when it really changes.
+template <class T>
+class Observable {
+  public:
+    Observable() = default;
+    explicit Observable(T value) : value_(std::move(value)) {}
+
+    const T& value() const noexcept { return value_; }
+    /// Stores the value; notifies, and answers true, only when it differs from the old one.
+    bool set(T value) {
+        if (value_ == value) return false;
+        value_ = std::move(value);
+        observers_.notify();
+        return true;
+    }
+    Subscription observe(std::function<void()> handler) { return observers_.observe(std::move(handler)); }
+
+  private:
+    T value_{};
+    ObserverList observers_;
+};
+
+} // namespace velto

@@ -1,0 +1,56 @@
+// UserDefaults: the user's stored settings, as typed values under keys.
+//
+// Registered defaults answer where nothing is stored, and are never stored themselves. A value of another
+// type than the one asked for reads as absent: whoever asks decides what absence means.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace velto {
+
+using Data = std::vector<std::uint8_t>;
+using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, Data>;
+using DefaultsDictionary = std::map<std::string, DefaultsValue, std::less<>>;
+
+class UserDefaults {
+  public:
+    virtual ~UserDefaults() = default;
+
+    /// What is stored under the key, whatever its type; registered defaults don't count.
+    virtual std::optional<DefaultsValue> storedValue(std::string_view key) const = 0;
+    /// Stores the value. It may be written to disk later, but within a second.
+    virtual void set(std::string_view key, DefaultsValue value) = 0;
+    virtual void remove(std::string_view key) = 0;
+    /// Writes everything to disk before it returns. Never throws: a failure is logged and tried again later.
+    virtual void synchronize() = 0;
+
+    /// Adds to the registered defaults, replacing those of equal keys.
+    void registerDefaults(DefaultsDictionary defaults);
+
+    /// What is stored, else what is registered.
+    std::optional<DefaultsValue> value(std::string_view key) const;
+    std::optional<bool> boolValue(std::string_view key) const { return typed<bool>(key); }
+    std::optional<std::int64_t> integerValue(std::string_view key) const { return typed<std::int64_t>(key); }
+    /// A stored integer reads as a double too.
+    std::optional<double> doubleValue(std::string_view key) const;
+    std::optional<std::string> stringValue(std::string_view key) const { return typed<std::string>(key); }
+    std::optional<Data> dataValue(std::string_view key) const { return typed<Data>(key); }
+
+  private:
+    template <class T>
+    std::optional<T> typed(std::string_view key) const {
+        const auto found = value(key);
+        const T* held = found ? std::get_if<T>(&*found) : nullptr;
+        return held ? std::optional<T>(*held) : std::nullopt;
+    }
+
+    DefaultsDictionary registered_;
+};
+
+} // namespace velto
