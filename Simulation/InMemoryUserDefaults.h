@@ -1,0 +1,39 @@
+// InMemoryUserDefaults: the user's defaults without a disk.
+//
+// It keeps apart what is stored and what has reached the "disk", so that a test can ask what a crash would
+// leave: `InMemoryUserDefaults afterCrash(defaults.onDisk());`
+#pragma once
+
+#include "VeltoCore/Services/UserDefaults.h"
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace velto {
+
+class InMemoryUserDefaults final : public UserDefaults {
+  public:
+    explicit InMemoryUserDefaults(DefaultsDictionary onDisk = {})
+        : stored_(std::move(onDisk)), onDisk_(stored_) {}
+
+    std::optional<DefaultsValue> storedValue(std::string_view key) const override;
+    void set(std::string_view key, DefaultsValue value) override;
+    void remove(std::string_view key) override;
+    void synchronize() override;
+
+    const DefaultsDictionary& stored() const noexcept { return stored_; }
+    /// What the last synchronize() wrote: all that survives a crash.
+    const DefaultsDictionary& onDisk() const noexcept { return onDisk_; }
+    int synchronizeCount() const noexcept { return synchronizeCount_; }
+    /// Calls of set() and remove().
+    int writeCount() const noexcept { return writeCount_; }
+
+  private:
+    DefaultsDictionary stored_;
+    DefaultsDictionary onDisk_;
+    int synchronizeCount_ = 0;
+    int writeCount_ = 0;
+};
+
+} // namespace velto

@@ -1,0 +1,105 @@
+// AudioDeviceManager: the live list of output devices and the default output.
+//
+// Owned by the root of the object graph; main actor only. It rebuilds both whenever the hardware layer says
+// that the devices or the default output changed, remembers when each device appeared, and tells those who
+// registered. It lists every visible output, aggregates included: leaving those out is a matter of selection.
+// It never retries by itself and never throws: the next notification or an explicit refresh() tries again.
+#pragma once
+
+#include "VeltoCore/Async/Clock.h"
+#include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
+#include "VeltoCore/CoreAudio/PropertyListenerToken.h"
+#include "VeltoCore/Foundation/Date.h"
+#include "VeltoCore/Foundation/UUID.h"
+#include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Services/TextCollation.h"
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+class AudioDeviceManager {
+  public:
+    /// The receipt of onChange().
+    struct ChangeSubscription {
+        UUID id;
+        friend auto operator<=>(const ChangeSubscription&, const ChangeSubscription&) = default;
+    };
+
+    /// Reads the devices once; observes nothing yet. All three must outlive the manager.
+    AudioDeviceManager(CoreAudioClient& client, const Clock& clock, const TextCollation& collation);
+    AudioDeviceManager(const AudioDeviceManager&) = delete;
+    AudioDeviceManager& operator=(const AudioDeviceManager&) = delete;
+    /// Listeners still registered stay so, and are harmless from then on.
+    ~AudioDeviceManager();
+
+    /// In the hardware layer's order.
+    const std::vector<AudioOutputDevice>& devices() const noexcept { return devices_.value(); }
+    /// Absent when it can't be read, is hidden, or has no output channels.
+    const std::optional<AudioOutputDevice>& defaultOutputDevice() const noexcept {
+        return defaultOutputDevice_.value();
+    }
+    /// Advances with every notification of the hardware layer, whatever it changed.
+    std::int64_t changeCounter() const noexcept { return changeCounter_.value(); }
+
+    Subscription observeDevices(std::function<void()> handler);
+    Subscription observeDefaultOutputDevice(std::function<void()> handler);
+    Subscription observeChangeCounter(std::function<void()> handler);
+
+    /// Reads devices and default output again. A list that can't be read leaves the old one.
+    void refresh();
+
+    /// Starts listening to the hardware layer; nothing when it listens already.
+    void startObserving();
+    /// Ends listening; nothing when it doesn't listen. It may start again.
+    void stopObserving();
+
+    /// Calls the handler after every change, in no particular order among handlers. Handlers may register and
+    /// remove any handler while they are called.
+    ChangeSubscription onChange(std::function<void()> handler);
+    /// An unknown subscription is ignored.
+    void removeChangeHandler(const ChangeSubscription& subscription);
+
+    /// What the user may choose, in display order.
+    std::vector<AudioOutputDevice>
+    selectableDevices(std::optional<std::string_view> excludingUID = std::nullopt) const;
+    std::optional<AudioOutputDevice> device(std::string_view forUID) const;
+    std::optional<AudioOutputDevice> device(AudioObjectID forID) const;
+    std::set<std::string> connectedUIDs() const;
+    /// Whether the device last appeared at most `within` seconds ago. Devices that were there at the start
+    /// never appeared.
+    bool wasRecentlyConnected(std::string_view uid, double within) const;
+
+  private:
+    using ChangeHandlers = HandlerMap<UUID>;
+
+    std::optional<std::vector<AudioOutputDevice>> readDevices();
+    std::optional<AudioOutputDevice> readDefaultOutputDevice(const std::vector<AudioOutputDevice>& devices);
+    std::optional<AudioOutputDevice> makeDevice(AudioObjectID deviceID);
+    void publish(std::vector<AudioOutputDevice> devices);
+    void handleChange();
+
+    CoreAudioClient& client_;
+    const Clock& clock_;
+    const TextCollation& collation_;
+    Observable<std::vector<AudioOutputDevice>> devices_;
+    Observable<std::optional<AudioOutputDevice>> defaultOutputDevice_;
+    Observable<std::int64_t> changeCounter_;
+    std::vector<PropertyListenerTokenRef> listenerTokens_;
+    /// Listeners hold it weakly: it says whether the manager still exists.
+    std::shared_ptr<ChangeHandlers> changeHandlers_ = std::make_shared<ChangeHandlers>();
+    /// The latest appearance of each device that came while the manager ran.
+    std::map<std::string, Date, std::less<>> connectionTimes_;
+};
+
+} // namespace velto
