@@ -1,0 +1,190 @@
+#include "Platform/Linux/FileUserDefaults.h"
+
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QSaveFile>
+#include <QString>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velto {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr std::chrono::milliseconds writeDelay{500};
+constexpr int deepestNesting = 32;
+/// Stands for bytes, which JSON can't hold: {"data": "<base64>"}.
+constexpr const char* dataTag = "data";
+
+struct Encode {
+    json operator()(const Data& data) const {
+        const QByteArray bytes(reinterpret_cast<const char*>(data.data()),
+                               static_cast<qsizetype>(data.size()));
+        return {{dataTag, bytes.toBase64().toStdString()}};
+    }
+    json operator()(const auto& plain) const { return plain; }
+};
+
+json encoded(const DefaultsValue& value) { return std::visit(Encode{}, value); }
+
+/// None for a value of a kind that this program never stores; the file keeps it all the same.
+std::optional<DefaultsValue> decoded(const json& value) {
+    if (value.is_boolean()) return value.get<bool>();
+    if (value.is_number_unsigned() && value.get<std::uint64_t>() > std::uint64_t{INT64_MAX})
+        return std::nullopt;
+    if (value.is_number_integer()) return value.get<std::int64_t>();
+    if (value.is_number_float()) return value.get<double>();
+    if (value.is_string()) return value.get<std::string>();
+    if (!value.is_object() || value.size() != 1 || !value.contains(dataTag)) return std::nullopt;
+    const json& text = value.at(dataTag);
+    if (!text.is_string()) return std::nullopt;
+    const auto bytes = QByteArray::fromBase64Encoding(QByteArray::fromStdString(text.get<std::string>()),
+                                                      QByteArray::AbortOnBase64DecodingErrors);
+    if (bytes.decodingStatus != QByteArray::Base64DecodingStatus::Ok) return std::nullopt;
+    return Data(bytes.decoded.begin(), bytes.decoded.end());
+}
+
+QString qtPath(const std::filesystem::path& path) { return QFile::decodeName(path.c_str()); }
+
+/// Null for bytes that aren't one JSON object.
+json parsedObject(const QByteArray& bytes) {
+    bool isTooDeep = false;
+    const auto limitDepth = [&](int depth, json::parse_event_t, json&) {
+        isTooDeep = isTooDeep || depth > deepestNesting;
+        return !isTooDeep;
+    };
+    json parsed = json::parse(bytes.begin(), bytes.end(), limitDepth, false);
+    return parsed.is_object() && !isTooDeep ? parsed : json();
+}
+
+} // namespace
+
+struct FileUserDefaults::Document {
+    json root = json::object();
+};
+
+FileUserDefaults::FileUserDefaults(std::filesystem::path file, MainActor& actor)
+    : file_(std::move(file)), actor_(actor), document_(std::make_unique<Document>()) {
+    load();
+}
+
+FileUserDefaults::~FileUserDefaults() { synchronize(); }
+
+std::filesystem::path FileUserDefaults::standardFile() {
+    std::filesystem::path config;
+    if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg == '/') {
+        config = xdg;
+    } else if (const char* home = std::getenv("HOME"); home && *home == '/') {
+        config = std::filesystem::path(home) / ".config";
+    } else if (const passwd* user = getpwuid(getuid())) {
+        config = std::filesystem::path(user->pw_dir) / ".config";
+    }
+    return config / "velto" / "defaults.json";
+}
+
+void FileUserDefaults::load() {
+    QFile file(qtPath(file_));
+    if (!file.exists()) return;
+    if (!file.open(QIODevice::ReadOnly)) return setAside("it can't be opened");
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) return setAside("it can't be read");
+    json root = parsedObject(bytes);
+    if (root.is_null()) return setAside("it is no JSON object");
+    document_->root = std::move(root);
+}
+
+void FileUserDefaults::setAside(const char* reason) {
+    const auto now =
+        static_cast<std::int64_t>(actor_.now().secondsSinceReferenceDate + referenceDateInUnixSeconds);
+    std::filesystem::path aside;
+    std::error_code error;
+    for (int attempt = 0; aside.empty() || std::filesystem::exists(aside, error); ++attempt)
+        aside = fmt::format("{}.unreadable-{}{}", file_.native(), now,
+                            attempt ? fmt::format("-{}", attempt) : "");
+    std::filesystem::rename(file_, aside, error);
+    if (error) {
+        // Then nothing is written in this run: the file stays as it is.
+        isWritable_ = false;
+        LoggingService::persistence.error("The settings in {} can't be used ({}) nor set aside ({}); "
+                                          "changes will not be kept",
+                                          file_.native(), reason, error.message());
+        return;
+    }
+    LoggingService::persistence.error("The settings in {} can't be used ({}); they are kept as {}",
+                                      file_.native(), reason, aside.native());
+}
+
+std::optional<DefaultsValue> FileUserDefaults::storedValue(std::string_view key) const {
+    const auto found = document_->root.find(key);
+    return found == document_->root.end() ? std::nullopt : decoded(*found);
+}
+
+void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
+    if (const double* number = std::get_if<double>(&value); number && !std::isfinite(*number)) {
+        LoggingService::persistence.error("A value that is not a finite number was not stored under {}",
+                                          publicText(key));
+        return;
+    }
+    json next = encoded(value);
+    json& slot = document_->root[std::string(key)];
+    // JSON holds 1 and 1.0 for equal, but they read back as different types.
+    if (slot == next && slot.type() == next.type()) return;
+    slot = std::move(next);
+    changed();
+}
+
+void FileUserDefaults::remove(std::string_view key) {
+    if (document_->root.erase(std::string(key)) > 0) changed();
+}
+
+void FileUserDefaults::changed() {
+    isChanged_ = true;
+    if (!pendingWrite_)
+        pendingWrite_ = actor_.postAfter(writeDelay, [this] {
+            pendingWrite_.reset();
+            synchronize();
+        });
+}
+
+void FileUserDefaults::synchronize() {
+    if (pendingWrite_) actor_.cancelTimer(*pendingWrite_);
+    pendingWrite_.reset();
+    if (!isChanged_ || !isWritable_) return;
+    isChanged_ = !write();
+}
+
+bool FileUserDefaults::write() {
+    const auto failed = [this](const std::string& reason) {
+        LoggingService::persistence.error("The settings could not be written to {}: {}", file_.native(),
+                                          reason);
+        return false;
+    };
+    std::error_code error;
+    const std::filesystem::path folder = file_.parent_path();
+    const bool isNew = !std::filesystem::exists(folder, error);
+    std::filesystem::create_directories(folder, error);
+    if (error) return failed(error.message());
+    if (isNew) std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+
+    QSaveFile file(qtPath(file_));
+    if (!file.open(QIODevice::WriteOnly)) return failed(file.errorString().toStdString());
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    const std::string text = document_->root.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    file.write(text.data(), static_cast<qint64>(text.size()));
+    return file.commit() || failed(file.errorString().toStdString());
+}
+
+} // namespace velto

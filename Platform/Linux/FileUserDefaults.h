@@ -1,0 +1,50 @@
+// FileUserDefaults: the user's defaults as one JSON file in a folder of its own.
+//
+// Changes are written within a second, together, and when the object goes; synchronize() writes at once. Each
+// write replaces the file whole, so a crash leaves the old one or the new one. A file that can't be read is
+// set aside under another name, never overwritten.
+#pragma once
+
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Services/UserDefaults.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace velto {
+
+class FileUserDefaults final : public UserDefaults {
+  public:
+    /// Reads the file if there is one. The folder is made on the first write, for the user alone (mode 0700;
+    /// the file 0600).
+    FileUserDefaults(std::filesystem::path file, MainActor& actor);
+    FileUserDefaults(const FileUserDefaults&) = delete;
+    FileUserDefaults& operator=(const FileUserDefaults&) = delete;
+    ~FileUserDefaults() override;
+
+    /// `$XDG_CONFIG_HOME/velto/defaults.json`, by default below `~/.config`.
+    static std::filesystem::path standardFile();
+
+    std::optional<DefaultsValue> storedValue(std::string_view key) const override;
+    void set(std::string_view key, DefaultsValue value) override;
+    void remove(std::string_view key) override;
+    void synchronize() override;
+
+  private:
+    struct Document;
+
+    void load();
+    void setAside(const char* reason);
+    void changed();
+    bool write();
+
+    std::filesystem::path file_;
+    MainActor& actor_;
+    std::unique_ptr<Document> document_;
+    std::optional<MainActor::TimerID> pendingWrite_;
+    bool isChanged_ = false;
+    bool isWritable_ = true;
+};
+
+} // namespace velto
