@@ -6,6 +6,7 @@
 #include "VeltoCore/Services/LogSink.h"
 
 #include <cstddef>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,17 +28,18 @@ class RecordingLogSink final : public LogSink {
 
     /// In writing order, each as "Category level: text", such as "AudioDevices notice: Device connected:
     /// Desk".
-    const std::vector<std::string>& lines() const noexcept { return lines_; }
+    std::vector<std::string> lines() const;
     /// Whether exactly this line was written.
     bool contains(std::string_view line) const;
     /// Lines that hold the text anywhere in them, such as "SystemOutput error: ".
     std::vector<std::string> linesWith(std::string_view text) const;
     std::size_t count(std::string_view text) const { return linesWith(text).size(); }
-    void clear() { lines_.clear(); }
+    void clear();
 
   private:
     LogSink* previous_;
     LogLevel minimumLevel_ = LogLevel::debug;
+    mutable std::mutex mutex_; // a blocking call may log from its own thread
     std::vector<std::string> lines_;
 };
 

@@ -85,8 +85,8 @@ class AudioDeviceManager {
 
     std::optional<std::vector<AudioOutputDevice>> readDevices();
     std::optional<AudioOutputDevice> readDefaultOutputDevice(const std::vector<AudioOutputDevice>& devices);
-    std::optional<AudioOutputDevice> makeDevice(AudioObjectID deviceID);
-    void publish(std::vector<AudioOutputDevice> devices);
+    std::optional<AudioOutputDevice> makeDevice(AudioObjectID id);
+    void recordConnectionTimes(const std::vector<AudioOutputDevice>& devices);
     void handleChange();
 
     CoreAudioClient& client_;

@@ -10,6 +10,8 @@ namespace velto {
 struct DecodingError {
     /// For developers; not shown to the user.
     std::string message;
+    /// Where in the stored value, such as "[3].first.uid"; empty for the value as a whole.
+    std::string path;
     friend bool operator==(const DecodingError&, const DecodingError&) = default;
 };
 

@@ -24,7 +24,7 @@ struct DualOutputSession {
     /// The aggregate's nominal rate in Hz.
     double sampleRate = 0;
     /// The default output before the session; absent when it could not be read.
-    std::optional<std::string> previousDefaultOutputUID;
+    std::optional<std::string> previousDefaultOutputUID = std::nullopt;
     Date startedAt;
 
     /// The first, then the second.

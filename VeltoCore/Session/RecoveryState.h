@@ -16,9 +16,9 @@ namespace velto {
 struct RecoveryState {
     std::string aggregateUID;
     /// The default output before the session; absent when it could not be read or was our aggregate already.
-    std::optional<std::string> previousDefaultOutputUID;
+    std::optional<std::string> previousDefaultOutputUID = std::nullopt;
     /// The alert output before the session; absent likewise.
-    std::optional<std::string> previousSystemOutputUID;
+    std::optional<std::string> previousSystemOutputUID = std::nullopt;
     std::string firstDeviceUID;
     std::string secondDeviceUID;
     /// When the record was written.

@@ -25,7 +25,7 @@ struct AudioPreset {
     struct DeviceReference {
         std::string uid;
         std::string name;
-        AudioTransportType transportType;
+        AudioTransportType transportType{};
 
         static DeviceReference to(const AudioOutputDevice& device);
         friend bool operator==(const DeviceReference&, const DeviceReference&) = default;
@@ -42,9 +42,9 @@ struct AudioPreset {
     /// The last save.
     Date updatedAt = createdAt;
     /// By device UID.
-    std::map<std::string, DeviceAudioSettings> deviceSettings;
+    std::map<std::string, DeviceAudioSettings> deviceSettings{};
     /// From 0 to 1; absent when the pair supported none.
-    std::optional<float> masterVolume;
+    std::optional<float> masterVolume = std::nullopt;
     /// Starts by itself once all of its outputs are connected.
     bool autoConnect = false;
     bool isFavorite = false;

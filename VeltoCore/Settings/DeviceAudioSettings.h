@@ -8,9 +8,9 @@ namespace velto {
 /// What is absent leaves the device as it is.
 struct DeviceAudioSettings {
     /// From 0 to 1.
-    std::optional<float> volume;
-    std::optional<bool> isMuted;
-    std::optional<double> delayMilliseconds;
+    std::optional<float> volume = std::nullopt;
+    std::optional<bool> isMuted = std::nullopt;
+    std::optional<double> delayMilliseconds = std::nullopt;
 
     friend bool operator==(const DeviceAudioSettings&, const DeviceAudioSettings&) = default;
 };

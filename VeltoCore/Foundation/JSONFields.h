@@ -1,0 +1,216 @@
+// JSONFields: strict reading and plain writing of stored records as JSON.
+//
+// For the core's own .cpp files alone: no header includes it, because it shows the JSON library's types.
+// A type gets its JSON form by a pair of functions beside it, in its namespace:
+//
+//     static json::Result<Pair> readJSON(const json::Value& value, std::type_identity<Pair>) {
+//         json::ObjectReader object(value);
+//         return object.result(Pair{.name = object.required<std::string>("name"),
+//                                   .volume = object.optional<float>("volume")});
+//     }
+//     static void writeJSON(json::Writer& writer, const Pair& pair) {
+//         writer.object([&] {
+//             writer.field("name", pair.name);
+//             writer.field("volume", pair.volume);
+//         });
+//     }
+//
+// Reading: a Boolean is true or false and never a number, numbers must fit their type, null is absence where
+// a value is optional and a fault elsewhere, unknown keys are ignored, of equal keys the last one counts.
+// Values nested deeper than 32 levels are refused; there is no limit of size.
+#pragma once
+
+#include "VeltoCore/Foundation/Data.h"
+#include "VeltoCore/Foundation/Date.h"
+#include "VeltoCore/Foundation/DecodingError.h"
+#include "VeltoCore/Foundation/UUID.h"
+
+#include <nlohmann/json.hpp>
+
+#include <concepts>
+#include <cstdint>
+#include <expected>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace velto::json {
+
+using Value = nlohmann::json;
+
+template <class T>
+using Result = std::expected<T, DecodingError>;
+
+Result<Value> parse(const Data& data);
+std::unexpected<DecodingError> failure(std::string message);
+/// The error as seen from the value that holds the faulty one under `step`: ".key" or "[index]".
+std::unexpected<DecodingError> failureBelow(std::string_view step, DecodingError error);
+
+Result<bool> readJSON(const Value& value, std::type_identity<bool>);
+Result<std::uint32_t> readJSON(const Value& value, std::type_identity<std::uint32_t>);
+Result<float> readJSON(const Value& value, std::type_identity<float>);
+Result<double> readJSON(const Value& value, std::type_identity<double>);
+Result<std::string> readJSON(const Value& value, std::type_identity<std::string>);
+Result<Date> readJSON(const Value& value, std::type_identity<Date>);
+Result<UUID> readJSON(const Value& value, std::type_identity<UUID>);
+
+template <class T>
+Result<std::vector<T>> readJSON(const Value& value, std::type_identity<std::vector<T>>) {
+    if (!value.is_array()) return failure("Expected an array.");
+    std::vector<T> result;
+    result.reserve(value.size());
+    for (const Value& element : value) {
+        auto read = readJSON(element, std::type_identity<T>{});
+        if (!read) return failureBelow("[" + std::to_string(result.size()) + "]", std::move(read.error()));
+        result.push_back(std::move(*read));
+    }
+    return result;
+}
+
+template <class T>
+Result<std::map<std::string, T>> readJSON(const Value& value, std::type_identity<std::map<std::string, T>>) {
+    if (!value.is_object()) return failure("Expected an object.");
+    std::map<std::string, T> result;
+    for (const auto& [key, element] : value.items()) {
+        auto read = readJSON(element, std::type_identity<T>{});
+        if (!read) return failureBelow("." + key, std::move(read.error()));
+        result.emplace(key, std::move(*read));
+    }
+    return result;
+}
+
+/// Reads a stored value of the type.
+template <class T>
+Result<T> decode(const Data& data) {
+    auto value = parse(data);
+    if (!value) return std::unexpected(std::move(value.error()));
+    return readJSON(*value, std::type_identity<T>{});
+}
+
+/// Reads the fields of an object. Faults are kept, the first one counts, and result() tells.
+class ObjectReader {
+  public:
+    explicit ObjectReader(const Value& value);
+
+    /// An empty T after a fault.
+    template <class T>
+    T required(std::string_view key) {
+        const Value* field = find(key);
+        if (!field) {
+            fail(key, {.message = "The key is missing.", .path = {}});
+            return T();
+        }
+        return read<T>(key, *field).value_or(T());
+    }
+    template <class T>
+    std::optional<T> optional(std::string_view key) {
+        const Value* field = find(key);
+        return field && !field->is_null() ? read<T>(key, *field) : std::nullopt;
+    }
+    /// The value made from the fields, or the first fault.
+    template <class T>
+    Result<T> result(T value) {
+        if (error_) return std::unexpected(std::move(*error_));
+        return value;
+    }
+
+  private:
+    template <class T>
+    std::optional<T> read(std::string_view key, const Value& field) {
+        auto read = readJSON(field, std::type_identity<T>{});
+        if (read) return std::move(*read);
+        fail(key, std::move(read.error()));
+        return std::nullopt;
+    }
+    /// Null when there is no such key.
+    const Value* find(std::string_view key) const;
+    void fail(std::string_view key, DecodingError error);
+
+    const Value& value_;
+    std::optional<DecodingError> error_;
+};
+
+/// Builds JSON text. Numbers get the shortest text that reads back as the same number of their type; text
+/// that is not UTF-8 gets replacement characters.
+class Writer {
+  public:
+    void boolean(bool value);
+    void integer(std::uint32_t value);
+    /// A number that is not finite has no JSON form: the whole text fails.
+    void number(float value);
+    void number(double value);
+    void text(std::string_view value);
+    void object(std::invocable auto fields) {
+        open('{');
+        fields();
+        close('}');
+    }
+    void array(std::invocable auto elements) {
+        open('[');
+        elements();
+        close(']');
+    }
+    /// A field of the object that is being written.
+    template <class T>
+    void field(std::string_view key, const T& value) {
+        text(key);
+        text_ += ':';
+        writeJSON(*this, value);
+    }
+    /// An absent value leaves the key out.
+    template <class T>
+    void field(std::string_view key, const std::optional<T>& value) {
+        if (value) field(key, *value);
+    }
+
+    /// None when something had no JSON form.
+    std::optional<Data> finish() const;
+
+  private:
+    void separate();
+    void open(char bracket);
+    void close(char bracket);
+    template <class Number>
+    void writeNumber(Number value);
+
+    std::string text_;
+    bool isComplete_ = true;
+};
+
+inline void writeJSON(Writer& writer, std::same_as<bool> auto value) { writer.boolean(value); }
+inline void writeJSON(Writer& writer, std::uint32_t value) { writer.integer(value); }
+inline void writeJSON(Writer& writer, float value) { writer.number(value); }
+inline void writeJSON(Writer& writer, double value) { writer.number(value); }
+inline void writeJSON(Writer& writer, const std::string& value) { writer.text(value); }
+inline void writeJSON(Writer& writer, Date value) { writer.number(value.secondsSinceReferenceDate); }
+inline void writeJSON(Writer& writer, const UUID& value) { writer.text(value.string()); }
+
+template <class T>
+void writeJSON(Writer& writer, const std::vector<T>& values) {
+    writer.array([&] {
+        for (const T& value : values)
+            writeJSON(writer, value);
+    });
+}
+
+template <class T>
+void writeJSON(Writer& writer, const std::map<std::string, T>& values) {
+    writer.object([&] {
+        for (const auto& [key, value] : values)
+            writer.field(key, value);
+    });
+}
+
+/// The value's stored form; none when something in it has no JSON form.
+template <class T>
+std::optional<Data> encode(const T& value) {
+    Writer writer;
+    writeJSON(writer, value);
+    return writer.finish();
+}
+
+} // namespace velto::json
