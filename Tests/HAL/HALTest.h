@@ -1,0 +1,70 @@
+// HALTest: the real client over a fake HAL.
+//
+// Fails every test that leaves a platform object or a block alive, uses a dead one, leaves a listener
+// registered without saying so, or scripts a failure that never comes.
+#pragma once
+
+#include "Tests/HAL/FakeHAL.h"
+#include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace velto {
+
+class HALTest : public ::testing::Test, private LogSink {
+  protected:
+    static constexpr AudioObjectID device = 42;
+    static constexpr AudioObjectID systemObject = kAudioObjectSystemObject;
+
+    HALTest() { LoggingService::install(this); }
+    ~HALTest() override { LoggingService::install(nullptr); }
+
+    void TearDown() override {
+        EXPECT_EQ(hal.listeners.size(), listenersLeft);
+        EXPECT_FALSE(hal.hasPendingFault());
+        hal.release();
+        EXPECT_EQ(hal.liveBlocks(), 0u);
+        EXPECT_THAT(hal.faults, ::testing::IsEmpty());
+        EXPECT_THAT(fake::liveObjects(), ::testing::IsEmpty());
+        EXPECT_THAT(fake::coreFoundationFaults(), ::testing::IsEmpty());
+        fake::resetCoreFoundation();
+    }
+
+    static constexpr AudioObjectPropertyAddress global(AudioObjectPropertySelector selector) {
+        return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+    }
+    static constexpr AudioObjectPropertyAddress output(AudioObjectPropertySelector selector,
+                                                       AudioObjectPropertyElement element = 0) {
+        return {selector, kAudioObjectPropertyScopeOutput, element};
+    }
+
+    /// The status of the `coreAudioError` that the operation throws; 0 when it throws nothing.
+    template <class Operation>
+    static OSStatus statusThrown(const Operation& operation) {
+        try {
+            operation();
+        } catch (const AudioManagerError& error) {
+            return error.status().value_or(-1);
+        }
+        return noErr;
+    }
+
+    fake::FakeHAL hal;
+    SystemCoreAudioClient client;
+    /// What was logged: errors of the devices' channel, nothing else is expected here.
+    std::vector<std::string> log;
+    /// Listeners that the test means to leave registered.
+    std::size_t listenersLeft = 0;
+
+  private:
+    bool isEnabled(LogLevel) const noexcept override { return true; }
+    void write(const LogMessage& message) override {
+        EXPECT_EQ(message.level, LogLevel::error);
+        EXPECT_EQ(message.category, "AudioDevices");
+        log.push_back(message.text());
+    }
+};
+
+} // namespace velto
