@@ -1,8 +1,9 @@
 // OperationMarker: says which one of a component's long operations runs, and lets others wait until none
 // does.
 //
-// There is no queue of requests: whoever waited must look again at what it finds. Waiters are resumed each in
-// a turn of its own, in the order they came; one that finds the marker taken again waits on.
+// There is no queue of requests: when an operation ends, everybody who waited for it is resumed, each in a
+// turn of its own, in the order they came, whether or not something else runs by then. So whoever waited must
+// look again at what it finds, and the second of two that waited finds the first at work.
 #pragma once
 
 #include "VeltoCore/Async/MainActor.h"
@@ -13,6 +14,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace velto {
 
@@ -35,7 +37,7 @@ class OperationMarker {
         Mark& operator=(const Mark&) = delete;
         ~Mark() {
             marker_.running_.reset();
-            marker_.wakeNext();
+            marker_.wakeAll();
         }
 
       private:
@@ -48,7 +50,10 @@ class OperationMarker {
         explicit Ended(OperationMarker& marker) : marker_(marker) {}
         Ended(const Ended&) = delete;
         Ended& operator=(const Ended&) = delete;
-        ~Ended() { std::erase(marker_.waiters_, this); }
+        ~Ended() {
+            std::erase(marker_.waiters_, this);
+            std::erase(marker_.due_, this);
+        }
         bool await_ready() const noexcept { return !marker_.running_; }
         void await_suspend(std::coroutine_handle<> waiter) {
             waiter_ = waiter;
@@ -64,21 +69,22 @@ class OperationMarker {
     Ended ended() { return Ended(*this); }
 
   private:
-    void wakeNext() {
-        if (waiters_.empty()) return;
-        actor_.post([this, alive = std::weak_ptr(alive_)] {
-            if (alive.expired() || running_ || waiters_.empty()) return;
-            Ended* first = waiters_.front();
-            waiters_.pop_front();
-            const auto waiter = first->waiter_;
-            wakeNext(); // the others look again too, after this one has taken its turn
-            waiter.resume();
-        });
+    void wakeAll() {
+        for (Ended* waiter : std::exchange(waiters_, {})) {
+            due_.push_back(waiter);
+            actor_.post([this, alive = std::weak_ptr(alive_)] {
+                if (alive.expired() || due_.empty()) return; // one of them has gone meanwhile
+                const auto next = due_.front()->waiter_;
+                due_.pop_front();
+                next.resume();
+            });
+        }
     }
 
     MainActor& actor_;
     std::optional<Operation> running_;
-    std::deque<Ended*> waiters_;
+    std::deque<Ended*> waiters_; // for the end of what runs
+    std::deque<Ended*> due_;     // ended; their turns are posted
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
