@@ -1,0 +1,288 @@
+#include "Platform/Linux/PipeWire/PipeWireAggregates.h"
+
+#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <utility>
+
+namespace velto {
+
+using nlohmann::json;
+
+namespace {
+
+/// How long a returning output may take to be linked before it is shown unlinked. It takes about 2 ms.
+constexpr std::chrono::milliseconds joiningGrace{500};
+
+std::string compositionText(const AggregateDeviceDescription& description) {
+    json subDevices = json::array();
+    for (const auto& subDevice : description.subDevices)
+        subDevices.push_back({{"uid", subDevice.uid}, {"drift", subDevice.driftCompensation}});
+    const json composition = {{"uid", description.uid},
+                              {"name", description.name},
+                              {"subdevices", std::move(subDevices)},
+                              {"master", description.mainSubDeviceUID},
+                              {"stacked", description.isStacked},
+                              {"private", description.isPrivate}};
+    return composition.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+pw_properties* sinkProperties(const AggregateDeviceDescription& description) {
+    pw_properties* properties =
+        pw_properties_new("factory.name", "support.null-audio-sink", PW_KEY_MEDIA_CLASS, "Audio/Sink",
+                          PW_KEY_OBJECT_LINGER, "true", PW_KEY_NODE_VIRTUAL, "true",
+                          "monitor.channel-volumes", "true", "audio.position", "[ FL FR ]", nullptr);
+    pw_properties_set(properties, PW_KEY_NODE_NAME, description.uid.c_str());
+    pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
+    pw_properties_set(properties, PipeWireKey::composition, compositionText(description).c_str());
+    return properties;
+}
+
+pw_properties* linkProperties(const PipeWirePort& output, const PipeWirePort& input) {
+    pw_properties* properties =
+        pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_LINK_PASSIVE, "true", nullptr);
+    pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", output.nodeID());
+    pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_PORT, "%u", output.globalID());
+    pw_properties_setf(properties, PW_KEY_LINK_INPUT_NODE, "%u", input.nodeID());
+    pw_properties_setf(properties, PW_KEY_LINK_INPUT_PORT, "%u", input.globalID());
+    return properties;
+}
+
+std::vector<const PipeWirePort*> audioPorts(const PipeWireGraph& graph, const PipeWireNode& node,
+                                            bool (*isWanted)(const PipeWirePort&)) {
+    std::vector<const PipeWirePort*> result = graph.ports(node.globalID());
+    std::erase_if(result, [&](const PipeWirePort* port) { return !port->isAudio() || !isWanted(*port); });
+    return result;
+}
+
+} // namespace
+
+/// An object that the server was asked to create, until it is seen or refused.
+struct PipeWireAggregates::Request {
+    pw_proxy* proxy = nullptr;
+    spa_hook hook{};
+    bool isOver = false;
+    std::string refusal;
+
+    static void removed(void* data) { static_cast<Request*>(data)->isOver = true; }
+    static void error(void* data, int, int, const char* message) {
+        auto& request = *static_cast<Request*>(data);
+        request.isOver = true;
+        request.refusal = message ? message : "unknown error";
+    }
+    static constexpr pw_proxy_events events = [] {
+        pw_proxy_events table{};
+        table.version = PW_VERSION_PROXY_EVENTS;
+        table.removed = removed;
+        table.error = error;
+        return table;
+    }();
+
+    Request(pw_core* core, const char* factory, const char* type, uint32_t version,
+            pw_properties* properties) {
+        proxy =
+            static_cast<pw_proxy*>(pw_core_create_object(core, factory, type, version, &properties->dict, 0));
+        pw_properties_free(properties);
+        if (proxy) pw_proxy_add_listener(proxy, &hook, &events, this);
+        isOver = !proxy;
+    }
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+    // The object itself stays: it lingers.
+    ~Request() {
+        if (!proxy) return;
+        spa_hook_remove(&hook);
+        pw_proxy_destroy(proxy);
+    }
+};
+
+PipeWireAggregates::PipeWireAggregates(MainActor& actor, PipeWireConnection& connection, PipeWireGraph& graph,
+                                       std::function<void()> changed)
+    : actor_(actor), connection_(connection), graph_(graph), changed_(std::move(changed)) {}
+
+PipeWireAggregates::~PipeWireAggregates() { forget(); }
+
+AudioObjectID PipeWireAggregates::create(const AggregateDeviceDescription& description) {
+    if (!connection_.isConnected()) throw AudioManagerError::coreAudioError(kAudioHardwareNotRunningError);
+    if (graph_.device(description.uid))
+        throw AudioManagerError::coreAudioError(kAudioHardwareIllegalOperationError);
+
+    kept_.insert_or_assign(description.uid, description);
+    const Request sink(connection_.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE,
+                       sinkProperties(description));
+    connection_.waitUntil([&] { return isComplete(description) || !sink.refusal.empty(); });
+    if (isComplete(description)) return graph_.device(description.uid)->objectID();
+
+    LoggingService::audioDevices.error("The sound server did not build the aggregate: {}",
+                                       sink.refusal.empty() ? "no answer in time" : sink.refusal);
+    kept_.erase(description.uid);
+    if (const PipeWireNode* half = graph_.device(description.uid)) {
+        pw_registry_destroy(connection_.registry(), half->globalID());
+        connection_.waitUntil([&] { return !graph_.device(description.uid); });
+    }
+    throw AudioManagerError::coreAudioError(kAudioHardwareNotReadyError);
+}
+
+void PipeWireAggregates::destroy(const PipeWireNode& aggregate) {
+    const AudioObjectID objectID = aggregate.objectID();
+    kept_.erase(aggregate.name());
+    pw_registry_destroy(connection_.registry(), aggregate.globalID());
+    if (!connection_.waitUntil([&] { return !graph_.device(objectID); }))
+        throw AudioManagerError::coreAudioError(kAudioHardwareNotReadyError);
+}
+
+bool PipeWireAggregates::isAggregate(const PipeWireNode& node) {
+    return property(node.properties(), PipeWireKey::composition).has_value();
+}
+
+std::optional<AggregateDeviceDescription> PipeWireAggregates::description(const PipeWireNode& node) {
+    const auto text = property(node.properties(), PipeWireKey::composition);
+    if (!text) return std::nullopt;
+    // Any program can make a node with such a property: nothing in it is taken for granted.
+    const json composition = json::parse(*text, nullptr, false);
+    const auto textOf = [](const json& object, const char* key) {
+        const auto found = object.find(key);
+        return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+    };
+    const auto flagOf = [](const json& object, const char* key) {
+        const auto found = object.find(key);
+        return found != object.end() && found->is_boolean() && found->get<bool>();
+    };
+    if (!composition.is_object()) return std::nullopt;
+    AggregateDeviceDescription result;
+    result.uid = node.name();
+    result.name = node.displayName();
+    result.mainSubDeviceUID = textOf(composition, "master");
+    result.isStacked = flagOf(composition, "stacked");
+    result.isPrivate = flagOf(composition, "private");
+    const auto subDevices = composition.find("subdevices");
+    if (subDevices == composition.end() || !subDevices->is_array()) return result;
+    for (const json& entry : *subDevices)
+        if (entry.is_object()) result.subDevices.push_back({textOf(entry, "uid"), flagOf(entry, "drift")});
+    return result;
+}
+
+std::vector<const PipeWireNode*> PipeWireAggregates::activeSubDevices(const PipeWireNode& aggregate) const {
+    std::vector<const PipeWireNode*> result;
+    const auto composition = description(aggregate);
+    if (!composition) return result;
+    for (const auto& subDevice : composition->subDevices) {
+        const PipeWireNode* output = graph_.device(subDevice.uid);
+        if (output && isLinked(aggregate, *output)) result.push_back(output);
+    }
+    return result;
+}
+
+bool PipeWireAggregates::isJoining(const PipeWireNode& node) const {
+    const auto found = joining_.find(node.objectID());
+    return found != joining_.end() && found->second.has_value();
+}
+
+std::vector<PipeWireAggregates::PortPair> PipeWireAggregates::portPairs(const PipeWireNode& aggregate,
+                                                                        const PipeWireNode& output) const {
+    const auto monitors =
+        audioPorts(graph_, aggregate, [](const PipeWirePort& port) { return port.isMonitor(); });
+    const auto inputs = audioPorts(graph_, output, [](const PipeWirePort& port) { return port.isInput(); });
+    std::vector<PortPair> result;
+    if (inputs.empty()) return result;
+    for (std::size_t i = 0; i < monitors.size(); ++i) {
+        const auto sameChannel = std::ranges::find(inputs, monitors[i]->channel(), &PipeWirePort::channel);
+        if (sameChannel != inputs.end()) {
+            result.emplace_back(monitors[i], *sameChannel);
+        } else if (inputs.size() == 1) {
+            result.emplace_back(monitors[i], inputs.front()); // a mono output gets the sum
+        }
+    }
+    // Interfaces without named channels: the first two.
+    for (std::size_t i = 0; result.empty() && i < std::min(monitors.size(), inputs.size()); ++i)
+        result.emplace_back(monitors[i], inputs[i]);
+    return result;
+}
+
+bool PipeWireAggregates::isLinked(const PipeWirePort& from, const PipeWirePort& to) const {
+    return std::ranges::any_of(graph_.links(), [&](const auto& entry) {
+        return entry.second.outputPort == from.globalID() && entry.second.inputPort == to.globalID();
+    });
+}
+
+bool PipeWireAggregates::isLinked(const PipeWireNode& aggregate, const PipeWireNode& output) const {
+    const auto pairs = portPairs(aggregate, output);
+    return !pairs.empty() && std::ranges::all_of(pairs, [&](const PortPair& pair) {
+        return isLinked(*pair.first, *pair.second);
+    });
+}
+
+bool PipeWireAggregates::isComplete(const AggregateDeviceDescription& description) const {
+    const PipeWireNode* aggregate = graph_.device(description.uid);
+    return aggregate && std::ranges::all_of(description.subDevices, [&](const auto& subDevice) {
+               const PipeWireNode* output = graph_.device(subDevice.uid);
+               return !output || isLinked(*aggregate, *output);
+           });
+}
+
+void PipeWireAggregates::connect(const PipeWireNode& aggregate, const PipeWireNode& output) {
+    for (const auto& [from, to] : portPairs(aggregate, output)) {
+        const auto key = std::pair(from->globalID(), to->globalID());
+        if (isLinked(*from, *to) || requests_.contains(key)) continue;
+        requests_.emplace(key, std::make_unique<Request>(connection_.core(), "link-factory",
+                                                         PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
+                                                         linkProperties(*from, *to)));
+    }
+}
+
+void PipeWireAggregates::relink() {
+    if (!connection_.isConnected()) return;
+    sweepRequests();
+    std::set<AudioObjectID> unlinked;
+    for (const auto& [uid, description] : kept_) {
+        const PipeWireNode* aggregate = graph_.device(uid);
+        if (!aggregate) continue;
+        for (const auto& subDevice : description.subDevices) {
+            const PipeWireNode* output = graph_.device(subDevice.uid);
+            if (!output || isLinked(*aggregate, *output)) continue;
+            unlinked.insert(output->objectID());
+            connect(*aggregate, *output);
+        }
+    }
+    updateJoining(unlinked);
+}
+
+void PipeWireAggregates::sweepRequests() {
+    std::erase_if(requests_, [&](const auto& entry) {
+        const auto& [ports, request] = entry;
+        if (!request->refusal.empty())
+            LoggingService::audioDevices.error("The sound server refused a link: {}", request->refusal);
+        return request->isOver || std::ranges::any_of(graph_.links(), [&](const auto& link) {
+                   return link.second.outputPort == ports.first && link.second.inputPort == ports.second;
+               });
+    });
+}
+
+void PipeWireAggregates::updateJoining(const std::set<AudioObjectID>& unlinked) {
+    std::erase_if(joining_, [&](const auto& entry) {
+        if (unlinked.contains(entry.first)) return false;
+        if (entry.second) actor_.cancelTimer(*entry.second);
+        return true;
+    });
+    for (const AudioObjectID objectID : unlinked) {
+        if (joining_.contains(objectID)) continue;
+        joining_[objectID] = actor_.postAfter(joiningGrace, [this, objectID] {
+            joining_[objectID].reset(); // given up on: shown although it isn't linked
+            changed_();
+        });
+    }
+}
+
+void PipeWireAggregates::forget() {
+    kept_.clear();
+    requests_.clear();
+    updateJoining({});
+}
+
+} // namespace velto

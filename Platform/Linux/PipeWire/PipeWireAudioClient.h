@@ -1,0 +1,115 @@
+// PipeWireAudioClient: the audio hardware as PipeWire and its session manager show it.
+//
+// A device is a node of the server, its UID the node's name, its ID the node's serial. Owned by the program's
+// root, used on the main actor, where its loop is served; no thread of its own touches a device. Survives the
+// server: while there is none, there are no devices. What Linux has no equivalent for answers as absent.
+#pragma once
+
+#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/Linux/PipeWire/PipeWireAggregates.h"
+#include "Platform/Linux/PipeWire/PipeWireConnection.h"
+#include "Platform/Linux/PipeWire/PipeWireGraph.h"
+#include "Platform/Linux/PipeWire/PipeWireListeners.h"
+#include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velto {
+
+class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnection::Delegate {
+  public:
+    /// Connects, and knows all devices when it returns; without a server it goes on trying. `remote` names
+    /// the server's socket or is its absolute path; empty for the user's own server.
+    PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote = {});
+    ~PipeWireAudioClient() override;
+
+    bool isConnected() const noexcept { return connection_.isConnected(); }
+    /// Listeners that are registered and not yet removed.
+    std::size_t listenerCount() const noexcept { return listeners_.count(); }
+
+    std::vector<AudioObjectID> allDeviceIDs() override;
+    std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
+    std::string deviceUID(AudioObjectID device) override;
+    std::string deviceName(AudioObjectID device) override;
+    std::uint32_t transportType(AudioObjectID device) override;
+    std::optional<std::string> deviceManufacturer(AudioObjectID device) noexcept override;
+    std::optional<std::int64_t> outputLatencyFrames(AudioObjectID device) noexcept override;
+    std::optional<std::int64_t> outputSafetyOffsetFrames(AudioObjectID device) noexcept override;
+    std::int64_t outputChannelCount(AudioObjectID device) override;
+    bool isAlive(AudioObjectID device) noexcept override;
+    bool isHidden(AudioObjectID device) noexcept override;
+    bool isRunningSomewhere(AudioObjectID device) noexcept override;
+    double nominalSampleRate(AudioObjectID device) override;
+    std::vector<SampleRateRange> availableSampleRates(AudioObjectID device) override;
+    void setNominalSampleRate(AudioObjectID device, double sampleRate) override;
+    AudioObjectID defaultOutputDeviceID() override;
+    void setDefaultOutputDevice(AudioObjectID device) override;
+    AudioObjectID defaultSystemOutputDeviceID() override;
+    void setDefaultSystemOutputDevice(AudioObjectID device) override;
+    AudioObjectID createAggregateDevice(const AggregateDeviceDescription& description) override;
+    void destroyAggregateDevice(AudioObjectID device) override;
+    CompositionDictionary aggregateComposition(AudioObjectID device) override;
+    std::vector<std::string> aggregateFullSubDeviceUIDs(AudioObjectID device) override;
+    std::vector<AudioObjectID> aggregateActiveSubDeviceIDs(AudioObjectID device) override;
+    std::string aggregateMainSubDeviceUID(AudioObjectID device) override;
+    bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept override;
+    bool subDeviceDriftCompensation(AudioObjectID subDevice) override;
+    void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) override;
+    bool supportsOutputVolume(AudioObjectID device) noexcept override;
+    float outputVolume(AudioObjectID device) override;
+    void setOutputVolume(AudioObjectID device, float volume) override;
+    bool supportsOutputMute(AudioObjectID device) noexcept override;
+    bool outputMute(AudioObjectID device) override;
+    void setOutputMute(AudioObjectID device, bool isMuted) override;
+    PropertyListenerTokenRef addOutputVolumeListener(AudioObjectID device,
+                                                     PropertyListenerHandler handler) override;
+    PropertyListenerTokenRef addOutputMuteListener(AudioObjectID device,
+                                                   PropertyListenerHandler handler) override;
+    using CoreAudioClient::addPropertyListener;
+    PropertyListenerTokenRef addPropertyListener(AudioObjectID objectID, AudioObjectPropertySelector selector,
+                                                 AudioObjectPropertyScope scope,
+                                                 AudioObjectPropertyElement element,
+                                                 PropertyListenerHandler handler) override;
+    void removePropertyListener(const PropertyListenerTokenRef& token) noexcept override;
+
+  private:
+    /// What listeners were last told of.
+    struct Published;
+
+    void connectionMade(pw_core* core, pw_registry* registry) override;
+    void connectionLost() override;
+
+    /// The device as others may see it; null for one that isn't there.
+    PipeWireNode* visible(AudioObjectID device) const noexcept;
+    /// The same, but throws '!dev'.
+    PipeWireNode& require(AudioObjectID device) const;
+    PipeWireNode& requireSink(AudioObjectID device) const;
+    AggregateDeviceDescription requireAggregate(AudioObjectID device) const;
+    void undoAbandonedChanges();
+
+    void graphChanged();
+    void publishLater();
+    void publish();
+    Published current() const;
+
+    MainActor& actor_;
+    PipeWireConnection connection_;
+    PipeWireGraph graph_;
+    PipeWireAggregates aggregates_;
+    PipeWireSystemOutputs outputs_;
+    PipeWireListeners listeners_;
+    /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
+    std::map<std::string, bool, std::less<>> driftCompensation_;
+    std::unique_ptr<Published> published_;
+    bool isPublishing_ = false;
+    bool hasLostServer_ = false;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+} // namespace velto

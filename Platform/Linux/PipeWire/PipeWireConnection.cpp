@@ -1,0 +1,135 @@
+#include "Platform/Linux/PipeWire/PipeWireConnection.h"
+
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr std::chrono::milliseconds firstRetryDelay{50};
+constexpr std::chrono::milliseconds longestRetryDelay{2000};
+
+} // namespace
+
+struct PipeWireConnection::Hooks {
+    spa_hook core{};
+
+    static void done(void* data, uint32_t id, int sequence) {
+        if (id == PW_ID_CORE) static_cast<PipeWireConnection*>(data)->answeredSequence_ = sequence;
+    }
+    static void error(void* data, uint32_t id, int, int result, const char* message) {
+        auto& self = *static_cast<PipeWireConnection*>(data);
+        // Errors of single objects, such as a parameter that can't be read while suspended, are no loss.
+        if (id != PW_ID_CORE || result != -EPIPE) return;
+        LoggingService::audioDevices.notice("The sound server is gone: {}", message ? message : "");
+        self.lose();
+    }
+    static constexpr pw_core_events events = [] {
+        pw_core_events table{};
+        table.version = PW_VERSION_CORE_EVENTS;
+        table.done = done;
+        table.error = error;
+        return table;
+    }();
+};
+
+PipeWireConnection::PipeWireConnection(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote,
+                                       Delegate& delegate)
+    : actor_(actor), watcher_(watcher), remote_(std::move(remote)), delegate_(delegate),
+      hooks_(std::make_unique<Hooks>()), retryDelay_(firstRetryDelay) {
+    pw_init(nullptr, nullptr);
+    loop_ = pw_loop_new(nullptr);
+    if (loop_) context_ = pw_context_new(loop_, nullptr, 0);
+    if (!context_) {
+        LoggingService::audioDevices.error("The sound server's client library could not start: {}",
+                                           std::strerror(errno));
+        return;
+    }
+    watcher_.watchReadable(pw_loop_get_fd(loop_), [this] { serve(Duration::zero()); });
+}
+
+PipeWireConnection::~PipeWireConnection() {
+    disconnect();
+    if (context_) {
+        watcher_.unwatch(pw_loop_get_fd(loop_));
+        pw_context_destroy(context_);
+    }
+    if (loop_) pw_loop_destroy(loop_);
+    pw_deinit();
+}
+
+void PipeWireConnection::connect() {
+    if (core_ || !context_) return;
+    pw_properties* properties = pw_properties_new(nullptr, nullptr);
+    if (!remote_.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote_.c_str());
+    core_ = pw_context_connect(context_, properties, 0);
+    if (!core_) return retryLater();
+    isLost_ = false;
+    retryDelay_ = firstRetryDelay;
+    awaitedSequence_ = answeredSequence_ = 0;
+    pw_core_add_listener(core_, &hooks_->core, &Hooks::events, this);
+    registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+    delegate_.connectionMade(core_, registry_);
+}
+
+void PipeWireConnection::disconnect() {
+    if (retry_) actor_.cancelTimer(*std::exchange(retry_, std::nullopt));
+    if (!core_) return;
+    spa_hook_remove(&hooks_->core);
+    if (registry_) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
+    pw_core_disconnect(core_);
+    registry_ = nullptr;
+    core_ = nullptr;
+}
+
+void PipeWireConnection::retryLater() {
+    if (retry_) return;
+    retry_ = actor_.postAfter(retryDelay_, [this] {
+        retry_.reset();
+        connect();
+    });
+    retryDelay_ = std::min(retryDelay_ * 2, longestRetryDelay);
+}
+
+void PipeWireConnection::lose() {
+    if (std::exchange(isLost_, true)) return;
+    // The proxies can't be dropped from within the callback that brought the news.
+    actor_.post([this, alive = std::weak_ptr(alive_)] {
+        if (alive.expired() || !isLost_) return;
+        delegate_.connectionLost();
+        disconnect();
+        retryLater();
+    });
+}
+
+void PipeWireConnection::serve(Duration longestWait) {
+    const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(longestWait).count();
+    pw_loop_enter(loop_);
+    const int result = pw_loop_iterate(loop_, static_cast<int>(milliseconds));
+    pw_loop_leave(loop_);
+    if (result < 0 && result != -EINTR && core_) lose();
+}
+
+bool PipeWireConnection::roundTrip(Duration deadline) {
+    if (!isConnected()) return false;
+    awaitedSequence_ = pw_core_sync(core_, PW_ID_CORE, awaitedSequence_);
+    return waitUntil([this] { return answeredSequence_ == awaitedSequence_; }, deadline);
+}
+
+bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Duration deadline) {
+    const ContinuousInstant end = actor_.continuousNow() + deadline;
+    while (isConnected()) {
+        if (condition()) return true;
+        const Duration left = end - actor_.continuousNow();
+        if (left <= Duration::zero()) return false;
+        serve(left);
+    }
+    return false;
+}
+
+} // namespace velto

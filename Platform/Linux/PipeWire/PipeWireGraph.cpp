@@ -1,0 +1,169 @@
+#include "Platform/Linux/PipeWire/PipeWireGraph.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velto {
+
+struct PipeWireGraph::Events {
+    static void global(void* data, uint32_t id, uint32_t, const char* type, uint32_t,
+                       const spa_dict* dictionary) {
+        PipeWireProperties properties;
+        mergeProperties(properties, dictionary);
+        static_cast<PipeWireGraph*>(data)->add(id, type, std::move(properties));
+    }
+    static void globalRemove(void* data, uint32_t id) { static_cast<PipeWireGraph*>(data)->remove(id); }
+    static void done(void* data, uint32_t id, int sequence) {
+        if (id == PW_ID_CORE) static_cast<PipeWireGraph*>(data)->answered(sequence);
+    }
+    static constexpr pw_registry_events registry{PW_VERSION_REGISTRY_EVENTS, global, globalRemove};
+    static constexpr pw_core_events core = [] {
+        pw_core_events table{};
+        table.version = PW_VERSION_CORE_EVENTS;
+        table.done = done;
+        return table;
+    }();
+};
+
+PipeWireGraph::PipeWireGraph(std::function<void()> changed) : changed_(std::move(changed)) {}
+
+PipeWireGraph::~PipeWireGraph() { detach(); }
+
+void PipeWireGraph::attach(pw_core* core, pw_registry* registry) {
+    core_ = core;
+    registry_ = registry;
+    objectIDBase_ = highestObjectID_;
+    pw_core_add_listener(core_, &coreHook_, &Events::core, this);
+    pw_registry_add_listener(registry_, &registryHook_, &Events::registry, this);
+}
+
+void PipeWireGraph::detach() {
+    if (!core_) return;
+    spa_hook_remove(&coreHook_);
+    spa_hook_remove(&registryHook_);
+    core_ = nullptr;
+    registry_ = nullptr;
+    nodes_.clear();
+    objectIDs_.clear();
+    awaited_.clear();
+    ports_.clear();
+    links_.clear();
+    cards_.clear();
+    notificationStreams_.clear();
+    default_.reset();
+    settings_.reset();
+}
+
+std::vector<const PipeWireNode*> PipeWireGraph::devices() const {
+    std::vector<const PipeWireNode*> result;
+    for (const auto& entry : nodes_)
+        if (entry.second->isKnown()) result.push_back(entry.second.get());
+    return result;
+}
+
+PipeWireNode* PipeWireGraph::device(AudioObjectID objectID) const {
+    const auto found = nodes_.find(objectID);
+    return found != nodes_.end() && found->second->isKnown() ? found->second.get() : nullptr;
+}
+
+PipeWireNode* PipeWireGraph::device(std::string_view name) const {
+    PipeWireNode* source = nullptr;
+    for (const auto& entry : nodes_) {
+        PipeWireNode& node = *entry.second;
+        if (!node.isKnown() || node.name() != name) continue;
+        if (node.isSink()) return &node;
+        if (!source) source = &node;
+    }
+    return source;
+}
+
+std::vector<const PipeWirePort*> PipeWireGraph::ports(uint32_t nodeID) const {
+    std::vector<const PipeWirePort*> result;
+    for (const auto& entry : ports_)
+        if (entry.second.nodeID() == nodeID) result.push_back(&entry.second);
+    return result;
+}
+
+PipeWireDevice* PipeWireGraph::card(const PipeWireNode& node) const {
+    const auto id = numberProperty(node.properties(), PW_KEY_DEVICE_ID);
+    const auto found = id ? cards_.find(*id) : cards_.end();
+    return found == cards_.end() ? nullptr : found->second.get();
+}
+
+void PipeWireGraph::add(uint32_t globalID, std::string_view type, PipeWireProperties properties) {
+    if (type == PW_TYPE_INTERFACE_Node) {
+        addNode(globalID, std::move(properties));
+    } else if (type == PW_TYPE_INTERFACE_Port) {
+        addPort(globalID, properties);
+    } else if (type == PW_TYPE_INTERFACE_Link) {
+        const auto end = [&](const char* key) {
+            return numberProperty(properties, key).value_or(SPA_ID_INVALID);
+        };
+        links_.insert_or_assign(globalID,
+                                PipeWireLink{end(PW_KEY_LINK_OUTPUT_NODE), end(PW_KEY_LINK_OUTPUT_PORT),
+                                             end(PW_KEY_LINK_INPUT_NODE), end(PW_KEY_LINK_INPUT_PORT)});
+        changed_();
+    } else if (type == PW_TYPE_INTERFACE_Device &&
+               property(properties, PW_KEY_MEDIA_CLASS) == "Audio/Device") {
+        cards_.insert_or_assign(globalID, std::make_unique<PipeWireDevice>(registry_, globalID, changed_));
+    } else if (type == PW_TYPE_INTERFACE_Metadata) {
+        addMetadata(globalID, properties);
+    }
+}
+
+void PipeWireGraph::addNode(uint32_t globalID, PipeWireProperties properties) {
+    const uint32_t serial = numberProperty(properties, PW_KEY_OBJECT_SERIAL).value_or(globalID);
+    if (PipeWireNode::isAudioDevice(properties)) {
+        const AudioObjectID objectID = objectIDBase_ + serial;
+        highestObjectID_ = std::max(highestObjectID_, objectID);
+        objectIDs_.insert_or_assign(globalID, objectID);
+        nodes_.insert_or_assign(objectID, std::make_unique<PipeWireNode>(registry_, globalID, objectID,
+                                                                         std::move(properties), changed_));
+        // Once this is answered, what the node says of itself has arrived.
+        awaited_.insert_or_assign(pw_core_sync(core_, PW_ID_CORE, 0), objectID);
+    } else if (property(properties, PW_KEY_MEDIA_CLASS) == "Stream/Output/Audio" &&
+               property(properties, PW_KEY_MEDIA_ROLE) == "Notification") {
+        notificationStreams_.insert_or_assign(globalID, std::to_string(serial));
+        changed_();
+    }
+}
+
+void PipeWireGraph::addPort(uint32_t globalID, const PipeWireProperties& properties) {
+    PipeWirePort& port = ports_.insert_or_assign(globalID, PipeWirePort(globalID, properties)).first->second;
+    if (port.isInput() && objectIDs_.contains(port.nodeID())) port.watchLatency(registry_, changed_);
+    changed_();
+}
+
+void PipeWireGraph::addMetadata(uint32_t globalID, const PipeWireProperties& properties) {
+    const auto name = property(properties, "metadata.name");
+    if (name == "default") {
+        default_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
+    } else if (name == "settings") {
+        settings_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
+    }
+}
+
+void PipeWireGraph::remove(uint32_t globalID) {
+    if (const auto node = objectIDs_.find(globalID); node != objectIDs_.end()) {
+        nodes_.erase(node->second);
+        objectIDs_.erase(node);
+    }
+    ports_.erase(globalID);
+    links_.erase(globalID);
+    cards_.erase(globalID);
+    notificationStreams_.erase(globalID);
+    if (default_ && default_->globalID() == globalID) default_.reset();
+    if (settings_ && settings_->globalID() == globalID) settings_.reset();
+    changed_();
+}
+
+void PipeWireGraph::answered(int sequence) {
+    const auto awaited = awaited_.extract(sequence);
+    if (awaited.empty()) return;
+    const auto node = nodes_.find(awaited.mapped());
+    if (node == nodes_.end()) return;
+    node->second->markKnown();
+    changed_();
+}
+
+} // namespace velto

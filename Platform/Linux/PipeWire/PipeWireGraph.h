@@ -1,0 +1,89 @@
+// PipeWireGraph: the server's devices, ports, links and metadata, mirrored from its registry.
+//
+// Reads come from the mirror; it is as fresh as the last served event. `changed` is called from within server
+// callbacks: it may send to the server, but must not wait for it.
+#pragma once
+
+#include "Platform/Linux/PipeWire/PipeWireDevice.h"
+#include "Platform/Linux/PipeWire/PipeWireMetadata.h"
+#include "Platform/Linux/PipeWire/PipeWireNode.h"
+#include "Platform/Linux/PipeWire/PipeWirePort.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+struct PipeWireLink {
+    uint32_t outputNode = SPA_ID_INVALID;
+    uint32_t outputPort = SPA_ID_INVALID;
+    uint32_t inputNode = SPA_ID_INVALID;
+    uint32_t inputPort = SPA_ID_INVALID;
+};
+
+class PipeWireGraph {
+  public:
+    explicit PipeWireGraph(std::function<void()> changed);
+    PipeWireGraph(const PipeWireGraph&) = delete;
+    PipeWireGraph& operator=(const PipeWireGraph&) = delete;
+    ~PipeWireGraph();
+
+    /// Starts to mirror a server. Object IDs continue above those of the server before.
+    void attach(pw_core* core, pw_registry* registry);
+    /// Forgets everything; before the connection goes.
+    void detach();
+
+    /// Known devices in the order in which they appeared.
+    std::vector<const PipeWireNode*> devices() const;
+    /// Null when there is no such known device.
+    PipeWireNode* device(AudioObjectID objectID) const;
+    /// The known sink of that name, else the known source; null when there is neither.
+    PipeWireNode* device(std::string_view name) const;
+    /// Ports of a node in the order of their IDs.
+    std::vector<const PipeWirePort*> ports(uint32_t nodeID) const;
+    /// The card behind a device; null when it has none.
+    PipeWireDevice* card(const PipeWireNode& node) const;
+    const std::map<uint32_t, PipeWireLink>& links() const noexcept { return links_; }
+    /// Global IDs of playing streams that carry notifications, with their object serials.
+    const std::map<uint32_t, std::string>& notificationStreams() const noexcept {
+        return notificationStreams_;
+    }
+    /// Null while the store doesn't exist; "default" comes and goes with the session manager.
+    PipeWireMetadata* defaultMetadata() const noexcept { return default_.get(); }
+    PipeWireMetadata* settingsMetadata() const noexcept { return settings_.get(); }
+
+  private:
+    struct Events;
+
+    void add(uint32_t globalID, std::string_view type, PipeWireProperties properties);
+    void addNode(uint32_t globalID, PipeWireProperties properties);
+    void addPort(uint32_t globalID, const PipeWireProperties& properties);
+    void addMetadata(uint32_t globalID, const PipeWireProperties& properties);
+    void remove(uint32_t globalID);
+    void answered(int sequence);
+
+    pw_core* core_ = nullptr;
+    pw_registry* registry_ = nullptr;
+    spa_hook coreHook_{};
+    spa_hook registryHook_{};
+    /// In the order of their object IDs, which is that of their appearance.
+    std::map<AudioObjectID, std::unique_ptr<PipeWireNode>> nodes_;
+    std::map<uint32_t, AudioObjectID> objectIDs_;
+    std::map<int, AudioObjectID> awaited_; // by the sequence number that makes them known
+    std::map<uint32_t, PipeWirePort> ports_;
+    std::map<uint32_t, PipeWireLink> links_;
+    std::map<uint32_t, std::unique_ptr<PipeWireDevice>> cards_;
+    std::map<uint32_t, std::string> notificationStreams_;
+    std::unique_ptr<PipeWireMetadata> default_;
+    std::unique_ptr<PipeWireMetadata> settings_;
+    AudioObjectID objectIDBase_ = 0;
+    AudioObjectID highestObjectID_ = 0;
+    std::function<void()> changed_;
+};
+
+} // namespace velto

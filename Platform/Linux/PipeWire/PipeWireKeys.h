@@ -1,0 +1,23 @@
+// PipeWireKeys: names that Velto leaves in the sound server, so that a later run can find and undo them.
+#pragma once
+
+namespace velto::PipeWireKey {
+
+// The session manager's and the server's own keys.
+inline constexpr const char* defaultSink = "default.audio.sink";
+inline constexpr const char* configuredSink = "default.configured.audio.sink";
+inline constexpr const char* rate = "clock.rate";
+inline constexpr const char* forcedRate = "clock.force-rate";
+inline constexpr const char* streamTarget = "target.object";
+
+/// Property of an aggregate's node: its composition, as JSON.
+inline constexpr const char* composition = "velto.composition";
+/// "default" metadata: the alert output, where it isn't simply the default output.
+inline constexpr const char* alertSink = "velto.alert.sink";
+/// "settings" metadata, which lives as long as the server: the configured output from before the aggregate
+/// became the default. Present but empty when nothing was configured.
+inline constexpr const char* previousConfiguredSink = "velto.previous.configured.sink";
+/// "settings" metadata: the forced rate from before Velto changed it.
+inline constexpr const char* previousForcedRate = "velto.previous.force-rate";
+
+} // namespace velto::PipeWireKey
