@@ -186,6 +186,9 @@ TEST_F(SystemCoreAudioClientTest, VolumeIsAtTheFirstMainControlElseAtChannels1An
 }
 
 TEST_F(SystemCoreAudioClientTest, ChannelVolumesReadAsTheLoudestAndStopAtTheFirstFailedWrite) {
+    hal.set(device, output(volume, 1), 0.6f);
+    hal.set(device, output(volume, 2), 0.3f);
+    EXPECT_EQ(client.outputVolume(device), 0.6f);
     hal.set(device, output(volume, 1), 0.3f);
     hal.set(device, output(volume, 2), 0.6f);
     EXPECT_EQ(client.outputVolume(device), 0.6f);
@@ -255,6 +258,13 @@ TEST_F(SystemCoreAudioClientTest, ListenersRunOnTheMainQueueUntilRemoved) {
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 2);
     client.removePropertyListener(secondToken);
+}
+
+TEST_F(SystemCoreAudioClientTest, AListenerRunOffTheMainQueueTrips) {
+    const auto token = client.addPropertyListener(device, mute, kAudioObjectPropertyScopeOutput, [] {});
+    hal.listeners.front().block(0, nullptr);
+    EXPECT_EQ(std::exchange(hal.faults, {}).size(), 1u);
+    client.removePropertyListener(token);
 }
 
 TEST_F(SystemCoreAudioClientTest, ListenersAreToldApartByObjectScopeAndElement) {
