@@ -1,7 +1,5 @@
 #include "VeltoCore/Session/VeltoStatus.h"
 
-#include <utility>
-
 namespace velto {
 
 namespace {
@@ -33,8 +31,6 @@ struct SymbolName {
 };
 
 } // namespace
-
-VeltoStatus::VeltoStatus(Kind kind) : kind_(std::move(kind)) {}
 
 std::string VeltoStatus::title() const { return std::visit(Title{}, kind_); }
 

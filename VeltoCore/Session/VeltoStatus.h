@@ -6,8 +6,10 @@
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/Session/PreparationStep.h"
 
+#include <concepts>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 namespace velto {
@@ -45,7 +47,8 @@ class VeltoStatus {
 
     VeltoStatus() = default;
     /// From any of the cases, such as `VeltoStatus::Playing{}`.
-    VeltoStatus(Kind kind);
+    template <std::convertible_to<Kind> Case>
+    VeltoStatus(Case value) : kind_(std::move(value)) {}
 
     const Kind& kind() const noexcept { return kind_; }
 

@@ -1,0 +1,140 @@
+#include "VeltoCore/Async/MainActor.h"
+
+#include "Simulation/SimulatedMainActor.h"
+#include "VeltoCore/Async/TaskScope.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Trace = std::vector<std::string>;
+
+class MainActorTests : public testing::Test {
+  protected:
+    SimulatedMainActor actor;
+    TaskScope scope{actor};
+    Trace trace;
+};
+
+/// Sleeps once and notes how and when it ended.
+Task<> sleep(MainActor& actor, Duration interval, CancellationToken token, Trace& trace) {
+    const SleepResult result = co_await actor.sleep(interval, token);
+    const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(actor.continuousNow());
+    trace.push_back((result == SleepResult::elapsed ? "elapsed " : "cancelled ") +
+                    std::to_string(now.count()));
+}
+
+TEST_F(MainActorTests, SleepsEndInOrderOfTimeThenOfStarting) {
+    for (const auto interval : {300ms, 100ms, 100ms, 0ms})
+        scope.spawn(sleep(actor, interval, {}, trace));
+    actor.advance(99ms);
+    EXPECT_THAT(trace, ElementsAre("elapsed 0"));
+    actor.advance(1s);
+    EXPECT_THAT(trace, ElementsAre("elapsed 0", "elapsed 100", "elapsed 100", "elapsed 300"));
+}
+
+TEST_F(MainActorTests, CancelledSleepEndsEarlyInATurnOfItsOwn) {
+    CancellationSource source;
+    scope.spawn(sleep(actor, 10s, source.token(), trace));
+    actor.advance(500ms);
+    source.cancel();
+    source.cancel();
+    EXPECT_THAT(trace, IsEmpty()) << "the one who cancels must not run the sleeper";
+    actor.runReady();
+    EXPECT_THAT(trace, ElementsAre("cancelled 500"));
+
+    scope.spawn(sleep(actor, 10s, source.token(), trace)); // cancelled before it begins
+    actor.runReady();
+    EXPECT_THAT(trace, ElementsAre("cancelled 500", "cancelled 500"));
+    EXPECT_EQ(actor.pendingTimers(), 0U);
+}
+
+Task<> sleepTwice(MainActor& actor, CancellationToken token, Trace& trace) {
+    co_await sleep(actor, 1s, token, trace);
+    co_await sleep(actor, 1s, token, trace);
+}
+
+TEST_F(MainActorTests, TokenServesOneSleepAfterAnother) {
+    CancellationSource source;
+    scope.spawn(sleepTwice(actor, source.token(), trace));
+    actor.advance(1500ms);
+    source.cancel();
+    actor.runUntilIdle();
+    EXPECT_THAT(trace, ElementsAre("elapsed 1000", "cancelled 1500"));
+}
+
+TEST_F(MainActorTests, CancellingAfterTheSleepersEndReachesNobody) {
+    CancellationSource source;
+    {
+        TaskScope shortLived(actor);
+        shortLived.spawn(sleep(actor, 1s, source.token(), trace));
+        actor.runReady();
+    }
+    source.cancel();
+    actor.runUntilIdle();
+    EXPECT_THAT(trace, IsEmpty());
+}
+
+TEST_F(MainActorTests, EndBetweenCancellationAndItsTurnReachesNobody) {
+    CancellationSource source;
+    {
+        TaskScope shortLived(actor);
+        shortLived.spawn(sleep(actor, 1s, source.token(), trace));
+        actor.runReady();
+        source.cancel();
+    }
+    actor.runUntilIdle();
+    EXPECT_THAT(trace, IsEmpty());
+    EXPECT_EQ(actor.pendingTimers(), 0U);
+}
+
+Task<> block(MainActor& actor, std::function<std::string()> call, Trace& trace) {
+    try {
+        std::string value = co_await actor.runBlocking(std::move(call));
+        trace.push_back(value);
+    } catch (const std::runtime_error& error) {
+        trace.push_back(error.what());
+    }
+}
+
+TEST_F(MainActorTests, BlockingCallYieldsItsValueOrErrorLater) {
+    scope.spawn(block(actor, [] { return std::string("made"); }, trace));
+    scope.spawn(block(actor, []() -> std::string { throw std::runtime_error("refused"); }, trace));
+    actor.setBlockingCallDuration(2s);
+    actor.advance(1s);
+    EXPECT_THAT(trace, IsEmpty());
+    actor.advance(1s);
+    EXPECT_THAT(trace, ElementsAre("made", "refused"));
+}
+
+TEST_F(MainActorTests, BlockingCallOutlivesItsAwaiter) {
+    bool wasMade = false;
+    {
+        TaskScope shortLived(actor);
+        const auto call = [&] {
+            wasMade = true;
+            return std::string("too late");
+        };
+        shortLived.spawn(block(actor, call, trace));
+        actor.setBlockingCallDuration(2s);
+        actor.advance(1s);
+    }
+    actor.runUntilIdle();
+    EXPECT_TRUE(wasMade);
+    EXPECT_THAT(trace, IsEmpty());
+}
+
+} // namespace
+} // namespace velto
