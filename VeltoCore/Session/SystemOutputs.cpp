@@ -1,0 +1,122 @@
+#include "VeltoCore/Session/SystemOutputs.h"
+
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/CoreAudio/ErrorConversion.h"
+#include "VeltoCore/Devices/DeviceSelectionRules.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::systemOutput;
+
+/// What the read gives, unless it fails.
+std::optional<std::string> readable(auto read) noexcept {
+    try {
+        return read();
+    } catch (...) {
+        return std::nullopt; // the client has logged the failure
+    }
+}
+
+std::optional<std::string> exceptOurs(std::optional<std::string> uid) noexcept {
+    return uid == AggregateDeviceManager::aggregateUID ? std::nullopt : std::move(uid);
+}
+
+} // namespace
+
+std::string SystemOutputs::currentDefaultOutputUID() const {
+    return client_.deviceUID(client_.defaultOutputDeviceID());
+}
+
+std::string SystemOutputs::currentSystemOutputUID() const {
+    return client_.deviceUID(client_.defaultSystemOutputDeviceID());
+}
+
+bool SystemOutputs::isDefaultOutputOurs() const noexcept {
+    return readable([this] { return currentDefaultOutputUID(); }) == AggregateDeviceManager::aggregateUID;
+}
+
+bool SystemOutputs::isSystemOutputOurs() const noexcept {
+    return readable([this] { return currentSystemOutputUID(); }) == AggregateDeviceManager::aggregateUID;
+}
+
+PreviousOutputs SystemOutputs::inForce() const noexcept {
+    return {exceptOurs(readable([this] { return currentDefaultOutputUID(); })),
+            exceptOurs(readable([this] { return currentSystemOutputUID(); }))};
+}
+
+void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previous) {
+    bool isDefaultSwitched = false;
+    std::string reason;
+    try {
+        client_.setDefaultOutputDevice(device);
+        isDefaultSwitched = true;
+        client_.setDefaultSystemOutputDevice(device);
+        return;
+    } catch (...) {
+        reason = currentAudioManagerError().errorDescription();
+        logger.error("Failed to set default output: {}", reason);
+    }
+    // The call that failed may have done its work all the same, and one that worked may still read old.
+    const bool isSystemSwitched = isSystemOutputOurs();
+    isDefaultSwitched = isDefaultSwitched || isDefaultOutputOurs();
+    deviceManager_.refresh();
+    if (isSystemSwitched) switchBack(&CoreAudioClient::setDefaultSystemOutputDevice, previous.systemUID);
+    if (isDefaultSwitched) switchBack(&CoreAudioClient::setDefaultOutputDevice, previous.defaultUID);
+    throw AudioManagerError::cannotSetDefaultOutput(reason);
+}
+
+void SystemOutputs::switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID) noexcept {
+    try {
+        const AudioOutputDevice target = resolveRestoreTarget(previousUID);
+        (client_.*setOutput)(target.deviceID);
+        logger.info("Switched back to {}", publicText(target.name));
+    } catch (...) {
+        logger.error("Could not switch back the output: {}", currentErrorDescription());
+    }
+}
+
+void SystemOutputs::restoreOutput(const std::optional<std::string>& previousDefaultUID,
+                                  const std::optional<std::string>& previousSystemUID) {
+    deviceManager_.refresh();
+    const AudioOutputDevice target = resolveRestoreTarget(previousDefaultUID);
+    try {
+        client_.setDefaultOutputDevice(target.deviceID);
+    } catch (...) {
+        throw AudioManagerError::cannotRestoreOutput(currentAudioManagerError().errorDescription());
+    }
+    logger.info("Restored default output to {}", publicText(target.name));
+    restoreSystemOutput(previousSystemUID, target);
+}
+
+void SystemOutputs::restoreSystemOutput(const std::optional<std::string>& previousUID,
+                                        const AudioOutputDevice& defaultTarget) {
+    AudioOutputDevice target = defaultTarget;
+    try {
+        target = resolveRestoreTarget(previousUID);
+    } catch (...) { // nothing to go back to: alerts go where the sound goes
+    }
+    try {
+        client_.setDefaultSystemOutputDevice(target.deviceID);
+    } catch (...) {
+        logger.error("Could not restore system alert output: {}", currentErrorDescription());
+    }
+}
+
+AudioOutputDevice SystemOutputs::resolveRestoreTarget(const std::optional<std::string>& uid) const {
+    if (uid && *uid != AggregateDeviceManager::aggregateUID) {
+        const auto device = deviceManager_.device(*uid);
+        if (device && device->outputChannelCount > 0) return *device;
+    }
+    const auto fallback = DeviceSelectionRules::fallbackOutputDevice(deviceManager_.devices(),
+                                                                     AggregateDeviceManager::aggregateUID);
+    if (!fallback) throw AudioManagerError::cannotRestoreOutput("No output device is available.");
+    logger.notice("Previous output unavailable; falling back to {}", publicText(fallback->name));
+    return *fallback;
+}
+
+} // namespace velto

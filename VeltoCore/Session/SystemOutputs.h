@@ -1,0 +1,55 @@
+// SystemOutputs: reads, switches and restores the computer's default output and alert output.
+//
+// A part of SystemAudioManager; main actor only. It knows which outputs to go back to when it is told their
+// UIDs, and never goes back to our own aggregate.
+#pragma once
+
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+
+#include <optional>
+#include <string>
+
+namespace velto {
+
+/// The outputs in force before a session; absent where unreadable, and where it was our own aggregate.
+struct PreviousOutputs {
+    std::optional<std::string> defaultUID;
+    std::optional<std::string> systemUID;
+};
+
+class SystemOutputs {
+  public:
+    SystemOutputs(CoreAudioClient& client, AudioDeviceManager& deviceManager)
+        : client_(client), deviceManager_(deviceManager) {}
+
+    std::string currentDefaultOutputUID() const;
+    /// Of the alert output.
+    std::string currentSystemOutputUID() const;
+    /// Whether sound goes to our aggregate now; false when that can't be read.
+    bool isDefaultOutputOurs() const noexcept;
+    PreviousOutputs inForce() const noexcept;
+
+    /// Makes the device the default and the alert output, or neither: what was switched before a failure is
+    /// switched back. Throws `cannotSetDefaultOutput`.
+    void switchTo(AudioObjectID device, const PreviousOutputs& previous);
+
+    /// Goes back to the previous outputs, or to a fallback where they are gone. Throws `cannotRestoreOutput`
+    /// when the default output can't be restored; the alert output is only tried.
+    void restoreOutput(const std::optional<std::string>& previousDefaultUID,
+                       const std::optional<std::string>& previousSystemUID);
+
+  private:
+    using SetOutput = void (CoreAudioClient::*)(AudioObjectID);
+
+    bool isSystemOutputOurs() const noexcept;
+    AudioOutputDevice resolveRestoreTarget(const std::optional<std::string>& uid) const;
+    void restoreSystemOutput(const std::optional<std::string>& previousUID,
+                             const AudioOutputDevice& defaultTarget);
+    void switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID) noexcept;
+
+    CoreAudioClient& client_;
+    AudioDeviceManager& deviceManager_;
+};
+
+} // namespace velto
