@@ -1,0 +1,359 @@
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Simulation/RecordingLogSink.h"
+#include "Simulation/SimulatedAudioSystem.h"
+#include "Simulation/SimulatedMainActor.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Operation = CoreAudioOperation;
+
+/// A world with three outputs and a microphone, and a manager that was made in it.
+class AudioDeviceManagerTests : public testing::Test {
+  protected:
+    AudioDeviceManagerTests() {
+        world.plug(SimulatedDevice::usbInterface());
+        world.plug(SimulatedDevice::microphone());
+        world.plug(SimulatedDevice::builtInSpeakers());
+        world.plug(SimulatedDevice::bluetoothHeadphones());
+        makeManager();
+    }
+    ~AudioDeviceManagerTests() override { EXPECT_THAT(world.unconsumedFaults(), IsEmpty()); }
+
+    void makeManager() {
+        manager = std::make_unique<AudioDeviceManager>(world, actor, collation);
+        log.clear();
+        world.calls.clear();
+    }
+    void observe() {
+        manager->startObserving();
+        manager->onChange([this] { ++handlerCalls; });
+    }
+    std::vector<std::string> uids() const {
+        std::vector<std::string> result;
+        for (const auto& device : manager->devices())
+            result.push_back(device.uid);
+        return result;
+    }
+    std::string defaultUID() const {
+        const auto& device = manager->defaultOutputDevice();
+        return device ? device->uid : "none";
+    }
+
+    SimulatedMainActor actor;
+    SimulatedAudioSystem world{actor};
+    const IcuTextCollation collation;
+    RecordingLogSink log;
+    std::unique_ptr<AudioDeviceManager> manager;
+    int handlerCalls = 0;
+};
+
+TEST_F(AudioDeviceManagerTests, ListsEveryVisibleOutputInHardwareOrder) {
+    SimulatedDevice hidden = SimulatedDevice::hdmiDisplay();
+    hidden.isHidden = true;
+    world.plug(hidden);
+    world.makeAggregate(
+        {.uid = "own", .name = "Velto Output", .subDevices = {{"usb"}}, .mainSubDeviceUID = "usb"});
+    manager->refresh();
+    EXPECT_THAT(uids(), ElementsAre("usb", "builtin", "bluetooth", "own"));
+    EXPECT_THAT(manager->connectedUIDs(), ElementsAre("bluetooth", "builtin", "own", "usb"));
+    EXPECT_EQ(defaultUID(), "usb");
+
+    std::vector<std::string> selectable;
+    for (const auto& device : manager->selectableDevices("usb"))
+        selectable.push_back(device.uid);
+    EXPECT_THAT(selectable, ElementsAre("builtin", "bluetooth"));
+    EXPECT_EQ(log.lines().back(),
+              "AudioDevices debug: Enumerated 4 output devices; default: " + world.device("usb").name);
+}
+
+TEST_F(AudioDeviceManagerTests, ReadsAllThatADeviceTells) {
+    world.plug({.uid = "dac",
+                .name = "DAC",
+                .transport = fourCharCode("zzzz"),
+                .sampleRates = {{44100, 96000}},
+                .sampleRate = 88200,
+                .outputChannels = 6,
+                .manufacturer = "Acme",
+                .latencyFrames = 120,
+                .safetyOffsetFrames = 24,
+                .volume = 0.5F,
+                .isMuted = false});
+    manager->refresh();
+    const AudioOutputDevice expected{.deviceID = world.objectID("dac"),
+                                     .uid = "dac",
+                                     .name = "DAC",
+                                     .transportType = AudioTransportType(fourCharCode("zzzz")),
+                                     .isConnected = true,
+                                     .sampleRate = 88200,
+                                     .availableSampleRates = {{44100, 96000}},
+                                     .outputChannelCount = 6,
+                                     .manufacturer = "Acme",
+                                     .latencyFrames = 120,
+                                     .safetyOffsetFrames = 24,
+                                     .hasVolumeControl = true};
+    EXPECT_EQ(manager->device("dac"), expected);
+    EXPECT_EQ(manager->device(world.objectID("dac")), expected);
+    EXPECT_EQ(manager->device("DAC"), std::nullopt);
+    EXPECT_EQ(manager->device(AudioObjectID{9999}), std::nullopt);
+    EXPECT_EQ(manager->device("usb")->hasVolumeControl, false);
+}
+
+TEST_F(AudioDeviceManagerTests, DefaultOutputFollowsTheRuleOfTheList) {
+    world.change("usb", [](SimulatedDevice& device) { device.isListed = false; });
+    manager->refresh();
+    EXPECT_THAT(uids(), ElementsAre("builtin", "bluetooth"));
+    EXPECT_EQ(defaultUID(), "usb") << "not in the list, but there";
+
+    world.change("usb", [](SimulatedDevice& device) { device.isHidden = true; });
+    manager->refresh();
+    EXPECT_EQ(defaultUID(), "none");
+    for (const char* uid : {"usb", "builtin", "bluetooth"})
+        world.unplug(uid);
+    log.clear();
+    manager->refresh();
+    EXPECT_EQ(defaultUID(), "none");
+    EXPECT_THAT(log.lines(), ElementsAre("AudioDevices debug: Enumerated 0 output devices; default: none"));
+}
+
+TEST_F(AudioDeviceManagerTests, TellsWhatComesAndGoes) {
+    observe();
+    world.plug(SimulatedDevice::hdmiDisplay());
+    actor.runReady();
+    EXPECT_EQ(log.linesWith("connected"),
+              std::vector{"AudioDevices notice: Device connected: " + world.device("hdmi").name});
+    EXPECT_EQ(manager->changeCounter(), 1);
+    EXPECT_EQ(handlerCalls, 1);
+
+    log.clear();
+    world.unplug("hdmi");
+    actor.runReady();
+    EXPECT_THAT(log.linesWith("connected"), ElementsAre("AudioDevices notice: Device disconnected: hdmi"));
+    EXPECT_EQ(manager->changeCounter(), 2);
+    EXPECT_EQ(handlerCalls, 2);
+
+    log.clear();
+    world.pickDefault("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(defaultUID(), "bluetooth");
+    EXPECT_EQ(log.count("connected"), 0U);
+    EXPECT_EQ(manager->changeCounter(), 3);
+    EXPECT_EQ(handlerCalls, 3);
+}
+
+TEST_F(AudioDeviceManagerTests, RemembersTheLatestAppearance) {
+    observe();
+    world.plug(SimulatedDevice::hdmiDisplay());
+    actor.runReady();
+    actor.advance(5s);
+    EXPECT_TRUE(manager->wasRecentlyConnected("hdmi", 5));
+    actor.advance(1s);
+    EXPECT_FALSE(manager->wasRecentlyConnected("hdmi", 5));
+    EXPECT_FALSE(manager->wasRecentlyConnected("usb", 1000)) << "there from the start";
+    EXPECT_FALSE(manager->wasRecentlyConnected("absent", 1000));
+
+    world.unplug("hdmi");
+    world.unplug("bluetooth");
+    actor.runReady();
+    actor.advance(60s);
+    world.replugWithAnotherID("hdmi");
+    world.replug("bluetooth");
+    actor.runReady();
+    EXPECT_TRUE(manager->wasRecentlyConnected("hdmi", 0));
+    EXPECT_TRUE(manager->wasRecentlyConnected("bluetooth", 0));
+    EXPECT_EQ(manager->device("hdmi")->deviceID, world.objectID("hdmi"));
+}
+
+TEST_F(AudioDeviceManagerTests, ExplicitRefreshDoesNotSwallowAReconnection) {
+    observe();
+    world.unplug("bluetooth");
+    manager->refresh();
+    actor.advance(60s);
+    world.replug("bluetooth");
+    manager->refresh();
+    EXPECT_TRUE(manager->wasRecentlyConnected("bluetooth", 0));
+    const auto counter = manager->changeCounter();
+    EXPECT_EQ(log.count("connected"), 0U) << "messages and handlers belong to the notification";
+    actor.runReady();
+    EXPECT_EQ(manager->changeCounter(), counter + 1);
+}
+
+TEST_F(AudioDeviceManagerTests, ListensOnceUntilItStops) {
+    manager->startObserving();
+    const auto listeners = world.listeners();
+    manager->startObserving();
+    EXPECT_EQ(world.listeners(), listeners);
+    EXPECT_THAT(listeners, ElementsAre(testing::HasSubstr("'dev#'"), testing::HasSubstr("'dOut'")));
+
+    manager->stopObserving();
+    manager->stopObserving();
+    EXPECT_EQ(world.listenerCount(), 0U);
+    EXPECT_EQ(world.calls.count(Operation::removePropertyListener), 2U);
+    world.unplug("usb");
+    actor.runReady();
+    EXPECT_EQ(manager->changeCounter(), 0);
+
+    manager->startObserving();
+    world.replug("usb");
+    actor.runReady();
+    EXPECT_EQ(manager->changeCounter(), 1);
+    EXPECT_THAT(uids(), testing::Contains("usb"));
+}
+
+TEST_F(AudioDeviceManagerTests, NotificationsAfterItsEndAreHarmless) {
+    observe();
+    world.unplug("usb"); // the notifications are under way
+    manager.reset();
+    actor.runReady();
+    world.replug("usb");
+    actor.runReady();
+    EXPECT_EQ(handlerCalls, 0);
+}
+
+TEST_F(AudioDeviceManagerTests, HandlersMayRemoveAndAddHandlersWhileCalled) {
+    manager->startObserving();
+    std::vector<AudioDeviceManager::ChangeSubscription> subscriptions;
+    int calls = 0;
+    // Whichever is called first removes all, itself included, and registers another.
+    for (int i = 0; i < 3; ++i) {
+        subscriptions.push_back(manager->onChange([&] {
+            ++calls;
+            for (const auto& subscription : subscriptions)
+                manager->removeChangeHandler(subscription);
+            manager->onChange([this] { ++handlerCalls; });
+        }));
+    }
+    world.unplug("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(handlerCalls, 0);
+    manager->removeChangeHandler({UUID::random()});
+    world.replug("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(handlerCalls, 1);
+}
+
+TEST_F(AudioDeviceManagerTests, ObserversHearOfRealChangesOnly) {
+    manager->startObserving();
+    int devices = 0;
+    int defaults = 0;
+    int counters = 0;
+    const Subscription first = manager->observeDevices([&] { ++devices; });
+    const Subscription second = manager->observeDefaultOutputDevice([&] { ++defaults; });
+    const Subscription third = manager->observeChangeCounter([&] { ++counters; });
+    manager->refresh();
+    EXPECT_EQ(devices + defaults + counters, 0);
+    world.rename("bluetooth", "Renamed");
+    manager->refresh();
+    EXPECT_EQ(devices, 1);
+    EXPECT_EQ(defaults, 0);
+    world.pickDefault("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(devices, 1);
+    EXPECT_EQ(defaults, 1);
+    EXPECT_EQ(counters, 1);
+}
+
+TEST_F(AudioDeviceManagerTests, ListThatCannotBeReadLeavesTheOldOne) {
+    observe();
+    world.unplug("bluetooth");
+    world.calls.failNext(Operation::allDeviceIDs, kAudioHardwareNotRunningError);
+    actor.runReady();
+    EXPECT_THAT(uids(), ElementsAre("usb", "builtin", "bluetooth"));
+    EXPECT_EQ(defaultUID(), "usb");
+    EXPECT_EQ(log.count("AudioDevices error: Failed to read the devices: "), 1U);
+    EXPECT_EQ(handlerCalls, 1);
+    world.calls.failNext(Operation::allDeviceIDs, {.foreignError = "foreign"});
+    manager->refresh();
+    EXPECT_EQ(uids().size(), 3U);
+    manager->refresh();
+    EXPECT_EQ(uids().size(), 2U);
+}
+
+TEST_F(AudioDeviceManagerTests, DefaultThatCannotBeReadIsAbsent) {
+    world.calls.failNext(Operation::defaultOutputDeviceID, kAudioHardwareBadObjectError);
+    manager->refresh();
+    EXPECT_EQ(defaultUID(), "none");
+    EXPECT_EQ(uids().size(), 3U);
+    EXPECT_TRUE(
+        log.contains("AudioDevices error: Failed to read default output: " +
+                     AudioManagerError::coreAudioError(kAudioHardwareBadObjectError).errorDescription()));
+}
+
+TEST_F(AudioDeviceManagerTests, DeviceThatCannotBeIdentifiedIsLeftOut) {
+    for (const auto operation :
+         {Operation::deviceUID, Operation::deviceName, Operation::outputChannelCount}) {
+        for (const bool isForeign : {false, true}) {
+            world.pickDefault("builtin");
+            const auto usbID = world.objectID("usb");
+            world.calls.failNext(operation, {.status = kAudioHardwareBadDeviceError,
+                                             .foreignError = isForeign ? "foreign" : ""});
+            manager->refresh();
+            EXPECT_THAT(uids(), ElementsAre("builtin", "bluetooth")) << name(operation);
+            EXPECT_EQ(manager->device(usbID), std::nullopt);
+            EXPECT_EQ(defaultUID(), "builtin");
+        }
+    }
+}
+
+TEST_F(AudioDeviceManagerTests, PropertiesThatCannotBeReadAreUnknown) {
+    const auto read = [this] {
+        manager->refresh();
+        return manager->device("usb").value();
+    };
+    world.calls.failNext(Operation::transportType, kAudioHardwareUnspecifiedError);
+    EXPECT_EQ(read().transportType, AudioTransportType(0));
+    world.calls.failNext(Operation::nominalSampleRate, {.foreignError = "foreign"});
+    EXPECT_EQ(read().sampleRate, 0);
+    world.calls.failNext(Operation::availableSampleRates, kAudioHardwareUnspecifiedError);
+    EXPECT_THAT(read().availableSampleRates, IsEmpty());
+    for (const auto operation : {Operation::deviceManufacturer, Operation::outputLatencyFrames,
+                                 Operation::outputSafetyOffsetFrames, Operation::supportsOutputVolume})
+        world.calls.failNext(operation, kAudioHardwareUnspecifiedError);
+    EXPECT_EQ(read().uid, "usb");
+    world.setSampleRate("usb", std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(read().sampleRate, 0);
+}
+
+TEST_F(AudioDeviceManagerTests, ListenerThatCannotBeAddedLeavesTheOther) {
+    world.calls.failNext(Operation::addPropertyListener, kAudioHardwareIllegalOperationError);
+    observe();
+    EXPECT_EQ(world.listenerCount(), 1U);
+    EXPECT_EQ(log.count("AudioDevices error: Could not observe 'dev#'"), 1U);
+    world.pickDefault("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(handlerCalls, 1);
+    manager->stopObserving();
+    EXPECT_EQ(world.listenerCount(), 0U);
+}
+
+TEST_F(AudioDeviceManagerTests, CallsGrowLinearlyWithTheDevices) {
+    const auto callsFor = [this](int more) {
+        for (int i = 0; i < more; ++i)
+            world.plug({.uid = "extra " + std::to_string(world.pluggedUIDs().size()), .name = "Extra"});
+        world.calls.clear();
+        manager->refresh();
+        return world.calls.total();
+    };
+    const auto before = callsFor(0);
+    const auto perDevice = callsFor(1) - before;
+    EXPECT_EQ(callsFor(99), before + 100 * perDevice);
+    EXPECT_LE(perDevice, 12U);
+}
+
+} // namespace
+} // namespace velto
