@@ -46,6 +46,7 @@ class PipeWireGraph {
     PipeWireNode* device(std::string_view name) const;
     /// Ports of a node in the order of their IDs.
     std::vector<const PipeWirePort*> ports(uint32_t nodeID) const;
+    bool hasPort(uint32_t globalID) const { return ports_.contains(globalID); }
     /// The card behind a device; null when it has none.
     PipeWireDevice* card(const PipeWireNode& node) const;
     const std::map<uint32_t, PipeWireLink>& links() const noexcept { return links_; }
