@@ -147,6 +147,7 @@ PlatformObject<const __CFDictionary> platformDictionary(const CompositionDiction
 }
 
 /// The block that stands for a handler. It is copied here, once: the HAL knows a listener by this pointer.
+/// The handler comes by value, because a block would keep a reference as no more than that.
 std::shared_ptr<const void> listenerBlock(PropertyListenerHandler handler) {
     const AudioObjectPropertyListenerBlock block = ^(UInt32, const ::AudioObjectPropertyAddress*) {
       dispatch_assert_queue(dispatch_get_main_queue());
