@@ -1,0 +1,58 @@
+// SessionProgram: the production classes of a session, driven by commands on standard input.
+//
+// One command a line: "start UID UID", "stop", "recover", "state", "devices". Each is answered by one JSON
+// object a line on standard output once it is done; changes of the session's state come as objects with
+// "event". The end of the input, SIGTERM and SIGINT end the session, put the outputs back, and end the
+// program.
+#pragma once
+
+#include "Platform/Linux/FileUserDefaults.h"
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Platform/Linux/LinuxMainActor.h"
+#include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/Async/TaskScope.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Session/SystemAudioManager.h"
+#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
+
+#include <string>
+#include <vector>
+
+namespace velto {
+
+class SessionProgram {
+  public:
+    SessionProgram();
+    /// Runs until the input ends or a signal asks for the end.
+    void run();
+
+  private:
+    void readInput();
+    void perform(std::string line);
+    Task<void> start(std::string command, std::string firstUID, std::string secondUID);
+    Task<void> stop(std::string command);
+    Task<void> recover(std::string command);
+    Task<void> endProgram();
+
+    void devicesChanged();
+    Task<void> abandon();
+    void reportState();
+    void answer(const std::string& command, double milliseconds, const std::string& error) const;
+    void answerDevices(const std::string& command);
+
+    LinuxMainActor actor_;
+    FileUserDefaults defaults_;
+    PipeWireAudioClient client_;
+    IcuTextCollation collation_;
+    AudioDeviceManager devices_;
+    AggregateDeviceManager aggregates_;
+    UserDefaultsRecoveryStateStore recoveryStore_;
+    SystemAudioManager session_;
+    TaskScope tasks_;
+    Subscription stateSubscription_;
+    std::string input_;
+    bool isEnding_ = false;
+};
+
+} // namespace velto
