@@ -81,6 +81,19 @@ TEST_F(OperationMarkerTests, WaiterThatDiesIsPassedOver) {
     EXPECT_THAT(trace, ElementsAre("end", "alive"));
 }
 
+TEST_F(OperationMarkerTests, WaiterThatDiesBeforeItsTurnIsPassedOver) {
+    auto running = std::make_unique<TaskScope>(actor);
+    running->spawn(run(actor, marker, Operation::start, trace));
+    auto dying = std::make_unique<TaskScope>(actor);
+    dying->spawn(wait(actor, marker, "dead", true, trace));
+    scope.spawn(wait(actor, marker, "alive", false, trace));
+    actor.runReady();
+    running.reset(); // both turns are posted
+    dying.reset();
+    actor.runUntilIdle();
+    EXPECT_THAT(trace, ElementsAre("alive"));
+}
+
 TEST_F(OperationMarkerTests, OperationThatIsTornDownWakesItsWaiters) {
     auto dying = std::make_unique<TaskScope>(actor);
     dying->spawn(run(actor, marker, Operation::start, trace));
