@@ -1,0 +1,51 @@
+#include "Tools/Showcase/Showcase.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void interrupt(int) { velto::Showcase::isInterrupted = true; }
+
+/// Lets the judge speak; answers its exit status.
+int judge(const fs::path& program, const fs::path& folder) {
+    velto::ChildProcess child({program.string(), (folder / "story.json").string(), "--report",
+                               (folder / "report.json").string(), "--timeline",
+                               (folder / "timeline.svg").string()},
+                              {{}, folder / "judge.log", true});
+    while (const auto line = child.readLine(std::chrono::seconds(30)))
+        std::printf("%s\n", line->c_str());
+    return child.wait(std::chrono::seconds(30)).value_or(1);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    // Line by line, also into a file or a pipe.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    std::signal(SIGINT, interrupt);
+    std::signal(SIGTERM, interrupt);
+    std::signal(SIGHUP, interrupt);
+    std::signal(SIGPIPE, SIG_IGN); // a program that died is reported by what it doesn't answer
+    const fs::path tools = fs::canonical("/proc/self/exe").parent_path().parent_path();
+    const fs::path folder = fs::absolute(count > 1 ? arguments[1] : "build/showcase");
+    try {
+        fs::remove_all(folder);
+        {
+            std::printf("Playing the story on a private sound server; this takes about half a minute.\n");
+            velto::Showcase showcase({folder, tools / "Session" / "velto-session"});
+            showcase.play();
+            showcase.write();
+        }
+        const int status = judge(tools / "Judge" / "velto-judge", folder);
+        std::printf("Recordings, report.json and timeline.svg are in %s\n", folder.c_str());
+        return status;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "The showcase could not be played: %s\n", error.what());
+        return 1;
+    }
+}

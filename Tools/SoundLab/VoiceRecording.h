@@ -1,0 +1,13 @@
+// VoiceRecording: a long stereo file made of the voice recordings that come with ALSA's tools.
+#pragma once
+
+#include <filesystem>
+
+namespace velto {
+
+/// Writes at least that many seconds of speech as 16-bit WAV at 48 kHz. The channels differ, and no stretch
+/// of twenty seconds comes twice in the same way, so that any piece of it tells where it is from. Throws
+/// std::runtime_error with one sentence when the recordings aren't installed.
+void writeVoiceRecording(const std::filesystem::path& file, double seconds);
+
+} // namespace velto

@@ -1,0 +1,60 @@
+# Shared by ./run and ./test: installs what is missing and builds. Sourced, not run.
+
+fail() {
+    printf 'velto: %s\n' "$1" >&2
+    exit 1
+}
+
+build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
+    libicu-dev libsystemd-dev qt6-base-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libcli11-dev
+    pipewire pipewire-bin wireplumber alsa-utils"
+test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev"
+benchmark_packages="libbenchmark-dev"
+
+# install_packages NAME…: the missing ones of them, through apt.
+install_packages() {
+    case "$(uname -s)" in
+        Linux) ;;
+        Darwin) fail "there is no build for macOS yet; use a machine with Debian 12." ;;
+        *) fail "this system is neither Debian nor macOS; use a machine with Debian 12." ;;
+    esac
+    command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
+        fail "this Linux has no apt; use Debian 12, or install the packages named in Tools/prepare.sh by hand."
+    local name missing=()
+    for name in "$@"; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null)" = installed ] || missing+=("$name")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            fail "packages are missing and there is no sudo; as root, run: apt-get install ${missing[*]}"
+        as_root=(sudo)
+    fi
+    printf 'Installing: %s\n' "${missing[*]}"
+    local log
+    log=$(mktemp)
+    if ! { "${as_root[@]}" apt-get update -q &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
+            "${missing[@]}"; } >"$log" 2>&1; then
+        local reason
+        reason=$(grep -E '^(E|W|Err):?' "$log" | tail -n 1)
+        rm -f "$log"
+        fail "packages could not be installed (${reason:-apt-get failed}); check the network and the package sources, then try again."
+    fi
+    rm -f "$log"
+}
+
+# build_preset PRESET [CMAKE-OPTION…]: configures and builds; quiet unless it fails.
+build_preset() {
+    local preset=$1 log
+    shift
+    mkdir -p build
+    log=build/$preset.log
+    printf 'Building (%s) …\n' "$preset"
+    if ! { cmake --preset "$preset" "$@" && cmake --build "build/$preset"; } >"$log" 2>&1; then
+        grep -E 'error|Error|FAILED' "$log" | head -n 20 >&2
+        fail "the build failed; all it said is in $log."
+    fi
+}
