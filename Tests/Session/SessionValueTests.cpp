@@ -41,18 +41,6 @@ TEST(AudioSessionStateTests, SaysWhetherItPlaysAndWhetherItIsBusy) {
     }
 }
 
-TEST(AudioSessionStateTests, EqualityComparesPayloads) {
-    const auto active = AudioSessionState::active(session("first"));
-    EXPECT_EQ(active, AudioSessionState::active(session("first")));
-    EXPECT_NE(active, AudioSessionState::active(session("other")));
-    EXPECT_NE(active, AudioSessionState::degraded(session("first"), session("first").first));
-    EXPECT_NE(AudioSessionState::degraded(session("first"), session("first").first),
-              AudioSessionState::degraded(session("first"), session("first").second));
-    EXPECT_NE(AudioSessionState::failed(AudioManagerError::coreAudioError(1)),
-              AudioSessionState::failed(AudioManagerError::coreAudioError(2)));
-    EXPECT_EQ(AudioSessionState(), AudioSessionState::idle());
-}
-
 TEST(VeltoStatusTests, ShowsEachCase) {
     struct Case {
         VeltoStatus status;

@@ -1,44 +1,77 @@
 #include "VeltoCore/Foundation/JSONFields.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <limits>
+#include <ranges>
 
 namespace velto::json {
 
 namespace {
 
-constexpr int deepestNesting = 32;
+/// Builds the value while the text is read. Refusing deep nesting at once keeps hostile text from building
+/// anything large, and lets a value be taken apart again without much stack.
+class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
+  public:
+    Value take() { return std::move(root_); }
 
-/// Looked at before parsing, so that no nesting is ever built that could not be taken apart again.
-bool isNestedTooDeep(const Data& data) {
-    int depth = 0;
-    bool isInString = false;
-    for (std::size_t i = 0; i < data.size(); ++i) {
-        const auto c = static_cast<char>(data[i]);
-        if (isInString) {
-            if (c == '\\') ++i;
-            if (c == '"') isInString = false;
-        } else if (c == '"') {
-            isInString = true;
-        } else if (c == '[' || c == '{') {
-            if (++depth > deepestNesting) return true;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
+    bool null() override { return put({nullptr}); }
+    bool boolean(bool value) override { return put({value}); }
+    bool number_integer(std::int64_t value) override { return put({static_cast<double>(value)}); }
+    bool number_unsigned(std::uint64_t value) override { return put({static_cast<double>(value)}); }
+    bool number_float(double value, const std::string&) override { return put({value}); }
+    bool string(std::string& value) override { return put({std::move(value)}); }
+    bool binary(nlohmann::json::binary_t&) override { return false; } // not in text
+    bool start_array(std::size_t) override { return open({Array()}); }
+    bool end_array() override { return close(); }
+    bool start_object(std::size_t) override { return open({Object()}); }
+    bool end_object() override { return close(); }
+    bool key(std::string& key) override {
+        std::get<Object>(open_.back()->content).push_back({std::move(key), {}});
+        return true;
     }
-    return false;
-}
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+
+  private:
+    static constexpr std::size_t deepestNesting = 32;
+
+    /// Where the next value goes.
+    Value& place() {
+        if (open_.empty()) return root_;
+        if (auto* object = std::get_if<Object>(&open_.back()->content)) return object->back().value;
+        return std::get<Array>(open_.back()->content).emplace_back();
+    }
+    bool put(Value value) {
+        place() = std::move(value);
+        return true;
+    }
+    bool open(Value container) {
+        if (open_.size() == deepestNesting) return false;
+        Value& opened = place();
+        opened = std::move(container);
+        open_.push_back(&opened); // stays where it is: its parent grows only after it is closed
+        return true;
+    }
+    bool close() {
+        open_.pop_back();
+        return true;
+    }
+
+    Value root_;
+    std::vector<Value*> open_;
+};
 
 } // namespace
 
 Result<Value> parse(const Data& data) {
-    if (isNestedTooDeep(data)) return failure("The value is nested too deep.");
-    constexpr bool throwsErrors = false;
-    Value value = Value::parse(data.begin(), data.end(), nullptr, throwsErrors);
-    if (value.is_discarded()) return failure("The data is not valid JSON.");
-    return value;
+    ValueBuilder builder;
+    if (!nlohmann::json::sax_parse(data.data(), data.data() + data.size(), &builder))
+        return failure("The data is not valid JSON, or nested too deep.");
+    return builder.take();
 }
 
 std::unexpected<DecodingError> failure(std::string message) {
@@ -51,13 +84,13 @@ std::unexpected<DecodingError> failureBelow(std::string_view step, DecodingError
 }
 
 Result<bool> readJSON(const Value& value, std::type_identity<bool>) {
-    if (!value.is_boolean()) return failure("Expected true or false.");
-    return value.get<bool>();
+    if (const auto* boolean = value.as<bool>()) return *boolean;
+    return failure("Expected true or false.");
 }
 
 Result<double> readJSON(const Value& value, std::type_identity<double>) {
-    if (!value.is_number()) return failure("Expected a number.");
-    return value.get<double>();
+    if (const auto* number = value.as<double>()) return *number;
+    return failure("Expected a number.");
 }
 
 Result<float> readJSON(const Value& value, std::type_identity<float>) {
@@ -76,8 +109,8 @@ Result<std::uint32_t> readJSON(const Value& value, std::type_identity<std::uint3
 }
 
 Result<std::string> readJSON(const Value& value, std::type_identity<std::string>) {
-    if (!value.is_string()) return failure("Expected a string.");
-    return value.get<std::string>();
+    if (const auto* text = value.as<std::string>()) return *text;
+    return failure("Expected a string.");
 }
 
 Result<Date> readJSON(const Value& value, std::type_identity<Date>) {
@@ -94,14 +127,16 @@ Result<UUID> readJSON(const Value& value, std::type_identity<UUID>) {
     return *uuid;
 }
 
-ObjectReader::ObjectReader(const Value& value) : value_(value) {
-    if (!value.is_object()) error_ = DecodingError{.message = "Expected an object.", .path = {}};
+ObjectReader::ObjectReader(const Value& value) : object_(value.as<Object>()) {
+    if (!object_) error_ = DecodingError{.message = "Expected an object.", .path = {}};
 }
 
 const Value* ObjectReader::find(std::string_view key) const {
-    if (!value_.is_object()) return nullptr;
-    const auto found = value_.find(key);
-    return found == value_.end() ? nullptr : &*found;
+    if (!object_) return nullptr;
+    for (const auto& [name, value] : std::views::reverse(*object_)) {
+        if (name == key) return &value;
+    }
+    return nullptr;
 }
 
 void ObjectReader::fail(std::string_view key, DecodingError error) {
@@ -132,7 +167,8 @@ void Writer::text(std::string_view value) {
     separate();
     constexpr int noIndentation = -1;
     constexpr bool asciiOnly = false;
-    text_ += Value(value).dump(noIndentation, ' ', asciiOnly, Value::error_handler_t::replace);
+    text_ +=
+        nlohmann::json(value).dump(noIndentation, ' ', asciiOnly, nlohmann::json::error_handler_t::replace);
 }
 
 /// Puts a comma between this and what came before in the same object or array.

@@ -1,7 +1,7 @@
 // JSONFields: strict reading and plain writing of stored records as JSON.
 //
-// For the core's own .cpp files alone: no header includes it, because it shows the JSON library's types.
-// A type gets its JSON form by a pair of functions beside it, in its namespace:
+// For the core's own .cpp files: no other header includes it. A type gets its JSON form by a pair of
+// functions in its namespace:
 //
 //     static json::Result<Pair> readJSON(const json::Value& value, std::type_identity<Pair>) {
 //         json::ObjectReader object(value);
@@ -25,9 +25,8 @@
 #include "VeltoCore/Foundation/DecodingError.h"
 #include "VeltoCore/Foundation/UUID.h"
 
-#include <nlohmann/json.hpp>
-
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <expected>
 #include <map>
@@ -36,11 +35,32 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace velto::json {
 
-using Value = nlohmann::json;
+struct Value;
+struct Field;
+using Array = std::vector<Value>;
+/// In the order of the text.
+using Object = std::vector<Field>;
+
+/// One value of a JSON text.
+struct Value {
+    std::variant<std::nullptr_t, bool, double, std::string, Array, Object> content;
+
+    /// Null when the value is of another kind.
+    template <class Content>
+    const Content* as() const noexcept {
+        return std::get_if<Content>(&content);
+    }
+};
+
+struct Field {
+    std::string key;
+    Value value;
+};
 
 template <class T>
 using Result = std::expected<T, DecodingError>;
@@ -60,10 +80,11 @@ Result<UUID> readJSON(const Value& value, std::type_identity<UUID>);
 
 template <class T>
 Result<std::vector<T>> readJSON(const Value& value, std::type_identity<std::vector<T>>) {
-    if (!value.is_array()) return failure("Expected an array.");
+    const auto* array = value.as<Array>();
+    if (!array) return failure("Expected an array.");
     std::vector<T> result;
-    result.reserve(value.size());
-    for (const Value& element : value) {
+    result.reserve(array->size());
+    for (const Value& element : *array) {
         auto read = readJSON(element, std::type_identity<T>{});
         if (!read) return failureBelow("[" + std::to_string(result.size()) + "]", std::move(read.error()));
         result.push_back(std::move(*read));
@@ -73,12 +94,13 @@ Result<std::vector<T>> readJSON(const Value& value, std::type_identity<std::vect
 
 template <class T>
 Result<std::map<std::string, T>> readJSON(const Value& value, std::type_identity<std::map<std::string, T>>) {
-    if (!value.is_object()) return failure("Expected an object.");
+    const auto* object = value.as<Object>();
+    if (!object) return failure("Expected an object.");
     std::map<std::string, T> result;
-    for (const auto& [key, element] : value.items()) {
+    for (const auto& [key, element] : *object) {
         auto read = readJSON(element, std::type_identity<T>{});
         if (!read) return failureBelow("." + key, std::move(read.error()));
-        result.emplace(key, std::move(*read));
+        result.insert_or_assign(key, std::move(*read));
     }
     return result;
 }
@@ -109,7 +131,7 @@ class ObjectReader {
     template <class T>
     std::optional<T> optional(std::string_view key) {
         const Value* field = find(key);
-        return field && !field->is_null() ? read<T>(key, *field) : std::nullopt;
+        return field && !field->as<std::nullptr_t>() ? read<T>(key, *field) : std::nullopt;
     }
     /// The value made from the fields, or the first fault.
     template <class T>
@@ -130,7 +152,7 @@ class ObjectReader {
     const Value* find(std::string_view key) const;
     void fail(std::string_view key, DecodingError error);
 
-    const Value& value_;
+    const Object* object_;
     std::optional<DecodingError> error_;
 };
 

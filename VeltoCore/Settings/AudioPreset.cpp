@@ -49,11 +49,11 @@ static void writeJSON(json::Writer& writer, const AudioTransportType& transport)
 
 static json::Result<AudioTransportType> readJSON(const json::Value& value,
                                                  std::type_identity<AudioTransportType>) {
-    if (!value.is_object()) return json::failure("Expected an object.");
-    if (value.size() != 1) return json::failure("Invalid number of keys found, expected one.");
-    const auto entry = value.begin();
-    const std::string& name = entry.key();
-    json::ObjectReader object(entry.value());
+    const auto* entries = value.as<json::Object>();
+    if (!entries) return json::failure("Expected an object.");
+    if (entries->size() != 1) return json::failure("Invalid number of keys found, expected one.");
+    const auto& [name, payload] = entries->front();
+    json::ObjectReader object(payload);
     const bool isUnknown = name == AudioTransportType(AudioTransportType::Kind::unknown).storedName();
     const auto code = isUnknown ? object.required<std::uint32_t>(transportCodeKey) : 0;
     const auto transport = AudioTransportType::fromStoredName(name, code);
