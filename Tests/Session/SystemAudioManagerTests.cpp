@@ -1,0 +1,349 @@
+#include "VeltoCore/Session/SystemAudioManager.h"
+
+#include "Tests/Support/Program.h"
+#include "Tests/Support/SessionInvariants.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Operation = CoreAudioOperation;
+using Error = AudioManagerError;
+using State = AudioSessionState;
+
+/// A program on a machine with the usual outputs: sound goes to the USB interface, alerts to the display.
+class SystemAudioManagerTests : public MachineTest {
+  protected:
+    SystemAudioManagerTests() {
+        plugUsualOutputs();
+        program.emplace(*this);
+        loop.runReady();
+        log.clear();
+        world.calls.clear();
+    }
+
+    SystemAudioManager& session() { return program->session; }
+    const State& state() { return session().state(); }
+    Started<void> start() { return program->finish(program->start("bluetooth", "builtin")); }
+    Started<void> stop() { return program->finish(session().stop()); }
+    AudioObjectID aggregateID() { return world.objectID(AggregateDeviceManager::aggregateUID); }
+    void expectOutputs(const std::string& defaultOutput, const std::string& alertOutput) {
+        EXPECT_EQ(world.defaultOutputUID(), defaultOutput);
+        EXPECT_EQ(world.alertOutputUID(), alertOutput);
+    }
+    /// No session, and all as it was before the first one.
+    void expectUntouched() {
+        EXPECT_THAT(violations(*program, {.defaultOutputs = {"usb"}, .alertOutputs = {"hdmi"}}), IsEmpty());
+    }
+
+    std::optional<Program> program;
+};
+
+TEST_F(SystemAudioManagerTests, StartTakesOverBothOutputsAndStopGivesThemBack) {
+    std::vector<PreparationStep> steps;
+    std::vector<State> states;
+    const auto subscription = session().observeState([&] { states.push_back(state()); });
+    loop.advance(1h);
+    const Date before = loop.now();
+    program
+        ->finish(program->start("bluetooth", "builtin",
+                                [&](PreparationStep step) {
+                                    // Nothing is changed before the record of what to go back to is on disk.
+                                    EXPECT_EQ(program->store.loadRecoveryState().has_value(), !steps.empty());
+                                    steps.push_back(step);
+                                }))
+        .value();
+
+    EXPECT_THAT(steps, testing::ElementsAreArray(allPreparationSteps));
+    EXPECT_THAT(states, ElementsAre(State::starting(), state()));
+    const auto playing = session().activeSession().value();
+    EXPECT_EQ(playing.first.uid, "bluetooth");
+    EXPECT_EQ(playing.second.uid, "builtin");
+    EXPECT_EQ(playing.masterUID, "builtin");
+    EXPECT_EQ(playing.sampleRate, 48000);
+    EXPECT_EQ(playing.previousDefaultOutputUID, "usb");
+    EXPECT_EQ(playing.startedAt, before);
+    EXPECT_EQ(program->store.loadRecoveryState(),
+              (RecoveryState{"com.corlent.velto.aggregate", "usb", "hdmi", "bluetooth", "builtin", before}));
+    EXPECT_TRUE(session().isSessionHealthy());
+    EXPECT_THAT(violations(*program), IsEmpty());
+    EXPECT_TRUE(program->devices.device("com.corlent.velto.aggregate")) << "devices are read again";
+
+    states.clear();
+    stop().value();
+    EXPECT_THAT(states, ElementsAre(State::stopping(), State::idle()));
+    expectUntouched();
+    EXPECT_THAT(log.linesWith("SystemOutput "),
+                ElementsAre("SystemOutput info: Default output switched to aggregate " +
+                                std::to_string(playing.aggregateDeviceID),
+                            "SystemOutput notice: Dual output active: Headphones + Built-in Speakers at "
+                            "48000.000000 Hz",
+                            "SystemOutput info: Restored default output to USB DAC",
+                            "SystemOutput notice: Dual output stopped"));
+    EXPECT_THAT(world.calls.order({Operation::setDefaultOutputDevice, Operation::setDefaultSystemOutputDevice,
+                                   Operation::createAggregateDevice, Operation::destroyAggregateDevice}),
+                ElementsAre(Operation::createAggregateDevice, Operation::setDefaultOutputDevice,
+                            Operation::setDefaultSystemOutputDevice, Operation::setDefaultOutputDevice,
+                            Operation::setDefaultSystemOutputDevice, Operation::destroyAggregateDevice));
+}
+
+TEST_F(SystemAudioManagerTests, FailedStartsSayWhyAndLeaveNothing) {
+    const auto same = program->finish(program->start("usb", "usb"));
+    EXPECT_EQ(same.error(), Error::sameDeviceSelected());
+    EXPECT_EQ(state(), State::failed(Error::sameDeviceSelected()));
+    expectUntouched();
+
+    AudioOutputDevice silent = program->devices.device("usb").value();
+    silent.outputChannelCount = 0;
+    const auto group = program->finish(session().start(silent, program->devices.device("hdmi").value(),
+                                                       "Both", std::nullopt, ClockStrategy::automatic));
+    EXPECT_EQ(group.error(), Error::sameDeviceSelected());
+
+    world.calls.failNext(Operation::createAggregateDevice, {.foreignError = "out of memory"});
+    EXPECT_EQ(start().error(), Error::aggregateCreationFailed("out of memory"));
+    world.calls.failNext(Operation::createAggregateDevice, kAudioHardwareNotReadyError);
+    EXPECT_EQ(start().error(), Error::aggregateCreationFailed("Audio hardware is not ready"));
+    expectUntouched();
+
+    session().clearFailure();
+    EXPECT_EQ(state(), State::idle());
+}
+
+TEST_F(SystemAudioManagerTests, FailedSwitchIsUndoneBeforeTheAggregateGoes) {
+    for (const auto operation :
+         {Operation::setDefaultOutputDevice, Operation::setDefaultSystemOutputDevice}) {
+        for (const bool isAfterEffect : {false, true}) {
+            SCOPED_TRACE(name(operation));
+            world.calls.clear();
+            world.calls.failNext(operation,
+                                 {.status = kAudioDevicePermissionsError, .isAfterEffect = isAfterEffect});
+            const auto error =
+                Error::cannotSetDefaultOutput("Core Audio reported an error: Audio device permissions error");
+            EXPECT_EQ(start().error(), error);
+            EXPECT_EQ(state(), State::failed(error));
+            EXPECT_TRUE(log.contains("SystemOutput error: Failed to set default output: Core Audio reported "
+                                     "an error: Audio device permissions error"));
+            expectUntouched();
+            const auto order = world.calls.order({operation, Operation::destroyAggregateDevice});
+            EXPECT_EQ(order.back(), Operation::destroyAggregateDevice);
+        }
+    }
+    // Nothing to go back to: best effort, and the first error is the one that counts.
+    world.calls.failAlways(Operation::setDefaultSystemOutputDevice, kAudioHardwareBadDeviceError);
+    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareBadDeviceError);
+    EXPECT_EQ(start().error(),
+              Error::cannotSetDefaultOutput("Core Audio reported an error: Bad audio device"));
+    EXPECT_THAT(violations(*program, {.defaultOutputs = {"usb"}, .mayLeaveAggregate = true}), IsEmpty());
+    world.calls.succeed(Operation::setDefaultSystemOutputDevice);
+    program->finish(session().recoverIfNeeded()).value();
+    EXPECT_THAT(world.aggregates(), IsEmpty());
+}
+
+TEST_F(SystemAudioManagerTests, OwnAggregateIsNeverWhatToGoBackTo) {
+    // An earlier run's aggregate still is the default and the alert output.
+    world.makeAggregate({.uid = std::string(AggregateDeviceManager::aggregateUID),
+                         .name = "Old",
+                         .subDevices = {{"usb"}},
+                         .mainSubDeviceUID = "usb"});
+    world.pickDefault(AggregateDeviceManager::aggregateUID);
+    world.pickAlertOutput(AggregateDeviceManager::aggregateUID);
+
+    start().value();
+    EXPECT_EQ(session().activeSession()->previousDefaultOutputUID, std::nullopt);
+    EXPECT_EQ(program->store.loadRecoveryState()->previousSystemOutputUID, std::nullopt);
+    stop().value();
+    expectOutputs("builtin", "builtin");
+    EXPECT_TRUE(
+        log.contains("SystemOutput notice: Previous output unavailable; falling back to Built-in Speakers"));
+}
+
+TEST_F(SystemAudioManagerTests, StartDuringASessionReplacesIt) {
+    start().value();
+    const AudioObjectID old = aggregateID();
+    program->finish(program->start("bluetooth", "hdmi")).value();
+    EXPECT_NE(aggregateID(), old);
+    EXPECT_EQ(session().activeSession()->previousDefaultOutputUID, "usb");
+    EXPECT_THAT(violations(*program), IsEmpty());
+
+    // When the old one can't be stopped, the start fails with that.
+    world.calls.failNext(Operation::setDefaultOutputDevice, kAudioHardwareNotReadyError);
+    const auto error =
+        Error::cannotRestoreOutput("Core Audio reported an error: Audio hardware is not ready");
+    EXPECT_EQ(start().error(), error);
+    EXPECT_EQ(state(), State::failed(error));
+    EXPECT_THAT(violations(*program), IsEmpty());
+}
+
+TEST_F(SystemAudioManagerTests, StopTakesAllStepsAndReportsTheFirstFailure) {
+    start().value();
+    world.calls.failNext(Operation::setDefaultOutputDevice, kAudioHardwareNotReadyError);
+    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareUnspecifiedError);
+    const auto restore =
+        Error::cannotRestoreOutput("Core Audio reported an error: Audio hardware is not ready");
+    EXPECT_EQ(stop().error(), restore);
+    EXPECT_EQ(state(), State::failed(restore));
+    EXPECT_FALSE(program->store.loadRecoveryState());
+    EXPECT_THAT(
+        log.linesWith("SystemOutput error"),
+        ElementsAre("SystemOutput error: Restore failed: Could not restore the previous system output. "
+                    "Core Audio reported an error: Audio hardware is not ready",
+                    "SystemOutput error: Destroy failed: Could not remove the Velto output. "
+                    "Unspecified audio hardware error"));
+
+    // From `failed`, a stop gives `idle`; a start takes the aggregate that was left out of the way.
+    stop().value();
+    EXPECT_EQ(state(), State::idle());
+    start().value();
+    world.calls.failNext(Operation::destroyAggregateDevice, {.foreignError = "lost"});
+    EXPECT_EQ(stop().error(), Error::aggregateCreationFailed("lost"));
+    expectOutputs("builtin", "builtin");
+    EXPECT_TRUE(program->finish(session().recoverIfNeeded()).value());
+}
+
+TEST_F(SystemAudioManagerTests, StopRespectsWhatOthersHaveDone) {
+    start().value();
+    world.pickDefault("hdmi");
+    stop().value();
+    expectOutputs("hdmi", "builtin"); // alerts: where the system falls back to when the aggregate goes
+    EXPECT_TRUE(log.contains("SystemOutput notice: Default output was changed externally; skipping restore"));
+
+    start().value();
+    world.removeAggregate(AggregateDeviceManager::aggregateUID);
+    stop().value();
+    EXPECT_TRUE(log.contains("SystemOutput notice: Aggregate was already removed by the system"));
+
+    world.pickDefault("usb");
+    start().value();
+    world.unplug("usb");
+    stop().value();
+    expectOutputs("builtin", "builtin");
+    world.replug("usb");
+
+    start().value();
+    for (const std::string& uid : world.pluggedUIDs())
+        world.unplug(uid);
+    EXPECT_EQ(stop().error(), Error::cannotRestoreOutput("No output device is available."));
+    EXPECT_THAT(violations(*program), IsEmpty());
+}
+
+TEST_F(SystemAudioManagerTests, RestoreGoesOnWithoutTheAlertOutput) {
+    start().value();
+    world.unplug("hdmi"); // where alerts went before
+    world.calls.failNext(Operation::setDefaultSystemOutputDevice, kAudioHardwareBadDeviceError);
+    stop().value();
+    EXPECT_EQ(world.defaultOutputUID(), "usb");
+    EXPECT_TRUE(log.contains("SystemOutput error: Could not restore system alert output: Core Audio reported "
+                             "an error: Bad audio device"));
+}
+
+TEST_F(SystemAudioManagerTests, AbandonLeavesTheUsersChoice) {
+    EXPECT_FALSE(session().isOperationRunning());
+    program->finish(session().abandonSession()).value();
+    EXPECT_THAT(log.lines(), IsEmpty()) << "nothing to abandon";
+
+    start().value();
+    world.pickDefault("hdmi");
+    world.faults.lingersAfterDestroy = 250ms;
+    const State playing = state();
+    const auto abandoned = program->begin(session().abandonSession());
+    loop.advance(200ms);
+    EXPECT_EQ(state(), playing) << "until it is done";
+    EXPECT_TRUE(session().isOperationRunning());
+
+    // A session that is being given up neither comes back nor changes.
+    session().reassertDefaultOutput();
+    world.unplug("bluetooth");
+    EXPECT_FALSE(session().updateDegradedState());
+    EXPECT_EQ(state(), playing);
+
+    loop.runUntilIdle();
+    EXPECT_TRUE(abandoned.isDone());
+    EXPECT_EQ(state(), State::idle());
+    EXPECT_EQ(log.lines().back(), "SystemOutput notice: Dual output abandoned");
+    EXPECT_THAT(violations(*program, {.defaultOutputs = {"hdmi"}, .alertOutputs = {"builtin"}}), IsEmpty());
+}
+
+TEST_F(SystemAudioManagerTests, DegradedUntilAllOutputsAreBackInTheAggregate) {
+    EXPECT_FALSE(session().updateDegradedState());
+    start().value();
+    const State playing = state();
+    EXPECT_FALSE(session().updateDegradedState());
+    EXPECT_EQ(state(), playing);
+
+    world.unplug("builtin");
+    EXPECT_FALSE(session().updateDegradedState());
+    const auto* degraded = state().as<State::Degraded>();
+    ASSERT_TRUE(degraded);
+    EXPECT_EQ(degraded->missing.uid, "builtin");
+    world.unplug("bluetooth");
+    world.replug("builtin");
+    EXPECT_FALSE(session().updateDegradedState());
+    EXPECT_EQ(state().as<State::Degraded>()->missing.uid, "builtin") << "the first one that went";
+    EXPECT_THAT(session().missingSessionDevices(),
+                ElementsAre(testing::Field(&AudioOutputDevice::uid, "bluetooth")));
+    world.replug("bluetooth");
+    EXPECT_FALSE(session().updateDegradedState());
+    EXPECT_EQ(state(), playing);
+    EXPECT_THAT(log.linesWith("connected"),
+                testing::IsSupersetOf(
+                    {"SystemOutput error: Built-in Speakers disconnected during dual output",
+                     "SystemOutput notice: Built-in Speakers reconnected and rejoined the aggregate"}));
+
+    world.unplug("bluetooth");
+    session().updateDegradedState();
+    world.faults.doesNotRejoin = true;
+    world.replug("bluetooth");
+    EXPECT_TRUE(session().updateDegradedState());
+    EXPECT_TRUE(state().is<State::Degraded>());
+    EXPECT_TRUE(
+        log.contains("SystemOutput notice: Headphones reconnected but is not active in the aggregate"));
+    // What can't be read counts as missing, and as not active.
+    world.calls.failNext(Operation::deviceIDForUID, kAudioHardwareNotReadyError);
+    EXPECT_FALSE(session().updateDegradedState());
+    world.calls.failNext(Operation::aggregateActiveSubDeviceIDs, kAudioHardwareNotReadyError);
+    EXPECT_TRUE(session().updateDegradedState());
+    stop().value();
+    expectUntouched();
+}
+
+TEST_F(SystemAudioManagerTests, ReassertsOnlyItsOwnAggregate) {
+    session().reassertDefaultOutput();
+    EXPECT_THAT(world.calls.log(), IsEmpty());
+    start().value();
+    world.pickDefault("bluetooth");
+    world.pickAlertOutput("bluetooth");
+    EXPECT_FALSE(session().isSessionHealthy());
+    session().reassertDefaultOutput();
+    EXPECT_TRUE(session().isSessionHealthy());
+    EXPECT_THAT(violations(*program), IsEmpty());
+
+    world.pickDefault("usb");
+    world.calls.failNext(Operation::setDefaultOutputDevice, kAudioHardwareBadDeviceError);
+    session().reassertDefaultOutput();
+    EXPECT_TRUE(log.contains("SystemOutput error: Could not re-assert default output: Core Audio reported an "
+                             "error: Bad audio device"));
+    EXPECT_TRUE(state().isActive());
+
+    // Another aggregate under our UID is not the session's.
+    const auto description = world.aggregates().front().description;
+    world.removeAggregate(description.uid);
+    world.makeAggregate(description);
+    world.calls.clear();
+    session().reassertDefaultOutput();
+    EXPECT_EQ(world.calls.count(Operation::setDefaultOutputDevice), 0);
+    EXPECT_FALSE(session().isSessionHealthy());
+    stop().value();
+}
+
+} // namespace
+} // namespace velto

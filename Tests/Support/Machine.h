@@ -1,0 +1,56 @@
+// Machine: a computer to test on: a loop in virtual time, a log, a disk with the user's defaults, audio
+// devices.
+//
+// What runs on it must be gone before it is; then leftovers() says what was left behind.
+#pragma once
+
+#include "Simulation/InMemoryUserDefaults.h"
+#include "Simulation/RecordingLogSink.h"
+#include "Simulation/SimulatedAudioSystem.h"
+#include "Simulation/SimulatedMainActor.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace velto {
+
+class Machine {
+  public:
+    SimulatedMainActor loop; // dies last
+    RecordingLogSink log;
+    InMemoryUserDefaults defaults;
+    SimulatedAudioSystem world{loop};
+
+    /// Plugs in the four usual outputs. The USB interface is the default output, the display plays alerts:
+    /// neither is what the system would fall back to.
+    void plugUsualOutputs() {
+        for (const auto& device : {SimulatedDevice::builtInSpeakers(), SimulatedDevice::usbInterface(),
+                                   SimulatedDevice::bluetoothHeadphones(), SimulatedDevice::hdmiDisplay()})
+            world.plug(device);
+        world.pickDefault("usb");
+        world.pickAlertOutput("hdmi");
+    }
+
+    /// Aggregates and listeners that nobody owns any more, and faults that never came to bear.
+    std::vector<std::string> leftovers() const {
+        std::vector<std::string> result = world.unconsumedFaults();
+        for (const std::string& listener : world.listeners())
+            result.push_back("listener " + listener);
+        for (const SimulatedAggregate& aggregate : world.aggregates())
+            result.push_back("aggregate " + aggregate.description.uid);
+        return result;
+    }
+};
+
+/// A test on a machine. It fails when anything is left over once the test and its components are gone.
+class MachineTest : public testing::Test, public Machine {
+  protected:
+    ~MachineTest() override {
+        loop.runUntilIdle(); // late callbacks find nobody
+        EXPECT_THAT(leftovers(), testing::IsEmpty());
+    }
+};
+
+} // namespace velto
