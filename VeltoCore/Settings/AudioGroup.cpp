@@ -39,6 +39,7 @@ AudioGroup::AudioGroup(std::vector<AudioOutputDevice> devices) : devices_(std::m
 
 std::vector<std::string> AudioGroup::uids() const {
     std::vector<std::string> result;
+    result.reserve(devices_.size());
     for (const AudioOutputDevice& device : devices_)
         result.push_back(device.uid);
     return result;
