@@ -10,13 +10,16 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace velto {
 
@@ -25,6 +28,7 @@ using nlohmann::json;
 namespace {
 
 constexpr std::chrono::milliseconds writeDelay{500};
+constexpr std::chrono::seconds retryDelay{30};
 constexpr int deepestNesting = 32;
 /// Stands for bytes, which JSON can't hold: {"data": "<base64>"}.
 constexpr const char* dataTag = "data";
@@ -81,7 +85,10 @@ FileUserDefaults::FileUserDefaults(std::filesystem::path file, MainActor& actor)
     load();
 }
 
-FileUserDefaults::~FileUserDefaults() { synchronize(); }
+FileUserDefaults::~FileUserDefaults() {
+    synchronize();
+    cancelTimers();
+}
 
 std::filesystem::path FileUserDefaults::standardFile() {
     std::filesystem::path config;
@@ -96,8 +103,12 @@ std::filesystem::path FileUserDefaults::standardFile() {
 }
 
 void FileUserDefaults::load() {
+    std::error_code error;
+    const auto kind = std::filesystem::status(file_, error).type();
+    if (kind == std::filesystem::file_type::not_found) return;
+    // A pipe or a device could hold the program up for ever.
+    if (kind != std::filesystem::file_type::regular) return setAside("it is no regular file");
     QFile file(qtPath(file_));
-    if (!file.exists()) return;
     if (!file.open(QIODevice::ReadOnly)) return setAside("it can't be opened");
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) return setAside("it can't be read");
@@ -138,11 +149,8 @@ void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
                                           publicText(key));
         return;
     }
-    json next = encoded(value);
-    json& slot = document_->root[std::string(key)];
-    // JSON holds 1 and 1.0 for equal, but they read back as different types.
-    if (slot == next && slot.type() == next.type()) return;
-    slot = std::move(next);
+    if (storedValue(key) == value) return;
+    document_->root[std::string(key)] = encoded(value);
     changed();
 }
 
@@ -152,39 +160,40 @@ void FileUserDefaults::remove(std::string_view key) {
 
 void FileUserDefaults::changed() {
     isChanged_ = true;
-    if (!pendingWrite_)
-        pendingWrite_ = actor_.postAfter(writeDelay, [this] {
-            pendingWrite_.reset();
-            synchronize();
-        });
+    if (!pendingWrite_) pendingWrite_ = actor_.postAfter(writeDelay, [this] { synchronize(); });
+}
+
+void FileUserDefaults::cancelTimers() noexcept {
+    for (auto* timer : {&pendingWrite_, &retry_})
+        if (const auto pending = std::exchange(*timer, std::nullopt)) actor_.cancelTimer(*pending);
 }
 
 void FileUserDefaults::synchronize() {
-    if (pendingWrite_) actor_.cancelTimer(*pendingWrite_);
-    pendingWrite_.reset();
+    cancelTimers();
     if (!isChanged_ || !isWritable_) return;
-    isChanged_ = !write();
+    const auto failure = write();
+    isChanged_ = failure.has_value();
+    if (failure && !hasFailed_)
+        LoggingService::persistence.error("The settings could not be written to {}: {}", file_.native(),
+                                          *failure);
+    hasFailed_ = failure.has_value();
+    if (failure) retry_ = actor_.postAfter(retryDelay, [this] { synchronize(); });
 }
 
-bool FileUserDefaults::write() {
-    const auto failed = [this](const std::string& reason) {
-        LoggingService::persistence.error("The settings could not be written to {}: {}", file_.native(),
-                                          reason);
-        return false;
-    };
+std::optional<std::string> FileUserDefaults::write() const {
     std::error_code error;
     const std::filesystem::path folder = file_.parent_path();
-    const bool isNew = !std::filesystem::exists(folder, error);
-    std::filesystem::create_directories(folder, error);
-    if (error) return failed(error.message());
-    if (isNew) std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+    std::filesystem::create_directories(folder.parent_path(), error);
+    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) return std::strerror(errno);
 
     QSaveFile file(qtPath(file_));
-    if (!file.open(QIODevice::WriteOnly)) return failed(file.errorString().toStdString());
+    if (!file.open(QIODevice::WriteOnly)) return file.errorString().toStdString();
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     const std::string text = document_->root.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
-    file.write(text.data(), static_cast<qint64>(text.size()));
-    return file.commit() || failed(file.errorString().toStdString());
+    const auto size = static_cast<qint64>(text.size());
+    // A write that ends short, as on a full disk, is none that commit() would notice.
+    if (file.write(text.data(), size) != size) return "there is not enough room";
+    return file.commit() ? std::nullopt : std::optional(file.errorString().toStdString());
 }
 
 } // namespace velto

@@ -1,8 +1,9 @@
 // FileUserDefaults: the user's defaults as one JSON file in a folder of its own.
 //
 // Changes are written within a second, together, and when the object goes; synchronize() writes at once. Each
-// write replaces the file whole, so a crash leaves the old one or the new one. A file that can't be read is
-// set aside under another name, never overwritten.
+// write replaces the file whole, so a crash leaves the old one or the new one. A write that fails is tried
+// again until it succeeds; the values hold meanwhile. A file that can't be read is set aside under another
+// name, never overwritten.
 #pragma once
 
 #include "VeltoCore/Async/MainActor.h"
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace velto {
 
@@ -37,14 +39,18 @@ class FileUserDefaults final : public UserDefaults {
     void load();
     void setAside(const char* reason);
     void changed();
-    bool write();
+    void cancelTimers() noexcept;
+    /// Absent for success, else the reason.
+    std::optional<std::string> write() const;
 
     std::filesystem::path file_;
     MainActor& actor_;
     std::unique_ptr<Document> document_;
     std::optional<MainActor::TimerID> pendingWrite_;
+    std::optional<MainActor::TimerID> retry_; // of a write that failed
     bool isChanged_ = false;
     bool isWritable_ = true;
+    bool hasFailed_ = false; // the last write; a row of failures is logged once
 };
 
 } // namespace velto

@@ -1,14 +1,22 @@
 #include "Platform/Linux/IcuTextCollation.h"
 
 #include <unicode/ucol.h>
+#include <unicode/uloc.h>
 
 #include <cstdint>
 
 namespace velto {
 
+namespace {
+
+/// Null for the process's locale. The C locale orders by code point, capitals first: no order for a reader.
+const char* readersLocale() { return std::string_view(uloc_getDefault()).ends_with("_POSIX") ? "" : nullptr; }
+
+} // namespace
+
 IcuTextCollation::IcuTextCollation() {
     UErrorCode status = U_ZERO_ERROR;
-    collator_.reset(ucol_open(nullptr, &status));
+    collator_.reset(ucol_open(readersLocale(), &status));
     if (!collator_) return;
     status = U_ZERO_ERROR;
     ucol_setAttribute(collator_.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);

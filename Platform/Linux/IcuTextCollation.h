@@ -11,7 +11,7 @@ namespace velto {
 
 class IcuTextCollation final : public TextCollation {
   public:
-    /// Takes the process's locale; the root order where ICU has none for it.
+    /// Takes the process's locale; the root order for the C locale and where ICU has none for it.
     IcuTextCollation();
     ~IcuTextCollation() override;
 

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -18,17 +19,29 @@ namespace {
 
 constexpr Duration forever = std::chrono::hours(24);
 
-} // namespace
-
-LinuxMainActor::LinuxMainActor() : wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (wakeUp_ < 0) throw std::system_error(errno, std::generic_category(), "The main loop could not start");
-    watchReadable(wakeUp_, [this] {
-        std::uint64_t count = 0;
-        [[maybe_unused]] const ssize_t size = read(wakeUp_, &count, sizeof count);
-    });
+timespec timespecOf(Duration sinceStart) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceStart);
+    return {static_cast<time_t>(seconds.count()), static_cast<long>((sinceStart - seconds).count())};
 }
 
-LinuxMainActor::~LinuxMainActor() { close(wakeUp_); }
+} // namespace
+
+LinuxMainActor::LinuxMainActor()
+    : wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      alarm_(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    if (wakeUp_ < 0 || alarm_ < 0)
+        throw std::system_error(errno, std::generic_category(), "The main loop could not start");
+    for (const int descriptor : {wakeUp_, alarm_})
+        watchReadable(descriptor, [descriptor] {
+            std::uint64_t count = 0;
+            [[maybe_unused]] const ssize_t size = read(descriptor, &count, sizeof count);
+        });
+}
+
+LinuxMainActor::~LinuxMainActor() {
+    close(wakeUp_);
+    close(alarm_);
+}
 
 ContinuousInstant LinuxMainActor::continuousNow() const noexcept {
     timespec time{};
@@ -68,7 +81,7 @@ void LinuxMainActor::cancelTimer(TimerID timer) noexcept {
 }
 
 void LinuxMainActor::watchReadable(int descriptor, std::function<void()> handler) {
-    watched_.insert_or_assign(descriptor, std::move(handler));
+    watched_.insert_or_assign(descriptor, Watch{std::move(handler), nextWatch_++});
 }
 
 void LinuxMainActor::unwatch(int descriptor) noexcept { watched_.erase(descriptor); }
@@ -121,23 +134,24 @@ void LinuxMainActor::runTimers() {
 }
 
 void LinuxMainActor::wait(Duration longest) {
-    if (!timers_.empty()) longest = std::min(longest, timers_.begin()->first.first - continuousNow());
-    longest = std::max(longest, Duration::zero());
+    const ContinuousInstant date = continuousNow();
+    if (!timers_.empty()) longest = std::min(longest, timers_.begin()->first.first - date);
+    const bool waits = longest > Duration::zero();
+    const itimerspec end{{}, waits ? timespecOf(date + longest) : timespec{}};
+    timerfd_settime(alarm_, TFD_TIMER_ABSTIME, &end, nullptr);
 
     std::vector<pollfd> descriptors;
     descriptors.reserve(watched_.size());
-    for (const auto& [descriptor, handler] : watched_)
-        descriptors.push_back({descriptor, POLLIN, 0});
-    timespec timeout{};
-    timeout.tv_sec = static_cast<time_t>(std::chrono::duration_cast<std::chrono::seconds>(longest).count());
-    timeout.tv_nsec = static_cast<long>((longest % std::chrono::seconds(1)).count());
-    if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) <= 0) return;
+    for (const auto& entry : watched_)
+        descriptors.push_back({entry.first, POLLIN, 0});
+    if (poll(descriptors.data(), descriptors.size(), waits ? -1 : 0) <= 0) return;
 
+    const std::uint64_t polled = nextWatch_; // what a handler watches from here on was not
     for (const pollfd& ready : descriptors) {
         if (ready.revents == 0) continue;
         const auto found = watched_.find(ready.fd); // an earlier handler may have ended it
-        if (found == watched_.end()) continue;
-        const std::function<void()> handler = found->second;
+        if (found == watched_.end() || found->second.number >= polled) continue;
+        const std::function<void()> handler = found->second.handler; // it may end itself
         handler();
     }
 }

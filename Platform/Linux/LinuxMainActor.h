@@ -6,6 +6,7 @@
 #include "Platform/Linux/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
@@ -36,6 +37,11 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     void unwatch(int descriptor) noexcept override;
 
   private:
+    struct Watch {
+        std::function<void()> handler;
+        std::uint64_t number; // tells a descriptor from an earlier one of the same value
+    };
+
     /// Waits at most that long for something to do, then does all that is ready.
     void turn(Duration longestWait);
     void runPosted();
@@ -46,9 +52,11 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     std::deque<Work> posted_;
     std::map<std::pair<ContinuousInstant, TimerID>, Work> timers_;
     std::map<TimerID, ContinuousInstant> timerDates_;
-    std::map<int, std::function<void()>> watched_;
+    std::map<int, Watch> watched_;
     TimerID nextTimer_ = 1;
+    std::uint64_t nextWatch_ = 1;
     int wakeUp_ = -1; // an eventfd
+    int alarm_ = -1;  // a timerfd: poll's own timeout would stand still while the machine sleeps
     bool isQuitting_ = false;
 };
 

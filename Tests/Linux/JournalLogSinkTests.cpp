@@ -1,0 +1,57 @@
+#include "Platform/Linux/JournalLogSink.h"
+
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <string>
+
+namespace velto {
+namespace {
+
+using testing::ElementsAre;
+
+using namespace std::string_literals;
+
+const std::string hostileName = "Desk\nPRIORITY=0\nVELTO_CATEGORY=Forged\r\x1B[2J {} %s\0 tail"s;
+
+TEST(JournalLogSinkTests, ForeignTextCannotForgeAField) {
+    const auto fields = JournalLogSink::journalFields({"AudioDevices",
+                                                       LogLevel::error,
+                                                       "{} failed: {}",
+                                                       {publicText(hostileName), LogArgument(hostileName)}});
+    EXPECT_THAT(fields,
+                ElementsAre(testing::StartsWith("MESSAGE=Desk\uFFFDPRIORITY=0\uFFFDVELTO_CATEGORY=Forged"),
+                            "PRIORITY=3", "SYSLOG_IDENTIFIER=velto", "VELTO_SUBSYSTEM=com.corlent.velto",
+                            "VELTO_CATEGORY=AudioDevices"));
+    for (const std::string& field : fields)
+        EXPECT_EQ(field.find('\n'), std::string::npos) << field;
+}
+
+TEST(JournalLogSinkTests, EachLevelHasItsPriority) {
+    const auto priority = [](LogLevel level) {
+        return JournalLogSink::journalFields({"UI", level, "x", {}}).at(1);
+    };
+    EXPECT_EQ(priority(LogLevel::debug), "PRIORITY=7");
+    EXPECT_EQ(priority(LogLevel::info), "PRIORITY=6");
+    EXPECT_EQ(priority(LogLevel::notice), "PRIORITY=5");
+}
+
+TEST(JournalLogSinkTests, WithoutAJournalEachMessageIsOneLineOnStandardError) {
+    JournalLogSink sink(LogLevel::info, JournalLogSink::Destination::standardError);
+    LogSink* before = LoggingService::install(&sink);
+    testing::internal::CaptureStderr();
+    LoggingService::recovery.debug("too low");
+    LoggingService::recovery.notice("state of {}: {}", publicText(hostileName), true);
+    LoggingService::audioDevices.error("{}", std::string("100 %n\n"));
+    const std::string written = testing::internal::GetCapturedStderr();
+    LoggingService::install(before);
+
+    EXPECT_EQ(std::ranges::count(written, '\n'), 2) << written;
+    EXPECT_THAT(written, testing::StartsWith("velto [Recovery] notice: state of Desk\uFFFDPRIORITY=0"));
+    EXPECT_THAT(written, testing::EndsWith(": true\nvelto [AudioDevices] error: 100 %n\uFFFD\n"));
+}
+
+} // namespace
+} // namespace velto
