@@ -38,20 +38,22 @@ int terminationDescriptor() {
 } // namespace
 
 SessionProgram::SessionProgram()
-    : defaults_(FileUserDefaults::standardFile(), actor_), client_(actor_, actor_),
-      devices_(client_, actor_, collation_), aggregates_(client_, actor_), recoveryStore_(defaults_),
-      session_(client_, devices_, aggregates_, recoveryStore_, actor_), tasks_(actor_) {
+    : terminationSignals_(terminationDescriptor()), defaults_(FileUserDefaults::standardFile(), actor_),
+      client_(actor_, actor_), devices_(client_, actor_, collation_), aggregates_(client_, actor_),
+      recoveryStore_(defaults_), session_(client_, devices_, aggregates_, recoveryStore_, actor_),
+      tasks_(actor_) {
     stateSubscription_ = session_.observeState([this] { reportState(); });
     devices_.onChange([this] { devicesChanged(); });
     devices_.startObserving();
-    const int termination = terminationDescriptor();
-    actor_.watchReadable(termination, [this, termination] {
+    actor_.watchReadable(terminationSignals_, [this] {
         signalfd_siginfo received{};
-        [[maybe_unused]] const ssize_t size = read(termination, &received, sizeof received);
+        [[maybe_unused]] const ssize_t size = read(terminationSignals_, &received, sizeof received);
         tasks_.spawn(endProgram());
     });
     actor_.watchReadable(STDIN_FILENO, [this] { readInput(); });
 }
+
+SessionProgram::~SessionProgram() { close(terminationSignals_); }
 
 void SessionProgram::run() {
     print({{"event", "ready"}, {"connected", client_.isConnected()}});

@@ -24,6 +24,9 @@ namespace velto {
 class SessionProgram {
   public:
     SessionProgram();
+    SessionProgram(const SessionProgram&) = delete;
+    SessionProgram& operator=(const SessionProgram&) = delete;
+    ~SessionProgram();
     /// Runs until the input ends or a signal asks for the end.
     void run();
 
@@ -41,6 +44,8 @@ class SessionProgram {
     void answer(const std::string& command, double milliseconds, const std::string& error) const;
     void answerDevices(const std::string& command);
 
+    /// Before anything that starts a thread: the signals must be blocked in all of them.
+    int terminationSignals_;
     LinuxMainActor actor_;
     FileUserDefaults defaults_;
     PipeWireAudioClient client_;

@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -51,12 +52,14 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
+/// A pair of sockets rather than a pipe: writing to a program that has ended is no signal there.
 struct Pipe {
     int readEnd = -1;
     int writeEnd = -1;
     Pipe() {
         int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("No pipe could be made for a program");
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            throw std::runtime_error("No pipe could be made for a program");
         readEnd = ends[0];
         writeEnd = ends[1];
     }
@@ -147,7 +150,7 @@ void ChildProcess::writeLine(const std::string& line) {
     const std::string text = line + "\n";
     std::size_t sent = 0;
     while (sent < text.size()) {
-        const ssize_t count = write(input_, text.data() + sent, text.size() - sent);
+        const ssize_t count = send(input_, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0)
             throw std::runtime_error("The program " + command_.front() + " takes no commands any more");

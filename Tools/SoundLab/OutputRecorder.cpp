@@ -65,6 +65,9 @@ void OutputRecorder::stop() {
     if (!filter_) return;
     lab_.onChange(nullptr);
     const SoundLab::Lock lock(lab_);
+    for (const auto& entry : requested_)
+        pw_proxy_destroy(entry.second);
+    requested_.clear();
     pw_filter_destroy(filter_);
     filter_ = nullptr;
 }
@@ -80,20 +83,24 @@ void OutputRecorder::linkMonitors() {
         if (!node) continue;
         for (const PipeWirePort* port : lab_.graph().ports(node->globalID())) {
             if (!port->isMonitor() || port->channel() != (i % 2 == 0 ? "FL" : "FR")) continue;
-            if (!requested_.emplace(port->globalID(), inputs[i]->globalID()).second) continue;
-            pw_properties* properties = pw_properties_new(PW_KEY_OBJECT_LINGER, "true", nullptr);
+            const std::pair ends(port->globalID(), inputs[i]->globalID());
+            if (requested_.contains(ends)) continue;
+            pw_properties* properties = pw_properties_new(nullptr, nullptr);
             pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", port->nodeID());
             pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_PORT, "%u", port->globalID());
             pw_properties_setf(properties, PW_KEY_LINK_INPUT_NODE, "%u", recorder);
             pw_properties_setf(properties, PW_KEY_LINK_INPUT_PORT, "%u", inputs[i]->globalID());
-            auto* proxy = static_cast<pw_proxy*>(pw_core_create_object(
+            requested_[ends] = static_cast<pw_proxy*>(pw_core_create_object(
                 lab_.core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &properties->dict, 0));
             pw_properties_free(properties);
-            pw_proxy_destroy(proxy);
         }
     }
     // Global IDs are used again: what is gone is forgotten.
-    std::erase_if(requested_, [&](const auto& pair) { return !lab_.graph().hasPort(pair.first); });
+    std::erase_if(requested_, [&](const auto& entry) {
+        if (lab_.graph().hasPort(entry.first.first)) return false;
+        pw_proxy_destroy(entry.second);
+        return true;
+    });
 }
 
 void OutputRecorder::process(const spa_io_position& position) {

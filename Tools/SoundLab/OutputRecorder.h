@@ -12,8 +12,8 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,7 +73,7 @@ class OutputRecorder {
     std::atomic<std::int64_t> cycleTime_ = 0;
     std::atomic<std::int64_t> cycleFrame_ = 0;
     /// Links asked for: monitor port and own port. Of the lab's thread.
-    std::set<std::pair<std::uint32_t, std::uint32_t>> requested_;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, pw_proxy*> requested_;
     spa_hook hook_{};
     // Of the audio thread.
     std::uint64_t nextPosition_ = 0;

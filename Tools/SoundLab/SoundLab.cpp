@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <ctime>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace velto {
@@ -14,6 +17,16 @@ namespace {
 VirtualOutput output(std::string name, std::string description,
                      std::map<std::string, std::string> properties) {
     return {std::move(name), std::move(description), std::move(properties)};
+}
+
+/// The channels in "[ FL FR ]", or as many as there are by default.
+int channelCount(const VirtualOutput& output) {
+    const auto position = output.properties.find("audio.position");
+    if (position == output.properties.end()) return 2;
+    std::istringstream words(position->second);
+    return static_cast<int>(
+        std::count_if(std::istream_iterator<std::string>(words), {},
+                      [](const std::string& word) { return word != "[" && word != "]"; }));
 }
 
 } // namespace
@@ -58,17 +71,24 @@ SoundLab::SoundLab(const std::string& socket) : graph_([this] { changed(); }) {
     loop_ = pw_thread_loop_new("sound-lab", nullptr);
     context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
     core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, socket.c_str(), nullptr), 0);
-    if (!core_) throw std::runtime_error("The sound lab can't connect to the server at " + socket);
+    if (!core_) {
+        close();
+        throw std::runtime_error("The sound lab can't connect to the server at " + socket);
+    }
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
     graph_.attach(core_, registry_);
     pw_thread_loop_start(loop_);
-    if (!waitUntil([this] { return graph_.settingsMetadata() && graph_.defaultMetadata(); },
-                   std::chrono::seconds(10)))
-        throw std::runtime_error("The session manager of the private sound server did not come up");
+    if (waitUntil([this] { return graph_.settingsMetadata() && graph_.defaultMetadata(); },
+                  std::chrono::seconds(10)))
+        return;
+    close();
+    throw std::runtime_error("The session manager of the private sound server did not come up");
 }
 
-SoundLab::~SoundLab() {
-    {
+SoundLab::~SoundLab() { close(); }
+
+void SoundLab::close() {
+    if (core_) {
         const Lock lock(*this);
         graph_.detach();
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
@@ -101,6 +121,7 @@ bool SoundLab::waitUntil(const std::function<bool()>& condition, std::chrono::mi
 }
 
 std::int64_t SoundLab::plug(const VirtualOutput& output) {
+    pw_proxy* proxy = nullptr;
     {
         const Lock lock(*this);
         pw_properties* properties = pw_properties_new(
@@ -110,30 +131,39 @@ std::int64_t SoundLab::plug(const VirtualOutput& output) {
         pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, output.description.c_str());
         for (const auto& [key, value] : output.properties)
             pw_properties_set(properties, key.c_str(), value.c_str());
-        auto* proxy = static_cast<pw_proxy*>(pw_core_create_object(core_, "adapter", PW_TYPE_INTERFACE_Node,
-                                                                   PW_VERSION_NODE, &properties->dict, 0));
+        proxy = static_cast<pw_proxy*>(pw_core_create_object(core_, "adapter", PW_TYPE_INTERFACE_Node,
+                                                             PW_VERSION_NODE, &properties->dict, 0));
         pw_properties_free(properties);
-        pw_proxy_destroy(proxy); // it lingers
     }
     std::int64_t readyAt = 0;
     const bool isThere = waitUntil([&] {
         const PipeWireNode* node = graph_.device(output.name);
         readyAt = monotonicNow();
-        return node && std::ranges::count_if(graph_.ports(node->globalID()), &PipeWirePort::isInput) >= 2;
+        if (!node) return false;
+        // A sink has a monitor port beside each of its own.
+        const auto wanted = static_cast<std::size_t>(channelCount(output)) * (node->isSink() ? 2 : 1);
+        return graph_.ports(node->globalID()).size() >= wanted;
     });
+    {
+        // The node lingers, but only a finished one outlives the proxy that asked for it.
+        const Lock lock(*this);
+        pw_proxy_destroy(proxy);
+    }
     if (!isThere) throw std::runtime_error("The output " + output.name + " did not appear");
     return readyAt;
 }
 
 std::int64_t SoundLab::unplug(const std::string& name) {
     const std::int64_t asked = monotonicNow();
+    AudioObjectID objectID = kAudioObjectUnknown;
     {
         const Lock lock(*this);
         const PipeWireNode* node = graph_.device(name);
         if (!node) throw std::runtime_error("The output " + name + " is not there");
+        objectID = node->objectID();
         pw_registry_destroy(registry_, node->globalID());
     }
-    if (!waitUntil([&] { return !graph_.device(name); }))
+    if (!waitUntil([&] { return !graph_.device(objectID); }))
         throw std::runtime_error("The output " + name + " did not go");
     return asked;
 }

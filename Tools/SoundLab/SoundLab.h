@@ -38,7 +38,7 @@ class SoundLab {
     SoundLab& operator=(const SoundLab&) = delete;
     ~SoundLab();
 
-    /// Returns when the output has its ports; answers that moment on the monotonic clock, in nanoseconds.
+    /// Returns when the output has all its ports; answers that moment on the monotonic clock, in nanoseconds.
     std::int64_t plug(const VirtualOutput& output);
     /// Returns when the output is gone; answers the moment at which that was asked for.
     std::int64_t unplug(const std::string& name);
@@ -81,6 +81,7 @@ class SoundLab {
 
   private:
     void changed();
+    void close();
 
     pw_thread_loop* loop_ = nullptr;
     pw_context* context_ = nullptr;

@@ -154,10 +154,10 @@ std::optional<AggregateDeviceDescription> PipeWireAggregates::description(const 
         const auto found = object.find(key);
         return found != object.end() && found->is_boolean() && found->get<bool>();
     };
-    if (!composition.is_object()) return std::nullopt;
     AggregateDeviceDescription result;
     result.uid = node.name();
     result.name = node.displayName();
+    if (!composition.is_object()) return result;
     result.mainSubDeviceUID = textOf(composition, "master");
     result.isStacked = flagOf(composition, "stacked");
     result.isPrivate = flagOf(composition, "private");
@@ -256,7 +256,10 @@ void PipeWireAggregates::relink() {
 void PipeWireAggregates::sweepRequests() {
     std::erase_if(requests_, [&](const auto& entry) {
         const auto& [ports, request] = entry;
-        if (!request->refusal.empty())
+        // An output that goes takes its links first, and is asked for them again before it is seen to be
+        // gone.
+        const bool areThere = graph_.hasPort(ports.first) && graph_.hasPort(ports.second);
+        if (!request->refusal.empty() && areThere)
             LoggingService::audioDevices.error("The sound server refused a link: {}", request->refusal);
         return request->isOver || std::ranges::any_of(graph_.links(), [&](const auto& link) {
                    return link.second.outputPort == ports.first && link.second.inputPort == ports.second;

@@ -39,7 +39,7 @@ class PipeWireAggregates {
     void destroy(const PipeWireNode& aggregate);
 
     static bool isAggregate(const PipeWireNode& node);
-    /// The composition that the aggregate was created from; none for other devices or unreadable ones.
+    /// The composition that the aggregate was created from, as far as it can be read; none for other devices.
     static std::optional<AggregateDeviceDescription> description(const PipeWireNode& node);
     /// The sub-devices that are linked to the aggregate now, in its order.
     std::vector<const PipeWireNode*> activeSubDevices(const PipeWireNode& aggregate) const;

@@ -20,7 +20,9 @@ struct PipeWireConnection::Hooks {
     spa_hook core{};
 
     static void done(void* data, uint32_t id, int sequence) {
-        if (id == PW_ID_CORE) static_cast<PipeWireConnection*>(data)->answeredSequence_ = sequence;
+        auto& self = *static_cast<PipeWireConnection*>(data);
+        // Others ask too, so several answers may come at once.
+        if (id == PW_ID_CORE && sequence == self.awaitedSequence_) self.isAnswered_ = true;
     }
     static void error(void* data, uint32_t id, int, int result, const char* message) {
         auto& self = *static_cast<PipeWireConnection*>(data);
@@ -71,7 +73,6 @@ void PipeWireConnection::connect() {
     if (!core_) return retryLater();
     isLost_ = false;
     retryDelay_ = firstRetryDelay;
-    awaitedSequence_ = answeredSequence_ = 0;
     pw_core_add_listener(core_, &hooks_->core, &Hooks::events, this);
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
     delegate_.connectionMade(core_, registry_);
@@ -117,8 +118,9 @@ void PipeWireConnection::serve(Duration longestWait) {
 
 bool PipeWireConnection::roundTrip(Duration deadline) {
     if (!isConnected()) return false;
-    awaitedSequence_ = pw_core_sync(core_, PW_ID_CORE, awaitedSequence_);
-    return waitUntil([this] { return answeredSequence_ == awaitedSequence_; }, deadline);
+    isAnswered_ = false;
+    awaitedSequence_ = pw_core_sync(core_, PW_ID_CORE, 0);
+    return waitUntil([this] { return isAnswered_; }, deadline);
 }
 
 bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Duration deadline) {

@@ -71,8 +71,8 @@ class PipeWireConnection {
     std::unique_ptr<Hooks> hooks_;
     std::optional<MainActor::TimerID> retry_;
     std::chrono::milliseconds retryDelay_;
-    int awaitedSequence_ = 0;
-    int answeredSequence_ = 0;
+    int awaitedSequence_ = 0; // of the last round trip
+    bool isAnswered_ = false;
     bool isLost_ = false;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

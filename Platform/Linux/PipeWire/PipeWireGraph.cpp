@@ -140,7 +140,10 @@ void PipeWireGraph::addMetadata(uint32_t globalID, const PipeWireProperties& pro
         default_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
     } else if (name == "settings") {
         settings_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
+    } else {
+        return;
     }
+    changed_();
 }
 
 void PipeWireGraph::remove(uint32_t globalID) {

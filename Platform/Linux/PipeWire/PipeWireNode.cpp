@@ -52,6 +52,8 @@ struct PipeWireNode::Events {
 };
 
 bool PipeWireNode::isAudioDevice(const PipeWireProperties& properties) {
+    // What has no name can't be told from others, nor be chosen by anybody.
+    if (!property(properties, PW_KEY_NODE_NAME)) return false;
     const auto mediaClass = property(properties, PW_KEY_MEDIA_CLASS);
     return mediaClass == "Audio/Sink" || mediaClass == "Audio/Source" || mediaClass == "Audio/Duplex";
 }
