@@ -43,18 +43,6 @@ std::vector<SampleRateRange> shared(std::vector<SampleRateRange> first,
     return result;
 }
 
-/// The member of any aggregate with that sub-device object; null when there is none.
-auto* findMember(auto& aggregates, AudioObjectID subDevice) {
-    decltype(&aggregates.front().members.front()) result = nullptr;
-    if (subDevice == kAudioObjectUnknown) return result;
-    for (auto& aggregate : aggregates) {
-        for (auto& member : aggregate.members) {
-            if (member.subDevice == subDevice) result = &member;
-        }
-    }
-    return result;
-}
-
 } // namespace
 
 template <class Body>
@@ -92,31 +80,9 @@ template <class Value>
 Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID device,
                                    Value SimulatedDevice::* field) noexcept {
     return answer(operation, device, Value(), [&] {
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         return found ? found->device.*field : Value();
     });
-}
-
-const SimulatedDevice& SimulatedAudioSystem::requireDevice(AudioObjectID id) const {
-    const Plugged* found = plugged(id);
-    if (!found) refuse(kAudioHardwareBadObjectError);
-    return found->device;
-}
-
-const SimulatedAudioSystem::Aggregate& SimulatedAudioSystem::requireAggregate(AudioObjectID id) const {
-    const Aggregate* found = aggregate(id);
-    if (!found) refuse(plugged(id) ? kAudioHardwareUnknownPropertyError : kAudioHardwareBadObjectError);
-    return *found;
-}
-
-const SimulatedAudioSystem::Member* SimulatedAudioSystem::member(AudioObjectID subDevice) const noexcept {
-    return findMember(aggregates_, subDevice);
-}
-
-SimulatedAudioSystem::Member& SimulatedAudioSystem::requireMember(AudioObjectID subDevice) {
-    auto* found = findMember(aggregates_, subDevice);
-    if (!found) refuse(kAudioHardwareUnknownPropertyError);
-    return *found;
 }
 
 // Devices
@@ -184,7 +150,7 @@ std::int64_t SimulatedAudioSystem::outputChannelCount(AudioObjectID device) {
 bool SimulatedAudioSystem::isAlive(AudioObjectID device) noexcept {
     return answer(Operation::isAlive, device, false, [&] {
         if (const Aggregate* found = aggregate(device)) return found->isAlive;
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         return found && found->device.isAlive;
     });
 }
@@ -212,7 +178,7 @@ std::vector<SampleRateRange> SimulatedAudioSystem::availableSampleRates(AudioObj
         if (!found) return requireDevice(device).sampleRates;
         std::optional<std::vector<SampleRateRange>> rates;
         for (const Member& member : found->members) {
-            const Plugged* output = plugged(member.uid);
+            const Plugged* output = plugged_.find(member.uid);
             if (!output || member.subDevice == 0) continue;
             rates = rates ? shared(*rates, output->device.sampleRates) : output->device.sampleRates;
         }
@@ -241,7 +207,11 @@ AudioObjectID SimulatedAudioSystem::defaultOutputDeviceID() {
 void SimulatedAudioSystem::setDefaultOutputDevice(AudioObjectID device) {
     perform(Operation::setDefaultOutputDevice, device, [&] {
         if (!canPlay(device)) refuse(kAudioHardwareBadDeviceError);
-        setDefaultOutput(device);
+        const auto delay = faults.slowOutputChange.consume();
+        if (!delay) return setDefaultOutput(device);
+        after(*delay, [device](SimulatedAudioSystem& world) {
+            if (world.canPlay(device)) world.setDefaultOutput(device);
+        });
     });
 }
 
@@ -252,7 +222,11 @@ AudioObjectID SimulatedAudioSystem::defaultSystemOutputDeviceID() {
 void SimulatedAudioSystem::setDefaultSystemOutputDevice(AudioObjectID device) {
     perform(Operation::setDefaultSystemOutputDevice, device, [&] {
         if (!canPlay(device)) refuse(kAudioHardwareBadDeviceError);
-        setAlertOutput(device);
+        const auto delay = faults.slowOutputChange.consume();
+        if (!delay) return setAlertOutput(device);
+        after(*delay, [device](SimulatedAudioSystem& world) {
+            if (world.canPlay(device)) world.setAlertOutput(device);
+        });
     });
 }
 
@@ -333,7 +307,7 @@ void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice
 
 bool SimulatedAudioSystem::supportsOutputVolume(AudioObjectID device) noexcept {
     return answer(Operation::supportsOutputVolume, device, false, [&] {
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         return found && found->device.volume.has_value();
     });
 }
@@ -357,7 +331,7 @@ void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
 
 bool SimulatedAudioSystem::supportsOutputMute(AudioObjectID device) noexcept {
     return answer(Operation::supportsOutputMute, device, false, [&] {
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         return found && found->device.isMuted.has_value();
     });
 }
@@ -384,7 +358,7 @@ void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
 PropertyListenerTokenRef SimulatedAudioSystem::addOutputVolumeListener(AudioObjectID device,
                                                                        PropertyListenerHandler handler) {
     return perform(Operation::addOutputVolumeListener, device, [&]() -> PropertyListenerTokenRef {
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         if (!found || !found->device.volume) return nullptr;
         return listeners_.add(device,
                               {kAudioHardwareServiceDeviceProperty_VirtualMainVolume,
@@ -396,7 +370,7 @@ PropertyListenerTokenRef SimulatedAudioSystem::addOutputVolumeListener(AudioObje
 PropertyListenerTokenRef SimulatedAudioSystem::addOutputMuteListener(AudioObjectID device,
                                                                      PropertyListenerHandler handler) {
     return perform(Operation::addOutputMuteListener, device, [&]() -> PropertyListenerTokenRef {
-        const Plugged* found = plugged(device);
+        const Plugged* found = plugged_.find(device);
         if (!found || !found->device.isMuted) return nullptr;
         return listeners_.add(
             device,

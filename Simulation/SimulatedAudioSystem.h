@@ -9,6 +9,7 @@
 // set on an aggregate is set on its outputs. Object IDs are never given to another object.
 #pragma once
 
+#include "Simulation/PluggedDevices.h"
 #include "Simulation/SimulatedCalls.h"
 #include "Simulation/SimulatedDevice.h"
 #include "Simulation/SimulatedFaults.h"
@@ -143,10 +144,7 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     void removePropertyListener(const PropertyListenerTokenRef& token) noexcept override;
 
   private:
-    struct Plugged {
-        AudioObjectID id;
-        SimulatedDevice device;
-    };
+    using Plugged = PluggedDevices::Entry;
     struct Member {
         std::string uid;
         bool driftCompensation;
@@ -162,12 +160,14 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     };
     using Operation = CoreAudioOperation;
 
-    // The world's rules (SimulatedAudioSystem.cpp). Only public functions publish what has changed.
-    const Plugged* plugged(std::string_view uid) const noexcept;
-    const Plugged* plugged(AudioObjectID id) const noexcept;
+    // The world's rules (SimulatedAudioRules.cpp). Only verbs and the client publish what has changed.
     Plugged& requirePlugged(std::string_view uid);
+    const SimulatedDevice& requireDevice(AudioObjectID id) const;
     const Aggregate* aggregate(AudioObjectID id) const noexcept;
     const Aggregate* aggregate(std::string_view uid) const noexcept;
+    const Aggregate& requireAggregate(AudioObjectID id) const;
+    const Member* member(AudioObjectID subDevice) const noexcept;
+    Member& requireMember(AudioObjectID subDevice);
     std::string uid(AudioObjectID id) const;
     AudioObjectID fallback() const noexcept;
     void appear(Plugged device);
@@ -194,15 +194,11 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     Value answer(Operation operation, AudioObjectID object, Value otherwise, Body body) noexcept;
     template <class Value>
     Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::* field) noexcept;
-    const SimulatedDevice& requireDevice(AudioObjectID id) const;
-    const Aggregate& requireAggregate(AudioObjectID id) const;
-    Member& requireMember(AudioObjectID subDevice);
-    const Member* member(AudioObjectID subDevice) const noexcept;
 
     MainActor& actor_;
     SimulatedListeners listeners_;
     ObserverList observers_;
-    std::vector<Plugged> plugged_;
+    PluggedDevices plugged_;
     std::map<std::string, Plugged, std::less<>> unplugged_;
     std::vector<Aggregate> aggregates_;
     AudioObjectID defaultOutput_ = kAudioObjectUnknown;

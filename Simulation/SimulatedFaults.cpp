@@ -17,6 +17,7 @@ std::vector<std::string> SimulatedFaults::unconsumed() const {
     check(doesNotRejoin, "doesNotRejoin");
     check(returnsWithAnotherID, "returnsWithAnotherID");
     check(slowRateChange, "slowRateChange");
+    check(slowOutputChange, "slowOutputChange");
     check(notifiesSynchronously, "notifiesSynchronously");
     return names;
 }

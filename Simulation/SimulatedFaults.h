@@ -54,6 +54,8 @@ struct SimulatedFaults {
     FaultSwitch<bool> returnsWithAnotherID;
     /// A rate takes so long to change; reads give the old one meanwhile.
     FaultSwitch<Duration> slowRateChange;
+    /// Switching the default or alert output takes so long; reads give the old one meanwhile.
+    FaultSwitch<Duration> slowOutputChange;
     /// Listeners are called before the call that causes the change returns.
     FaultSwitch<bool> notifiesSynchronously;
 

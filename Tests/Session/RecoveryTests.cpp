@@ -106,6 +106,16 @@ TEST_F(RecoveryTests, RecordAloneRestoresOnlyWhatIsOurs) {
     expectClean("builtin", "bluetooth");
 }
 
+TEST_F(RecoveryTests, ARecordThatNamesOurAggregateDoesNotBringItBack) {
+    play();
+    RecoveryState record = program->store.loadRecoveryState().value();
+    record.previousDefaultOutputUID = record.aggregateUID;
+    program->store.saveRecoveryState(record);
+    crashAndLaunch();
+    EXPECT_TRUE(recover());
+    expectClean("builtin", "hdmi");
+}
+
 TEST_F(RecoveryTests, AggregateWithoutARecordIsRemoved) {
     play();
     program->store.saveRecoveryState(std::nullopt);

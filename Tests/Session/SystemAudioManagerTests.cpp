@@ -138,6 +138,13 @@ TEST_F(SystemAudioManagerTests, FailedSwitchIsUndoneBeforeTheAggregateGoes) {
             EXPECT_EQ(order.back(), Operation::destroyAggregateDevice);
         }
     }
+    // A system that takes its time: what was switched still reads old, and is switched back all the same.
+    world.faults.slowOutputChange = 50ms;
+    world.calls.failNext(Operation::setDefaultSystemOutputDevice, kAudioHardwareNotReadyError);
+    EXPECT_TRUE(start().error());
+    world.faults.slowOutputChange = Duration();
+    expectUntouched();
+
     // Nothing to go back to: best effort, and the first error is the one that counts.
     world.calls.failAlways(Operation::setDefaultSystemOutputDevice, kAudioHardwareBadDeviceError);
     world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareBadDeviceError);
@@ -229,6 +236,15 @@ TEST_F(SystemAudioManagerTests, StopRespectsWhatOthersHaveDone) {
     expectOutputs("builtin", "builtin");
     world.replug("usb");
 
+    // A quit no longer listens to the hardware, and yet finds what is there.
+    world.pickDefault("usb");
+    start().value();
+    program->devices.stopObserving();
+    world.unplug("usb");
+    stop().value();
+    expectOutputs("builtin", "builtin");
+    program->devices.startObserving();
+
     start().value();
     for (const std::string& uid : world.pluggedUIDs())
         world.unplug(uid);
@@ -264,7 +280,12 @@ TEST_F(SystemAudioManagerTests, AbandonLeavesTheUsersChoice) {
     session().reassertDefaultOutput();
     world.unplug("bluetooth");
     EXPECT_FALSE(session().updateDegradedState());
+    const auto again = program->begin(session().abandonSession());
+    loop.runReady();
+    EXPECT_TRUE(again.isDone());
     EXPECT_EQ(state(), playing);
+    EXPECT_EQ(world.calls.count(Operation::destroyAggregateDevice), 1U);
+    EXPECT_EQ(log.count("re-assert"), 0U);
 
     loop.runUntilIdle();
     EXPECT_TRUE(abandoned.isDone());
