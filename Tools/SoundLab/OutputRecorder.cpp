@@ -33,6 +33,12 @@ struct OutputRecorder::Events {
 OutputRecorder::OutputRecorder(SoundLab& lab, std::vector<std::string> outputs, GraphClock clock,
                                double longestSeconds)
     : lab_(lab), capacity_(static_cast<std::int64_t>(longestSeconds * sampleRate)) {
+    connect(std::move(outputs), clock);
+    lab_.onChange([this] { linkMonitors(); });
+    waitUntil(0.0); // the timeline begins with the first cycle
+}
+
+void OutputRecorder::connect(std::vector<std::string> outputs, GraphClock clock) {
     const SoundLab::Lock lock(lab_);
     pw_properties* properties =
         pw_properties_new(PW_KEY_NODE_NAME, "velto.lab.recorder", PW_KEY_MEDIA_TYPE, "Audio",
@@ -56,7 +62,6 @@ OutputRecorder::OutputRecorder(SoundLab& lab, std::vector<std::string> outputs, 
     }
     if (pw_filter_connect(filter_, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0) < 0)
         throw std::runtime_error("The recorder could not connect to the private sound server");
-    lab_.onChange([this] { linkMonitors(); });
 }
 
 OutputRecorder::~OutputRecorder() { stop(); }
@@ -140,8 +145,10 @@ double OutputRecorder::timelineSeconds(std::int64_t monotonic) const {
 }
 
 void OutputRecorder::waitUntil(double second) const {
-    const auto wanted = static_cast<std::int64_t>(second * sampleRate);
-    const std::int64_t deadline = monotonicNow() + 70'000'000'000;
+    const auto wanted = std::max<std::int64_t>(static_cast<std::int64_t>(second * sampleRate), 1);
+    // The clock runs in real time: what takes much longer never comes.
+    const double left = static_cast<double>(wanted - frames_.load()) / sampleRate;
+    const std::int64_t deadline = monotonicNow() + static_cast<std::int64_t>(left * 1e9) + 5'000'000'000;
     while (frames_.load() < wanted) {
         if (monotonicNow() > deadline)
             throw std::runtime_error("The private sound server's clock stands still");

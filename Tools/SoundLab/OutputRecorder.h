@@ -31,7 +31,8 @@ class OutputRecorder {
         outputs,
     };
 
-    /// Starts to record these outputs, present or not, for at most that long.
+    /// Starts to record these outputs, present or not, for at most that long. Returns when the timeline has
+    /// begun.
     OutputRecorder(SoundLab& lab, std::vector<std::string> outputs, GraphClock clock,
                    double longestSeconds = 60);
     OutputRecorder(const OutputRecorder&) = delete;
@@ -59,6 +60,7 @@ class OutputRecorder {
     struct Track;
     struct Events;
 
+    void connect(std::vector<std::string> outputs, GraphClock clock);
     void linkMonitors();
     void process(const spa_io_position& position);
 
