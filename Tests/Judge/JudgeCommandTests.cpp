@@ -1,0 +1,233 @@
+#include "Tools/Judge/JudgeCommand.h"
+
+#include "Tests/Judge/Studio.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sndfile.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <sstream>
+
+namespace velto::judge {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+using enum Studio::Output;
+using Status = JudgeCommand::Status;
+
+void writeSound(const fs::path& file, Frames frames, int format = SF_FORMAT_FLOAT, int channels = 2,
+                int rate = sampleRate) {
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = channels;
+    info.format = SF_FORMAT_WAV | format;
+    SNDFILE* sound = sf_open(file.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(sound, nullptr);
+    // One channel gets both in turn: what it sounds like is of no interest then.
+    sf_write_float(sound, &frames.front().left, 2 * static_cast<sf_count_t>(frames.size()));
+    sf_close(sound);
+}
+
+std::string contentsOf(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// A folder with a story in which two outputs play, as somebody else would write it.
+class JudgeCommandTests : public testing::Test {
+  protected:
+    JudgeCommandTests() {
+        std::string pattern = (fs::temp_directory_path() / "velto-judge-XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        writeSound(folder / "source.wav", studio.source.frames(), SF_FORMAT_PCM_16);
+        studio.play(desk, 0.5, 7);
+        studio.play(usb, 0.5, 7, 0, 0.5f);
+        writeRecordings();
+        for (const char* uid : {"desk", "usb", "display"})
+            story["outputs"].push_back({{"uid", uid},
+                                        {"name", std::string("The ") + uid},
+                                        {"kind", "USB, 48 kHz"},
+                                        {"recording", std::string(uid) + ".wav"}});
+        story["sampleRate"] = 48000;
+        story["source"] = "source.wav";
+        story["events"] = {{{"time", 0.5}, {"label", "Play Together"}}};
+        story["steps"] = {{{"name", "start on two outputs"},
+                           {"expected", "both play"},
+                           {"from", 1.0},
+                           {"to", 3.0},
+                           {"sound", {"desk", "usb"}},
+                           {"skewLimitSamples", 0},
+                           {"milliseconds", 11.25},
+                           {"limitMilliseconds", 25},
+                           {"survivor", "usb"},
+                           {"survivorEvent", 2.0},
+                           {"lostLimitSamples", 0},
+                           {"returned", "desk"},
+                           {"returnedEvent", 0.45},
+                           {"returnedLimitMilliseconds", 60},
+                           {"defaultExpected", "com.example.aggregate"},
+                           {"defaultActual", "com.example.aggregate"},
+                           {"alertExpected", "desk"},
+                           {"alertActual", "desk"},
+                           {"recordExpected", true},
+                           {"recordActual", true}}};
+    }
+    ~JudgeCommandTests() override { fs::remove_all(folder); }
+
+    void writeRecordings() {
+        for (const Studio::Output output : {desk, usb, display})
+            writeSound(folder / (Studio::uid(output) + ".wav"), studio.recording(output));
+    }
+
+    Status run() {
+        std::ofstream(folder / "story.json") << story.dump();
+        return judgeStoryFile();
+    }
+    Status judgeStoryFile() {
+        output.str("");
+        errors.str("");
+        return JudgeCommand{.story = folder / "story.json",
+                            .report = folder / "report.json",
+                            .timeline = folder / "timeline.svg"}
+            .run(output, errors);
+    }
+
+    Studio studio;
+    fs::path folder;
+    json story;
+    std::ostringstream output;
+    std::ostringstream errors;
+};
+
+TEST_F(JudgeCommandTests, StoryThatPasses) {
+    EXPECT_EQ(run(), Status::allPass) << output.str() << errors.str();
+    EXPECT_THAT(output.str(), EndsWith("\n1 step passed, 0 failed\n"));
+    EXPECT_THAT(output.str(), HasSubstr("11.2, back 50.0"));
+    EXPECT_THAT(contentsOf(folder / "timeline.svg"), StartsWith("<svg "));
+    const json report = json::parse(contentsOf(folder / "report.json"));
+    const json& step = report.at("steps").at(0);
+    EXPECT_EQ(report.at("verdict"), "pass");
+    EXPECT_EQ(step.at("skewSamples"), 0);
+    EXPECT_EQ(step.at("survivor").at("lostSamples"), 0);
+    EXPECT_EQ(step.at("returned").at("milliseconds"), 50);
+    EXPECT_EQ(step.at("recordActual"), true);
+    EXPECT_EQ(step.at("outputs").at(1).at("lagSamples"), Studio::playerLag);
+    EXPECT_GT(step.at("outputs").at(1).at("lowestCorrelation"), 0.999);
+    EXPECT_EQ(step.at("outputs").at(2).at("due"), "silence");
+}
+
+TEST_F(JudgeCommandTests, StoryThatFallsShort) {
+    studio.play(usb, 0.5, 7, 480);
+    writeRecordings();
+    story["steps"][0]["recordActual"] = nullptr;
+    story["steps"].push_back(
+        {{"name", "later"}, {"expected", "both play"}, {"from", 4}, {"to", 5}, {"sound", {"desk", "usb"}}});
+    EXPECT_EQ(run(), Status::stepFailed);
+    EXPECT_THAT(output.str(),
+                HasSubstr("\n    ✗ The usb plays 480 samples later than The desk, 0 are allowed\n"
+                          "    ✗ the recovery record is unknown, it should be present\n"));
+    EXPECT_THAT(output.str(), EndsWith("\n1 step passed, 1 failed\n"));
+    const json report = json::parse(contentsOf(folder / "report.json"));
+    EXPECT_EQ(report.at("verdict"), "fail");
+    EXPECT_EQ(report.at("steps").at(0).at("skewSamples"), 480);
+    EXPECT_EQ(report.at("steps").at(0).at("reasons").size(), 2);
+    EXPECT_THAT(contentsOf(folder / "timeline.svg"), HasSubstr("1 step passed, 1 failed"));
+}
+
+TEST_F(JudgeCommandTests, StoryThatCannotBeTakenAtItsWord) {
+    struct Case {
+        const char* sentence;
+        std::function<void(json&)> spoil;
+    };
+    const auto inStep = [](const char* key, json value) {
+        return [key, value](json& story) { story["steps"][0][key] = value; };
+    };
+    const Case cases[] = {
+        {"\"sampleRate\" must be 48000", [](json& story) { story["sampleRate"] = 44100; }},
+        {"there are no steps", [](json& story) { story["steps"] = json::array(); }},
+        {"there are no outputs", [](json& story) { story["outputs"] = json::array(); }},
+        {"\"steps\" must be a list", [](json& story) { story["steps"] = "none"; }},
+        {"step 1: it is no object", [](json& story) { story["steps"][0] = 1; }},
+        {"two outputs have the UID desk", [](json& story) { story["outputs"][1]["uid"] = "desk"; }},
+        {"event 1: \"label\" is missing", [](json& story) { story["events"][0].erase("label"); }},
+        {"The event \"Play Together\"", [](json& story) { story["events"][0]["time"] = 8.1; }},
+        {"\"from\" must be a number", inStep("from", true)},
+        {"no output has the UID tv", inStep("sound", {"tv"})},
+        {"names an output twice", inStep("sound", {"usb", "usb"})},
+        {"must be a list of texts", inStep("sound", {1})},
+        {"skew needs two outputs", inStep("sound", {"desk"})},
+        {"outside of the recordings, which last 8.000 s", inStep("to", 8.01)},
+        {"outside of the recordings", inStep("from", -0.01)},
+        {"too short to be judged", inStep("to", 1.05)},
+        {"too short to be judged", inStep("to", 0.5)},
+        {"\"skewLimitSamples\" must be a whole number", inStep("skewLimitSamples", -1)},
+        {"\"lostLimitSamples\" must be a whole number", inStep("lostLimitSamples", 0.5)},
+        {"\"recordActual\" must be true or false", inStep("recordActual", 1)},
+        {"the key \"lostLimit\" is unknown", inStep("lostLimit", 0)},
+        {"no output has the UID tv", inStep("survivor", "tv")},
+        {"\"survivor\" is missing", inStep("survivor", nullptr)},
+        {"\"survivorEvent\" is missing", inStep("survivorEvent", nullptr)},
+        {"around the survivor's event", inStep("survivorEvent", 0.4)},
+        {"around the survivor's event", inStep("survivorEvent", 7.4)},
+        {"no sound is due", inStep("returned", "display")},
+        {"not before the end of the window", inStep("returnedEvent", 3)},
+        {"The return in the step", inStep("returnedEvent", -1)},
+    };
+    const json sound = story;
+    for (const Case& fault : cases) {
+        story = sound;
+        fault.spoil(story);
+        EXPECT_EQ(run(), Status::unusable) << fault.sentence;
+        EXPECT_THAT(errors.str(), HasSubstr(fault.sentence));
+        EXPECT_EQ(std::ranges::count(errors.str(), '\n'), 1);
+        EXPECT_EQ(output.str(), "");
+    }
+}
+
+TEST_F(JudgeCommandTests, FilesThatCannotBeUsed) {
+    struct Case {
+        const char* sentence;
+        std::function<void()> spoil;
+    };
+    const fs::path usbFile = folder / "usb.wav";
+    std::vector<Frame> broken = studio.recording(usb);
+    broken[5].right = std::numeric_limits<float>::quiet_NaN();
+    const Case cases[] = {
+        {"usb.wav can't be read", [&] { fs::remove(usbFile); }},
+        {"usb.wav can't be read", [&] { std::ofstream(usbFile) << "no sound"; }},
+        {"usb.wav has 44100 Hz",
+         [&] { writeSound(usbFile, studio.recording(usb), SF_FORMAT_FLOAT, 2, 44100); }},
+        {"usb.wav has 1 channels", [&] { writeSound(usbFile, studio.recording(usb), SF_FORMAT_FLOAT, 1); }},
+        {"must be of one length", [&] { writeSound(usbFile, Frames(broken).subspan(7)); }},
+        {"not numbers", [&] { writeSound(usbFile, broken); }},
+        {"The source is silent", [&] { writeSound(folder / "source.wav", std::vector<Frame>(48000)); }},
+        {"timeline.svg can't be written", [&] { fs::create_directory(folder / "timeline.svg"); }},
+    };
+    for (const Case& fault : cases) {
+        fs::remove(folder / "timeline.svg");
+        writeRecordings();
+        writeSound(folder / "source.wav", studio.source.frames());
+        ASSERT_EQ(run(), Status::allPass);
+        fs::remove(folder / "timeline.svg");
+        fault.spoil();
+        EXPECT_EQ(run(), Status::unusable) << fault.sentence;
+        EXPECT_THAT(errors.str(), HasSubstr(fault.sentence));
+    }
+    std::ofstream(folder / "story.json") << R"({"steps": [)";
+    EXPECT_EQ(judgeStoryFile(), Status::unusable);
+    EXPECT_THAT(errors.str(), HasSubstr("is not JSON"));
+    fs::remove(folder / "story.json");
+    EXPECT_EQ(judgeStoryFile(), Status::unusable);
+    EXPECT_THAT(errors.str(), HasSubstr("can't be opened"));
+}
+
+} // namespace
+} // namespace velto::judge

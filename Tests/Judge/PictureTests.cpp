@@ -1,0 +1,138 @@
+#include "Tests/Judge/Studio.h"
+#include "Tools/Judge/LabelRows.h"
+#include "Tools/Judge/PlainText.h"
+#include "Tools/Judge/TextTable.h"
+#include "Tools/Judge/Timeline.h"
+#include "Tools/Judge/Waveform.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <regex>
+#include <set>
+
+namespace velto::judge {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using enum Studio::Output;
+
+std::string draw(const Studio& studio, std::vector<StoryStep> steps) {
+    const Material material = studio.material(std::move(steps));
+    return timelineSVG(material, judgeStory(material.story, material.source, material.recordings));
+}
+
+/// The vertical middles, rounded to lanes, of what is drawn in that style.
+std::set<int> lanesDrawn(const std::string& svg, const std::string& style) {
+    std::set<int> lanes;
+    const std::regex path("<path class=\"" + style + "\" d=\"M[0-9.]+ ([0-9.]+)L");
+    for (std::sregex_iterator found(svg.begin(), svg.end(), path), end; found != end; ++found)
+        lanes.insert(static_cast<int>((std::stod((*found)[1]) - 127) / 80));
+    return lanes;
+}
+
+TEST(PictureTests, LabelsNeitherCoverEachOtherNorAreCrossed) {
+    std::minstd_rand random(1);
+    for (int round = 0; round < 200; ++round) {
+        std::vector<Label> labels(12);
+        for (Label& label : labels)
+            label = {.x = static_cast<double>(random() % 1000),
+                     .width = static_cast<double>(20 + random() % 150)};
+        std::ranges::sort(labels, {}, &Label::x);
+        const auto rows = rowsOf(labels);
+        for (std::size_t i = 0; i < labels.size(); ++i) {
+            for (std::size_t j = 0; j < labels.size(); ++j) {
+                const bool lineMeetsText =
+                    labels[j].x > labels[i].x && labels[j].x < labels[i].x + labels[i].width;
+                EXPECT_FALSE(lineMeetsText && rows[j] <= rows[i])
+                    << "line of " << j << " through text of " << i;
+            }
+        }
+    }
+    EXPECT_THAT(rowsOf({{0, 50}, {10, 20}, {40, 50}, {60, 5}, {100, 5}}), ElementsAre(0, 1, 1, 2, 0));
+}
+
+TEST(PictureTests, OutputsInStepAreDrawnAlikeAndFaultsStandOut) {
+    Studio studio;
+    studio.play(desk, 0.5, 6);
+    studio.play(usb, 0.5, 3.2);
+    StoryStep alone = Studio::step({desk});
+    std::tie(alone.from, alone.to) = std::pair(4, 6);
+    const std::string good = draw(studio, {Studio::step({desk, usb}), alone});
+    EXPECT_THAT(lanesDrawn(good, "source"), ElementsAre(0));
+    EXPECT_THAT(lanesDrawn(good, "inStep"), ElementsAre(1, 2));
+    EXPECT_THAT(lanesDrawn(good, "alone"), ElementsAre(1));
+    EXPECT_THAT(lanesDrawn(good, "fault"), IsEmpty());
+    EXPECT_THAT(good, Not(HasSubstr("class=\"failSpan\"")));
+
+    studio.play(usb, 0.5, 3.2, 1);
+    const std::string skewed = draw(studio, {Studio::step({desk, usb}), alone});
+    EXPECT_THAT(lanesDrawn(skewed, "inStep"), IsEmpty());
+    EXPECT_THAT(lanesDrawn(skewed, "fault"), ElementsAre(1, 2));
+
+    studio.play(display, 0, 8);
+    const std::string intruded = draw(studio, {alone});
+    EXPECT_THAT(lanesDrawn(intruded, "fault"), ElementsAre(3));
+    EXPECT_THAT(intruded, HasSubstr("class=\"failSpan\""));
+}
+
+TEST(PictureTests, PictureStaysSmallAndWellFormedWhateverItShows) {
+    Studio studio;
+    for (auto& recording : studio.recordings)
+        recording = noise(recording.size(), 3);
+    Material material = studio.material({Studio::step({desk, usb})});
+    material.story.outputs[0].name = "<script>&\"'\x1B[31m";
+    material.story.steps[0].name = "a\nb";
+    for (int i = 0; i < 40; ++i)
+        material.story.events.push_back({.time = 8 - 0.2 * i, .label = std::string(200, '>')});
+    const std::string svg =
+        timelineSVG(material, judgeStory(material.story, material.source, material.recordings));
+    EXPECT_LT(svg.size(), 500'000);
+    EXPECT_THAT(svg,
+                AllOf(HasSubstr("&lt;script&gt;&amp;\"' [31m"), HasSubstr(">a b<"), Not(HasSubstr("\x1B"))));
+
+    std::fill(material.recordings.begin(), material.recordings.end(), std::vector<Frame>(5000));
+    material.story.steps[0].to = secondsAt(5000);
+    material.story.steps[0].from = 0;
+    EXPECT_THAT(timelineSVG(material, judgeStory(material.story, material.source, material.recordings)),
+                Not(HasSubstr("nan")));
+}
+
+TEST(PictureTests, WaveformShowsEverySample) {
+    std::vector<Frame> frames(10'007);
+    frames[0].left = 0.25f;
+    frames[5'000].right = -1;
+    frames[10'006].left = 0.5f;
+    const std::vector<Extent> waveform = waveformOf(frames, 1000);
+    EXPECT_EQ(waveform.front().highest, 0.25f);
+    EXPECT_EQ(waveform[499].lowest, -1);
+    EXPECT_EQ(waveform.back().highest, 0.5f);
+    EXPECT_EQ(peakOf(waveform), 1);
+    EXPECT_EQ(outlineOf(waveform, 1, 499, 0, 0, 1), "") << "silence";
+    EXPECT_EQ(outlineOf(waveform, 499, 500, 1, 10, 4), "M500 10.0L501 10.0L501 14.0L500 14.0Z");
+    EXPECT_EQ(waveformOf(Frames(frames).first(3), 1000).front().highest, 0) << "fewer samples than columns";
+}
+
+TEST(PictureTests, TableIsAlignedWhateverItsCellsHold) {
+    using enum TextTable::Align;
+    TextTable table({{"name", left, 12}, {"samples", right, 8}, {"verdict", left, 8}});
+    table.add({"Küche ünd Bäd", "480", "pass"}, {});
+    table.add({"TV\t\x1B[2J", "–", "FAIL"}, {"  a note that is longer than the table"});
+    EXPECT_EQ(table.text(), "name       samples  verdict\n"
+                            "───────────────────────────\n"
+                            "Küche ünd      480  pass\n"
+                            "Bäd\n"
+                            "TV [2J           –  FAIL\n"
+                            "  a note that is longer than the table\n");
+    EXPECT_EQ(shortened("Küche", 5), "Küche");
+    EXPECT_EQ(shortened("Küchen hier", 8), "Küchen…");
+    EXPECT_EQ(shortened("ÄÖÜß", 3), "ÄÖ…");
+    EXPECT_THAT(wrapped("one incomprehensible word", 6), ElementsAre("one", "incomprehensible", "word"));
+}
+
+} // namespace
+} // namespace velto::judge

@@ -1,0 +1,253 @@
+#include "Tools/Judge/StepJudgement.h"
+
+#include "Tests/Judge/Studio.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace velto::judge {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using enum Studio::Output;
+
+StoryStep inStep(std::int64_t skewLimit = 0) {
+    StoryStep step = Studio::step({desk, usb});
+    step.skewLimit = skewLimit;
+    return step;
+}
+
+double dot(Frames a, Frames b) {
+    double sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        sum += double{a[i].left} * b[i].left + double{a[i].right} * b[i].right;
+    return sum;
+}
+
+/// Adds noise so that each half second has exactly that correlation with what it was.
+void spoil(std::span<Frame> samples, double correlation) {
+    for (std::size_t begin = 0; begin < samples.size(); begin += sampleRate / 2) {
+        const auto piece = samples.subspan(begin, sampleRate / 2);
+        std::vector<Frame> added = noise(piece.size(), static_cast<std::uint32_t>(begin + 1));
+        const double inCommon = dot(piece, added) / dot(piece, piece);
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            added[i].left -= static_cast<float>(inCommon) * piece[i].left;
+            added[i].right -= static_cast<float>(inCommon) * piece[i].right;
+        }
+        const auto scale = static_cast<float>(
+            std::sqrt(dot(piece, piece) / dot(added, added) * (1 / (correlation * correlation) - 1)));
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            piece[i].left += scale * added[i].left;
+            piece[i].right += scale * added[i].right;
+        }
+    }
+}
+
+TEST(StepJudgementTests, CopiesPassAndTheirSkewIsExact) {
+    for (const std::int64_t skew : {0, 1, 3, 480, 20000}) {
+        Studio studio;
+        studio.play(desk, 0.5, 4, 0, 0.2f);
+        studio.play(usb, 0.5, 4, skew, 0.9f);
+        const StepJudgement exact = studio.judge(inStep(skew));
+        EXPECT_THAT(exact.reasons, IsEmpty()) << skew;
+        EXPECT_EQ(exact.skew, skew);
+        EXPECT_EQ(exact.outputs[desk].lag, Studio::playerLag);
+        EXPECT_NEAR(exact.outputs[usb].correlation.value(), 1, 1e-6);
+        EXPECT_EQ(exact.outputs[usb].judgedPieces + exact.outputs[usb].silentPieces, 4);
+        EXPECT_EQ(exact.outputs[display].level, -200);
+        if (skew == 0) continue;
+        EXPECT_THAT(studio.judge(inStep(skew - 1)).reasons, ElementsAre(HasSubstr("USB plays")));
+    }
+}
+
+TEST(StepJudgementTests, SilenceNeverPassesForSound) {
+    Studio studio;
+    const StepJudgement both = studio.judge(inStep());
+    EXPECT_EQ(both.skew, std::nullopt);
+    EXPECT_THAT(both.reasons, ElementsAre(HasSubstr("Desk is silent"), HasSubstr("USB is silent"),
+                                          HasSubstr("skew can't be told")));
+    studio.play(desk, 0.5, 4);
+    EXPECT_THAT(studio.judge(inStep()).reasons,
+                ElementsAre(HasSubstr("USB is silent"), HasSubstr("skew can't be told")));
+    studio.play(usb, 0.5, 4, 0, 1e-5f);
+    EXPECT_THAT(studio.judge(inStep()).reasons, Contains(HasSubstr("USB is silent")))
+        << "a copy nobody hears";
+
+    std::vector<Frame> pause = speech(10, 1);
+    std::fill(pause.begin() + sampleAt(0.5), pause.begin() + sampleAt(3.5), Frame());
+    Studio paused(pause);
+    paused.play(desk, 0.5, 4);
+    paused.play(usb, 0.5, 4);
+    EXPECT_FALSE(paused.judge(inStep()).passes()) << "the source itself is silent in the whole window";
+    StoryStep later = inStep();
+    later.to = 5;
+    paused.play(desk, 0.5, 6);
+    paused.play(usb, 0.5, 6);
+    const StepJudgement judgement = paused.judge(later);
+    EXPECT_THAT(judgement.reasons, IsEmpty());
+    EXPECT_EQ(judgement.outputs[desk].silentPieces, 5);
+    EXPECT_EQ(judgement.outputs[desk].judgedPieces, 3);
+    paused.samples(desk, 1.2, 1.3).front() = {0.5f, 0};
+    EXPECT_THAT(paused.judge(later).reasons, Contains(HasSubstr("while the source is silent")));
+}
+
+TEST(StepJudgementTests, OnlyTheSourceIsSoundThatIsDue) {
+    struct Case {
+        const char* what;
+        void (*spoil)(std::span<Frame>);
+    };
+    const Case cases[] = {
+        {"other speech", [](auto samples) { std::ranges::copy(speech(3.5, 99), samples.begin()); }},
+        {"noise", [](auto samples) { std::ranges::copy(noise(samples.size(), 5), samples.begin()); }},
+        {"one channel dead",
+         [](auto samples) { std::ranges::for_each(samples, [](Frame& frame) { frame.left = 0; }); }},
+        {"channels swapped",
+         [](auto samples) {
+             std::ranges::for_each(samples, [](Frame& frame) { std::swap(frame.left, frame.right); });
+         }},
+        {"inverted",
+         [](auto samples) {
+             std::ranges::for_each(samples, [](Frame& frame) { frame = {-frame.left, -frame.right}; });
+         }},
+        {"silent for a tenth of a second",
+         [](auto samples) { std::ranges::fill(samples.subspan(60000, 4800), Frame()); }},
+        {"played backwards", [](auto samples) { std::ranges::reverse(samples); }},
+    };
+    for (const Case& planted : cases) {
+        Studio studio;
+        studio.play(desk, 0.5, 4);
+        studio.play(usb, 0.5, 4);
+        planted.spoil(studio.samples(usb, 0.5, 4));
+        const StepJudgement judgement = studio.judge(inStep());
+        EXPECT_FALSE(judgement.outputs[usb].passes()) << planted.what;
+        EXPECT_EQ(judgement.skew, std::nullopt) << planted.what;
+        EXPECT_THAT(judgement.reasons, Contains(HasSubstr("USB matches the source by"))) << planted.what;
+        EXPECT_TRUE(judgement.outputs[desk].passes());
+    }
+}
+
+TEST(StepJudgementTests, CorrelationIsHeldToItsLimit) {
+    for (const double correlation : {0.94, 0.9495, 0.9505, 0.96}) {
+        Studio studio;
+        studio.play(desk, 0, 4, 0, 0.5f);
+        studio.play(usb, 0, 4);
+        spoil(studio.samples(usb, 1, 3), correlation);
+        const StepJudgement judgement = studio.judge(inStep());
+        EXPECT_EQ(judgement.passes(), correlation > soundCorrelation) << correlation;
+        EXPECT_NEAR(judgement.outputs[usb].correlation.value(), correlation, 2e-4);
+        EXPECT_EQ(judgement.outputs[usb].lag, Studio::playerLag);
+    }
+}
+
+TEST(StepJudgementTests, LagMustStayTheSame) {
+    for (const std::int64_t jump : {1, -1, 100, -4096, 96000}) {
+        Studio studio;
+        studio.play(desk, 0.5, 4);
+        studio.play(usb, 0.5, 2.5);
+        studio.play(usb, 2.5, 4, jump);
+        const StepJudgement judgement = studio.judge(inStep());
+        EXPECT_THAT(judgement.reasons, Contains(HasSubstr("USB jumps by " + std::string(jump > 0 ? "+" : "") +
+                                                          std::to_string(jump) + " samples")));
+        EXPECT_EQ(judgement.skew, std::nullopt) << "one that jumps has no lag to compare";
+    }
+}
+
+TEST(StepJudgementTests, SilenceIsDueEverywhereElse) {
+    Studio studio;
+    studio.play(desk, 0, 8);
+    StoryStep alone = Studio::step({desk});
+    EXPECT_TRUE(studio.judge(alone).passes());
+    EXPECT_TRUE(studio.judge(alone).isHeard(desk));
+    EXPECT_FALSE(studio.judge(alone).isHeard(usb)) << "silent as it should be";
+
+    studio.play(usb, 2.98, 3.5);
+    EXPECT_THAT(studio.judge(alone).reasons, ElementsAre(HasSubstr("USB sounds at"))) << "the last 20 ms";
+    std::ranges::fill(studio.samples(usb, 0, 8), Frame{0.9e-4f, -0.9e-4f});
+    EXPECT_TRUE(studio.judge(alone).passes());
+    std::ranges::fill(studio.samples(usb, 0, 8), Frame{1.1e-4f, 1.1e-4f});
+    EXPECT_FALSE(studio.judge(alone).passes());
+    std::ranges::fill(studio.samples(usb, 0, 8), Frame());
+    EXPECT_FALSE(studio.judge(Studio::step({})).passes()) << "silence is due on the one that plays";
+}
+
+TEST(StepJudgementTests, WindowsOfTwoStepsCannotBeExchanged) {
+    Studio studio;
+    studio.play(desk, 0.5, 3.5);
+    studio.play(usb, 3.5, 7);
+    StoryStep first = Studio::step({desk});
+    StoryStep second = Studio::step({usb});
+    std::tie(second.from, second.to) = std::pair(4, 6);
+    EXPECT_THAT(studio.judge({first, second}), Each(testing::Property(&StepJudgement::passes, true)));
+    std::swap(first.sound, second.sound);
+    EXPECT_THAT(studio.judge({first, second}), Each(testing::Property(&StepJudgement::passes, false)));
+}
+
+TEST(StepJudgementTests, RepeatedSpeechIsTakenToBeTheSamePlace) {
+    // The same three seconds over and over: each place fits at many lags.
+    const std::vector<Frame> verse = speech(3, 7);
+    std::vector<Frame> verses;
+    for (int i = 0; i < 4; ++i)
+        verses.insert(verses.end(), verse.begin(), verse.end());
+    Studio studio(verses);
+    studio.play(desk, 0, 8);
+    studio.play(usb, 0, 8, 480);
+    StoryStep later = inStep(480);
+    std::tie(later.from, later.to) = std::pair(5, 7.5);
+    for (const StepJudgement& judgement : studio.judge({inStep(480), later})) {
+        EXPECT_THAT(judgement.reasons, IsEmpty());
+        EXPECT_EQ(judgement.skew, 480);
+        EXPECT_EQ(judgement.outputs[desk].lag, Studio::playerLag);
+    }
+}
+
+TEST(StepJudgementTests, PlayerMayStartOver) {
+    Studio studio(speech(2.2, 3));
+    studio.play(desk, 0, 8);
+    studio.play(usb, 0, 8, 1);
+    StoryStep late = inStep(1);
+    std::tie(late.from, late.to) = std::pair(5.5, 7.9);
+    for (const StepJudgement& judgement : studio.judge({inStep(1), late})) {
+        EXPECT_THAT(judgement.reasons, IsEmpty());
+        EXPECT_EQ(judgement.skew, 1);
+    }
+    std::ranges::fill(studio.samples(usb, 7, 8), Frame());
+    EXPECT_FALSE(studio.judge(late).passes()) << "it ended while sound was due";
+}
+
+TEST(StepJudgementTests, WhatTheSystemReportsIsComparedToo) {
+    Studio studio;
+    studio.play(desk, 0.5, 4);
+    StoryStep step = Studio::step({desk});
+    step.milliseconds = 25;
+    step.limitMilliseconds = 25;
+    step.defaultOutput = {.expected = "desk", .actual = "desk"};
+    step.alertOutput = {.expected = "desk", .actual = "desk"};
+    step.record = {.expected = false, .actual = false};
+    EXPECT_THAT(studio.judge(step).reasons, IsEmpty());
+
+    step.milliseconds = 25.1;
+    step.defaultOutput->actual = "usb";
+    step.alertOutput->actual = std::nullopt;
+    step.record->actual = true;
+    step.problem = "The session program did not answer.";
+    EXPECT_THAT(studio.judge(step).reasons,
+                ElementsAre("The session program did not answer.", "took 25.1 ms, 25.0 ms are allowed",
+                            "the default output is usb, it should be desk",
+                            "the alert output is none, it should be desk",
+                            "the recovery record is present, it should be absent"));
+    step.milliseconds = std::nullopt;
+    step.record->actual = std::nullopt;
+    EXPECT_THAT(studio.judge(step).reasons,
+                AllOf(Contains("how long it took is missing"), Contains(HasSubstr("record is unknown"))));
+}
+
+} // namespace
+} // namespace velto::judge

@@ -1,0 +1,39 @@
+// OutputJudgement: whether one output played the source, or nothing, in one window.
+//
+// A window is judged in pieces of half a second. Sound passes when every piece in which the source is audible
+// is a copy of it, all at one lag; a window without any such piece never passes.
+#pragma once
+
+#include "Tools/Judge/Aligner.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velto::judge {
+
+enum class Due { sound, silence };
+
+struct OutputJudgement {
+    Due due = Due::silence;
+    /// Over the whole window, in dBFS.
+    double level = 0;
+    /// The lowest of all judged pieces; absent where silence is due or nothing could be judged.
+    std::optional<double> correlation = std::nullopt;
+    /// In samples; absent likewise.
+    std::optional<std::int64_t> lag = std::nullopt;
+    int judgedPieces = 0;
+    /// Pieces in which the source itself is silent.
+    int silentPieces = 0;
+    /// What is wrong, each to be read after the output's name.
+    std::vector<std::string> faults = {};
+
+    bool passes() const { return faults.empty(); }
+};
+
+OutputJudgement judgeSilence(Frames recording, SampleRange window);
+/// Of lags that fit equally well, the one nearest to the expected lag is taken.
+OutputJudgement judgeSound(const Aligner& aligner, Frames recording, SampleRange window,
+                           std::int64_t expectedLag);
+
+} // namespace velto::judge
