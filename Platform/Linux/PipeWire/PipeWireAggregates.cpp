@@ -109,7 +109,6 @@ PipeWireAggregates::PipeWireAggregates(MainActor& actor, PipeWireConnection& con
 PipeWireAggregates::~PipeWireAggregates() { forget(); }
 
 AudioObjectID PipeWireAggregates::create(const AggregateDeviceDescription& description) {
-    if (!connection_.isConnected()) throw AudioManagerError::coreAudioError(kAudioHardwareNotRunningError);
     if (graph_.device(description.uid))
         throw AudioManagerError::coreAudioError(kAudioHardwareIllegalOperationError);
 
@@ -190,18 +189,16 @@ std::vector<PipeWireAggregates::PortPair> PipeWireAggregates::portPairs(const Pi
         audioPorts(graph_, aggregate, [](const PipeWirePort& port) { return port.isMonitor(); });
     const auto inputs = audioPorts(graph_, output, [](const PipeWirePort& port) { return port.isInput(); });
     std::vector<PortPair> result;
-    if (inputs.empty()) return result;
+    // Ports appear one by one: what one of them is for must be told from itself, not from how many there are.
     for (std::size_t i = 0; i < monitors.size(); ++i) {
-        const auto sameChannel = std::ranges::find(inputs, monitors[i]->channel(), &PipeWirePort::channel);
-        if (sameChannel != inputs.end()) {
-            result.emplace_back(monitors[i], *sameChannel);
-        } else if (inputs.size() == 1) {
-            result.emplace_back(monitors[i], inputs.front()); // a mono output gets the sum
+        for (std::size_t j = 0; j < inputs.size(); ++j) {
+            const std::string& channel = inputs[j]->channel();
+            const bool isUnnamed = channel.empty() || channel.starts_with("AUX");
+            // A mono output gets the sum; an interface without named channels its first two.
+            if (channel == monitors[i]->channel() || channel == "MONO" || (isUnnamed && i == j))
+                result.emplace_back(monitors[i], inputs[j]);
         }
     }
-    // Interfaces without named channels: the first two.
-    for (std::size_t i = 0; result.empty() && i < std::min(monitors.size(), inputs.size()); ++i)
-        result.emplace_back(monitors[i], inputs[i]);
     return result;
 }
 

@@ -304,6 +304,7 @@ void PipeWireAudioClient::setDefaultSystemOutputDevice(AudioObjectID device) {
 // Aggregates
 
 AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDescription& description) {
+    if (!connection_.isConnected()) throwStatus(kAudioHardwareNotRunningError);
     try {
         if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);
         const AudioObjectID created = aggregates_.create(description);

@@ -9,6 +9,7 @@ inline constexpr const char* configuredSink = "default.configured.audio.sink";
 inline constexpr const char* rate = "clock.rate";
 inline constexpr const char* forcedRate = "clock.force-rate";
 inline constexpr const char* streamTarget = "target.object";
+inline constexpr const char* streamTargetNode = "target.node"; // the older form, which yields to the newer
 
 /// Property of an aggregate's node: its composition, as JSON.
 inline constexpr const char* composition = "velto.composition";

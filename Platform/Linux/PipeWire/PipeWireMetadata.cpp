@@ -5,6 +5,7 @@
 
 #include <array>
 #include <utility>
+#include <vector>
 
 namespace velto {
 
@@ -50,10 +51,13 @@ std::optional<std::string> PipeWireMetadata::name(std::string_view key) const {
     std::array<spa_json, 2> reader{};
     spa_json_init(&reader[0], found->second.data(), found->second.size());
     if (spa_json_enter_object(&reader[0], &reader[1]) <= 0) return std::nullopt;
-    std::array<char, 1024> text{};
-    while (spa_json_get_string(&reader[1], text.data(), text.size()) > 0) {
+    std::vector<char> text(found->second.size() + 1); // no member is longer than the whole
+    const auto nextText = [&] {
+        return spa_json_get_string(&reader[1], text.data(), static_cast<int>(text.size())) > 0;
+    };
+    while (nextText()) {
         const bool isName = std::string_view(text.data()) == "name";
-        if (isName && spa_json_get_string(&reader[1], text.data(), text.size()) > 0) return text.data();
+        if (isName && nextText()) return text.data();
         const char* skipped = nullptr;
         if (isName || spa_json_next(&reader[1], &skipped) <= 0) break;
     }

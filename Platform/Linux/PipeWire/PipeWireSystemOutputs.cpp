@@ -40,7 +40,7 @@ const PipeWireNode* PipeWireSystemOutputs::defaultOutput() const {
 void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
     const std::string name = output.name(); // the node may go while we wait
     const bool isAggregate = PipeWireAggregates::isAggregate(output);
-    if (isAggregate) rememberConfiguredOutput();
+    if (isAggregate) rememberConfiguredOutput(name);
     defaultMetadata().setName(PipeWireKey::configuredSink, name);
     const auto isEffective = [&] {
         const PipeWireMetadata* metadata = graph_.defaultMetadata();
@@ -51,16 +51,19 @@ void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
     restoredOutput_ = isAggregate ? std::nullopt : std::optional(name);
 }
 
-void PipeWireSystemOutputs::rememberConfiguredOutput() {
+void PipeWireSystemOutputs::rememberConfiguredOutput(const std::string& aggregateName) {
     PipeWireMetadata* settings = graph_.settingsMetadata();
     if (!settings || settings->value(PipeWireKey::previousConfiguredSink)) return;
     const auto configured = defaultMetadata().name(PipeWireKey::configuredSink);
-    settings->set(PipeWireKey::previousConfiguredSink, "", configured.value_or(""));
+    const bool isChoice = configured && configured != aggregateName;
+    settings->set(PipeWireKey::previousConfiguredSink, "", isChoice ? *configured : "");
 }
 
 void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName) {
+    connection_.roundTrip(); // what was stored a moment ago counts
     PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (metadata && metadata->name(PipeWireKey::configuredSink) == aggregateName)
+    if (!metadata) throwNotReady(); // nobody would give the aggregate its ports
+    if (metadata->name(PipeWireKey::configuredSink) == aggregateName)
         metadata->remove(PipeWireKey::configuredSink);
     PipeWireMetadata* settings = graph_.settingsMetadata();
     if (settings && settings->value(PipeWireKey::previousConfiguredSink))
@@ -158,9 +161,13 @@ void PipeWireSystemOutputs::routeAlerts() {
         const auto routed = routedAlerts_.find(stream);
         if (isElsewhere && (routed == routedAlerts_.end() || routed->second != target)) {
             metadata->set(PipeWireKey::streamTarget, "Spa:Id", target, stream);
+            // The session manager stores the target last set for later streams of the kind, in this run and
+            // the next: it is to store none.
+            metadata->set(PipeWireKey::streamTargetNode, "Spa:Id", "-1", stream);
             routedAlerts_.insert_or_assign(stream, target);
         } else if (!isElsewhere && routed != routedAlerts_.end()) {
             metadata->remove(PipeWireKey::streamTarget, stream);
+            metadata->remove(PipeWireKey::streamTargetNode, stream);
             routedAlerts_.erase(routed);
         }
     }

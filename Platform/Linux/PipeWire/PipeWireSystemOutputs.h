@@ -32,9 +32,9 @@ class PipeWireSystemOutputs {
     /// Forces the whole graph to a rate in whole Hz. Throws 'nrdy' when the server doesn't take it.
     void setSampleRate(double sampleRate);
 
-    /// Before an aggregate is made: the session manager keeps its choices over a restart, and would make a
-    /// new aggregate the default unasked if the last one had been chosen when the machine went down. A note
-    /// that an aborted removal left is stale by now.
+    /// Before an aggregate is made: forgets a choice that names it, which the session manager keeps when the
+    /// machine goes down during a session, and the note of an aborted removal. Throws 'nrdy' without a
+    /// session manager.
     void prepareForAggregate(const std::string& aggregateName);
     /// After an aggregate has gone: puts back the configured output and the rate from before it.
     void restoreAfterAggregate(const std::string& aggregateName);
@@ -45,7 +45,7 @@ class PipeWireSystemOutputs {
 
   private:
     PipeWireMetadata& defaultMetadata() const;
-    void rememberConfiguredOutput();
+    void rememberConfiguredOutput(const std::string& aggregateName);
 
     PipeWireConnection& connection_;
     PipeWireGraph& graph_;

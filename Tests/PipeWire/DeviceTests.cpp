@@ -1,0 +1,276 @@
+#include "Tests/PipeWire/RealServer.h"
+
+#include <pipewire/filter.h>
+#include <spa/param/latency-utils.h>
+
+#include <array>
+#include <set>
+
+namespace velto {
+namespace {
+
+using namespace std::string_literals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+/// A device of one port that the lab serves itself, as sound programs without a card behind them do.
+class ServedDevice {
+  public:
+    ServedDevice(SoundLab& lab, const char* name, const char* mediaClass, spa_latency_info latency)
+        : lab_(lab) {
+        const SoundLab::Lock lock(lab_);
+        filter_ =
+            pw_filter_new(lab_.core(), "served",
+                          pw_properties_new(PW_KEY_MEDIA_CLASS, mediaClass, PW_KEY_NODE_NAME, name, nullptr));
+        std::array<std::uint8_t, 1024> buffer{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, buffer.data(), buffer.size());
+        const spa_pod* parameter = spa_latency_build(&builder, SPA_PARAM_Latency, &latency);
+        pw_filter_add_port(filter_, latency.direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1,
+                           pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio", PW_KEY_PORT_NAME,
+                                             "port", nullptr),
+                           &parameter, 1);
+        pw_filter_connect(filter_, PW_FILTER_FLAG_NONE, nullptr, 0);
+    }
+    ServedDevice(const ServedDevice&) = delete;
+    ServedDevice& operator=(const ServedDevice&) = delete;
+    ~ServedDevice() {
+        const SoundLab::Lock lock(lab_);
+        pw_filter_destroy(filter_);
+    }
+
+    uint32_t globalID() const { return pw_filter_get_node_id(filter_); }
+
+  private:
+    SoundLab& lab_;
+    pw_filter* filter_ = nullptr;
+};
+
+class DeviceTests : public RealServer {
+  protected:
+    /// Plugs an output and runs until the client has it.
+    AudioObjectID plug(const VirtualOutput& output) {
+        lab->plug(output);
+        EXPECT_TRUE(runUntil([&] { return id(output.name) != kAudioObjectUnknown; })) << output.name;
+        return id(output.name);
+    }
+};
+
+TEST_F(DeviceTests, ADeviceSaysWhatItIs) {
+    EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));
+    const AudioObjectID desk = id("desk");
+    EXPECT_EQ(client->deviceUID(desk), "desk");
+    EXPECT_EQ(client->deviceName(desk), "Desk Speakers");
+    EXPECT_EQ(client->deviceManufacturer(desk), "Acme");
+    EXPECT_EQ(client->deviceManufacturer(id("blue")), std::nullopt);
+    EXPECT_EQ(client->outputChannelCount(desk), 2);
+    EXPECT_TRUE(client->isAlive(desk));
+    EXPECT_FALSE(client->isHidden(desk));
+    EXPECT_FALSE(client->isRunningSomewhere(desk));
+    EXPECT_EQ(client->outputLatencyFrames(desk), std::nullopt) << "the server says nothing of it";
+    EXPECT_EQ(client->outputSafetyOffsetFrames(desk), std::nullopt);
+    EXPECT_EQ(client->nominalSampleRate(desk), 48000);
+    EXPECT_THAT(client->availableSampleRates(desk), ElementsAre(SampleRateRange{8000, 192000}));
+    EXPECT_EQ(client->deviceID("nobody"), std::nullopt);
+}
+
+TEST_F(DeviceTests, AnUnknownDeviceThrowsOrAnswersAsAbsent) {
+    for (const AudioObjectID device : {AudioObjectID{0}, AudioObjectID{1}, AudioObjectID{4'000'000'000}}) {
+        const auto expectThrow = [&](const auto& operation) {
+            EXPECT_EQ(statusThrown(operation), kAudioHardwareBadDeviceError) << device;
+        };
+        expectThrow([&] { client->deviceUID(device); });
+        expectThrow([&] { client->deviceName(device); });
+        expectThrow([&] { client->transportType(device); });
+        expectThrow([&] { client->outputChannelCount(device); });
+        expectThrow([&] { client->nominalSampleRate(device); });
+        expectThrow([&] { client->availableSampleRates(device); });
+        expectThrow([&] { client->setNominalSampleRate(device, 48000); });
+        expectThrow([&] { client->setDefaultOutputDevice(device); });
+        expectThrow([&] { client->setDefaultSystemOutputDevice(device); });
+        expectThrow([&] { client->aggregateComposition(device); });
+        expectThrow([&] { client->aggregateFullSubDeviceUIDs(device); });
+        expectThrow([&] { client->aggregateActiveSubDeviceIDs(device); });
+        expectThrow([&] { client->aggregateMainSubDeviceUID(device); });
+        expectThrow([&] { client->subDeviceDriftCompensation(device); });
+        expectThrow([&] { client->setSubDeviceDriftCompensation(device, true); });
+        expectThrow([&] { client->outputVolume(device); });
+        expectThrow([&] { client->setOutputVolume(device, 1); });
+        expectThrow([&] { client->outputMute(device); });
+        expectThrow([&] { client->setOutputMute(device, true); });
+        EXPECT_EQ(statusThrown([&] { client->destroyAggregateDevice(device); }),
+                  kAudioHardwareBadObjectError);
+        EXPECT_EQ(client->deviceManufacturer(device), std::nullopt);
+        EXPECT_EQ(client->outputLatencyFrames(device), std::nullopt);
+        EXPECT_FALSE(client->isAlive(device) || client->isHidden(device) ||
+                     client->isRunningSomewhere(device) || client->supportsOutputVolume(device) ||
+                     client->supportsOutputMute(device) ||
+                     client->supportsSubDeviceDriftCompensation(device));
+        EXPECT_EQ(client->addOutputVolumeListener(device, [] {}), nullptr);
+        EXPECT_EQ(client->addOutputMuteListener(device, [] {}), nullptr);
+    }
+}
+
+TEST_F(DeviceTests, TransportComesFromBusInterfaceAndProfile) {
+    struct Case {
+        std::map<std::string, std::string> properties;
+        AudioDeviceTransportType transport;
+    };
+    const std::vector<Case> cases{
+        {{{"device.bus", "pci"}, {"device.api", "alsa"}}, kAudioDeviceTransportTypeBuiltIn},
+        {{{"device.api", "alsa"}}, kAudioDeviceTransportTypeBuiltIn},
+        {{{"device.bus", "usb"}, {"device.profile.name", "hdmi-stereo"}}, kAudioDeviceTransportTypeUSB},
+        {{{"device.bus", "bluetooth"}}, kAudioDeviceTransportTypeBluetooth},
+        {{{"device.api", "bluez5"}}, kAudioDeviceTransportTypeBluetooth},
+        {{{"device.bus", "firewire"}}, kAudioDeviceTransportTypeFireWire},
+        {{{"device.bus", "thunderbolt"}}, kAudioDeviceTransportTypeThunderbolt},
+        {{{"device.bus", "pci"}, {"device.profile.name", "HDMI-stereo-extra1"}},
+         kAudioDeviceTransportTypeHDMI},
+        {{{"device.bus", "pci"}, {"api.alsa.path", "hdmi:0,1"}}, kAudioDeviceTransportTypeHDMI},
+        {{{"device.bus", "pci"}, {"device.profile.description", "Digital Stereo (HDMI / DisplayPort 2)"}},
+         kAudioDeviceTransportTypeDisplayPort},
+        {{{"raop.ip", "192.0.2.7"}}, kAudioDeviceTransportTypeAirPlay},
+        {{}, kAudioDeviceTransportTypeVirtual},
+        {{{"device.bus", "something new"}, {"factory.name", "support.null-audio-sink"}},
+         kAudioDeviceTransportTypeVirtual},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const AudioObjectID device = plug({"d" + std::to_string(i), "", cases[i].properties});
+        EXPECT_EQ(client->transportType(device), cases[i].transport) << i;
+    }
+}
+
+TEST_F(DeviceTests, NameIsTheDescriptionElseTheNickElseTheUID) {
+    EXPECT_EQ(client->deviceName(plug({"a", "Both", {{"node.nick", "nick"}}})), "Both");
+    EXPECT_EQ(client->deviceName(plug({"b", "", {{"node.nick", "nick"}}})), "nick");
+    EXPECT_EQ(client->deviceName(plug({"c", "", {}})), "c");
+}
+
+TEST_F(DeviceTests, ChannelsAreThoseThatCanBePlayedTo) {
+    EXPECT_EQ(client->outputChannelCount(plug({"mono", "M", {{"audio.position", "[ MONO ]"}}})), 1);
+    EXPECT_EQ(client->outputChannelCount(plug({"six", "S", {{"audio.position", "[ FL FR FC LFE RL RR ]"}}})),
+              6);
+}
+
+TEST_F(DeviceTests, AnInputIsADeviceThatNothingCanBePlayedTo) {
+    spa_latency_info latency{};
+    latency.direction = SPA_DIRECTION_OUTPUT;
+    latency.min_ns = 1'000'000;
+    const ServedDevice microphone(*lab, "served", "Audio/Source", latency);
+    ASSERT_TRUE(runUntil([&] { return id("served") != kAudioObjectUnknown; }));
+    const AudioObjectID source = id("served");
+    EXPECT_EQ(client->outputChannelCount(source), 0);
+    EXPECT_THAT(client->allDeviceIDs(), Contains(source));
+    EXPECT_EQ(statusThrown([&] { client->setDefaultOutputDevice(source); }), kAudioHardwareBadDeviceError);
+    EXPECT_EQ(statusThrown([&] { client->setDefaultSystemOutputDevice(source); }),
+              kAudioHardwareBadDeviceError);
+    EXPECT_FALSE(client->supportsSubDeviceDriftCompensation(source));
+    EXPECT_FALSE(client->supportsOutputVolume(source) || client->supportsOutputMute(source));
+    EXPECT_EQ(client->outputLatencyFrames(source), std::nullopt);
+}
+
+TEST_F(DeviceTests, AUIDIsStableAndAnObjectIDIsNeverUsedAgain) {
+    std::set<AudioObjectID> seen{id("desk"), id("blue")};
+    for (int i = 0; i < 8; ++i) {
+        const AudioObjectID before = id("usb");
+        EXPECT_TRUE(seen.insert(before).second) << before;
+        lab->unplug("usb");
+        ASSERT_TRUE(runUntil([&] { return id("usb") == kAudioObjectUnknown; }));
+        EXPECT_EQ(statusThrown([&] { client->deviceName(before); }), kAudioHardwareBadDeviceError);
+        EXPECT_FALSE(client->isAlive(before));
+        plug(VirtualOutput::usb("usb", "USB Interface"));
+    }
+}
+
+TEST_F(DeviceTests, LatencyIsInFramesAtTheNominalRate) {
+    spa_latency_info latency{};
+    latency.direction = SPA_DIRECTION_INPUT;
+    latency.min_ns = 10'000'000; // 480 frames at 48 kHz
+    latency.min_rate = 20;
+    latency.min_quantum = 0.5F;
+    const ServedDevice output(*lab, "served", "Audio/Sink", latency);
+    ASSERT_TRUE(runUntil([&] { return client->outputLatencyFrames(id("served")).has_value(); }));
+    const auto quantum = std::stoll(lab->settingsMetadata("clock.quantum").value());
+    EXPECT_EQ(client->outputLatencyFrames(id("served")), 500 + quantum / 2);
+    EXPECT_EQ(client->outputChannelCount(id("served")), 1);
+    EXPECT_EQ(client->transportType(id("served")), 0u) << "nothing tells";
+}
+
+TEST_F(DeviceTests, HostileDevicesAreDevicesLikeOthers) {
+    const std::string odd = "a\"b\\c\n{}'\x01é日";
+    const AudioObjectID oddDevice = plug({odd, std::string(10'000, 'x') + "\n\"", {{"device.bus", "usb"}}});
+    EXPECT_EQ(client->deviceUID(oddDevice), odd);
+    EXPECT_EQ(client->deviceName(oddDevice), std::string(10'000, 'x') + "\n\"");
+    const std::string longName(3000, 'n');
+    const AudioObjectID longDevice = plug({longName, "Long", {}});
+    for (const AudioObjectID device : {oddDevice, longDevice}) {
+        client->setDefaultOutputDevice(device);
+        EXPECT_EQ(client->defaultOutputDeviceID(), device);
+        client->setDefaultSystemOutputDevice(id("usb"));
+        client->setDefaultSystemOutputDevice(device);
+        EXPECT_EQ(client->defaultSystemOutputDeviceID(), device);
+        const AudioObjectID aggregate = createAggregate({"desk", client->deviceUID(device)});
+        EXPECT_THAT(client->aggregateActiveSubDeviceIDs(aggregate), ElementsAre(id("desk"), device));
+        EXPECT_THAT(client->aggregateFullSubDeviceUIDs(aggregate),
+                    ElementsAre("desk", client->deviceUID(device)));
+        client->destroyAggregateDevice(aggregate);
+    }
+    client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(DeviceTests, AForeignCompositionIsTakenForNothingItIsNot) {
+    for (const char* composition :
+         {"[[[", "7", "[]", "{}", R"({"subdevices": {"uid": 1}, "master": []})",
+          R"({"subdevices": [7, null, {"uid": 3, "drift": "yes"}, {"uid": "usb"}]})"}) {
+        const AudioObjectID device = plug({"foreign", "Foreign", {{"velto.composition", composition}}});
+        EXPECT_EQ(client->transportType(device), kAudioDeviceTransportTypeAggregate) << composition;
+        EXPECT_THAT(client->aggregateActiveSubDeviceIDs(device), IsEmpty());
+        lab->unplug("foreign");
+        ASSERT_TRUE(runUntil([&] { return id("foreign") == kAudioObjectUnknown; }));
+    }
+}
+
+TEST_F(DeviceTests, TwoDevicesOfOneNameAreTwoDevices) {
+    const AudioObjectID first = id("usb");
+    lab->plug(VirtualOutput::usb("usb", "Twin"));
+    ASSERT_TRUE(runUntil([&] { return client->allDeviceIDs().size() == 4; }));
+    EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue", "usb"));
+    EXPECT_EQ(id("usb"), first);
+    EXPECT_EQ(client->deviceName(client->allDeviceIDs().back()), "Twin");
+    lab->unplug("usb");
+}
+
+TEST_F(DeviceTests, ADeviceWithoutANameIsNone) {
+    spa_latency_info latency{};
+    latency.direction = SPA_DIRECTION_INPUT;
+    const ServedDevice nameless(*lab, "", "Audio/Sink", latency);
+    ASSERT_TRUE(lab->waitUntil([&] { return !lab->graph().ports(nameless.globalID()).empty(); }));
+    settle();
+    EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));
+}
+
+TEST_F(DeviceTests, RapidPluggingEndsWhereItStops) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    int changes = 0;
+    listen(kAudioObjectSystemObject, kAudioHardwarePropertyDevices, [&] {
+        ++changes;
+        for (const AudioObjectID device : client->allDeviceIDs()) // all of it can be read at any time
+            EXPECT_FALSE(client->deviceUID(device).empty() || client->outputChannelCount(device) != 2);
+    });
+    for (int i = 0; i < 50; ++i) {
+        lab->unplug("usb");
+        if (i % 3 == 0) settle();
+        lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+        if (i % 4 == 0) settle();
+    }
+    EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }));
+    EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "blue", aggregateUID, "usb"));
+    EXPECT_GT(changes, 10);
+    client->destroyAggregateDevice(aggregate);
+    EXPECT_THAT(log.linesWith(" error: "), IsEmpty());
+}
+
+} // namespace
+} // namespace velto
