@@ -27,6 +27,7 @@ class PrivateSoundServer {
     /// What a program needs to find this server and nothing else.
     std::map<std::string, std::string> environment() const;
     pid_t daemonID() const noexcept { return daemon_->id(); }
+    pid_t sessionManagerID() const noexcept { return sessionManager_->id(); }
 
     /// Kills both, as in a crash.
     void kill();

@@ -199,6 +199,13 @@ std::vector<PipeWireAggregates::PortPair> PipeWireAggregates::portPairs(const Pi
                 result.emplace_back(monitors[i], inputs[j]);
         }
     }
+    // Nothing fits: the sum for one port, else the first two, once all of them are there.
+    const bool isWhole = output.offeredChannels() > 0 && inputs.size() >= output.offeredChannels();
+    if (isWhole && (result.empty() || inputs.size() == 1)) {
+        result.clear();
+        for (std::size_t i = 0; i < monitors.size(); ++i)
+            result.emplace_back(monitors[i], inputs[std::min(i, inputs.size() - 1)]);
+    }
     return result;
 }
 

@@ -60,7 +60,7 @@ void PipeWireSystemOutputs::rememberConfiguredOutput(const std::string& aggregat
 }
 
 void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName) {
-    connection_.roundTrip(); // what was stored a moment ago counts
+    if (!connection_.roundTrip()) throwNotReady(); // also, what was stored a moment ago counts
     PipeWireMetadata* metadata = graph_.defaultMetadata();
     if (!metadata) throwNotReady(); // nobody would give the aggregate its ports
     if (metadata->name(PipeWireKey::configuredSink) == aggregateName)

@@ -33,8 +33,8 @@ class PipeWireSystemOutputs {
     void setSampleRate(double sampleRate);
 
     /// Before an aggregate is made: forgets a choice that names it, which the session manager keeps when the
-    /// machine goes down during a session, and the note of an aborted removal. Throws 'nrdy' without a
-    /// session manager.
+    /// machine goes down during a session, and the note of an aborted removal. Throws 'nrdy' when the
+    /// server doesn't answer or has no session manager.
     void prepareForAggregate(const std::string& aggregateName);
     /// After an aggregate has gone: puts back the configured output and the rate from before it.
     void restoreAfterAggregate(const std::string& aggregateName);

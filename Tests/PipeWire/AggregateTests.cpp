@@ -1,0 +1,224 @@
+#include "Tests/PipeWire/RealServer.h"
+
+#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+
+#include <signal.h>
+
+namespace velto {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class AggregateTests : public RealServer {
+  protected:
+    AudioObjectID plug(const VirtualOutput& output) {
+        lab->plug(output);
+        EXPECT_TRUE(runUntil([&] { return id(output.name) != kAudioObjectUnknown; })) << output.name;
+        return id(output.name);
+    }
+    void unplug(const std::string& name) {
+        lab->unplug(name);
+        EXPECT_TRUE(runUntil([&] { return id(name) == kAudioObjectUnknown; })) << name;
+    }
+    std::vector<std::string> active(AudioObjectID aggregate) {
+        std::vector<std::string> result;
+        for (const AudioObjectID device : client->aggregateActiveSubDeviceIDs(aggregate))
+            result.push_back(client->deviceUID(device));
+        return result;
+    }
+    bool isRunning(const std::string& name) {
+        const SoundLab::Lock lock(*lab);
+        const PipeWireNode* node = lab->graph().device(name);
+        return node && node->isRunning();
+    }
+};
+
+TEST_F(AggregateTests, IsCompleteWhenCreateReturnsAndGoneWhenDestroyReturns) {
+    const AggregateDeviceDescription wanted = description({"desk", "usb", "blue"});
+    const AudioObjectID aggregate = client->createAggregateDevice(wanted);
+    EXPECT_EQ(id(aggregateUID), aggregate);
+    EXPECT_EQ(client->deviceName(aggregate), "Both");
+    EXPECT_EQ(client->transportType(aggregate), kAudioDeviceTransportTypeAggregate);
+    EXPECT_EQ(client->outputChannelCount(aggregate), 2);
+    EXPECT_TRUE(client->isAlive(aggregate));
+    EXPECT_FALSE(client->isHidden(aggregate));
+    EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb", "blue"));
+    EXPECT_EQ(client->aggregateComposition(aggregate), wanted.dictionaryRepresentation());
+    EXPECT_THAT(client->aggregateFullSubDeviceUIDs(aggregate), ElementsAre("desk", "usb", "blue"));
+    EXPECT_EQ(client->aggregateMainSubDeviceUID(aggregate), "desk");
+    for (const char* output : {"desk", "usb", "blue"})
+        EXPECT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, output) == 2; })) << output;
+
+    EXPECT_EQ(statusThrown([&] { client->createAggregateDevice(description({"usb", "blue"})); }),
+              kAudioHardwareIllegalOperationError);
+    EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb", "blue")) << "the first one is untouched";
+
+    client->destroyAggregateDevice(aggregate);
+    EXPECT_EQ(id(aggregateUID), kAudioObjectUnknown);
+    EXPECT_FALSE(client->isAlive(aggregate));
+    EXPECT_EQ(statusThrown([&] { client->destroyAggregateDevice(aggregate); }), kAudioHardwareBadObjectError);
+    EXPECT_EQ(statusThrown([&] { client->destroyAggregateDevice(id("desk")); }),
+              kAudioHardwareBadObjectError);
+    EXPECT_EQ(statusThrown([&] { client->aggregateComposition(id("desk")); }),
+              kAudioHardwareUnknownPropertyError);
+    EXPECT_NE(createAggregate({"usb", "blue"}), aggregate);
+    client->destroyAggregateDevice(id(aggregateUID));
+}
+
+TEST_F(AggregateTests, DriftCompensationIsRememberedPerOutput) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    EXPECT_TRUE(client->supportsSubDeviceDriftCompensation(id("usb")));
+    EXPECT_FALSE(client->subDeviceDriftCompensation(id("desk")));
+    EXPECT_TRUE(client->subDeviceDriftCompensation(id("usb")));
+    EXPECT_FALSE(client->subDeviceDriftCompensation(id("blue"))) << "not in it";
+    client->setSubDeviceDriftCompensation(id("usb"), false);
+    client->setSubDeviceDriftCompensation(id("desk"), true);
+    const auto expectSwapped = [&](const char* when) {
+        EXPECT_TRUE(client->subDeviceDriftCompensation(id("desk"))) << when;
+        EXPECT_FALSE(client->subDeviceDriftCompensation(id("usb"))) << when;
+        const auto composition = client->aggregateComposition(aggregate);
+        const auto& outputs = *composition.at(std::string(CompositionKey::subDevices)).as<CompositionArray>();
+        const auto drift = [&](std::size_t i) {
+            return outputs.at(i).as<CompositionDictionary>()->at(
+                std::string(CompositionKey::driftCompensation));
+        };
+        EXPECT_TRUE(drift(0).isNonZeroNumber()) << when;
+        EXPECT_FALSE(drift(1).isNonZeroNumber()) << when;
+    };
+    expectSwapped("after the change");
+    unplug("usb");
+    plug(VirtualOutput::usb("usb", "USB Interface"));
+    expectSwapped("after a replug");
+    client->destroyAggregateDevice(aggregate);
+    createAggregate({"desk", "usb"});
+    EXPECT_TRUE(client->subDeviceDriftCompensation(id("usb"))) << "a new aggregate starts anew";
+    client->destroyAggregateDevice(id(aggregateUID));
+}
+
+TEST_F(AggregateTests, AnOutputThatReturnsIsHiddenUntilItIsLinked) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    unplug("usb");
+    EXPECT_THAT(active(aggregate), ElementsAre("desk"));
+    EXPECT_THAT(client->aggregateFullSubDeviceUIDs(aggregate), ElementsAre("desk", "usb"));
+
+    int returns = 0;
+    listen(kAudioObjectSystemObject, kAudioHardwarePropertyDevices, [&] {
+        const auto uids = deviceUIDs();
+        const bool isListed = std::ranges::find(uids, "usb") != uids.end();
+        EXPECT_EQ(isListed, id("usb") != kAudioObjectUnknown);
+        if (!isListed) return;
+        ++returns;
+        EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb")) << "there but silent";
+    });
+    for (int i = 1; i <= 10; ++i) {
+        lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+        ASSERT_TRUE(runUntil([&] { return returns == i; }));
+        unplug("usb");
+    }
+    stopListening();
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(AggregateTests, ALinkThatSomebodyRemovesIsMadeAgain) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    ASSERT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, "usb") == 2; }));
+    {
+        const SoundLab::Lock lock(*lab);
+        pw_registry* registry = pw_core_get_registry(lab->core(), PW_VERSION_REGISTRY, 0);
+        for (const auto& [link, ends] : lab->graph().links())
+            if (ends.inputNode == lab->graph().device("usb")->globalID()) pw_registry_destroy(registry, link);
+        pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
+    }
+    ASSERT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, "usb") == 0; }));
+    EXPECT_TRUE(runUntil([&] { return lab->linkCount(aggregateUID, "usb") == 2; }));
+    EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }));
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(AggregateTests, EveryLayoutOfChannelsGetsSound) {
+    struct Layout {
+        const char* positions;
+        int links;
+    };
+    // A mono output gets the sum; of more than two channels the front pair plays.
+    for (const Layout& layout :
+         {Layout{"[ MONO ]", 2}, Layout{"[ FL FR FC LFE RL RR ]", 2}, Layout{"[ AUX0 AUX1 AUX2 AUX3 ]", 2},
+          Layout{"[ FR FL ]", 2}, Layout{"[ AUX0 ]", 2}, Layout{"[ FC ]", 2}, Layout{"[ RL RR ]", 2}}) {
+        plug({"other", "Other", {{"audio.position", layout.positions}}});
+        const AudioObjectID aggregate = createAggregate({"desk", "other"});
+        EXPECT_THAT(active(aggregate), ElementsAre("desk", "other")) << layout.positions;
+        EXPECT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, "other") >= layout.links; }));
+        EXPECT_EQ(lab->linkCount(aggregateUID, "other"), layout.links) << layout.positions;
+        client->destroyAggregateDevice(aggregate);
+        unplug("other");
+    }
+}
+
+TEST_F(AggregateTests, AnOutputThatIsAbsentJoinsWhenItComes) {
+    const AudioObjectID aggregate = createAggregate({"desk", "later"});
+    EXPECT_THAT(active(aggregate), ElementsAre("desk"));
+    plug(VirtualOutput::usb("later", "Later"));
+    EXPECT_THAT(active(aggregate), ElementsAre("desk", "later"));
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(AggregateTests, OutputsThatComeAndGoWhileItIsMadeDoNoHarm) {
+    for (int i = 0; i < 10; ++i) {
+        // Asked for, but not yet done when the aggregate is: the server does one thing after the other.
+        {
+            const SoundLab::Lock lock(*lab);
+            pw_registry* registry = pw_core_get_registry(lab->core(), PW_VERSION_REGISTRY, 0);
+            pw_registry_destroy(registry, lab->graph().device("usb")->globalID());
+            pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
+        }
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        EXPECT_TRUE(runUntil([&] { return id("usb") == kAudioObjectUnknown; }));
+        EXPECT_THAT(active(aggregate), ElementsAre("desk"));
+        plug(VirtualOutput::usb("usb", "USB Interface"));
+        EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb"));
+        client->destroyAggregateDevice(aggregate);
+    }
+}
+
+TEST_F(AggregateTests, FailsInTimeAndLeavesNothingWhenTheServerHangs) {
+    for (const pid_t hanging : {server.daemonID(), server.sessionManagerID()}) {
+        ASSERT_EQ(kill(hanging, SIGSTOP), 0);
+        const ContinuousInstant before = loop.continuousNow();
+        EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotReadyError);
+        EXPECT_LT(loop.continuousNow() - before, pipeWireDeadline + std::chrono::seconds(1));
+        ASSERT_EQ(kill(hanging, SIGCONT), 0);
+        settle();
+        plug(VirtualOutput::usb("after", "After")); // all that was asked before is done by now
+        unplug("after");
+        EXPECT_EQ(id(aggregateUID), kAudioObjectUnknown);
+        EXPECT_TRUE(lab->waitUntil([&] { return !lab->exists(aggregateUID); }));
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb"));
+        client->destroyAggregateDevice(aggregate);
+    }
+}
+
+TEST_F(AggregateTests, SleepsWhileNothingPlays) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    client->setDefaultOutputDevice(aggregate);
+    EXPECT_FALSE(client->isRunningSomewhere(aggregate));
+    EXPECT_FALSE(client->isRunningSomewhere(id("desk")) || client->isRunningSomewhere(id("usb")));
+    {
+        const auto music = play();
+        EXPECT_TRUE(runUntil([&] {
+            return client->isRunningSomewhere(aggregate) && client->isRunningSomewhere(id("desk")) &&
+                   client->isRunningSomewhere(id("usb"));
+        }));
+        EXPECT_FALSE(client->isRunningSomewhere(id("blue")));
+    }
+    EXPECT_TRUE(runUntil([&] {
+        return !client->isRunningSomewhere(aggregate) && !client->isRunningSomewhere(id("desk")) &&
+               !client->isRunningSomewhere(id("usb"));
+    }));
+    client->setDefaultOutputDevice(id("desk"));
+    client->destroyAggregateDevice(aggregate);
+}
+
+} // namespace
+} // namespace velto
