@@ -207,7 +207,9 @@ TEST_F(AggregateDeviceManagerTests, WrongDriftCompensationIsCorrectedWherePossib
     destroy(id).value();
 
     world.faults.plainSubDevices = true;
+    world.calls.clear();
     id = create("usb", "bluetooth").value().deviceID;
+    EXPECT_EQ(world.calls.count(Operation::setSubDeviceDriftCompensation), 0U) << "unknown to these";
     EXPECT_TRUE(
         log.contains("AggregateDevice error: Drift compensation for bluetooth is false, expected true"));
     world.faults.invertsDriftCompensation = false;

@@ -58,8 +58,11 @@ bool decidesWhereToGoBack(Operation operation) {
     return those.contains(operation);
 }
 
-bool findsOrRemovesTheAggregate(Operation operation) {
-    return operation == Operation::destroyAggregateDevice || operation == Operation::deviceIDForUID;
+/// Whether the aggregate may be left when the call fails. A recovery takes one that it can't find for gone;
+/// what ends a session knows that there is one.
+bool mayLeaveAggregate(const SweptOperation& swept, Operation failed) {
+    return failed == Operation::destroyAggregateDevice ||
+           (failed == Operation::deviceIDForUID && swept.name == "Recover");
 }
 
 InvariantContext contextAfterFailureOf(const SweptOperation& swept, Operation failed) {
@@ -68,7 +71,7 @@ InvariantContext contextAfterFailureOf(const SweptOperation& swept, Operation fa
         context.defaultOutputs.push_back("builtin");
         context.alertOutputs.push_back("builtin");
     }
-    if (findsOrRemovesTheAggregate(failed)) {
+    if (mayLeaveAggregate(swept, failed)) {
         context.mayLeaveAggregate = true;
         if (swept.name == "Abandon") context.alertOutputs.emplace_back(ours); // nothing restores them there
     }
@@ -149,8 +152,8 @@ TEST_P(SessionFaultSweepTests, ASecondCallFailsAfterAFailedSwitch) {
             SCOPED_TRACE(std::string(name(first)) + " and call " + std::to_string(i) + ", " +
                          std::string(name(calls.log().at(i).operation)));
             InvariantContext context = contextAfterFailureOf(GetParam(), Operation::setDefaultOutputDevice);
-            context.mayLeaveAggregate =
-                findsOrRemovesTheAggregate(first) || findsOrRemovesTheAggregate(calls.log().at(i).operation);
+            context.mayLeaveAggregate = mayLeaveAggregate(GetParam(), first) ||
+                                        mayLeaveAggregate(GetParam(), calls.log().at(i).operation);
             if (context.mayLeaveAggregate) { // and what was not restored stays on it
                 context.defaultOutputs.emplace_back(ours);
                 context.alertOutputs.emplace_back(ours);

@@ -112,8 +112,11 @@ TEST_F(RecoveryTests, ARecordThatNamesOurAggregateDoesNotBringItBack) {
     record.previousDefaultOutputUID = record.aggregateUID;
     program->store.saveRecoveryState(record);
     crashAndLaunch();
+    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareNotReadyError);
     EXPECT_TRUE(recover());
-    expectClean("builtin", "hdmi");
+    EXPECT_EQ(world.defaultOutputUID(), "builtin");
+    EXPECT_TRUE(recover()) << "the aggregate is still there";
+    expectClean("builtin", "builtin");
 }
 
 TEST_F(RecoveryTests, AggregateWithoutARecordIsRemoved) {

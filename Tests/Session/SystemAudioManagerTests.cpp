@@ -141,9 +141,11 @@ TEST_F(SystemAudioManagerTests, FailedSwitchIsUndoneBeforeTheAggregateGoes) {
     // A system that takes its time: what was switched still reads old, and is switched back all the same.
     world.faults.slowOutputChange = 50ms;
     world.calls.failNext(Operation::setDefaultSystemOutputDevice, kAudioHardwareNotReadyError);
+    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareBadDeviceError);
     EXPECT_TRUE(start().error());
     world.faults.slowOutputChange = Duration();
-    expectUntouched();
+    expectOutputs("usb", "hdmi");
+    world.removeAggregate(AggregateDeviceManager::aggregateUID);
 
     // Nothing to go back to: best effort, and the first error is the one that counts.
     world.calls.failAlways(Operation::setDefaultSystemOutputDevice, kAudioHardwareBadDeviceError);
@@ -362,6 +364,7 @@ TEST_F(SystemAudioManagerTests, ReassertsOnlyItsOwnAggregate) {
     world.calls.clear();
     session().reassertDefaultOutput();
     EXPECT_EQ(world.calls.count(Operation::setDefaultOutputDevice), 0);
+    world.pickDefault(description.uid);
     EXPECT_FALSE(session().isSessionHealthy());
     stop().value();
 }

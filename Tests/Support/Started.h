@@ -8,11 +8,15 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 namespace velto {
+
+inline void PrintTo(const AudioManagerError& error, std::ostream* stream) { *stream << error.what(); }
 
 template <class T>
 class Started {
