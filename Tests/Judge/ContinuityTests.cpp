@@ -83,6 +83,26 @@ TEST(ContinuityTests, SpeechIsCountedLikewise) {
     EXPECT_EQ(studio.judge(unplugged()).lost, LostSamples{.gap = 960 + 480}) << "two places";
 }
 
+TEST(ContinuityTests, SamplesThatMatchByChanceAreLostAllTheSame) {
+    std::vector<Frame> crossingZero = chatter();
+    const std::int64_t event = sampleAt(3) - Studio::playerLag;
+    for (const std::int64_t place : {30, 60})
+        std::fill_n(crossingZero.begin() + event + place, 5, Frame());
+    Studio studio(crossingZero);
+    studio.play(usb, 0, 3);
+    studio.play(usb, 3 + secondsAt(100), 8);
+    EXPECT_EQ(studio.judge(unplugged()).lost, LostSamples{.gap = 100});
+}
+
+TEST(ContinuityTests, PauseBesideTheEventDoesNotHideTheSource) {
+    std::vector<Frame> pausing = speech(10, 1);
+    const std::int64_t event = sampleAt(3) - Studio::playerLag;
+    std::fill(pausing.begin() + event - 30000, pausing.begin() + event, Frame());
+    Studio studio(pausing);
+    studio.play(usb, 0, 8);
+    EXPECT_EQ(studio.judge(unplugged()).lost, LostSamples{});
+}
+
 TEST(ContinuityTests, LossThatCannotBeToldIsAFault) {
     Studio ended;
     ended.play(usb, 0, 3);
