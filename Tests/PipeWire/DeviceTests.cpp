@@ -1,9 +1,6 @@
 #include "Tests/PipeWire/RealServer.h"
+#include "Tests/PipeWire/ServedDevice.h"
 
-#include <pipewire/filter.h>
-#include <spa/param/latency-utils.h>
-
-#include <array>
 #include <set>
 
 namespace velto {
@@ -14,39 +11,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-
-/// A device of one port that the lab serves itself, as sound programs without a card behind them do.
-class ServedDevice {
-  public:
-    ServedDevice(SoundLab& lab, const char* name, const char* mediaClass, spa_latency_info latency)
-        : lab_(lab) {
-        const SoundLab::Lock lock(lab_);
-        filter_ =
-            pw_filter_new(lab_.core(), "served",
-                          pw_properties_new(PW_KEY_MEDIA_CLASS, mediaClass, PW_KEY_NODE_NAME, name, nullptr));
-        std::array<std::uint8_t, 1024> buffer{};
-        spa_pod_builder builder{};
-        spa_pod_builder_init(&builder, buffer.data(), buffer.size());
-        const spa_pod* parameter = spa_latency_build(&builder, SPA_PARAM_Latency, &latency);
-        pw_filter_add_port(filter_, latency.direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1,
-                           pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio", PW_KEY_PORT_NAME,
-                                             "port", nullptr),
-                           &parameter, 1);
-        pw_filter_connect(filter_, PW_FILTER_FLAG_NONE, nullptr, 0);
-    }
-    ServedDevice(const ServedDevice&) = delete;
-    ServedDevice& operator=(const ServedDevice&) = delete;
-    ~ServedDevice() {
-        const SoundLab::Lock lock(lab_);
-        pw_filter_destroy(filter_);
-    }
-
-    uint32_t globalID() const { return pw_filter_get_node_id(filter_); }
-
-  private:
-    SoundLab& lab_;
-    pw_filter* filter_ = nullptr;
-};
 
 class DeviceTests : public RealServer {
   protected:
@@ -243,9 +207,7 @@ TEST_F(DeviceTests, TwoDevicesOfOneNameAreTwoDevices) {
 }
 
 TEST_F(DeviceTests, ADeviceWithoutANameIsNone) {
-    spa_latency_info latency{};
-    latency.direction = SPA_DIRECTION_INPUT;
-    const ServedDevice nameless(*lab, "", "Audio/Sink", latency);
+    const ServedDevice nameless(*lab, "", "Audio/Sink", SPA_DIRECTION_INPUT);
     ASSERT_TRUE(lab->waitUntil([&] { return !lab->graph().ports(nameless.globalID()).empty(); }));
     settle();
     EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));

@@ -76,9 +76,11 @@ void RealServer::TearDown() {
     if (isKilled_) return;
     EXPECT_EQ(kill(server.daemonID(), 0), 0) << "the server died";
     EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
-    const SoundLab::Lock lock(*lab);
-    for (const PipeWireNode* node : lab->graph().devices())
-        EXPECT_FALSE(PipeWireAggregates::isAggregate(*node)) << node->name() << " was left behind";
+    EXPECT_TRUE(lab->waitUntil([&] {
+        return std::ranges::none_of(lab->graph().devices(), [](const PipeWireNode* node) {
+            return PipeWireAggregates::isAggregate(*node);
+        });
+    })) << "an aggregate was left behind";
 }
 
 // Verbs

@@ -16,12 +16,17 @@ struct PipeWireDevice::Events {
     static void info(void* data, const pw_device_info* info) {
         auto& self = *static_cast<PipeWireDevice*>(data);
         if (info->change_mask & PW_DEVICE_CHANGE_MASK_PROPS) mergeProperties(self.properties_, info->props);
+        // Every change of the routes comes with a new list of them, but an empty list with no event at all.
+        for (uint32_t i = 0; i < info->n_params; ++i)
+            if (info->params[i].id == SPA_PARAM_Route &&
+                std::exchange(self.routeFlags_, info->params[i].flags) != info->params[i].flags)
+                self.routes_.clear();
         self.changed_();
     }
     static void param(void* data, int, uint32_t id, uint32_t index, uint32_t, const spa_pod* pod) {
         auto& self = *static_cast<PipeWireDevice*>(data);
         if (id != SPA_PARAM_Route || !pod) return;
-        if (index == 0) self.routes_.clear(); // a new enumeration begins
+        if (index == 0) self.routes_.clear(); // a new list begins
         int32_t route = 0;
         int32_t profileDevice = 0;
         uint32_t direction = 0;

@@ -29,6 +29,7 @@ class PipeWireDevice {
     PipeWireProperties properties_;
     /// Active output routes: profile device to route index.
     std::map<uint32_t, int32_t> routes_;
+    uint32_t routeFlags_ = 0; // they change with every change of the routes
     std::function<void()> changed_;
 };
 

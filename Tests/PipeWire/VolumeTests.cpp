@@ -1,0 +1,144 @@
+#include "Tests/PipeWire/FakeCard.h"
+#include "Tests/PipeWire/RealServer.h"
+#include "Tests/PipeWire/ServedDevice.h"
+
+#include <cmath>
+#include <limits>
+
+namespace velto {
+namespace {
+
+using testing::ElementsAre;
+using testing::FloatNear;
+using testing::IsEmpty;
+
+class VolumeTests : public RealServer {
+  protected:
+    std::vector<float> linearVolumes(const std::string& name) {
+        const SoundLab::Lock lock(*lab);
+        return lab->graph().device(name)->channelVolumes();
+    }
+    /// Another program sets each channel.
+    void setLinearVolumes(const std::string& name, std::vector<float> volumes) {
+        const SoundLab::Lock lock(*lab);
+        lab->graph().device(name)->setChannelVolumes(volumes);
+    }
+    bool becomes(const std::string& name, float volume) {
+        return runUntil([&] { return std::abs(client->outputVolume(id(name)) - volume) < 1e-4F; });
+    }
+};
+
+TEST_F(VolumeTests, AScalarIsTheCubeRootOfTheLoudestChannel) {
+    EXPECT_TRUE(client->supportsOutputVolume(id("desk")));
+    setLinearVolumes("desk", {0.027F, 0.216F});
+    EXPECT_TRUE(becomes("desk", 0.6F));
+    setLinearVolumes("desk", {8.0F, 0.0F}); // louder than full
+    EXPECT_TRUE(becomes("desk", 1.0F));
+    setLinearVolumes("desk", {0.0F, 0.0F});
+    EXPECT_TRUE(becomes("desk", 0.0F));
+
+    for (const auto& [set, linear] :
+         std::vector<std::pair<float, float>>{{0.5F, 0.125F},
+                                              {1.7F, 1.0F},
+                                              {-0.2F, 0.0F},
+                                              {0.25F, 0.015625F},
+                                              {std::numeric_limits<float>::infinity(), 1.0F},
+                                              {std::numeric_limits<float>::quiet_NaN(), 0.0F}}) {
+        client->setOutputVolume(id("desk"), set);
+        const float expected = std::isnan(set) ? 0.0F : std::clamp(set, 0.0F, 1.0F);
+        EXPECT_NEAR(client->outputVolume(id("desk")), expected, 1e-4F) << "read right after the write";
+        EXPECT_TRUE(lab->waitUntil([&] {
+            return testing::Matches(ElementsAre(FloatNear(linear, 1e-4F), FloatNear(linear, 1e-4F)))(
+                linearVolumes("desk"));
+        })) << set;
+    }
+}
+
+TEST_F(VolumeTests, MuteIsApartFromVolume) {
+    EXPECT_TRUE(client->supportsOutputMute(id("usb")));
+    client->setOutputVolume(id("usb"), 0.5F);
+    EXPECT_FALSE(client->outputMute(id("usb")));
+    client->setOutputMute(id("usb"), true);
+    EXPECT_TRUE(client->outputMute(id("usb")));
+    EXPECT_NEAR(client->outputVolume(id("usb")), 0.5F, 1e-4F);
+    client->setOutputVolume(id("usb"), 0.7F);
+    EXPECT_TRUE(client->outputMute(id("usb")));
+    {
+        const SoundLab::Lock lock(*lab);
+        lab->graph().device("usb")->setMute(false); // another program
+    }
+    EXPECT_TRUE(runUntil([&] { return !client->outputMute(id("usb")); }));
+    client->setOutputVolume(id("usb"), 1.0F);
+}
+
+TEST_F(VolumeTests, EveryChannelOfEveryOutputHasIt) {
+    lab->plug({"six", "Six", {{"audio.position", "[ FL FR FC LFE RL RR ]"}}});
+    ASSERT_TRUE(runUntil([&] { return id("six") != kAudioObjectUnknown; }));
+    const AudioObjectID aggregate = createAggregate({"desk", "six"});
+    for (const char* name : {"six", aggregateUID}) {
+        client->setOutputVolume(id(name), 0.5F);
+        client->setOutputMute(id(name), true);
+        EXPECT_TRUE(lab->waitUntil([&] {
+            return testing::Matches(testing::Each(FloatNear(0.125F, 1e-4F)))(linearVolumes(name));
+        })) << name;
+        EXPECT_EQ(linearVolumes(name).size(), std::string(name) == "six" ? 6u : 2u);
+        EXPECT_TRUE(client->outputMute(id(name)));
+    }
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(VolumeTests, ADeviceWithoutControlsSaysSo) {
+    const ServedDevice output(*lab, "plain", "Audio/Sink", SPA_DIRECTION_INPUT);
+    const ServedDevice input(*lab, "microphone", "Audio/Source", SPA_DIRECTION_OUTPUT);
+    for (const char* name : {"plain", "microphone"}) {
+        ASSERT_TRUE(runUntil([&] { return id(name) != kAudioObjectUnknown; }));
+        const AudioObjectID device = id(name);
+        EXPECT_FALSE(client->supportsOutputVolume(device) || client->supportsOutputMute(device)) << name;
+        EXPECT_EQ(statusThrown([&] { client->outputVolume(device); }),
+                  kAudioHardwareUnsupportedOperationError);
+        EXPECT_EQ(statusThrown([&] { client->setOutputVolume(device, 1); }),
+                  kAudioHardwareUnsupportedOperationError);
+        EXPECT_EQ(statusThrown([&] { client->outputMute(device); }), kAudioHardwareUnsupportedOperationError);
+        EXPECT_EQ(statusThrown([&] { client->setOutputMute(device, true); }),
+                  kAudioHardwareUnsupportedOperationError);
+        EXPECT_EQ(client->addOutputVolumeListener(device, [] {}), nullptr);
+        EXPECT_EQ(client->addOutputMuteListener(device, [] {}), nullptr);
+    }
+}
+
+TEST_F(VolumeTests, ACardWithARouteCarriesTheVolume) {
+    FakeCard card(server.socket(), {{"device.bus", "usb"}, {"device.vendor.name", "Cardmaker"}});
+    lab->plug({"speakers",
+               "Speakers",
+               {{"device.id", std::to_string(card.globalID())},
+                {"card.profile.device", std::to_string(FakeCard::profileDevice)}}});
+    ASSERT_TRUE(runUntil([&] { return id("speakers") != kAudioObjectUnknown; }));
+    const AudioObjectID device = id("speakers");
+    EXPECT_EQ(client->transportType(device), kAudioDeviceTransportTypeUSB) << "the card's";
+    EXPECT_EQ(client->deviceManufacturer(device), "Cardmaker");
+
+    client->setOutputVolume(device, 0.5F);
+    const auto volume = card.nextChange();
+    EXPECT_EQ(volume.route, 7);
+    EXPECT_EQ(volume.device, FakeCard::profileDevice);
+    EXPECT_TRUE(volume.isSaved) << "the session manager is to remember it";
+    EXPECT_EQ(volume.props.isMuted, std::nullopt);
+    EXPECT_THAT(volume.props.channelVolumes.value(), ElementsAre(0.125F, 0.125F));
+    client->setOutputMute(device, true);
+    const auto mute = card.nextChange();
+    EXPECT_EQ(mute.props.isMuted, true);
+    EXPECT_EQ(mute.props.channelVolumes, std::nullopt);
+    EXPECT_THAT(linearVolumes("speakers"), ElementsAre(1.0F, 1.0F)) << "left to the card";
+
+    setLinearVolumes("speakers", {0.125F, 0.125F}); // as the card does then
+    EXPECT_TRUE(becomes("speakers", 0.5F));
+
+    card.deactivateRoutes();
+    EXPECT_TRUE(runUntil([&] {
+        client->setOutputVolume(device, 0.8F);
+        return std::abs(client->outputVolume(device) - 0.8F) < 1e-4F;
+    })) << "without a route the node has its own volume";
+}
+
+} // namespace
+} // namespace velto
