@@ -30,7 +30,7 @@ constexpr AudioObjectID theSystem = kAudioObjectSystemObject;
 [[noreturn]] void refuse(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
 
 /// The rates that all the outputs of an aggregate can run at.
-std::vector<SampleRateRange> shared(std::vector<SampleRateRange> first,
+std::vector<SampleRateRange> shared(const std::vector<SampleRateRange>& first,
                                     const std::vector<SampleRateRange>& second) {
     std::vector<SampleRateRange> result;
     for (const SampleRateRange& a : first) {
@@ -73,7 +73,7 @@ template <class Value, class Body>
 Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
                                    Body body) noexcept {
     const auto failure = calls.begin(operation, object);
-    return failure || !isServiceRunning_ ? otherwise : static_cast<Value>(body());
+    return failure || !isServiceRunning_ ? std::move(otherwise) : static_cast<Value>(body());
 }
 
 template <class Value>

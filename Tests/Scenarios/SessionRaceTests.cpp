@@ -101,6 +101,7 @@ TEST(SessionRace, OnlyTheFirstOfThoseThatWaitedActs) {
 
     stage.machine.world.calls.clear();
     stage.machine.loop.runUntilIdle();
+    ASSERT_TRUE(stage.session().activeSession());
     EXPECT_EQ(stage.session().activeSession()->first.uid, "usb");
     EXPECT_EQ(stage.machine.world.calls.count(CoreAudioOperation::createAggregateDevice), 1);
     EXPECT_TRUE(quit.isDone());

@@ -178,7 +178,7 @@ std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOu
                                recorded.previousSystemOutputUID);
         return std::nullopt;
     } catch (...) {
-        const AudioManagerError error = currentAudioManagerError();
+        AudioManagerError error = currentAudioManagerError();
         logger.error("Restore failed: {}", error.errorDescription());
         return error;
     }
