@@ -128,6 +128,7 @@ void RealServer::restartServer() {
     server.start();
     lab.emplace(server.socket());
     plugUsualOutputs();
+    isKilled_ = false;
 }
 
 void RealServer::listen(AudioObjectID object, AudioObjectPropertySelector selector,

@@ -40,7 +40,7 @@ class ServedDevice {
     }
 
     uint32_t globalID() const { return pw_filter_get_node_id(filter_); }
-    void rename(const char* description) {
+    void rename(const char* description) const {
         const SoundLab::Lock lock(lab_);
         const spa_dict_item item{PW_KEY_NODE_DESCRIPTION, description};
         const spa_dict properties{0, 1, &item};

@@ -1,0 +1,245 @@
+#include "Tests/PipeWire/RealServer.h"
+#include "Tests/PipeWire/ServedDevice.h"
+
+#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+
+#include <thread>
+
+namespace velto {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+class ListenerTests : public RealServer {
+  protected:
+    static constexpr AudioObjectID systemObject = kAudioObjectSystemObject;
+
+    /// Notes calls by name.
+    PropertyListenerHandler note(const char* name) {
+        return [this, name] { calls.emplace_back(name); };
+    }
+    bool isTold(const char* name) {
+        return runUntil([&] { return std::ranges::find(calls, name) != calls.end(); });
+    }
+
+    std::vector<std::string> calls;
+};
+
+TEST_F(ListenerTests, EachPropertyTellsOfItsOwnChangesOnly) {
+    const ServedDevice served(*lab, "served", "Audio/Sink", SPA_DIRECTION_INPUT);
+    ASSERT_TRUE(runUntil([&] { return id("served") != kAudioObjectUnknown; }));
+    settle();
+    const AudioObjectID usb = id("usb");
+    listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
+    listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
+    listen(systemObject, kAudioHardwarePropertyDefaultSystemOutputDevice, note("alert"));
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, note("restart"));
+    listen(usb, kAudioDevicePropertyVolumeScalar, note("scalar"));
+    listen(usb, kAudioDevicePropertyDeviceIsRunningSomewhere, note("running"));
+    listen(usb, kAudioDevicePropertyDeviceIsAlive, note("alive"));
+    listen(usb, kAudioDevicePropertyNominalSampleRate, note("rate"));
+    listen(id("served"), kAudioObjectPropertyName, note("name"));
+    const auto volume = client->addOutputVolumeListener(usb, note("volume"));
+    const auto mute = client->addOutputMuteListener(usb, note("mute"));
+    EXPECT_EQ(client->listenerCount(), 11u);
+
+    const auto expectCalls = [&](auto matcher, const char* what) {
+        EXPECT_TRUE(runUntil([&] { return testing::Matches(matcher)(calls); })) << what;
+        settle();
+        EXPECT_THAT(calls, matcher) << what << ": no more than that";
+        calls.clear();
+    };
+    using testing::UnorderedElementsAre;
+    lab->setChannelVolumes("usb", 0.5F);
+    expectCalls(UnorderedElementsAre("volume", "scalar"), "volume by another program");
+    client->setOutputVolume(usb, 1);
+    expectCalls(UnorderedElementsAre("volume", "scalar"), "volume of our own");
+    client->setOutputMute(usb, true);
+    client->setOutputMute(usb, false);
+    client->setOutputMute(usb, true);
+    expectCalls(ElementsAre("mute"), "changes in one turn are one");
+    client->setOutputMute(usb, false);
+    expectCalls(ElementsAre("mute"), "unmute");
+    setSetting(PipeWireKey::forcedRate, "44100");
+    expectCalls(ElementsAre("rate"), "rate");
+    setSetting(PipeWireKey::forcedRate, "0");
+    expectCalls(ElementsAre("rate"), "rate back");
+    served.rename("Another Name");
+    expectCalls(ElementsAre("name"), "name");
+    EXPECT_EQ(client->deviceName(id("served")), "Another Name");
+    lab->pickDefault("usb");
+    expectCalls(UnorderedElementsAre("default", "alert"), "alerts follow");
+    client->setDefaultSystemOutputDevice(id("blue"));
+    expectCalls(ElementsAre("alert"), "alert");
+    client->setDefaultSystemOutputDevice(usb);
+    expectCalls(ElementsAre("alert"), "alert back");
+    {
+        const auto music = play();
+        expectCalls(ElementsAre("running"), "plays");
+    }
+    expectCalls(ElementsAre("running"), "stops");
+    client->setDefaultOutputDevice(id("desk"));
+    expectCalls(UnorderedElementsAre("default", "alert"), "default");
+    lab->unplug("usb");
+    expectCalls(UnorderedElementsAre("devices", "alive"), "unplugged");
+    client->removePropertyListener(volume); // of a device that is gone
+    client->removePropertyListener(mute);
+    EXPECT_THAT(log.linesWith(" error: "), IsEmpty());
+}
+
+TEST_F(ListenerTests, HandlersMayAddAndRemoveListeners) {
+    PropertyListenerTokenRef self, other, added;
+    const auto onDevices = [&](PropertyListenerHandler handler) {
+        return client->addPropertyListener(systemObject, kAudioHardwarePropertyDevices,
+                                           kAudioObjectPropertyScopeGlobal, std::move(handler));
+    };
+    self = onDevices([&] {
+        calls.emplace_back("self");
+        client->removePropertyListener(self);
+        client->removePropertyListener(other);
+        added = onDevices(note("added"));
+        client->setOutputVolume(id("desk"), 0.5F); // waits for the server
+    });
+    other = onDevices(note("other"));
+    const auto last = onDevices(note("last"));
+    lab->unplug("blue");
+    ASSERT_TRUE(isTold("last"));
+    EXPECT_THAT(calls, ElementsAre("self", "last"));
+    calls.clear();
+    lab->plug(VirtualOutput::bluetooth("blue", "Headphones"));
+    ASSERT_TRUE(isTold("added"));
+    EXPECT_THAT(calls, ElementsAre("last", "added"));
+    client->removePropertyListener(last);
+    client->removePropertyListener(added);
+    client->setOutputVolume(id("desk"), 1);
+}
+
+TEST_F(ListenerTests, OnlyRemovalEndsAListener) {
+    auto token = client->addPropertyListener(systemObject, kAudioHardwarePropertyDevices,
+                                             kAudioObjectPropertyScopeGlobal, note("devices"));
+    const auto receipt =
+        std::make_shared<PropertyListenerToken>(token->objectID, token->address, token->queue, token->block);
+    token.reset();
+    lab->unplug("blue");
+    EXPECT_TRUE(isTold("devices")) << "a dropped token unregisters nothing";
+    client->removePropertyListener(receipt);
+    calls.clear();
+    lab->unplug("usb");
+    settle();
+    EXPECT_THAT(calls, IsEmpty());
+
+    client->removePropertyListener(receipt);
+    client->removePropertyListener(nullptr);
+    EXPECT_EQ(log.count("AudioDevices error: RemovePropertyListenerBlock failed: "), 2u);
+}
+
+TEST_F(ListenerTests, AnUnknownObjectCannotBeListenedTo) {
+    for (const AudioObjectID object : {AudioObjectID{0}, AudioObjectID{4'000'000'000}})
+        EXPECT_EQ(statusThrown([&] { listen(object, kAudioDevicePropertyDeviceIsAlive, [] {}); }),
+                  kAudioHardwareBadObjectError);
+}
+
+class ServerLifeTests : public ListenerTests {};
+
+TEST_F(ServerLifeTests, ASessionManagerThatDiesAndReturnsIsNoRestart) {
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, note("restart"));
+    listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
+    listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
+    server.killSessionManager();
+    EXPECT_TRUE(isTold("default"));
+    EXPECT_EQ(client->defaultOutputDeviceID(), kAudioObjectUnknown);
+    calls.clear();
+    server.startSessionManager();
+    EXPECT_TRUE(isTold("default"));
+    EXPECT_EQ(defaultUID(), "desk");
+    EXPECT_THAT(calls, Not(Contains("restart")));
+    EXPECT_THAT(calls, Not(Contains("devices")));
+}
+
+TEST_F(ServerLifeTests, AServerThatDiesTakesItsDevicesAndItsReturnIsToldOnce) {
+    const std::vector<AudioObjectID> before = client->allDeviceIDs();
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    client->setDefaultOutputDevice(aggregate);
+    client->setDefaultSystemOutputDevice(aggregate);
+    listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
+    listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
+    listen(aggregate, kAudioDevicePropertyDeviceIsAlive, note("alive"));
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, [&] {
+        calls.emplace_back("restart");
+        EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));
+        EXPECT_EQ(defaultUID(), "desk");
+    });
+    killServer();
+    EXPECT_TRUE(runUntil([&] { return !client->isConnected(); }));
+    EXPECT_TRUE(isTold("devices") && isTold("default") && isTold("alive"));
+    EXPECT_THAT(client->allDeviceIDs(), IsEmpty());
+    EXPECT_EQ(client->defaultOutputDeviceID(), kAudioObjectUnknown);
+    EXPECT_EQ(client->defaultSystemOutputDeviceID(), kAudioObjectUnknown);
+    EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotRunningError);
+    EXPECT_EQ(statusThrown([&] { client->setDefaultOutputDevice(before.front()); }),
+              kAudioHardwareBadDeviceError);
+    EXPECT_EQ(statusThrown([&] { client->destroyAggregateDevice(aggregate); }), kAudioHardwareBadObjectError);
+    EXPECT_THAT(calls, Not(Contains("restart")));
+
+    restartServer();
+    EXPECT_TRUE(isTold("restart"));
+    for (const AudioObjectID device : client->allDeviceIDs()) {
+        EXPECT_THAT(before, Not(Contains(device))) << "an ID is never used again";
+        EXPECT_GT(device, aggregate);
+    }
+    calls.clear();
+    lab->unplug("blue");
+    EXPECT_TRUE(isTold("devices")) << "listeners work as before";
+    settle();
+    EXPECT_THAT(calls, Not(Contains("restart")));
+    const AudioObjectID next = createAggregate({"desk", "usb"});
+    EXPECT_THAT(client->aggregateActiveSubDeviceIDs(next), ElementsAre(id("desk"), id("usb")));
+    client->destroyAggregateDevice(next);
+}
+
+TEST_F(ServerLifeTests, AServerThatIsNotThereYetIsWaitedFor) {
+    stopClient();
+    killServer();
+    client.emplace(loop, loop, server.socket());
+    EXPECT_FALSE(client->isConnected());
+    EXPECT_THAT(client->allDeviceIDs(), IsEmpty());
+    EXPECT_EQ(client->deviceID("desk"), std::nullopt);
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, note("restart"));
+    listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
+    restartServer();
+    EXPECT_TRUE(isTold("restart") && isTold("devices"));
+    EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));
+    EXPECT_EQ(defaultUID(), "desk");
+}
+
+TEST_F(ServerLifeTests, AServerThatDiesDuringACallEndsTheWait) {
+    // Held still, so that the call is waiting when the end comes.
+    ASSERT_EQ(kill(server.daemonID(), SIGSTOP), 0);
+    std::jthread killer([this] { killServer(); });
+    const ContinuousInstant before = loop.continuousNow();
+    EXPECT_NE(statusThrown([&] { createAggregate({"desk", "usb"}); }), noErr);
+    EXPECT_LT(loop.continuousNow() - before, pipeWireDeadline);
+    killer.join();
+    EXPECT_TRUE(runUntil([&] { return !client->isConnected(); }));
+    restartServer();
+    EXPECT_TRUE(runUntil([&] { return client->isConnected() && defaultUID() == "desk"; }));
+}
+
+TEST_F(ServerLifeTests, DeathAfterDeathIsSurvived) {
+    int restarts = 0;
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, [&] { ++restarts; });
+    for (int round = 1; round <= 5; ++round) {
+        createAggregate({"desk", "usb"});
+        killServer();
+        restartServer(); // the client has noticed nothing yet
+        ASSERT_TRUE(runUntil([&] { return restarts == round; })) << round;
+    }
+    settle();
+    EXPECT_EQ(restarts, 5);
+}
+
+} // namespace
+} // namespace velto
