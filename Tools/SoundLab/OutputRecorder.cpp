@@ -6,7 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
-#include <cstring>
+#include <span>
 #include <stdexcept>
 #include <thread>
 
@@ -16,6 +16,7 @@ struct OutputRecorder::Track {
     std::string output;
     std::array<void*, 2> ports{};
     std::array<std::vector<float>, 2> samples;
+    std::atomic<std::int64_t> heardUntil = 0;
 };
 
 struct OutputRecorder::Events {
@@ -127,9 +128,14 @@ void OutputRecorder::process(const spa_io_position& position) {
     for (const auto& track : tracks_) {
         for (std::size_t channel = 0; channel < 2; ++channel) {
             const void* heard = pw_filter_get_dsp_buffer(track->ports[channel], static_cast<uint32_t>(count));
-            if (heard && hasRoom)
-                std::memcpy(track->samples[channel].data() + frame, heard,
-                            static_cast<std::size_t>(count) * sizeof(float));
+            if (!heard || !hasRoom) continue;
+            const std::span<const float> cycle(static_cast<const float*>(heard),
+                                               static_cast<std::size_t>(count));
+            std::ranges::copy(cycle, track->samples[channel].begin() + frame);
+            const auto last =
+                std::find_if(cycle.rbegin(), cycle.rend(), [](float sample) { return sample != 0; });
+            if (last != cycle.rend())
+                track->heardUntil = std::max(track->heardUntil.load(), frame + (cycle.rend() - last));
         }
     }
     if (!hasRoom) return;
@@ -156,14 +162,21 @@ void OutputRecorder::waitUntil(double second) const {
     }
 }
 
-std::vector<float> OutputRecorder::samples(const std::string& output) const {
+const OutputRecorder::Track& OutputRecorder::track(const std::string& output) const {
     const auto track = std::ranges::find(tracks_, output, [](const auto& entry) { return entry->output; });
     if (track == tracks_.end()) throw std::runtime_error("The output " + output + " is not recorded");
+    return **track;
+}
+
+std::int64_t OutputRecorder::heardUntil(const std::string& output) const { return track(output).heardUntil; }
+
+std::vector<float> OutputRecorder::samples(const std::string& output) const {
+    const Track& recorded = track(output);
     std::vector<float> result;
     const auto count = static_cast<std::size_t>(frames_.load());
     result.reserve(count * 2);
     for (std::size_t i = 0; i < count; ++i)
-        for (const auto& channel : (*track)->samples)
+        for (const auto& channel : recorded.samples)
             result.push_back(channel[i]);
     return result;
 }

@@ -46,6 +46,8 @@ class OutputRecorder {
     std::int64_t quantum() const noexcept { return quantum_.load(); }
     /// Frames recorded so far.
     std::int64_t frames() const noexcept { return frames_.load(); }
+    /// The frame after the last one in which the output was not silent; 0 when it was never heard.
+    std::int64_t heardUntil(const std::string& output) const;
     /// Waits until the timeline has reached that second.
     void waitUntil(double second) const;
 
@@ -61,6 +63,7 @@ class OutputRecorder {
     struct Events;
 
     void connect(std::vector<std::string> outputs, GraphClock clock);
+    const Track& track(const std::string& output) const;
     void linkMonitors();
     void process(const spa_io_position& position);
 
