@@ -5,7 +5,7 @@
 // plays on; nothing here touches the sound.
 #pragma once
 
-#include "Tools/Showcase/Story.h"
+#include "Tools/SoundLab/Story.h"
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"

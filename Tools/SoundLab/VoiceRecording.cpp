@@ -44,17 +44,11 @@ std::vector<float> speech(const std::vector<std::vector<float>>& voices, std::si
     return result;
 }
 
-} // namespace
-
-void writeVoiceRecording(const std::filesystem::path& file, double seconds) {
-    std::vector<std::vector<float>> voices;
-    for (const char* name : recordings)
-        voices.push_back(readRecording(name));
-    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
-    const std::vector<float> left = speech(voices, 0, 3, frames);
-    const std::vector<float> right = speech(voices, 5, 1, frames);
+void writeStereo(const std::filesystem::path& file, const std::vector<float>& left,
+                 const std::vector<float>& right) {
     std::vector<float> stereo;
-    for (std::size_t i = 0; i < frames; ++i) {
+    stereo.reserve(left.size() * 2);
+    for (std::size_t i = 0; i < left.size(); ++i) {
         stereo.push_back(left[i]);
         stereo.push_back(right[i]);
     }
@@ -63,10 +57,26 @@ void writeVoiceRecording(const std::filesystem::path& file, double seconds) {
     format.channels = 2;
     format.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     SNDFILE* output = sf_open(file.c_str(), SFM_WRITE, &format);
-    const auto count = static_cast<sf_count_t>(frames);
+    const auto count = static_cast<sf_count_t>(left.size());
     const bool isWritten = output && sf_writef_float(output, stereo.data(), count) == count;
     if (output) sf_close(output);
     if (!isWritten) throw std::runtime_error("The file " + file.string() + " can't be written");
+}
+
+} // namespace
+
+void writeVoiceRecording(const std::filesystem::path& file, double seconds) {
+    std::vector<std::vector<float>> voices;
+    for (const char* name : recordings)
+        voices.push_back(readRecording(name));
+    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
+    writeStereo(file, speech(voices, 0, 3, frames), speech(voices, 5, 1, frames));
+}
+
+void writeNoiseRecording(const std::filesystem::path& file, double seconds) {
+    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
+    const std::vector<float> noise = speech({readRecording("Noise")}, 0, 0, frames);
+    writeStereo(file, noise, noise);
 }
 
 } // namespace velto

@@ -1,4 +1,4 @@
-// VoiceRecording: a long stereo file made of the voice recordings that come with ALSA's tools.
+// VoiceRecording: long stereo files made of the recordings that come with ALSA's tools.
 #pragma once
 
 #include <filesystem>
@@ -9,5 +9,8 @@ namespace velto {
 /// of twenty seconds comes twice in the same way, so that any piece of it tells where it is from. Throws
 /// std::runtime_error with one sentence when the recordings aren't installed.
 void writeVoiceRecording(const std::filesystem::path& file, double seconds);
+
+/// The same from the recording of noise, without any pause.
+void writeNoiseRecording(const std::filesystem::path& file, double seconds);
 
 } // namespace velto

@@ -1,4 +1,4 @@
-#include "Tools/Showcase/Story.h"
+#include "Tools/SoundLab/Story.h"
 
 #include <nlohmann/json.hpp>
 
@@ -49,7 +49,11 @@ json encoded(const StoryStep& step) {
 std::string recordingName(const StoryOutput& output) { return output.uid + ".wav"; }
 
 void Story::write(const std::filesystem::path& file, int sampleRate) const {
-    json object = {{"sampleRate", sampleRate}, {"source", source}};
+    json object = {{"sampleRate", sampleRate},
+                   {"source", source},
+                   {"outputs", json::array()},
+                   {"events", json::array()},
+                   {"steps", json::array()}};
     for (const StoryOutput& output : outputs)
         object["outputs"].push_back({{"uid", output.uid},
                                      {"name", output.name},

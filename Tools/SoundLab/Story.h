@@ -1,4 +1,4 @@
-// Story: what the showcase did and what should have been heard, for the judge.
+// Story: what was played and what should have been heard, for the judge.
 //
 // Times are seconds on the recorder's timeline.
 #pragma once

@@ -1,0 +1,246 @@
+// Velto's figures on real sound: a private sound server, virtual outputs, a stock player.
+//
+// Prints one table; the exit status is 0 when every figure is within its limit. Machines are noisy: medians
+// and ratios within one run count.
+
+#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/Story.h"
+#include "Tools/SoundLab/VoiceRecording.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace velto;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+using Clock = OutputRecorder::GraphClock;
+
+/// Recordings, sources and stories, gone with the program.
+struct Workshop {
+    fs::path folder;
+    Workshop() {
+        std::string pattern = "/tmp/velto-bench-XXXXXX";
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("No folder could be made in /tmp");
+        folder = pattern;
+        writeVoiceRecording(folder / "source.wav", 120);
+    }
+    Workshop(const Workshop&) = delete;
+    Workshop& operator=(const Workshop&) = delete;
+    ~Workshop() {
+        std::error_code error;
+        fs::remove_all(folder, error);
+    }
+    fs::path source() const { return folder / "source.wav"; }
+};
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+bool isEveryFigureWithin = true;
+
+void report(const char* what, const std::string& measured, const std::string& limit, bool isWithin) {
+    std::printf("%-44s %-44s %-24s %s\n", what, measured.c_str(), limit.c_str(),
+                isWithin ? "within" : "BEYOND");
+    isEveryFigureWithin = isEveryFigureWithin && isWithin;
+}
+
+template <class... Values>
+std::string text(const char* format, Values... values) {
+    char line[160];
+    std::snprintf(line, sizeof line, format, values...);
+    return line;
+}
+
+void reportTimes(const char* what, const std::vector<double>& times) {
+    report(what,
+           text("median %.1f ms, most %.1f ms, of %zu", median(times), std::ranges::max(times), times.size()),
+           "median <= 25 ms", median(times) <= 25);
+}
+
+void startsAndStops(const Workshop& workshop) {
+    SoundBench bench(workshop.source());
+    std::vector<double> starts, stops;
+    for (int round = 0; round < 40; ++round) {
+        bench.idle(30ms);
+        starts.push_back(bench.start());
+        bench.idle(30ms);
+        stops.push_back(bench.stop());
+    }
+    reportTimes("start: call to both outputs linked", starts);
+    reportTimes("stop: call to outputs restored, all gone", stops);
+}
+
+std::string slurp(const fs::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Samples that an output lost around an event, as the judge hears it.
+std::int64_t lostSamples(const Workshop& workshop, const OutputRecorder& recorder, const std::string& output,
+                         double event) {
+    Story story;
+    story.source = "source.wav";
+    story.outputs = {{output, output, ""}};
+    StoryStep step;
+    step.name = "unplug";
+    step.expected = "the other plays on";
+    step.sound = {output};
+    step.from = event + 0.2;
+    step.to = event + 1.2;
+    step.survivor = {output, event, 1'000'000};
+    story.steps = {step};
+    recorder.write(output, workshop.folder / recordingName(story.outputs.front()));
+    story.write(workshop.folder / "story.json", OutputRecorder::sampleRate);
+    const fs::path judge =
+        fs::canonical("/proc/self/exe").parent_path().parent_path() / "Tools/Judge/velto-judge";
+    ChildProcess child({judge.string(), (workshop.folder / "story.json").string(), "--report",
+                        (workshop.folder / "report.json").string()},
+                       {{}, workshop.folder / "judge.log", false});
+    child.wait(60s);
+    std::ifstream file(workshop.folder / "report.json");
+    const auto object = nlohmann::json::parse(file, nullptr, false);
+    if (!object.is_object())
+        throw std::runtime_error("The judge could not hear the recording: " +
+                                 slurp(workshop.folder / "judge.log"));
+    const auto& heard = object["steps"][0];
+    if (!heard.contains("survivor"))
+        throw std::runtime_error("The judge could not tell what was lost: " + heard["reasons"].dump());
+    return heard["survivor"]["lostSamples"].get<std::int64_t>();
+}
+
+/// Unplugs the desk speakers while both play; answers what the other output lost.
+std::int64_t lossOfSurvivor(const Workshop& workshop, int deskDriverPriority, std::int64_t& quantum) {
+    SoundBench bench(workshop.source(), deskDriverPriority);
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb},
+                            deskDriverPriority ? Clock::outputs : Clock::dummyDriver, 10);
+    bench.start();
+    recorder.waitUntil(2.0);
+    quantum = recorder.quantum();
+    const double event = recorder.timelineSeconds(bench.lab().unplug(SoundBench::desk));
+    recorder.waitUntil(event + 1.5);
+    recorder.stop();
+    return lostSamples(workshop, recorder, SoundBench::usb, event);
+}
+
+void survivors(const Workshop& workshop) {
+    std::int64_t quantum = 0;
+    std::int64_t most = 0;
+    for (int round = 0; round < 3; ++round)
+        most = std::max(most, lossOfSurvivor(workshop, 0, quantum));
+    report("survivor of an unplug", text("most %lld samples of 3 rounds", static_cast<long long>(most)),
+           "no sample lost", most == 0);
+    most = 0;
+    for (int round = 0; round < 3; ++round)
+        most = std::max(most, lossOfSurvivor(workshop, 3000, quantum));
+    report("survivor, the graph's driver unplugged",
+           text("most %.2f quanta of 3 rounds", static_cast<double>(most) / static_cast<double>(quantum)),
+           "<= 2 quanta", most <= 2 * quantum);
+}
+
+void replugs(const Workshop& workshop) {
+    // A recording without pauses: any sample tells that the output is back.
+    writeNoiseRecording(workshop.folder / "noise.wav", 120);
+    SoundBench bench(workshop.folder / "noise.wav");
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb}, Clock::dummyDriver, 120);
+    bench.start();
+    recorder.waitUntil(1.0);
+    std::vector<double> events;
+    for (int round = 0; round < 100; ++round) {
+        bench.unplugDesk();
+        bench.idle(120ms);
+        events.push_back(recorder.timelineSeconds(bench.plugDesk()));
+        bench.idle(250ms);
+    }
+    recorder.stop();
+    const std::vector<float> back = recorder.samples(SoundBench::desk);
+    const std::vector<float> other = recorder.samples(SoundBench::usb);
+    const double limit = static_cast<double>(recorder.quantum()) * 1000 / OutputRecorder::sampleRate + 5;
+    std::vector<double> silences;
+    int within = 0;
+    for (const double event : events) {
+        // Where the other output plays and this one doesn't, this one isn't back.
+        auto sample = static_cast<std::size_t>(event * OutputRecorder::sampleRate) * 2;
+        while (sample < back.size() && (back[sample] == 0 || other[sample] == 0))
+            ++sample;
+        silences.push_back((static_cast<double>(sample) / 2 / OutputRecorder::sampleRate - event) * 1000);
+        if (silences.back() <= limit) ++within;
+    }
+    report("replugged output sounds again",
+           text("%d of %zu; median %.1f ms, most %.1f ms", within, events.size(), median(silences),
+                std::ranges::max(silences)),
+           text("100 of 100 in <= %.1f ms", limit), within == 100);
+}
+
+/// What one would build by hand: a null sink, linked to both outputs, as the default.
+void plugBareSink(SoundBench& bench) {
+    bench.lab().plug({"bare", "A null sink with two links", {}});
+    for (const char* output : {SoundBench::desk, SoundBench::usb})
+        for (const char* channel : {"FL", "FR"}) {
+            ChildProcess link({"pw-link", "-L", std::string("bare:monitor_") + channel,
+                               std::string(output) + ":playback_" + channel},
+                              {bench.server().environment(), "", false});
+            if (link.wait(5s) != 0) throw std::runtime_error("pw-link could not link the bare sink");
+        }
+    bench.lab().pickDefault("bare");
+}
+
+/// Milliseconds of the daemon's and our CPU per second of audio.
+double cpuPerSecond(SoundBench& bench) {
+    bench.idle(300ms);
+    const double before = bench.cpuSeconds();
+    const auto begin = std::chrono::steady_clock::now();
+    bench.idle(3000ms);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return (bench.cpuSeconds() - before) / seconds * 1000;
+}
+
+void cpu(const Workshop& workshop) {
+    SoundBench bench(workshop.source());
+    std::vector<double> ratios, ours;
+    for (int round = 0; round < 6; ++round) {
+        plugBareSink(bench);
+        const double bare = cpuPerSecond(bench);
+        bench.lab().unplug("bare");
+        bench.start();
+        ours.push_back(cpuPerSecond(bench));
+        bench.stop();
+        ratios.push_back(ours.back() / bare);
+    }
+    report("CPU against a bare null sink with two links",
+           text("x %.2f; %.1f ms per second of audio", median(ratios), median(ours)), "<= 1.1 x",
+           median(ratios) <= 1.1);
+}
+
+} // namespace
+
+int main() {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    try {
+        const Workshop workshop;
+        startsAndStops(workshop);
+        survivors(workshop);
+        replugs(workshop);
+        cpu(workshop);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velto-sound-benchmarks: %s\n", error.what());
+        return 1;
+    }
+    return isEveryFigureWithin ? 0 : 1;
+}
