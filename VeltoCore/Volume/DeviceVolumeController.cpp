@@ -1,0 +1,238 @@
+#include "VeltoCore/Volume/DeviceVolumeController.h"
+
+#include "VeltoCore/CoreAudio/ErrorConversion.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::audioDevices;
+
+/// At or below it all devices count as silent, and there are no proportions to keep.
+constexpr float silence = 0.001F;
+/// Hardware gives a written volume back with a rounding error; that is nobody's change.
+constexpr float roundingError = 0.0001F;
+
+float clamped(float volume) noexcept {
+    return volume > 0 ? std::min(volume, 1.0F) : 0.0F; // not a number counts as silence
+}
+
+bool hasMasterVolume(const DeviceVolumeState& state) noexcept {
+    return state.isConnected && state.supportsVolume;
+}
+
+bool isAdjusted(const DeviceVolumeState& before, const DeviceVolumeState& after) noexcept {
+    if (!before.isConnected || !after.isConnected) return false;
+    return std::abs(before.volume - after.volume) > roundingError || before.isMuted != after.isMuted;
+}
+
+/// What the call reads; the fallback when it throws.
+auto valueOr(auto fallback, auto call) {
+    try {
+        return call();
+    } catch (const std::exception&) {
+        return fallback; // the client has logged the failure
+    }
+}
+
+} // namespace
+
+DeviceVolumeController::DeviceVolumeController(CoreAudioClient& client) : client_(client) {}
+
+DeviceVolumeController::~DeviceVolumeController() = default;
+
+// Tracking
+
+void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices) {
+    tracked_ = std::move(devices);
+    deviceIDs_.clear();
+    for (const AudioOutputDevice& device : tracked_)
+        resolve(device.uid);
+    std::erase_if(listening_, [this](const auto& entry) {
+        const auto& [uid, listening] = entry;
+        const auto found = deviceIDs_.find(uid);
+        if (found != deviceIDs_.end() && found->second == listening.deviceID) return false;
+        removeListeners(listening);
+        return true;
+    });
+    std::vector<DeviceVolumeState> states;
+    for (const AudioOutputDevice& device : tracked_) {
+        // Listening comes first: what changes after the reading is heard of.
+        const auto found = deviceIDs_.find(device.uid);
+        if (found != deviceIDs_.end() && !listening_.contains(device.uid)) listen(device, found->second);
+        states.push_back(readState(device));
+    }
+    states_.set(std::move(states));
+}
+
+void DeviceVolumeController::stopTracking() {
+    for (const auto& entry : std::exchange(listening_, {}))
+        removeListeners(entry.second);
+    tracked_.clear();
+    deviceIDs_.clear();
+    states_.set({});
+}
+
+std::optional<AudioObjectID> DeviceVolumeController::resolve(const std::string& uid) {
+    const auto id = valueOr(std::optional<AudioObjectID>(), [&] { return client_.deviceID(uid); });
+    if (id) {
+        deviceIDs_.insert_or_assign(uid, *id);
+    } else {
+        deviceIDs_.erase(uid);
+    }
+    return id;
+}
+
+DeviceVolumeState DeviceVolumeController::readState(const AudioOutputDevice& device) {
+    DeviceVolumeState state{.uid = device.uid, .name = device.name, .transportType = device.transportType};
+    const auto found = deviceIDs_.find(device.uid);
+    if (found == deviceIDs_.end()) return state;
+    const AudioObjectID id = found->second;
+    const auto last = this->state(device.uid).value_or(state); // where reading fails
+    state.isConnected = true;
+    state.supportsVolume = client_.supportsOutputVolume(id);
+    state.supportsMute = client_.supportsOutputMute(id);
+    if (state.supportsVolume) state.volume = valueOr(last.volume, [&] { return client_.outputVolume(id); });
+    if (state.supportsMute) state.isMuted = valueOr(last.isMuted, [&] { return client_.outputMute(id); });
+    return state;
+}
+
+void DeviceVolumeController::removeListeners(const Listening& listening) noexcept {
+    for (const PropertyListenerTokenRef& token : listening.tokens)
+        client_.removePropertyListener(token);
+}
+
+void DeviceVolumeController::listen(const AudioOutputDevice& device, AudioObjectID id) {
+    Listening& listening = listening_[device.uid];
+    listening.deviceID = id;
+    addListener(listening, device, &CoreAudioClient::addOutputVolumeListener);
+    addListener(listening, device, &CoreAudioClient::addOutputMuteListener);
+}
+
+void DeviceVolumeController::addListener(Listening& listening, const AudioOutputDevice& device,
+                                         AddListener add) {
+    auto handler = [this, uid = device.uid, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) handleChange(uid);
+    };
+    try {
+        if (auto token = (client_.*add)(listening.deviceID, std::move(handler)))
+            listening.tokens.push_back(std::move(token));
+    } catch (...) {
+        logger.error("Could not observe volume of {}: {}", publicText(device.name),
+                     currentErrorDescription());
+    }
+}
+
+void DeviceVolumeController::handleChange(const std::string& uid) {
+    const auto device = std::ranges::find(tracked_, uid, &AudioOutputDevice::uid);
+    if (device == tracked_.end()) return; // sent before tracking ended
+    resolve(uid);
+    replace(readState(*device));
+}
+
+// States
+
+std::optional<DeviceVolumeState> DeviceVolumeController::state(std::string_view forUID) const {
+    const auto found = std::ranges::find(states(), forUID, &DeviceVolumeState::uid);
+    return found == states().end() ? std::nullopt : std::optional(*found);
+}
+
+void DeviceVolumeController::replace(DeviceVolumeState state) {
+    auto states = this->states();
+    const auto found = std::ranges::find(states, state.uid, &DeviceVolumeState::uid);
+    if (found == states.end()) return;
+    const bool isAdjustment = !isApplying_ && isAdjusted(*found, state);
+    *found = std::move(state);
+    const ObserverList adjustments = adjustments_; // an observer may end the controller
+    states_.set(std::move(states));
+    if (isAdjustment) adjustments.notify();
+}
+
+// Setters
+
+void DeviceVolumeController::setVolume(float volume, std::string_view forUID) {
+    write(
+        "volume", std::string(forUID), [&](AudioObjectID id) { client_.setOutputVolume(id, volume); },
+        [&](DeviceVolumeState& state) { state.volume = clamped(volume); });
+}
+
+void DeviceVolumeController::setMuted(bool isMuted, std::string_view forUID) {
+    write(
+        "mute", std::string(forUID), [&](AudioObjectID id) { client_.setOutputMute(id, isMuted); },
+        [&](DeviceVolumeState& state) { state.isMuted = isMuted; });
+}
+
+template <class Write, class Note>
+void DeviceVolumeController::write(std::string_view control, const std::string& uid, Write write, Note note) {
+    const auto id = deviceIDs_.find(uid);
+    auto state = this->state(uid);
+    if (id == deviceIDs_.end() || !state) return;
+    try {
+        write(id->second);
+    } catch (...) {
+        logger.error("Could not set {} on {}: {}", publicText(control), publicText(state->name),
+                     currentErrorDescription());
+        return;
+    }
+    state = this->state(uid); // listeners may have been called meanwhile
+    if (!state) return;
+    note(*state);
+    replace(std::move(*state));
+}
+
+// Master volume
+
+float DeviceVolumeController::masterVolume() const noexcept {
+    float loudest = 0;
+    for (const DeviceVolumeState& state : states()) {
+        if (hasMasterVolume(state)) loudest = std::max(loudest, state.volume);
+    }
+    return loudest;
+}
+
+bool DeviceVolumeController::supportsMasterVolume() const noexcept {
+    return std::ranges::any_of(states(), hasMasterVolume);
+}
+
+void DeviceVolumeController::setMasterVolume(float target) {
+    const float wanted = clamped(target);
+    const float master = masterVolume();
+    // Taken before the first write: each one changes the states, and listeners may change them further.
+    for (const DeviceVolumeState& state : std::vector(states())) {
+        if (!hasMasterVolume(state)) continue;
+        const float volume = master > silence ? std::min(wanted * (state.volume / master), 1.0F) : wanted;
+        setVolume(volume, state.uid);
+    }
+}
+
+// Presets
+
+DeviceVolumeController::Settings DeviceVolumeController::currentSettings() const {
+    Settings settings;
+    for (const DeviceVolumeState& state : states()) {
+        if (!state.isConnected) continue;
+        DeviceAudioSettings& device = settings[state.uid];
+        if (state.supportsVolume) device.volume = state.volume;
+        if (state.supportsMute) device.isMuted = state.isMuted;
+    }
+    return settings;
+}
+
+void DeviceVolumeController::apply(Settings settings) {
+    isApplying_ = true;
+    for (const auto& [uid, wanted] : settings) {
+        const auto state = this->state(uid);
+        if (!state || !state->isConnected) continue;
+        if (wanted.volume && state->supportsVolume) setVolume(*wanted.volume, uid);
+        if (wanted.isMuted && state->supportsMute) setMuted(*wanted.isMuted, uid);
+    }
+    isApplying_ = false;
+}
+
+} // namespace velto
