@@ -1,14 +1,14 @@
 #include "Platform/Linux/FileUserDefaults.h"
 
+#include "Platform/Linux/DefaultsFileCopies.h"
+#include "Platform/Linux/FileReplacement.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QByteArray>
 #include <QFile>
-#include <QSaveFile>
 #include <QString>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <chrono>
@@ -23,65 +23,17 @@
 
 namespace velto {
 
-using nlohmann::json;
-
 namespace {
 
 constexpr std::chrono::milliseconds writeDelay{500};
 constexpr std::chrono::seconds retryDelay{30};
-constexpr int deepestNesting = 32;
-/// Stands for bytes, which JSON can't hold: {"data": "<base64>"}.
-constexpr const char* dataTag = "data";
-
-struct Encode {
-    json operator()(const Data& data) const {
-        const QByteArray bytes(reinterpret_cast<const char*>(data.data()),
-                               static_cast<qsizetype>(data.size()));
-        return {{dataTag, bytes.toBase64().toStdString()}};
-    }
-    json operator()(const auto& plain) const { return plain; }
-};
-
-json encoded(const DefaultsValue& value) { return std::visit(Encode{}, value); }
-
-/// None for a value of a kind that this program never stores; the file keeps it all the same.
-std::optional<DefaultsValue> decoded(const json& value) {
-    if (value.is_boolean()) return value.get<bool>();
-    if (value.is_number_unsigned() && value.get<std::uint64_t>() > std::uint64_t{INT64_MAX})
-        return std::nullopt;
-    if (value.is_number_integer()) return value.get<std::int64_t>();
-    if (value.is_number_float()) return value.get<double>();
-    if (value.is_string()) return value.get<std::string>();
-    if (!value.is_object() || value.size() != 1 || !value.contains(dataTag)) return std::nullopt;
-    const json& text = value.at(dataTag);
-    if (!text.is_string()) return std::nullopt;
-    const auto bytes = QByteArray::fromBase64Encoding(QByteArray::fromStdString(text.get<std::string>()),
-                                                      QByteArray::AbortOnBase64DecodingErrors);
-    if (bytes.decodingStatus != QByteArray::Base64DecodingStatus::Ok) return std::nullopt;
-    return Data(bytes.decoded.begin(), bytes.decoded.end());
-}
 
 QString qtPath(const std::filesystem::path& path) { return QFile::decodeName(path.c_str()); }
 
-/// Null for bytes that aren't one JSON object.
-json parsedObject(const QByteArray& bytes) {
-    bool isTooDeep = false;
-    const auto limitDepth = [&](int depth, json::parse_event_t, json&) {
-        isTooDeep = isTooDeep || depth > deepestNesting;
-        return !isTooDeep;
-    };
-    json parsed = json::parse(bytes.begin(), bytes.end(), limitDepth, false);
-    return parsed.is_object() && !isTooDeep ? parsed : json();
-}
-
 } // namespace
 
-struct FileUserDefaults::Document {
-    json root = json::object();
-};
-
 FileUserDefaults::FileUserDefaults(std::filesystem::path file, MainActor& actor)
-    : file_(std::move(file)), actor_(actor), document_(std::make_unique<Document>()) {
+    : file_(std::move(file)), actor_(actor) {
     load();
 }
 
@@ -112,9 +64,11 @@ void FileUserDefaults::load() {
     if (!file.open(QIODevice::ReadOnly)) return setAside("it can't be opened");
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) return setAside("it can't be read");
-    json root = parsedObject(bytes);
-    if (root.is_null()) return setAside("it is no JSON object");
-    document_->root = std::move(root);
+    const std::string_view text(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    auto document = DefaultsDocument::parse(text);
+    if (!document) return setAside("it is no JSON object");
+    document_ = std::move(*document);
+    DefaultsFileCopies::keep(file_, text);
 }
 
 void FileUserDefaults::setAside(const char* reason) {
@@ -139,8 +93,7 @@ void FileUserDefaults::setAside(const char* reason) {
 }
 
 std::optional<DefaultsValue> FileUserDefaults::storedValue(std::string_view key) const {
-    const auto found = document_->root.find(key);
-    return found == document_->root.end() ? std::nullopt : decoded(*found);
+    return document_.value(key);
 }
 
 void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
@@ -150,12 +103,12 @@ void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
         return;
     }
     if (storedValue(key) == value) return;
-    document_->root[std::string(key)] = encoded(value);
+    document_.set(key, value);
     changed();
 }
 
 void FileUserDefaults::remove(std::string_view key) {
-    if (document_->root.erase(std::string(key)) > 0) changed();
+    if (document_.remove(key)) changed();
 }
 
 void FileUserDefaults::changed() {
@@ -186,14 +139,7 @@ std::optional<std::string> FileUserDefaults::write() const {
     std::filesystem::create_directories(folder.parent_path(), error);
     if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) return std::strerror(errno);
 
-    QSaveFile file(qtPath(file_));
-    if (!file.open(QIODevice::WriteOnly)) return file.errorString().toStdString();
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    const std::string text = document_->root.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
-    const auto size = static_cast<qint64>(text.size());
-    // A write that ends short, as on a full disk, is none that commit() would notice.
-    if (file.write(text.data(), size) != size) return "there is not enough room";
-    return file.commit() ? std::nullopt : std::optional(file.errorString().toStdString());
+    return FileReplacement::write(file_, document_.text());
 }
 
 } // namespace velto

@@ -3,14 +3,14 @@
 // Changes are written within a second, together, and when the object goes; synchronize() writes at once. Each
 // write replaces the file whole, so a crash leaves the old one or the new one. A write that fails is tried
 // again until it succeeds; the values hold meanwhile. A file that can't be read is set aside under another
-// name, never overwritten.
+// name, never overwritten; one that can is copied beside itself before anything changes it.
 #pragma once
 
+#include "Platform/Linux/DefaultsDocument.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Services/UserDefaults.h"
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,8 +18,8 @@ namespace velto {
 
 class FileUserDefaults final : public UserDefaults {
   public:
-    /// Reads the file if there is one. The folder is made on the first write, for the user alone (mode 0700;
-    /// the file 0600).
+    /// Reads the file if there is one, and keeps a copy of it. The folder is made on the first write, for the
+    /// user alone (mode 0700; the file 0600).
     FileUserDefaults(std::filesystem::path file, MainActor& actor);
     FileUserDefaults(const FileUserDefaults&) = delete;
     FileUserDefaults& operator=(const FileUserDefaults&) = delete;
@@ -34,8 +34,6 @@ class FileUserDefaults final : public UserDefaults {
     void synchronize() override;
 
   private:
-    struct Document;
-
     void load();
     void setAside(const char* reason);
     void changed();
@@ -45,7 +43,7 @@ class FileUserDefaults final : public UserDefaults {
 
     std::filesystem::path file_;
     MainActor& actor_;
-    std::unique_ptr<Document> document_;
+    DefaultsDocument document_;
     std::optional<MainActor::TimerID> pendingWrite_;
     std::optional<MainActor::TimerID> retry_; // of a write that failed
     bool isChanged_ = false;

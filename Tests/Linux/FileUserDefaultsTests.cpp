@@ -77,10 +77,12 @@ class FileUserDefaultsTests : public testing::Test {
     std::optional<DefaultsValue> stored(std::string_view key) {
         return FileUserDefaults(file, loop).storedValue(key);
     }
+    /// Without the copies.
     std::vector<std::string> filesInFolder() const {
         std::vector<std::string> names;
         for (const auto& entry : fs::directory_iterator(file.parent_path()))
-            names.push_back(entry.path().filename());
+            if (const std::string name = entry.path().filename(); name.find(".copy-") == std::string::npos)
+                names.push_back(name);
         std::ranges::sort(names);
         return names;
     }

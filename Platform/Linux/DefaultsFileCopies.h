@@ -1,0 +1,24 @@
+// DefaultsFileCopies: what the defaults file was at the last starts of the program, kept beside it.
+//
+// The copies are numbered, such as "defaults.json.copy-7", and the highest number is the latest. A copy is
+// never written again, only removed once there are enough later ones, so no failure can harm it. The program
+// does not read them: bringing one back is for the user.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string_view>
+
+namespace velto {
+
+struct DefaultsFileCopies {
+    DefaultsFileCopies() = delete;
+
+    static constexpr std::size_t generations = 3;
+
+    /// Keeps the file's content as the latest copy. All copies differ: a content kept earlier is not kept
+    /// twice. Never throws: a failure is logged, and leaves the copies there are.
+    static void keep(const std::filesystem::path& file, std::string_view content);
+};
+
+} // namespace velto
