@@ -1,0 +1,402 @@
+#include "VeltoCore/Settings/PreferencesManager.h"
+
+#include "Simulation/InMemoryUserDefaults.h"
+#include "Simulation/RecordingLogSink.h"
+#include "Simulation/SimulatedMainActor.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <limits>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using Key = PreferencesManager::Key;
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::string_view upperCaseID = "0F8FAD5B-D9CB-469F-A165-70867728950E";
+
+AudioOutputDevice device(const std::string& uid) {
+    return AudioOutputDevice::disconnected(uid, "The " + uid, AudioTransportType::Kind::usb);
+}
+
+AudioPreset made(std::string name) {
+    return AudioPreset::create(std::move(name), device("a"), device("b"), Date{1});
+}
+
+std::vector<std::string> names(const std::vector<AudioPreset>& presets) {
+    std::vector<std::string> result;
+    for (const AudioPreset& preset : presets)
+        result.push_back(preset.name);
+    return result;
+}
+
+class PreferencesManagerTests : public testing::Test {
+  protected:
+    ~PreferencesManagerTests() override { EXPECT_THAT(log.lines(), IsEmpty()) << "nothing here is reported"; }
+
+    /// As at the next launch.
+    void relaunch() { preferences = std::make_unique<PreferencesManager>(defaults, clock); }
+    /// What the settings are, each as it is stored.
+    DefaultsDictionary inForce() const {
+        DefaultsDictionary result{
+            {"rememberSelectedDevices", preferences->rememberSelectedDevices()},
+            {"autoReconnect", preferences->autoReconnect()},
+            {"preferredSampleRate", rawValue(preferences->preferredSampleRate())},
+            {"aggregateDeviceName", preferences->aggregateDeviceName()},
+            {"clockStrategy", std::string(rawValue(preferences->clockStrategy()))},
+            {"disconnectBehavior", std::string(rawValue(preferences->disconnectBehavior()))},
+            {"autoConnect", preferences->autoConnect()},
+            {"showInDock", preferences->showInDock()},
+            {"rememberSyncProfiles", preferences->rememberSyncProfiles()},
+            {"syncTestVolume", static_cast<double>(preferences->syncTestVolume())},
+            {"hasCompletedOnboarding", preferences->hasCompletedOnboarding()},
+        };
+        if (const auto& uid = preferences->defaultReferenceDeviceUID())
+            result["defaultReferenceDeviceUID"] = *uid;
+        if (const auto& id = preferences->lastPresetID()) result["lastPresetID"] = id->string();
+        return result;
+    }
+    void store(std::string_view key, DefaultsValue value) {
+        defaults.set(key, std::move(value));
+        relaunch();
+    }
+    void storePresets(std::string_view text) { store(Key::presets, Data(text.begin(), text.end())); }
+    std::string storedPresetText() const {
+        const auto data = defaults.dataValue(Key::presets);
+        return data ? std::string(data->begin(), data->end()) : "none";
+    }
+    std::optional<std::vector<AudioPreset>> storedPresets() const {
+        const auto data = defaults.dataValue(Key::presets);
+        return data ? std::optional(decodePresets(*data).value()) : std::nullopt;
+    }
+    UUID save(AudioPreset preset) {
+        preferences->savePreset(preset);
+        return preset.id;
+    }
+
+    SimulatedMainActor clock;
+    const RecordingLogSink log;
+    InMemoryUserDefaults defaults;
+    std::unique_ptr<PreferencesManager> preferences = std::make_unique<PreferencesManager>(defaults, clock);
+};
+
+TEST_F(PreferencesManagerTests, FreshStoreGivesTheDefaultsAndStaysEmpty) {
+    const DefaultsDictionary registered{
+        {"rememberSelectedDevices", true},
+        {"autoReconnect", false},
+        {"preferredSampleRate", 0.0},
+        {"aggregateDeviceName", "Velto Output"s},
+        {"clockStrategy", "automatic"s},
+        {"disconnectBehavior", "keepPlaying"s},
+        {"autoConnect", false},
+        {"showInDock", false},
+        {"rememberSyncProfiles", true},
+        {"syncTestVolume", 0.5},
+        {"hasCompletedOnboarding", false},
+    };
+    EXPECT_EQ(inForce(), registered);
+    EXPECT_THAT(defaults.stored(), IsEmpty());
+    for (const auto& [key, value] : registered)
+        EXPECT_EQ(defaults.value(key), value) << key;
+    EXPECT_THAT(preferences->presets(), IsEmpty());
+    EXPECT_EQ(preferences->lastPreset(), std::nullopt);
+}
+
+TEST_F(PreferencesManagerTests, EverySettingIsStoredAtOnceAndReadAtTheNextLaunch) {
+    preferences->setRememberSelectedDevices(false);
+    preferences->setAutoReconnect(true);
+    preferences->setPreferredSampleRate(PreferredSampleRate::rate96000);
+    preferences->setAggregateDeviceName("Both");
+    preferences->setClockStrategy(ClockStrategy::lowestLatency);
+    preferences->setDisconnectBehavior(DisconnectBehavior::askUser);
+    preferences->setAutoConnect(true);
+    preferences->setShowInDock(true);
+    preferences->setRememberSyncProfiles(false);
+    preferences->setDefaultReferenceDeviceUID("usb");
+    preferences->setSyncTestVolume(0.3F);
+    preferences->setHasCompletedOnboarding(true);
+    preferences->setLastPresetID(UUID::fromString(upperCaseID));
+    const DefaultsDictionary expected{
+        {"rememberSelectedDevices", false},
+        {"autoReconnect", true},
+        {"preferredSampleRate", 96000.0},
+        {"aggregateDeviceName", "Both"s},
+        {"clockStrategy", "lowestLatency"s},
+        {"disconnectBehavior", "askUser"s},
+        {"autoConnect", true},
+        {"showInDock", true},
+        {"rememberSyncProfiles", false},
+        {"defaultReferenceDeviceUID", "usb"s},
+        {"syncTestVolume", static_cast<double>(0.3F)},
+        {"hasCompletedOnboarding", true},
+        {"lastPresetID", std::string(upperCaseID)},
+    };
+    EXPECT_EQ(defaults.stored(), expected);
+    relaunch();
+    EXPECT_EQ(inForce(), expected);
+
+    preferences->setDefaultReferenceDeviceUID(std::nullopt);
+    preferences->setLastPresetID(std::nullopt);
+    EXPECT_FALSE(defaults.stored().contains(Key::defaultReferenceDeviceUID));
+    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+}
+
+TEST_F(PreferencesManagerTests, AggregateNameStaysAsTypedAndIsStoredTrimmed) {
+    const auto check = [&](const std::string& typed, const std::string& effective) {
+        preferences->setAggregateDeviceName(typed);
+        EXPECT_EQ(preferences->aggregateDeviceName(), typed);
+        EXPECT_EQ(preferences->effectiveAggregateDeviceName(), effective);
+        EXPECT_EQ(defaults.stored().at("aggregateDeviceName"), DefaultsValue(effective));
+    };
+    check("   ", "Velto Output");
+    check("", "Velto Output");
+    check("\u3000\u00A0\u2028\u0085\t\v", "Velto Output");
+    check(" \r\n Living  Room\u2003", "Living  Room");
+    check("\u00E0 Ö", "\u00E0 Ö"); // the first begins with a byte that other blanks begin with
+    check("\u200Bx\u200B", "\u200Bx\u200B");
+}
+
+TEST_F(PreferencesManagerTests, UnusableStoredSettingsReadAsTheDefault) {
+    const auto rate = [&](DefaultsValue value) {
+        store(Key::preferredSampleRate, std::move(value));
+        return preferences->preferredSampleRate();
+    };
+    EXPECT_EQ(rate(88200.0), PreferredSampleRate::automatic);
+    EXPECT_EQ(rate(48000.0), PreferredSampleRate::rate48000);
+    EXPECT_EQ(rate(std::int64_t{44100}), PreferredSampleRate::rate44100);
+    EXPECT_EQ(rate("48000"s), PreferredSampleRate::automatic);
+
+    store(Key::clockStrategy, "LowestLatency"s);
+    store(Key::disconnectBehavior, "stop"s);
+    store(Key::rememberSyncProfiles, "no"s);
+    store(Key::aggregateDeviceName, true);
+    EXPECT_EQ(preferences->clockStrategy(), ClockStrategy::automatic);
+    EXPECT_EQ(preferences->disconnectBehavior(), DisconnectBehavior::keepPlaying);
+    EXPECT_TRUE(preferences->rememberSyncProfiles());
+    EXPECT_EQ(preferences->aggregateDeviceName(), "Velto Output");
+}
+
+TEST_F(PreferencesManagerTests, TestVolumeStaysBetweenZeroAndOne) {
+    for (const auto& [stored, volume] : {std::pair(1e300, 1.0F), {-0.5, 0.0F}, {0.25, 0.25F}}) {
+        store(Key::syncTestVolume, stored);
+        EXPECT_EQ(preferences->syncTestVolume(), volume);
+    }
+    preferences->setSyncTestVolume(3);
+    EXPECT_EQ(defaults.stored().at("syncTestVolume"), DefaultsValue(1.0));
+    preferences->setSyncTestVolume(std::numeric_limits<float>::quiet_NaN());
+    EXPECT_EQ(preferences->syncTestVolume(), 0.0F);
+}
+
+TEST_F(PreferencesManagerTests, LastPresetIDIsRewrittenAtLaunch) {
+    store(Key::lastPresetID, "0f8fad5b-d9cb-469f-a165-70867728950e"s);
+    EXPECT_EQ(defaults.stored().at("lastPresetID"), DefaultsValue(std::string(upperCaseID)));
+    EXPECT_EQ(preferences->lastPresetID(), UUID::fromString(upperCaseID));
+    EXPECT_EQ(preferences->lastPreset(), std::nullopt) << "there is no such preset";
+    store(Key::lastPresetID, "junk"s);
+    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+}
+
+TEST_F(PreferencesManagerTests, ObserversHearOfRealChangesButEveryAssignmentIsStored) {
+    int ofAutoConnect = 0;
+    int ofAll = 0;
+    const auto one = preferences->observe(Key::autoConnect, [&] { ++ofAutoConnect; });
+    const auto all = preferences->observe([&] {
+        EXPECT_TRUE(defaults.stored().contains(Key::autoConnect)) << "stored before anyone hears of it";
+        ++ofAll;
+    });
+    preferences->setAutoConnect(true);
+    defaults.remove(Key::autoConnect);
+    preferences->setAutoConnect(true);
+    EXPECT_EQ(defaults.stored().at("autoConnect"), DefaultsValue(true));
+    EXPECT_EQ(ofAutoConnect, 1);
+    EXPECT_EQ(ofAll, 1);
+
+    preferences->setSyncTestVolume(0.75F);
+    preferences->setAggregateDeviceName("Velto Output ");
+    preferences->savePreset(made("Den"));
+    EXPECT_EQ(ofAutoConnect, 1);
+    EXPECT_EQ(ofAll, 4);
+}
+
+TEST_F(PreferencesManagerTests, ASetterCalledByAnObserverHasTheLastWord) {
+    const auto observation = preferences->observe(Key::showInDock, [&] {
+        if (preferences->showInDock()) preferences->setShowInDock(false);
+    });
+    preferences->setShowInDock(true);
+    EXPECT_FALSE(preferences->showInDock());
+    EXPECT_EQ(defaults.stored().at("showInDock"), DefaultsValue(false));
+}
+
+TEST_F(PreferencesManagerTests, UnreadablePresetsStayStoredUntilTheNextChange) {
+    for (const std::string unreadable : {R"([{"name": "no more"}])", "[", "null"}) {
+        storePresets(unreadable);
+        EXPECT_THAT(preferences->presets(), IsEmpty());
+        preferences->setPresets({});
+        preferences->removePreset(UUID::random());
+        preferences->renamePreset(UUID::random(), "x");
+        EXPECT_EQ(storedPresetText(), unreadable);
+    }
+    preferences->clearPresets();
+    EXPECT_EQ(storedPresetText(), "[]");
+    storePresets("[");
+    const AudioPreset den = made("Den");
+    save(den);
+    EXPECT_EQ(storedPresets(), preferences->presets());
+}
+
+TEST_F(PreferencesManagerTests, AnEqualListIsNeitherStoredNorAnnounced) {
+    save(made("Den"));
+    int changes = 0;
+    const auto observation = preferences->observe([&] { ++changes; });
+    const int writes = defaults.writeCount();
+    preferences->setPresets(preferences->presets());
+    preferences->savePreset(preferences->presets().front()); // at the same moment
+    EXPECT_EQ(defaults.writeCount(), writes);
+    EXPECT_EQ(changes, 0);
+}
+
+TEST_F(PreferencesManagerTests, AListWithoutAStoredFormIsDroppedFromTheStoreButKept) {
+    save(made("Den"));
+    AudioPreset odd = made("Odd");
+    odd.masterVolume = std::numeric_limits<float>::infinity();
+    const UUID id = save(odd);
+    EXPECT_FALSE(defaults.stored().contains(Key::presets));
+    EXPECT_THAT(names(preferences->presets()), ElementsAre("Den", "Odd"));
+    preferences->removePreset(id);
+    EXPECT_EQ(storedPresets(), preferences->presets());
+}
+
+TEST_F(PreferencesManagerTests, SavedPresetsKeepTheirPlaceAndAreDated) {
+    AudioPreset den = made("Den");
+    save(den);
+    save(made("Kitchen"));
+    EXPECT_EQ(preferences->presets()[0].updatedAt, clock.now());
+    clock.advance(5s);
+    den.name = "Study";
+    den.deviceSettings["a"] = {.volume = 0.3F};
+    save(den);
+    const Date renamedAt = clock.now();
+    EXPECT_THAT(names(preferences->presets()), ElementsAre("Study", "Kitchen"));
+    EXPECT_EQ(preferences->presets()[0].updatedAt, renamedAt);
+    EXPECT_EQ(preferences->presets()[0].createdAt, Date{1});
+    EXPECT_EQ(preferences->presets()[1].updatedAt, Date{renamedAt.secondsSinceReferenceDate - 5});
+    EXPECT_EQ(storedPresets(), preferences->presets());
+
+    clock.advance(5s);
+    preferences->renamePreset(den.id, "\n  Attic ");
+    preferences->setFavorite(true, den.id);
+    preferences->setAutoConnect(true, den.id);
+    const AudioPreset changed = *preferences->preset(den.id);
+    EXPECT_EQ(changed.name, "Attic");
+    EXPECT_TRUE(changed.isFavorite && changed.autoConnect);
+    EXPECT_EQ(changed.updatedAt, clock.now());
+    EXPECT_FALSE(preferences->autoConnect()) << "the setting is another";
+    relaunch();
+    EXPECT_EQ(preferences->preset(den.id), changed);
+
+    const int writes = defaults.writeCount();
+    preferences->renamePreset(den.id, " \t");
+    preferences->renamePreset(UUID::random(), "x");
+    preferences->setFavorite(true, UUID::random());
+    preferences->setAutoConnect(true, UUID::random());
+    EXPECT_EQ(defaults.writeCount(), writes);
+}
+
+TEST_F(PreferencesManagerTests, RemovingTheLastPresetForgetsItsID) {
+    const AudioPreset den = made("Den");
+    AudioPreset twin = made("Twin");
+    twin.id = den.id;
+    const AudioPreset kitchen = made("Kitchen");
+    preferences->setPresets({den, kitchen, twin});
+    preferences->setLastPresetID(kitchen.id);
+    EXPECT_EQ(preferences->lastPreset()->name, "Kitchen");
+
+    preferences->removePreset(preferences->presets()[0].id);
+    EXPECT_THAT(names(preferences->presets()), ElementsAre("Kitchen"));
+    EXPECT_EQ(preferences->lastPresetID(), kitchen.id);
+    preferences->removePreset(kitchen.id);
+    EXPECT_EQ(preferences->lastPresetID(), std::nullopt);
+    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+    EXPECT_EQ(storedPresetText(), "[]");
+
+    preferences->setLastPresetID(save(den));
+    preferences->clearPresets();
+    EXPECT_EQ(defaults.stored(), (DefaultsDictionary{{"presets", Data{'[', ']'}}}));
+}
+
+TEST_F(PreferencesManagerTests, RemembersThePairPlayedLastInOneHiddenPreset) {
+    save(made("Den"));
+    preferences->setRememberSelectedDevices(false);
+    preferences->rememberLastUsed(device("a"), device("b"));
+    EXPECT_THAT(names(preferences->presets()), ElementsAre("Den"));
+    EXPECT_EQ(preferences->lastPresetID(), std::nullopt);
+
+    preferences->setRememberSelectedDevices(true);
+    preferences->rememberLastUsed(device("a"), device("b"));
+    AudioPreset expected = preferences->presets().at(1);
+    EXPECT_EQ(expected.createdAt, clock.now());
+    EXPECT_EQ(preferences->lastPreset(), expected);
+
+    expected.deviceSettings["c"] = {.isMuted = true};
+    expected.autoConnect = expected.isFavorite = true;
+    save(expected);
+    expected.updatedAt = clock.now();
+    clock.advance(1min);
+    preferences->setLastPresetID(preferences->presets()[0].id);
+    preferences->rememberLastUsed(device("c"), device("d"));
+    expected.first = AudioPreset::DeviceReference::to(device("c"));
+    expected.second = AudioPreset::DeviceReference::to(device("d"));
+    EXPECT_EQ(preferences->presets().at(1), expected) << "all but the devices stays, the date of saving too";
+    EXPECT_EQ(preferences->lastPresetID(), expected.id);
+    EXPECT_EQ(storedPresets(), preferences->presets());
+
+    preferences->setAutoConnect(true);
+    EXPECT_THAT(names(preferences->userPresets()), ElementsAre("Den"));
+    EXPECT_THAT(preferences->favoritePresets(), IsEmpty());
+    EXPECT_THAT(preferences->automationRules(), IsEmpty());
+}
+
+TEST_F(PreferencesManagerTests, RulesAreThoseOfThePresetsThatMayStartByThemselves) {
+    AudioPreset den = made("Den");
+    AudioPreset kitchen = made("Kitchen");
+    AudioPreset attic = made("last used"); // letter case counts
+    attic.first.uid = "c";
+    attic.second.uid = "c";
+    den.autoConnect = attic.autoConnect = attic.isFavorite = true;
+    preferences->setPresets({den, kitchen, attic});
+    EXPECT_THAT(names(preferences->favoritePresets()), ElementsAre("last used"));
+    for (const bool isOn : {false, true}) {
+        preferences->setAutoConnect(isOn);
+        const AutomationRule ofDen{.id = den.id,
+                                   .isEnabled = isOn,
+                                   .trigger = AutomationRule::DevicesAvailable{{"a", "b"}},
+                                   .action = AutomationRule::ActivatePreset{den.id}};
+        const AutomationRule ofAttic{.id = attic.id,
+                                     .isEnabled = isOn,
+                                     .trigger = AutomationRule::DevicesAvailable{{"c", "c"}},
+                                     .action = AutomationRule::ActivatePreset{attic.id}};
+        EXPECT_THAT(preferences->automationRules(), ElementsAre(ofDen, ofAttic));
+    }
+}
+
+TEST_F(PreferencesManagerTests, RecoveryRecordIsOnDiskWhenItsSaveReturns) {
+    const RecoveryState record{
+        .aggregateUID = "x", .firstDeviceUID = "a", .secondDeviceUID = "b", .startedAt = Date{5}};
+    preferences->saveRecoveryState(record);
+    InMemoryUserDefaults afterCrash(defaults.onDisk());
+    EXPECT_EQ(PreferencesManager(afterCrash, clock).loadRecoveryState(), record);
+    preferences->saveRecoveryState(std::nullopt);
+    EXPECT_THAT(defaults.onDisk(), IsEmpty());
+}
+
+} // namespace
+} // namespace velto
