@@ -5,6 +5,7 @@
 
 #include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/OwnedFolder.h"
 #include "Tools/SoundLab/Story.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
@@ -31,19 +32,9 @@ using Clock = OutputRecorder::GraphClock;
 
 /// Recordings, sources and stories, gone with the program.
 struct Workshop {
-    fs::path folder;
-    Workshop() {
-        std::string pattern = "/tmp/velto-bench-XXXXXX";
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("No folder could be made in /tmp");
-        folder = pattern;
-        writeVoiceRecording(folder / "source.wav", 120);
-    }
-    Workshop(const Workshop&) = delete;
-    Workshop& operator=(const Workshop&) = delete;
-    ~Workshop() {
-        std::error_code error;
-        fs::remove_all(folder, error);
-    }
+    OwnedFolder owned{"velto-bench"};
+    fs::path folder = owned.path();
+    Workshop() { writeVoiceRecording(source(), 120); }
     fs::path source() const { return folder / "source.wav"; }
 };
 

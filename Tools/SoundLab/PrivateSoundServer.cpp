@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
@@ -43,29 +42,13 @@ std::string lastLine(const fs::path& file) {
 
 } // namespace
 
-PrivateSoundServer::PrivateSoundServer() {
-    // Short, because the path of a socket can't be longer than 107 characters.
-    std::string pattern = "/tmp/velto-lab-XXXXXX";
-    if (!mkdtemp(pattern.data()))
-        throw std::runtime_error("No folder could be made in /tmp for a sound server");
-    folder_ = pattern;
-    try {
-        writeConfiguration();
-        start();
-    } catch (...) {
-        kill();
-        std::error_code error;
-        fs::remove_all(folder_, error);
-        throw;
-    }
+// The prefix is short, because the path of a socket can't be longer than 107 characters.
+PrivateSoundServer::PrivateSoundServer() : owned_("velto-lab"), folder_(owned_.path()) {
+    writeConfiguration();
+    start();
 }
 
-PrivateSoundServer::~PrivateSoundServer() {
-    sessionManager_.reset();
-    daemon_.reset();
-    std::error_code error;
-    fs::remove_all(folder_, error);
-}
+PrivateSoundServer::~PrivateSoundServer() = default;
 
 void PrivateSoundServer::writeConfiguration() const {
     for (const char* name : {"run", "config", "state", "home", "data"})

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/OwnedFolder.h"
 
 #include <filesystem>
 #include <map>
@@ -40,6 +41,8 @@ class PrivateSoundServer {
   private:
     void writeConfiguration() const;
 
+    // Before the programs, which end first.
+    OwnedFolder owned_;
     std::filesystem::path folder_;
     std::optional<ChildProcess> daemon_;
     std::optional<ChildProcess> sessionManager_;
