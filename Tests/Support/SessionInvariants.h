@@ -18,10 +18,19 @@ struct InvariantContext {
     bool mayLeaveAggregate = false;
     /// Someone else has meddled: a running session may have lost its aggregate or the outputs.
     bool mayHaveLostSession = false;
+    /// A call that adds a listener has failed.
+    bool mayMissListeners = false;
 };
 
-/// The invariants that are violated, in words.
-inline std::vector<std::string> violations(const Program& program, const InvariantContext& context = {}) {
+/// The session of some program, and what must be told apart to judge it.
+struct SessionView {
+    const Machine& machine;
+    const SystemAudioManager& session;
+    bool hasRecord;
+};
+
+/// The invariants of the session itself that are violated, in words.
+inline std::vector<std::string> violations(const SessionView& view, const InvariantContext& context) {
     std::vector<std::string> result;
     const auto require = [&result](bool holds, std::string what) {
         if (!holds) result.push_back(std::move(what));
@@ -29,17 +38,15 @@ inline std::vector<std::string> violations(const Program& program, const Invaria
     const auto isOneOf = [](const std::vector<std::string>& allowed, const std::string& uid) {
         return allowed.empty() || std::ranges::find(allowed, uid) != allowed.end();
     };
-    const SimulatedAudioSystem& world = program.machine.world;
+    const SimulatedAudioSystem& world = view.machine.world;
     const auto aggregates = world.aggregates();
-    const bool hasRecord = program.store.loadRecoveryState().has_value();
-    const AudioSessionState& state = program.session.state();
+    const AudioSessionState& state = view.session.state();
 
-    require(!state.isBusy() && !program.session.isOperationRunning(), "still busy");
-    require(program.machine.loop.pendingTimers() == 0, "a timer is left");
-    require(world.listenerCount() == 2, std::to_string(world.listenerCount()) + " listeners");
+    require(!state.isBusy() && !view.session.isOperationRunning(), "still busy");
+    require(view.machine.loop.pendingTimers() == 0, "a timer is left");
     require(world.fallbackUID().empty() || !world.defaultOutputUID().empty(), "the default output is dead");
     if (const auto session = state.session()) {
-        require(hasRecord, "a session without a record");
+        require(view.hasRecord, "a session without a record");
         if (context.mayHaveLostSession) return result;
         require(aggregates.size() == 1, std::to_string(aggregates.size()) + " aggregates");
         require(!aggregates.empty() && aggregates.front().deviceID == session->aggregateDeviceID,
@@ -49,11 +56,21 @@ inline std::vector<std::string> violations(const Program& program, const Invaria
         require(world.alertOutputUID() == session->aggregateUID, "alerts go to " + world.alertOutputUID());
         return result;
     }
-    require(!hasRecord, "a record without a session");
+    require(!view.hasRecord, "a record without a session");
     require(aggregates.empty() || context.mayLeaveAggregate, "an aggregate is left");
     require(isOneOf(context.defaultOutputs, world.defaultOutputUID()),
             "sound goes to " + world.defaultOutputUID());
     require(isOneOf(context.alertOutputs, world.alertOutputUID()), "alerts go to " + world.alertOutputUID());
+    return result;
+}
+
+/// The invariants that are violated, in words.
+inline std::vector<std::string> violations(const Program& program, const InvariantContext& context = {}) {
+    auto result = violations(
+        SessionView{program.machine, program.session, program.store.loadRecoveryState().has_value()},
+        context);
+    const std::size_t listeners = program.machine.world.listenerCount();
+    if (listeners != 2) result.push_back(std::to_string(listeners) + " listeners");
     return result;
 }
 

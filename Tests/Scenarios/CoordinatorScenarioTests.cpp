@@ -1,0 +1,444 @@
+// Whole stories of a user with two outputs, told to the coordinator over the simulated world.
+#include "Tests/Support/Application.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Optional;
+using Operation = CoreAudioOperation;
+using Error = AudioManagerError;
+
+constexpr std::string_view ours = AggregateDeviceManager::aggregateUID;
+
+/// The usual outputs; sound goes to the USB interface. Headphones and speakers play together.
+class CoordinatorScenarioTests : public MachineTest {
+  protected:
+    CoordinatorScenarioTests() {
+        plugUsualOutputs();
+        launch();
+        log.clear();
+    }
+    ~CoordinatorScenarioTests() override {
+        if (app) app->quit();
+        app.reset();
+        loop.runUntilIdle();
+    }
+
+    void launch() {
+        app = std::make_unique<Application>(*this);
+        app->launch();
+    }
+    void play() {
+        app->play("bluetooth", "builtin");
+        ASSERT_TRUE(app->isPlaying());
+    }
+    DualOutputCoordinator& coordinator() { return app->coordinator; }
+    void unplug(std::string_view uid) {
+        world.unplug(uid);
+        loop.runUntilIdle();
+    }
+    void replug(std::string_view uid) {
+        world.replug(uid);
+        loop.runUntilIdle();
+    }
+    void pickDefault(std::string_view uid) {
+        world.pickDefault(uid);
+        loop.runUntilIdle();
+    }
+    void wake() {
+        coordinator().handleWake();
+        loop.runUntilIdle();
+    }
+    float volumeOf(std::string_view uid) { return world.device(uid).volume.value(); }
+    std::string title() { return coordinator().status().title(); }
+    void expectSound(const InvariantContext& context = {}) {
+        EXPECT_THAT(violations(*app, context), IsEmpty());
+    }
+    /// No session, and sound and alerts go where they went before.
+    void expectSilentEnd() { expectSound({.defaultOutputs = {"usb"}, .alertOutputs = {"hdmi"}}); }
+
+    std::unique_ptr<Application> app;
+};
+
+TEST_F(CoordinatorScenarioTests, PlaysTogetherAndRemembersThePair) {
+    std::vector<std::string> titles;
+    const auto subscription = coordinator().observe([&] {
+        if (titles.empty() || titles.back() != title()) titles.push_back(title());
+    });
+    app->preferences.setAggregateDeviceName(" Living room ");
+    app->preferences.setPreferredSampleRate(PreferredSampleRate::rate44100);
+    app->play("usb", "builtin");
+    EXPECT_THAT(titles, ElementsAre("Preparing audio…", "Checking devices…", "Creating audio group…",
+                                    "Starting playback…", "Playing Together"));
+    EXPECT_EQ(world.aggregates().at(0).description.name, "Living room");
+    EXPECT_EQ(world.aggregates().at(0).sampleRate, 44100);
+    EXPECT_EQ(app->preferences.lastPreset()->first.uid, "usb");
+    EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
+    expectSound();
+
+    app->play("bluetooth", "builtin"); // instead
+    EXPECT_EQ(app->preferences.lastPreset()->first.uid, "bluetooth");
+    EXPECT_EQ(app->preferences.presets().size(), 1U);
+    expectSound();
+    titles.clear();
+    app->stop();
+    EXPECT_THAT(titles, ElementsAre("Connecting…", "Not playing"));
+    expectSilentEnd();
+}
+
+TEST_F(CoordinatorScenarioTests, LaunchCleansUpBeforeItLooksAtDevices) {
+    app->preferences.setAutoConnect(true);
+    play();
+    const auto preset = coordinator().saveCurrentSessionAsPreset("Both");
+    app->preferences.setAutoConnect(true, preset->id);
+    defaults.synchronize(); // a second later
+    Application::crash(app);
+    unplug("bluetooth");
+    world.faults.lingersAfterDestroy = 200ms;
+    app = std::make_unique<Application>(*this);
+    const auto launched = app->begin(coordinator().start());
+    loop.runReady();
+    ASSERT_FALSE(launched.isDone());
+    world.replug("bluetooth"); // while it cleans up: that is no appearance
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    expectSilentEnd();
+    unplug("bluetooth");
+    replug("bluetooth");
+    EXPECT_TRUE(app->isPlaying());
+    expectSound();
+}
+
+TEST_F(CoordinatorScenarioTests, QuitEndsTheSessionWhateverFails) {
+    play();
+    app->quit();
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_EQ(world.listenerCount(), 0U);
+    EXPECT_EQ(world.defaultOutputUID(), "usb");
+    app->play("bluetooth", "builtin");
+    EXPECT_TRUE(app->isIdle()) << "too late";
+
+    launch();
+    play();
+    world.calls.failNext(Operation::setDefaultOutputDevice, kAudioHardwareNotReadyError);
+    app->quit();
+    EXPECT_EQ(log.count("Routing error: Stop on shutdown failed: "), 1U);
+    EXPECT_THAT(world.aggregates(), IsEmpty());
+    EXPECT_EQ(world.listenerCount(), 0U);
+}
+
+// Presets
+
+TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
+    play();
+    app->volumes.setVolume(0.25F, "bluetooth");
+    const auto saved = coordinator().saveCurrentSessionAsPreset("Evening");
+    ASSERT_TRUE(saved);
+    EXPECT_EQ(coordinator().activePresetID(), saved->id);
+    EXPECT_EQ(app->preferences.preset(saved->id), saved);
+    EXPECT_EQ(saved->deviceSettings.at("bluetooth").volume, 0.25F);
+    const auto stored = [&] { return app->preferences.preset(saved->id)->deviceSettings; };
+
+    app->volumes.setMuted(true, "builtin");
+    world.setVolume("bluetooth", 0.75F); // its own buttons
+    loop.runUntilIdle();
+    EXPECT_EQ(stored().at("bluetooth").volume, 0.75F);
+    EXPECT_EQ(stored().at("builtin").isMuted, true);
+    EXPECT_EQ(app->preferences.preset(saved->id)->masterVolume, app->volumes.masterVolume());
+
+    // One is gone: what it had is kept, though the other one changes.
+    unplug("bluetooth");
+    app->volumes.setVolume(0.1F, "builtin");
+    EXPECT_EQ(stored().at("bluetooth").volume, 0.75F);
+    replug("bluetooth");
+    app->stop();
+    EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
+    coordinator().updateActivePresetSettings();
+    world.setVolume("bluetooth", 0.5F);
+    world.setMuted("builtin", false);
+    const auto before = stored();
+    loop.advance(1min);
+
+    app->activate(saved->id);
+    EXPECT_EQ(coordinator().activePresetID(), saved->id);
+    EXPECT_EQ(volumeOf("bluetooth"), 0.75F);
+    EXPECT_TRUE(*world.device("builtin").isMuted);
+    EXPECT_EQ(stored(), before) << "what is applied is not written back";
+    EXPECT_LT(app->preferences.preset(saved->id)->updatedAt, loop.now());
+    expectSound();
+
+    app->play("usb", "builtin"); // a plain start
+    EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
+    app->volumes.setVolume(0.9F, "builtin");
+    EXPECT_EQ(stored(), before);
+    app->stop();
+    EXPECT_EQ(coordinator().saveCurrentSessionAsPreset("Nothing"), std::nullopt);
+}
+
+TEST_F(CoordinatorScenarioTests, PresetNeedsItsOutputs) {
+    play();
+    const auto saved = coordinator().saveCurrentSessionAsPreset("Both").value();
+    app->stop();
+    world.rename("bluetooth", "Other name");
+    unplug("bluetooth");
+    unplug("builtin");
+    app->activate(saved.id);
+    EXPECT_EQ(coordinator().lastError(), Error::deviceNotFound("Headphones")) << "the first, as it was saved";
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_EQ(coordinator().status(), VeltoStatus(VeltoStatus::Error{*coordinator().lastError()}));
+    coordinator().dismissError();
+    EXPECT_EQ(title(), "Not playing");
+}
+
+TEST_F(CoordinatorScenarioTests, FailuresAreShownUntilDismissedAndClearThePreset) {
+    app->play("usb", "usb");
+    EXPECT_EQ(coordinator().lastError(), Error::sameDeviceSelected());
+    EXPECT_THAT(app->preferences.presets(), IsEmpty());
+    expectSilentEnd();
+    coordinator().dismissError();
+    EXPECT_TRUE(app->isIdle());
+
+    for (const auto operation : {Operation::setDefaultOutputDevice, Operation::destroyAggregateDevice}) {
+        play();
+        ASSERT_TRUE(coordinator().saveCurrentSessionAsPreset("Both"));
+        world.calls.failNext(operation, kAudioHardwareUnspecifiedError);
+        app->stop();
+        EXPECT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
+        EXPECT_TRUE(coordinator().lastError());
+        EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
+        app->reset(); // also takes away what could not be removed
+        EXPECT_TRUE(app->isIdle());
+        EXPECT_EQ(coordinator().lastError(), std::nullopt);
+        expectSound();
+    }
+    // A session is replaced by one that fails: neither session nor preset remain.
+    play();
+    ASSERT_TRUE(coordinator().saveCurrentSessionAsPreset("Both"));
+    world.calls.failNext(Operation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    app->play("usb", "builtin");
+    EXPECT_TRUE(coordinator().lastError());
+    expectSound();
+}
+
+// An output goes and comes back
+
+TEST_F(CoordinatorScenarioTests, KeepsPlayingWithoutOneOutputAndTakesItBack) {
+    play();
+    unplug("bluetooth");
+    EXPECT_EQ(title(), "Headphones disconnected");
+    EXPECT_EQ(app->missing(), "bluetooth");
+    expectSound();
+    int notifications = 0;
+    const auto subscription = coordinator().observe([&] { ++notifications; });
+    replug("bluetooth");
+    EXPECT_TRUE(app->isPlaying());
+    EXPECT_GT(notifications, 0);
+    EXPECT_EQ(title(), "Playing Together");
+    EXPECT_TRUE(log.contains("SystemOutput notice: Headphones reconnected and rejoined the aggregate"));
+    expectSound();
+}
+
+TEST_F(CoordinatorScenarioTests, PausesOnceWhenAnOutputGoes) {
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::pauseGroup);
+    play();
+    unplug("bluetooth");
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_TRUE(log.contains("Routing notice: Disconnect behaviour is pauseGroup; stopping"));
+    expectSilentEnd();
+
+    // Set while already degraded: that is no new loss.
+    replug("bluetooth");
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::keepPlaying);
+    play();
+    unplug("bluetooth");
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::pauseGroup);
+    unplug("hdmi");
+    EXPECT_EQ(app->missing(), "bluetooth");
+}
+
+TEST_F(CoordinatorScenarioTests, AsksWhatToDoWhenAnOutputGoes) {
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    for (const bool keepPlaying : {true, false}) {
+        play();
+        unplug("builtin");
+        ASSERT_TRUE(coordinator().pendingDisconnectDecision());
+        EXPECT_EQ(coordinator().pendingDisconnectDecision()->uid, "builtin");
+        EXPECT_EQ(app->missing(), "builtin");
+        app->finish(coordinator().resolveDisconnect(keepPlaying));
+        EXPECT_EQ(coordinator().pendingDisconnectDecision(), std::nullopt);
+        EXPECT_EQ(app->isIdle(), !keepPlaying);
+        expectSound();
+        replug("builtin");
+    }
+    play();
+    unplug("builtin");
+    app->play("usb", "bluetooth"); // an answer, too
+    EXPECT_EQ(coordinator().pendingDisconnectDecision(), std::nullopt);
+    expectSound();
+}
+
+TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
+    play();
+    const auto preset = coordinator().saveCurrentSessionAsPreset("Both").value();
+    world.faults.doesNotRejoin = true;
+    unplug("bluetooth");
+    replug("bluetooth");
+    EXPECT_EQ(title(), "Headphones reconnected");
+    expectSound();
+
+    unplug("bluetooth");
+    app->finish(coordinator().reconnect());
+    EXPECT_EQ(coordinator().lastError(), Error::deviceNotFound("Headphones"));
+    EXPECT_EQ(app->missing(), "bluetooth") << "nothing is touched";
+
+    app->preferences.setAutoReconnect(true);
+    std::vector<std::string> titles;
+    const auto subscription = coordinator().observe([&] {
+        if (titles.empty() || titles.back() != title()) titles.push_back(title());
+    });
+    app->volumes.setVolume(0.33F, "builtin");
+    const auto lastUsed = app->preferences.lastPreset();
+    world.replugWithAnotherID("bluetooth");
+    loop.runUntilIdle();
+    EXPECT_THAT(titles, testing::Contains("Reconnecting…"));
+    EXPECT_THAT(titles, testing::Not(testing::Contains("Preparing audio…")));
+    EXPECT_TRUE(app->isPlaying());
+    EXPECT_EQ(coordinator().state().session()->first.deviceID, world.objectID("bluetooth"));
+    EXPECT_EQ(coordinator().activePresetID(), preset.id);
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
+    EXPECT_EQ(app->preferences.lastPreset(), lastUsed);
+    EXPECT_EQ(volumeOf("builtin"), 0.33F);
+    expectSound();
+
+    // A rebuild that fails is the end of the session.
+    world.calls.failNext(Operation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    app->finish(coordinator().reconnect());
+    EXPECT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
+    EXPECT_TRUE(coordinator().lastError());
+    expectSound({.defaultOutputs = {"usb"}});
+}
+
+TEST_F(CoordinatorScenarioTests, TakesTheOutputBackForFifteenSecondsOnly) {
+    play();
+    for (const auto& [wait, isReasserted] :
+         {std::pair{10s, true}, std::pair{15s, true}, std::pair{20s, false}}) {
+        unplug("bluetooth");
+        replug("bluetooth");
+        loop.advance(wait);
+        log.clear();
+        pickDefault("bluetooth");
+        EXPECT_EQ(app->isPlaying(), isReasserted) << wait.count();
+        EXPECT_EQ(log.count("Routing notice: macOS routed output to a reconnected session device"),
+                  isReasserted ? 1U : 0U);
+        expectSound({.defaultOutputs = {"bluetooth"}});
+    }
+    EXPECT_TRUE(app->isIdle());
+}
+
+TEST_F(CoordinatorScenarioTests, SomebodyElsesChoiceEndsTheSession) {
+    play();
+    ASSERT_TRUE(coordinator().saveCurrentSessionAsPreset("Both"));
+    world.faults.lingersAfterDestroy = 300ms;
+    world.pickDefault("hdmi");
+    loop.runReady();
+    world.unplug("bluetooth"); // while the session is being given up
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_EQ(log.count("Default output switched away from the aggregate; ending session"), 1U);
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
+    expectSound({.defaultOutputs = {"hdmi"}});
+}
+
+// Sleep
+
+TEST_F(CoordinatorScenarioTests, WakesWithWhatIsLeft) {
+    wake(); // nothing plays
+    play();
+    wake();
+    EXPECT_TRUE(app->isPlaying());
+    EXPECT_EQ(log.count("Session is unhealthy after wake"), 0U);
+
+    app->restartAudioService();
+    loop.runUntilIdle();
+    EXPECT_EQ(log.count("Routing error: Session is unhealthy after wake"), 1U);
+    EXPECT_TRUE(app->isPlaying()) << "rebuilt";
+    expectSound();
+
+    // Asleep, one output went, and the aggregate with it: no rebuild is tried without it.
+    world.calls.clear();
+    world.removeAggregate(ours);
+    world.unplug("builtin");
+    coordinator().handleWake();
+    loop.runUntilIdle();
+    EXPECT_EQ(world.calls.count(Operation::createAggregateDevice), 0U);
+    EXPECT_FALSE(app->isPlaying());
+    EXPECT_FALSE(coordinator().isReconnecting());
+}
+
+// Auto Connect
+
+TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
+    const auto makePreset = [&](const std::string& name, std::string_view first, std::string_view second) {
+        app->play(first, second);
+        const UUID id = coordinator().saveCurrentSessionAsPreset(name)->id;
+        app->preferences.setAutoConnect(true, id);
+        app->stop();
+        return id;
+    };
+    const UUID one = makePreset("One", "bluetooth", "builtin");
+    const UUID two = makePreset("Two", "bluetooth", "usb");
+    const auto appear = [&] {
+        unplug("bluetooth");
+        replug("bluetooth");
+    };
+    appear();
+    EXPECT_TRUE(app->isIdle()) << "switched off altogether";
+    app->preferences.setAutoConnect(true);
+    pickDefault("hdmi");
+    EXPECT_TRUE(app->isIdle()) << "complete all along";
+    appear();
+    EXPECT_EQ(coordinator().activePresetID(), one) << "the first of two";
+    EXPECT_EQ(log.linesWith("Auto Connect"),
+              std::vector<std::string>{"Routing notice: Auto Connect activating preset One"});
+    expectSound();
+
+    appear(); // during a session nothing starts
+    EXPECT_EQ(log.count("Auto Connect"), 1U);
+    app->stop();
+
+    // Removed by the time it would start.
+    unplug("bluetooth");
+    world.replug("bluetooth");
+    loop.runNextTurn();
+    EXPECT_EQ(log.count("Auto Connect"), 2U);
+    app->preferences.removePreset(one);
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    appear();
+    EXPECT_EQ(coordinator().activePresetID(), two);
+}
+
+TEST_F(CoordinatorScenarioTests, LooksAgainAtWhatHappenedDuringAStart) {
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    world.faults.aliveAfter = 300ms;
+    const auto started = app->begin(app->playing("bluetooth", "builtin"));
+    loop.advance(200ms);
+    world.unplug("bluetooth");
+    loop.runUntilIdle();
+    EXPECT_EQ(app->missing(), "bluetooth");
+    EXPECT_TRUE(coordinator().pendingDisconnectDecision());
+    expectSound();
+}
+
+} // namespace
+} // namespace velto

@@ -1,0 +1,144 @@
+// Application: one run of the whole core on a machine, with the coordinator on top, and a user at it.
+//
+// Verbs run until nothing is left to do. crash() ends it without a word, quit() as a user does.
+#pragma once
+
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/Machine.h"
+#include "Tests/Support/SessionInvariants.h"
+#include "Tests/Support/Started.h"
+#include "VeltoCore/CoreAudio/CoreAudioStatus.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Sync/SyncProfileManager.h"
+#include "VeltoCore/Sync/SystemMultiOutputEngine.h"
+#include "VeltoCore/Volume/DeviceVolumeController.h"
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace velto {
+
+class Application {
+  public:
+    explicit Application(Machine& machine) : machine(machine) {}
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    static void crash(std::unique_ptr<Application>& application) {
+        Machine& machine = application->machine;
+        application.reset();
+        machine.world.programDies();
+        machine.defaults = InMemoryUserDefaults(machine.defaults.onDisk());
+    }
+
+    // Beginning is for races: it returns before the first step.
+    template <class T>
+    Started<T> begin(Task<T> task) {
+        return Started<T>(tasks, std::move(task));
+    }
+    template <class T>
+    void finish(Task<T> task) {
+        const auto started = begin(std::move(task));
+        machine.loop.runUntilIdle();
+        started.value();
+    }
+    void launch() { finish(coordinator.start()); }
+    void quit() { finish(coordinator.shutdown()); }
+    void play(std::string_view first, std::string_view second) { finish(playing(first, second)); }
+    void stop() { finish(coordinator.stopDualOutput()); }
+    void activate(const UUID& preset) {
+        finish(coordinator.activatePreset(preferences.preset(preset).value()));
+    }
+    void reset() { finish(coordinator.resetAudioConfiguration()); }
+    /// Play Together with the devices as they are now; one that isn't there is a placeholder.
+    Task<void> playing(std::string_view first, std::string_view second) {
+        return coordinator.startDualOutput(device(first), device(second));
+    }
+    AudioOutputDevice device(std::string_view uid) const {
+        return devices.device(uid).value_or(AudioOutputDevice::disconnected(
+            std::string(uid), std::string(uid), AudioTransportType::Kind::usb));
+    }
+    /// As the owner of the real client does: what listened is made anew, then the machine is as after a wake.
+    void restartAudioService() {
+        machine.world.restartAudioService();
+        devices.stopObserving();
+        devices.startObserving();
+        coordinator.handleWake();
+    }
+    /// The UID of the output that a degraded session misses; empty otherwise.
+    std::string missing() const {
+        const auto* degraded = coordinator.state().as<AudioSessionState::Degraded>();
+        return degraded ? degraded->missing.uid : "";
+    }
+    bool isPlaying() const { return coordinator.state().is<AudioSessionState::Active>(); }
+    bool isIdle() const { return coordinator.state().is<AudioSessionState::Idle>(); }
+
+    Machine& machine;
+    const IcuTextCollation collation;
+    mutable PreferencesManager preferences{machine.defaults, machine.loop};
+    AudioDeviceManager devices{machine.world, machine.loop, collation};
+    AggregateDeviceManager aggregates{machine.world, machine.loop};
+    SystemAudioManager session{machine.world, devices, aggregates, preferences, machine.loop};
+    SyncProfileManager syncProfiles{machine.defaults, machine.loop};
+    DeviceVolumeController volumes{machine.world};
+    SystemMultiOutputEngine syncEngine;
+    DualOutputCoordinator coordinator{devices,    session,      preferences, volumes,
+                                      syncEngine, syncProfiles, machine.loop};
+    TaskScope tasks{machine.loop}; // dies first: its tasks use the others
+};
+
+/// The invariants that are violated, in words.
+inline std::vector<std::string> violations(const Application& application,
+                                           const InvariantContext& context = {}) {
+    const Machine& machine = application.machine;
+    const DualOutputCoordinator& coordinator = application.coordinator;
+    const bool hasRecord = application.preferences.loadRecoveryState().has_value();
+    auto result = violations(SessionView{machine, application.session, hasRecord}, context);
+    const auto require = [&result](bool holds, std::string what) {
+        if (!holds) result.push_back(std::move(what));
+    };
+
+    // Every listener is one of these: the two of the system, and those of the session's live devices.
+    const auto listener = [](AudioObjectPropertySelector selector, AudioObjectID object) {
+        return fourCharCodeDescription(selector) + " on " + std::to_string(object);
+    };
+    std::multiset<std::string> due{
+        listener(kAudioHardwarePropertyDevices, kAudioObjectSystemObject),
+        listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject)};
+    std::vector<std::string> tracked;
+    if (const auto session = coordinator.state().session()) {
+        for (const AudioOutputDevice& device : session->devices()) {
+            tracked.push_back(device.uid);
+            if (!machine.world.isPlugged(device.uid)) continue;
+            const SimulatedDevice& live = machine.world.device(device.uid);
+            const AudioObjectID id = machine.world.objectID(device.uid);
+            if (live.volume) due.insert(listener(kAudioHardwareServiceDeviceProperty_VirtualMainVolume, id));
+            if (live.isMuted) due.insert(listener(kAudioDevicePropertyMute, id));
+        }
+    }
+    const auto listeners = machine.world.listeners();
+    const std::multiset<std::string> found(listeners.begin(), listeners.end());
+    require(context.mayMissListeners ? std::ranges::includes(due, found) : due == found,
+            "listeners: " + testing::PrintToString(found) + " instead of " + testing::PrintToString(due));
+
+    std::vector<std::string> states;
+    for (const DeviceVolumeState& state : application.volumes.states())
+        states.push_back(state.uid);
+    require(states == tracked, "volumes of " + testing::PrintToString(states));
+
+    require(!coordinator.isReconnecting(), "still rebuilding");
+    require(!coordinator.preparationStep(), "still preparing");
+    require(!coordinator.activePresetID() || coordinator.state().isActive(), "a preset without a session");
+    const auto stored = machine.defaults.dataValue(PreferencesManager::Key::presets);
+    require(!stored || decodePresets(*stored).value() == application.preferences.presets(),
+            "other presets are stored than there are");
+    return result;
+}
+
+} // namespace velto

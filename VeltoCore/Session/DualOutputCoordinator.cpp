@@ -1,0 +1,281 @@
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+
+#include "VeltoCore/CoreAudio/CoreAudioTypes.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::routing;
+
+/// The error being handled, as the one to show.
+AudioManagerError errorToShow() {
+    try {
+        throw;
+    } catch (const AudioManagerError& error) {
+        return error;
+    } catch (...) {
+        return AudioManagerError::coreAudioError(kAudioHardwareUnspecifiedError);
+    }
+}
+
+/// How the task failed; none when it ended well.
+Task<std::optional<AudioManagerError>> failure(Task<void> task) {
+    try {
+        co_await std::move(task);
+    } catch (...) {
+        co_return errorToShow();
+    }
+    co_return std::nullopt;
+}
+
+} // namespace
+
+DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
+                                             SystemAudioManager& systemAudio, PreferencesManager& preferences,
+                                             DeviceVolumeController& volumeController, SyncEngine& syncEngine,
+                                             SyncProfileManager& syncProfiles, MainActor& actor)
+    : deviceManager_(deviceManager), systemAudio_(systemAudio), preferences_(preferences),
+      volumeController_(volumeController), syncEngine_(syncEngine), syncProfiles_(syncProfiles),
+      actor_(actor), stateSubscription_(systemAudio.observeState([this] { observers_.notify(); })),
+      devicesSubscription_(deviceManager.observeDevices([this] {
+          if (state().is<AudioSessionState::Degraded>()) observers_.notify(); // the lost one may be back
+      })),
+      volumeSubscription_(volumeController.observeAdjustments([this] { writeBackVolumes(); })),
+      tasks_(actor) {}
+
+// What the user is shown
+
+VeltoStatus DualOutputCoordinator::status() const {
+    if (isReconnecting_) return VeltoStatus::Reconnecting{};
+    if (state().is<AudioSessionState::Starting>())
+        return VeltoStatus::Preparing{preparationStep_.value_or(PreparationStep::preparingAudio)};
+    if (state().is<AudioSessionState::Stopping>()) return VeltoStatus::Connecting{};
+    if (state().is<AudioSessionState::Active>()) return VeltoStatus::Playing{};
+    if (const auto* failed = state().as<AudioSessionState::Failed>())
+        return VeltoStatus::Error{failed->error};
+    if (const auto* degraded = state().as<AudioSessionState::Degraded>()) {
+        const bool isBack = deviceManager_.device(degraded->missing.uid).has_value();
+        return VeltoStatus::Degraded{degraded->missing.name, isBack};
+    }
+    if (lastError_) return VeltoStatus::Error{*lastError_};
+    return VeltoStatus::Idle{};
+}
+
+std::optional<SyncProfile> DualOutputCoordinator::currentSyncProfile() const {
+    const auto session = systemAudio_.activeSession();
+    return session ? syncProfiles_.profile({session->first.uid, session->second.uid}) : std::nullopt;
+}
+
+// The program's life
+
+Task<void> DualOutputCoordinator::start() {
+    co_await systemAudio_.recoverIfNeeded();
+    if (isShuttingDown_) co_return;
+    previousConnectedUIDs_ = deviceManager_.connectedUIDs();
+    subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) handleDevicesChanged();
+    });
+    deviceManager_.startObserving();
+}
+
+Task<void> DualOutputCoordinator::shutdown() {
+    isShuttingDown_ = true;
+    if (subscription_) deviceManager_.removeChangeHandler(*subscription_);
+    subscription_.reset();
+    deviceManager_.stopObserving();
+    co_await systemAudio_.operationEnded();
+    if (state().isActive()) {
+        auto stopping = failure(systemAudio_.stop());
+        const std::optional<AudioManagerError> error = co_await std::move(stopping);
+        if (error) logger.error("Stop on shutdown failed: {}", error->errorDescription());
+        show(activePresetID_, std::optional<UUID>());
+    }
+    volumeController_.stopTracking();
+}
+
+// Starting
+
+Task<void> DualOutputCoordinator::startDualOutput(AudioOutputDevice first, AudioOutputDevice second) {
+    auto started = startSession(std::move(first), std::move(second), std::nullopt, {});
+    co_await std::move(started);
+}
+
+Task<void> DualOutputCoordinator::activatePreset(AudioPreset preset) {
+    if (isShuttingDown_ || isBusy()) co_return;
+    auto [first, second] = preset.resolve(deviceManager_.devices());
+    if (!first || !second) {
+        const auto& missing = first ? preset.second : preset.first;
+        show(lastError_, std::optional(AudioManagerError::deviceNotFound(missing.name)));
+        co_return;
+    }
+    auto started = startSession(std::move(*first), std::move(*second), preset.id, preset.deviceSettings);
+    co_await std::move(started);
+}
+
+Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOutputDevice second,
+                                               std::optional<UUID> presetID, Settings settings) {
+    if (isShuttingDown_ || isBusy()) co_return;
+    show(lastError_, std::optional<AudioManagerError>());
+    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    hasMissedChanges_ = false;
+    auto starting =
+        failure(startSystemAudio(first, second, [this, alive = std::weak_ptr(alive_)](PreparationStep step) {
+            if (!alive.expired()) show(preparationStep_, std::optional(step));
+        }));
+    const std::optional<AudioManagerError> error = co_await std::move(starting);
+    if (error) {
+        show(lastError_, std::optional(*error));
+        sessionChanged();
+    } else {
+        const auto session = systemAudio_.activeSession();
+        // Another start or stop got ahead while this one waited: what is shown is that one's.
+        if (!session || session->first.uid != first.uid || session->second.uid != second.uid) co_return;
+        startSucceeded(first, second, presetID, settings);
+    }
+    show(preparationStep_, std::optional<PreparationStep>());
+    checkSessionDevicesIfMissed();
+}
+
+/// A start with the preferences as they are now.
+Task<void> DualOutputCoordinator::startSystemAudio(AudioOutputDevice first, AudioOutputDevice second,
+                                                   SystemAudioManager::ProgressHandler progress) {
+    const double rate = rawValue(preferences_.preferredSampleRate());
+    return systemAudio_.start(
+        std::move(first), std::move(second), preferences_.effectiveAggregateDeviceName(),
+        rate > 0 ? std::optional(rate) : std::nullopt, preferences_.clockStrategy(), std::move(progress));
+}
+
+void DualOutputCoordinator::startSucceeded(const AudioOutputDevice& first, const AudioOutputDevice& second,
+                                           std::optional<UUID> presetID, const Settings& settings) {
+    preferences_.rememberLastUsed(first, second);
+    show(activePresetID_, presetID);
+    syncVolumeTracking();
+    if (!settings.empty()) volumeController_.apply(settings);
+}
+
+// Stopping
+
+Task<void> DualOutputCoordinator::stopDualOutput() {
+    if (isShuttingDown_ || isBusy()) co_return;
+    co_await stopSession();
+}
+
+Task<void> DualOutputCoordinator::stopSession() {
+    show(lastError_, std::optional<AudioManagerError>());
+    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    auto stopping = failure(systemAudio_.stop());
+    const std::optional<AudioManagerError> error = co_await std::move(stopping);
+    if (error) show(lastError_, std::optional(*error));
+    if (!state().isBusy()) sessionChanged(); // else a start got ahead while this stop waited
+}
+
+Task<void> DualOutputCoordinator::resetAudioConfiguration() {
+    if (isShuttingDown_ || std::exchange(isResetting_, true)) co_return;
+    co_await systemAudio_.operationEnded();
+    if (!isShuttingDown_) {
+        show(lastError_, std::optional<AudioManagerError>());
+        if (state().isActive()) co_await stopSession();
+        co_await systemAudio_.recoverIfNeeded();
+        if (!state().isActive() && !state().isBusy()) preferences_.saveRecoveryState(std::nullopt);
+        systemAudio_.clearFailure();
+        sessionChanged();
+    }
+    isResetting_ = false;
+}
+
+void DualOutputCoordinator::dismissError() {
+    show(lastError_, std::optional<AudioManagerError>());
+    systemAudio_.clearFailure();
+}
+
+// Rebuilding
+
+Task<void> DualOutputCoordinator::reconnect() {
+    const auto session = systemAudio_.activeSession();
+    // An operation that leaves the state alone is giving the session up.
+    if (!session || isShuttingDown_ || isReconnecting_ || systemAudio_.isOperationRunning()) co_return;
+    for (const AudioOutputDevice& device : session->devices()) {
+        if (deviceManager_.device(device.uid)) continue;
+        show(lastError_, std::optional(AudioManagerError::deviceNotFound(device.name)));
+        co_return;
+    }
+    show(isReconnecting_, true);
+    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    show(lastError_, std::optional<AudioManagerError>());
+    hasMissedChanges_ = false;
+    const Settings settings = volumeController_.currentSettings();
+    auto rebuilding = failure(rebuild(*session));
+    const std::optional<AudioManagerError> error = co_await std::move(rebuilding);
+    if (error) show(lastError_, std::optional(*error));
+    sessionChanged();
+    if (!error) volumeController_.apply(settings);
+    show(isReconnecting_, false);
+    checkSessionDevicesIfMissed();
+}
+
+Task<void> DualOutputCoordinator::rebuild(DualOutputSession session) {
+    co_await systemAudio_.stop();
+    if (isShuttingDown_) co_return;
+    // As they are after the stop: their object IDs and rates may have changed.
+    const auto now = [this](const AudioOutputDevice& device) {
+        return deviceManager_.device(device.uid).value_or(device);
+    };
+    auto started = startSystemAudio(now(session.first), now(session.second), {});
+    co_await std::move(started);
+}
+
+Task<void> DualOutputCoordinator::resolveDisconnect(bool keepPlaying) {
+    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    if (!keepPlaying) co_await stopDualOutput();
+}
+
+// Presets and volumes
+
+std::optional<AudioPreset> DualOutputCoordinator::saveCurrentSessionAsPreset(std::string named) {
+    const auto session = systemAudio_.activeSession();
+    if (!session) return std::nullopt;
+    auto preset = AudioPreset::create(std::move(named), session->first, session->second, actor_.now());
+    preset.deviceSettings = volumeController_.currentSettings();
+    if (volumeController_.supportsMasterVolume()) preset.masterVolume = volumeController_.masterVolume();
+    const UUID id = preset.id;
+    preferences_.savePreset(std::move(preset));
+    show(activePresetID_, std::optional(id));
+    return preferences_.preset(id);
+}
+
+void DualOutputCoordinator::updateActivePresetSettings() {
+    if (!activePresetID_ || !state().isActive()) return;
+    auto preset = preferences_.preset(*activePresetID_);
+    if (!preset) return;
+    preset->deviceSettings = volumeController_.currentSettings();
+    if (volumeController_.supportsMasterVolume()) preset->masterVolume = volumeController_.masterVolume();
+    preferences_.savePreset(std::move(*preset));
+}
+
+/// Only while both outputs are there: the settings of one that is missing would be lost.
+void DualOutputCoordinator::writeBackVolumes() {
+    if (!state().is<AudioSessionState::Active>()) return;
+    if (std::ranges::all_of(volumeController_.states(), &DeviceVolumeState::isConnected))
+        updateActivePresetSettings();
+}
+
+void DualOutputCoordinator::sessionChanged() {
+    if (!state().isActive()) show(activePresetID_, std::optional<UUID>());
+    syncVolumeTracking();
+}
+
+void DualOutputCoordinator::syncVolumeTracking() {
+    if (const auto session = systemAudio_.activeSession()) {
+        volumeController_.track({session->first, session->second});
+    } else {
+        volumeController_.stopTracking();
+    }
+}
+
+} // namespace velto
