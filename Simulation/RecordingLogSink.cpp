@@ -7,24 +7,6 @@
 
 namespace velto {
 
-namespace {
-
-std::string_view name(LogLevel level) {
-    switch (level) {
-    case LogLevel::debug:
-        return "debug";
-    case LogLevel::info:
-        return "info";
-    case LogLevel::notice:
-        return "notice";
-    case LogLevel::error:
-        return "error";
-    }
-    return "unknown";
-}
-
-} // namespace
-
 RecordingLogSink::RecordingLogSink() : previous_(LoggingService::install(this)) {}
 
 RecordingLogSink::~RecordingLogSink() { LoggingService::install(previous_); }

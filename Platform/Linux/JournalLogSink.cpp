@@ -27,20 +27,6 @@ int priority(LogLevel level) {
     return LOG_NOTICE;
 }
 
-std::string_view name(LogLevel level) {
-    switch (level) {
-    case LogLevel::debug:
-        return "debug";
-    case LogLevel::info:
-        return "info";
-    case LogLevel::notice:
-        return "notice";
-    case LogLevel::error:
-        return "error";
-    }
-    return "notice";
-}
-
 } // namespace
 
 JournalLogSink::JournalLogSink(LogLevel lowest, Destination destination)

@@ -11,6 +11,9 @@ namespace velto {
 /// debug: confirmations per device · info: progress · notice: notable, the platform's default level · error.
 enum class LogLevel { debug, info, notice, error };
 
+/// The level's own name, such as "notice".
+std::string_view name(LogLevel level) noexcept;
+
 /// One argument of a message, already rendered as text and free of control characters.
 ///
 /// Numbers and Booleans are public. Text is private unless marked with `publicText`: a platform whose log

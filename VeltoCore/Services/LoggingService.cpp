@@ -43,6 +43,20 @@ bool isUnfitForLog(char32_t c) {
 
 } // namespace
 
+std::string_view name(LogLevel level) noexcept {
+    switch (level) {
+    case LogLevel::debug:
+        return "debug";
+    case LogLevel::info:
+        return "info";
+    case LogLevel::notice:
+        return "notice";
+    case LogLevel::error:
+        return "error";
+    }
+    return "notice";
+}
+
 std::string cleanedForLog(std::string_view text) {
     std::string result;
     result.reserve(text.size());
