@@ -70,11 +70,12 @@ struct FakeCard::Methods {
                                               setParam};
 };
 
-FakeCard::FakeCard(const std::string& socket, const std::map<std::string, std::string>& properties) {
+FakeCard::FakeCard(const std::string& socket, std::map<std::string, std::string> properties)
+    : texts_(std::move(properties)) {
     device_.iface = SPA_INTERFACE_INIT(SPA_TYPE_INTERFACE_Device, SPA_VERSION_DEVICE, &Methods::table, this);
     spa_hook_list_init(&listeners_);
     items_ = {{"media.class", "Audio/Device"}, {"device.name", "card"}};
-    for (const auto& [key, value] : properties)
+    for (const auto& [key, value] : texts_)
         items_.push_back({key.c_str(), value.c_str()});
     properties_ = {0, static_cast<uint32_t>(items_.size()), items_.data()};
     parameter_.id = SPA_PARAM_Route;

@@ -32,7 +32,7 @@ class FakeCard {
     };
 
     /// Returns when the server has the card.
-    FakeCard(const std::string& socket, const std::map<std::string, std::string>& properties);
+    FakeCard(const std::string& socket, std::map<std::string, std::string> properties);
     FakeCard(const FakeCard&) = delete;
     FakeCard& operator=(const FakeCard&) = delete;
     ~FakeCard();
@@ -54,6 +54,7 @@ class FakeCard {
     pw_core* core_ = nullptr;
     spa_device device_{};
     spa_hook_list listeners_{};
+    std::map<std::string, std::string> texts_;
     std::vector<spa_dict_item> items_;
     spa_dict properties_{};
     spa_param_info parameter_{};

@@ -38,10 +38,14 @@ void writeNoise(const std::filesystem::path& file) {
     number(16, 2);
     wave += "data";
     number(byteCount, 4);
+    std::ofstream stream(file, std::ios::binary);
+    stream << wave;
+    wave.clear();
     std::minstd_rand random;
-    while (wave.size() < 44 + byteCount)
+    while (wave.size() < byteCount / 60)
         number(static_cast<std::uint32_t>(random()), 2);
-    std::ofstream(file, std::ios::binary) << wave;
+    for (int second = 0; second < 60; ++second)
+        stream << wave;
 }
 
 } // namespace
@@ -191,6 +195,10 @@ std::vector<std::string> RealServer::ourNotes() {
 
 bool RealServer::leavesNoNotes() {
     return lab->waitUntil([this] { return ourNotes().empty(); });
+}
+
+bool RealServer::becomesForced(const std::string& rate) {
+    return lab->waitUntil([&] { return lab->settingsMetadata(PipeWireKey::forcedRate) == rate; });
 }
 
 void RealServer::setSetting(const std::string& key, const std::string& value) {

@@ -67,6 +67,8 @@ class RealServer : public testing::Test {
     std::vector<std::string> ourNotes();
     /// Whether they are gone, perhaps in a moment.
     bool leavesNoNotes();
+    /// Whether the rate that the graph is forced to is this one, perhaps in a moment.
+    bool becomesForced(const std::string& rate);
     void setSetting(const std::string& key, const std::string& value);
     void setDefaultMetadata(const std::string& key, const std::string& value);
 

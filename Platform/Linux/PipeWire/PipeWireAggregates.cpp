@@ -189,14 +189,16 @@ std::vector<PipeWireAggregates::PortPair> PipeWireAggregates::portPairs(const Pi
         audioPorts(graph_, aggregate, [](const PipeWirePort& port) { return port.isMonitor(); });
     const auto inputs = audioPorts(graph_, output, [](const PipeWirePort& port) { return port.isInput(); });
     std::vector<PortPair> result;
-    // Ports appear one by one: what one of them is for must be told from itself, not from how many there are.
-    for (std::size_t i = 0; i < monitors.size(); ++i) {
-        for (std::size_t j = 0; j < inputs.size(); ++j) {
-            const std::string& channel = inputs[j]->channel();
+    if (monitors.size() < 2) return result; // an aggregate is stereo, but its ports appear one by one
+    // So do an output's: what each is for must be told from itself, not from how many there are.
+    for (const PipeWirePort* monitor : monitors) {
+        for (const PipeWirePort* input : inputs) {
+            const std::string& channel = input->channel();
             const bool isUnnamed = channel.empty() || channel.starts_with("AUX");
             // A mono output gets the sum; an interface without named channels its first two.
-            if (channel == monitors[i]->channel() || channel == "MONO" || (isUnnamed && i == j))
-                result.emplace_back(monitors[i], inputs[j]);
+            if (channel == monitor->channel() || channel == "MONO" ||
+                (isUnnamed && input->index() == monitor->index()))
+                result.emplace_back(monitor, input);
         }
     }
     // Nothing fits: the sum for one port, else the first two, once all of them are there.

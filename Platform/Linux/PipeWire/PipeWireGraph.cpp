@@ -81,6 +81,9 @@ std::vector<const PipeWirePort*> PipeWireGraph::ports(uint32_t nodeID) const {
     std::vector<const PipeWirePort*> result;
     for (const auto& entry : ports_)
         if (entry.second.nodeID() == nodeID) result.push_back(&entry.second);
+    // Not by their IDs: those are used again.
+    std::ranges::sort(result, {},
+                      [](const auto* port) { return std::pair(port->index(), port->globalID()); });
     return result;
 }
 

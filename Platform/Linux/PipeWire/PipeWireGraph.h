@@ -44,7 +44,7 @@ class PipeWireGraph {
     PipeWireNode* device(AudioObjectID objectID) const;
     /// The known sink of that name, else the known source; null when there is neither.
     PipeWireNode* device(std::string_view name) const;
-    /// Ports of a node in the order of their IDs.
+    /// Ports of a node in the order of their numbers.
     std::vector<const PipeWirePort*> ports(uint32_t nodeID) const;
     bool hasPort(uint32_t globalID) const { return ports_.contains(globalID); }
     /// The card behind a device; null when it has none.

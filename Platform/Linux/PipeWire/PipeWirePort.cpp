@@ -20,6 +20,7 @@ struct PipeWirePort::Events {
 
 PipeWirePort::PipeWirePort(uint32_t globalID, const PipeWireProperties& properties)
     : globalID_(globalID), nodeID_(numberProperty(properties, PW_KEY_NODE_ID).value_or(SPA_ID_INVALID)),
+      index_(numberProperty(properties, PW_KEY_PORT_ID).value_or(0)),
       isInput_(property(properties, PW_KEY_PORT_DIRECTION) == "in"),
       isMonitor_(property(properties, PW_KEY_PORT_MONITOR) == "true"),
       isAudio_(property(properties, PW_KEY_FORMAT_DSP).value_or("").find("audio") != std::string_view::npos),

@@ -17,6 +17,8 @@ class PipeWirePort {
 
     uint32_t globalID() const noexcept { return globalID_; }
     uint32_t nodeID() const noexcept { return nodeID_; }
+    /// Its number among the node's ports of its direction.
+    uint32_t index() const noexcept { return index_; }
     bool isInput() const noexcept { return isInput_; }
     bool isMonitor() const noexcept { return isMonitor_; }
     /// Whether the port carries sound (and not, say, MIDI).
@@ -34,6 +36,7 @@ class PipeWirePort {
 
     uint32_t globalID_;
     uint32_t nodeID_ = SPA_ID_INVALID;
+    uint32_t index_ = 0;
     bool isInput_ = false;
     bool isMonitor_ = false;
     bool isAudio_ = false;
