@@ -1,10 +1,9 @@
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 
+#include "Platform/Linux/PipeWire/PipeWireComposition.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/Services/LoggingService.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -13,25 +12,10 @@
 
 namespace velto {
 
-using nlohmann::json;
-
 namespace {
 
 /// How long a returning output may take to be linked before it is shown unlinked. It takes about 2 ms.
 constexpr std::chrono::milliseconds joiningGrace{500};
-
-std::string compositionText(const AggregateDeviceDescription& description) {
-    json subDevices = json::array();
-    for (const auto& subDevice : description.subDevices)
-        subDevices.push_back({{"uid", subDevice.uid}, {"drift", subDevice.driftCompensation}});
-    const json composition = {{"uid", description.uid},
-                              {"name", description.name},
-                              {"subdevices", std::move(subDevices)},
-                              {"master", description.mainSubDeviceUID},
-                              {"stacked", description.isStacked},
-                              {"private", description.isPrivate}};
-    return composition.dump(-1, ' ', false, json::error_handler_t::replace);
-}
 
 pw_properties* sinkProperties(const AggregateDeviceDescription& description) {
     pw_properties* properties =
@@ -40,7 +24,7 @@ pw_properties* sinkProperties(const AggregateDeviceDescription& description) {
                           "monitor.channel-volumes", "true", "audio.position", "[ FL FR ]", nullptr);
     pw_properties_set(properties, PW_KEY_NODE_NAME, description.uid.c_str());
     pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
-    pw_properties_set(properties, PipeWireKey::composition, compositionText(description).c_str());
+    pw_properties_set(properties, PipeWireKey::composition, PipeWireComposition::text(description).c_str());
     return properties;
 }
 
@@ -143,27 +127,9 @@ bool PipeWireAggregates::isAggregate(const PipeWireNode& node) {
 std::optional<AggregateDeviceDescription> PipeWireAggregates::description(const PipeWireNode& node) {
     const auto text = property(node.properties(), PipeWireKey::composition);
     if (!text) return std::nullopt;
-    // Any program can make a node with such a property: nothing in it is taken for granted.
-    const json composition = json::parse(*text, nullptr, false);
-    const auto textOf = [](const json& object, const char* key) {
-        const auto found = object.find(key);
-        return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-    };
-    const auto flagOf = [](const json& object, const char* key) {
-        const auto found = object.find(key);
-        return found != object.end() && found->is_boolean() && found->get<bool>();
-    };
-    AggregateDeviceDescription result;
+    AggregateDeviceDescription result = PipeWireComposition::read(*text);
     result.uid = node.name();
     result.name = node.displayName();
-    if (!composition.is_object()) return result;
-    result.mainSubDeviceUID = textOf(composition, "master");
-    result.isStacked = flagOf(composition, "stacked");
-    result.isPrivate = flagOf(composition, "private");
-    const auto subDevices = composition.find("subdevices");
-    if (subDevices == composition.end() || !subDevices->is_array()) return result;
-    for (const json& entry : *subDevices)
-        if (entry.is_object()) result.subDevices.push_back({textOf(entry, "uid"), flagOf(entry, "drift")});
     return result;
 }
 
