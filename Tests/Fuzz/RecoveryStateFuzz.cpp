@@ -1,0 +1,11 @@
+#include "Tests/Fuzz/FuzzTarget.h"
+
+#include "VeltoCore/Session/RecoveryState.h"
+
+namespace velto {
+
+void fuzz(std::string_view text) {
+    requireReadsBack(Data(text.begin(), text.end()), decodeRecoveryState, encodeRecoveryState);
+}
+
+} // namespace velto
