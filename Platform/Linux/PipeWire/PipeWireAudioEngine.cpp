@@ -64,6 +64,7 @@ class PipeWireAudioEngine::Run {
     pw_core* core_ = nullptr;
     pw_stream* stream_ = nullptr;
     spa_hook hook_{};
+    bool isOver_ = false;
 };
 
 const pw_stream_events PipeWireAudioEngine::Run::events = [] {
@@ -133,8 +134,10 @@ void PipeWireAudioEngine::Run::serve() {
 }
 
 void PipeWireAudioEngine::Run::stateChanged(pw_stream_state state, const char* error) {
-    if (state != PW_STREAM_STATE_ERROR) return;
-    LoggingService::sync.error("The sync test is not heard any more: {}", error ? error : "unknown error");
+    const bool isOver = state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED;
+    if (!isOver || std::exchange(isOver_, true)) return;
+    LoggingService::sync.error("The sync test is not heard any more: {}",
+                               error ? error : "the sound server is gone");
 }
 
 void PipeWireAudioEngine::Run::process() { // on the audio thread
