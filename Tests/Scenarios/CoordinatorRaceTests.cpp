@@ -1,0 +1,155 @@
+// Two things at once, in virtual time: while one thing is under way for the coordinator, another comes at
+// each of its turns.
+#include "Tests/Support/Application.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::IsEmpty;
+
+/// The usual outputs, headphones and speakers playing or about to, on a slow machine.
+struct Stage {
+    explicit Stage(bool isPlaying) {
+        machine.plugUsualOutputs();
+        application.launch();
+        application.preferences.setAutoReconnect(true);
+        if (isPlaying) {
+            application.play("bluetooth", "builtin");
+            application.coordinator.saveCurrentSessionAsPreset("Both");
+        }
+        machine.world.faults.aliveAfter = 120ms;
+        machine.world.faults.lingersAfterDestroy = 250ms;
+        machine.loop.setBlockingCallDuration(30ms);
+    }
+    ~Stage() {
+        machine.world.faults = {};
+        application.quit();
+        EXPECT_THAT(machine.world.aggregates(), IsEmpty());
+        EXPECT_EQ(machine.world.listenerCount(), 0U);
+    }
+    DualOutputCoordinator& coordinator() { return application.coordinator; }
+
+    Machine machine;
+    Application application{machine};
+};
+
+struct Happening {
+    std::string name;
+    bool startsPlaying;
+    std::function<void(Stage&)> begin;
+};
+
+void PrintTo(const Happening& happening, std::ostream* stream) { *stream << happening.name; }
+
+const std::vector<Happening> happenings{
+    {"Start", false,
+     [](Stage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
+    {"Restart", true,
+     [](Stage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
+    {"Stop", true, [](Stage& stage) { stage.application.begin(stage.coordinator().stopDualOutput()); }},
+    {"Abandon", true, [](Stage& stage) { stage.machine.world.pickDefault("hdmi"); }},
+    {"Rebuild", true, [](Stage& stage) { stage.application.begin(stage.coordinator().reconnect()); }},
+    {"Reset", true,
+     [](Stage& stage) { stage.application.begin(stage.coordinator().resetAudioConfiguration()); }},
+};
+
+class CoordinatorRaceTests : public testing::TestWithParam<Happening> {
+  protected:
+    /// Lets the second thing come at each turn of the first, and judges how it ends.
+    static void atEachTurn(const std::function<void(Stage&)>& second,
+                           const std::function<void(Stage&)>& expectEnd) {
+        bool isOver = false;
+        for (int turns = 0; !isOver; ++turns) {
+            SCOPED_TRACE(turns);
+            Stage stage(GetParam().startsPlaying);
+            GetParam().begin(stage);
+            for (int turn = 0; turn < turns; ++turn)
+                isOver = !stage.machine.loop.runNextTurn();
+            second(stage);
+            stage.machine.loop.runUntilIdle();
+            EXPECT_THAT(violations(stage.application), IsEmpty());
+            expectEnd(stage);
+        }
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, CoordinatorRaceTests, testing::ValuesIn(happenings),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(CoordinatorRaceTests, QuitEndsIt) {
+    bool isOver = false;
+    for (int turns = 0; !isOver; ++turns) {
+        SCOPED_TRACE(turns);
+        Stage stage(GetParam().startsPlaying);
+        GetParam().begin(stage);
+        for (int turn = 0; turn < turns; ++turn)
+            isOver = !stage.machine.loop.runNextTurn();
+        const auto quit = stage.application.begin(stage.coordinator().shutdown());
+        // All this comes too late.
+        stage.machine.loop.runNextTurn();
+        stage.application.begin(stage.application.playing("hdmi", "builtin"));
+        stage.application.begin(stage.coordinator().reconnect());
+        stage.coordinator().handleWake();
+        stage.machine.loop.runUntilIdle();
+        EXPECT_TRUE(quit.isDone());
+        EXPECT_FALSE(stage.coordinator().state().isActive());
+        EXPECT_THAT(stage.machine.world.aggregates(), IsEmpty());
+        EXPECT_EQ(stage.machine.world.listenerCount(), 0U);
+        EXPECT_EQ(stage.application.preferences.loadRecoveryState(), std::nullopt);
+    }
+}
+
+TEST_P(CoordinatorRaceTests, AResetLeavesNothing) {
+    atEachTurn([](Stage& stage) { stage.application.begin(stage.coordinator().resetAudioConfiguration()); },
+               [](Stage& stage) { EXPECT_TRUE(stage.application.isIdle()); });
+}
+
+TEST_P(CoordinatorRaceTests, AStartIsIgnoredWhileItWouldDisturb) {
+    atEachTurn(
+        [](Stage& stage) {
+            const bool isIgnored = stage.coordinator().state().isBusy();
+            const auto error = stage.coordinator().lastError();
+            const auto preset = stage.coordinator().activePresetID();
+            const auto last = stage.application.preferences.lastPreset();
+            const auto started = stage.application.begin(stage.application.playing("hdmi", "hdmi"));
+            if (!isIgnored) return;
+            while (!started.isDone())
+                stage.machine.loop.runNextTurn();
+            EXPECT_EQ(stage.coordinator().lastError(), error);
+            EXPECT_EQ(stage.coordinator().activePresetID(), preset);
+            EXPECT_EQ(stage.application.preferences.lastPreset(), last);
+        },
+        [](Stage&) {});
+}
+
+TEST_P(CoordinatorRaceTests, AnOutputGoesAndComesBack) {
+    for (const std::string_view uid : {"bluetooth", "builtin"}) {
+        atEachTurn([uid](Stage& stage) { stage.machine.world.unplug(uid); },
+                   [uid](Stage& stage) {
+                       const auto session = stage.coordinator().state().session();
+                       const bool concerned =
+                           session && (session->first.uid == uid || session->second.uid == uid);
+                       EXPECT_EQ(stage.application.missing(), concerned ? uid : "");
+                       stage.machine.world.replugWithAnotherID(uid);
+                       stage.machine.loop.runUntilIdle();
+                       EXPECT_EQ(stage.application.isPlaying(), session.has_value());
+                       EXPECT_THAT(violations(stage.application), IsEmpty());
+                   });
+    }
+}
+
+TEST_P(CoordinatorRaceTests, TheMachineWakes) {
+    atEachTurn([](Stage& stage) { stage.coordinator().handleWake(); }, [](Stage&) {});
+}
+
+} // namespace
+} // namespace velto
