@@ -11,15 +11,13 @@
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace velto {
 
 using nlohmann::json;
 
 namespace {
-
-/// How long an output that came back may be picked by the system before that counts as somebody's choice.
-constexpr double reconnectionWindow = 15;
 
 void print(const json& object) {
     std::cout << object.dump(-1, ' ', false, json::error_handler_t::replace) << std::endl;
@@ -40,11 +38,14 @@ int terminationDescriptor() {
 SessionProgram::SessionProgram()
     : terminationSignals_(terminationDescriptor()), defaults_(FileUserDefaults::standardFile(), actor_),
       client_(actor_, actor_), devices_(client_, actor_, collation_), aggregates_(client_, actor_),
-      recoveryStore_(defaults_), session_(client_, devices_, aggregates_, recoveryStore_, actor_),
+      preferences_(defaults_, actor_), session_(client_, devices_, aggregates_, preferences_, actor_),
+      syncProfiles_(defaults_, actor_), volumes_(client_),
+      coordinator_(devices_, session_, preferences_, volumes_, syncEngine_, syncProfiles_, actor_),
       tasks_(actor_) {
     stateSubscription_ = session_.observeState([this] { reportState(); });
-    devices_.onChange([this] { devicesChanged(); });
-    devices_.startObserving();
+    serviceListener_ =
+        client_.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted,
+                                    kAudioObjectPropertyScopeGlobal, [this] { coordinator_.handleWake(); });
     actor_.watchReadable(terminationSignals_, [this] {
         signalfd_siginfo received{};
         [[maybe_unused]] const ssize_t size = read(terminationSignals_, &received, sizeof received);
@@ -53,7 +54,10 @@ SessionProgram::SessionProgram()
     actor_.watchReadable(STDIN_FILENO, [this] { readInput(); });
 }
 
-SessionProgram::~SessionProgram() { close(terminationSignals_); }
+SessionProgram::~SessionProgram() {
+    client_.removePropertyListener(serviceListener_);
+    close(terminationSignals_);
+}
 
 void SessionProgram::run() {
     print({{"event", "ready"}, {"connected", client_.isConnected()}});
@@ -86,78 +90,64 @@ void SessionProgram::perform(std::string line) {
     } else if (command == "recover") {
         tasks_.spawn(recover(line));
     } else if (command == "state" || command == "devices") {
-        answerDevices(line);
+        tasks_.spawn(answerState(line));
     } else {
-        answer(line, 0, "The commands are: start UID UID, stop, recover, state, devices");
+        answer(line, actor_.continuousNow(),
+               "The commands are: start UID UID, stop, recover, state, devices");
     }
+}
+
+/// What a launch does, once: cleans up after an earlier run, then follows the devices.
+Task<void> SessionProgram::launched() {
+    if (std::exchange(isLaunched_, true)) co_return;
+    devices_.refresh();
+    co_await coordinator_.start();
 }
 
 Task<void> SessionProgram::start(std::string command, std::string firstUID, std::string secondUID) {
-    std::string error;
+    co_await launched();
+    const auto first = devices_.device(firstUID);
+    const auto second = devices_.device(secondUID);
     const ContinuousInstant begin = actor_.continuousNow();
-    try {
-        const auto first = devices_.device(firstUID);
-        const auto second = devices_.device(secondUID);
-        if (!first) throw AudioManagerError::deviceNotFound(firstUID);
-        if (!second) throw AudioManagerError::deviceNotFound(secondUID);
-        const std::string name(AggregateDeviceManager::defaultName);
-        Task<void> started = session_.start(*first, *second, name, std::nullopt, ClockStrategy::automatic);
-        co_await std::move(started);
-    } catch (const std::exception& thrown) {
-        error = thrown.what();
+    if (!first || !second) {
+        const auto missing = AudioManagerError::deviceNotFound(first ? secondUID : firstUID);
+        answer(command, begin, missing.errorDescription());
+        co_return;
     }
-    const Duration taken = actor_.continuousNow() - begin;
-    answer(command, std::chrono::duration<double, std::milli>(taken).count(), error);
+    Task<void> started = coordinator_.startDualOutput(*first, *second);
+    co_await std::move(started);
+    answer(command, begin, errorText());
 }
 
 Task<void> SessionProgram::stop(std::string command) {
-    std::string error;
+    co_await launched();
     const ContinuousInstant begin = actor_.continuousNow();
-    try {
-        co_await session_.stop();
-    } catch (const std::exception& thrown) {
-        error = thrown.what();
-    }
-    const Duration taken = actor_.continuousNow() - begin;
-    answer(command, std::chrono::duration<double, std::milli>(taken).count(), error);
+    co_await coordinator_.stopDualOutput();
+    answer(command, begin, errorText());
 }
 
 Task<void> SessionProgram::recover(std::string command) {
     const ContinuousInstant begin = actor_.continuousNow();
-    const bool hasRecovered = co_await session_.recoverIfNeeded();
-    const Duration taken = actor_.continuousNow() - begin;
-    answer(command, std::chrono::duration<double, std::milli>(taken).count(),
-           hasRecovered ? "" : "There was nothing to recover");
+    const bool isNeeded = !isLaunched_ && preferences_.loadRecoveryState().has_value();
+    co_await launched();
+    answer(command, begin, isNeeded ? "" : "There was nothing to recover");
+}
+
+Task<void> SessionProgram::answerState(std::string command) {
+    co_await launched();
+    answerDevices(command);
 }
 
 Task<void> SessionProgram::endProgram() {
     if (std::exchange(isEnding_, true)) co_return;
-    co_await session_.operationEnded();
-    try {
-        co_await session_.stop();
-    } catch (const std::exception& thrown) {
-        print({{"event", "error"}, {"error", thrown.what()}});
-    }
-    devices_.stopObserving();
+    co_await coordinator_.shutdown();
     actor_.quit();
 }
 
-void SessionProgram::devicesChanged() {
-    const auto session = session_.activeSession();
-    if (!session || session_.isOperationRunning()) return;
-    const auto& output = devices_.defaultOutputDevice();
-    if (output && output->uid != session->aggregateUID) {
-        const bool isOurs = output->uid == session->first.uid || output->uid == session->second.uid;
-        if (!isOurs || !devices_.wasRecentlyConnected(output->uid, reconnectionWindow)) {
-            tasks_.spawn(abandon());
-            return;
-        }
-        session_.reassertDefaultOutput();
-    }
-    session_.updateDegradedState();
+std::string SessionProgram::errorText() const {
+    const auto& error = coordinator_.lastError();
+    return error ? error->errorDescription() : "";
 }
-
-Task<void> SessionProgram::abandon() { co_await session_.abandonSession(); }
 
 void SessionProgram::reportState() {
     static constexpr std::array names{"idle", "starting", "active", "degraded", "stopping", "failed"};
@@ -165,8 +155,10 @@ void SessionProgram::reportState() {
     print({{"event", "state"}, {"state", names.at(session_.state().kind().index())}});
 }
 
-void SessionProgram::answer(const std::string& command, double milliseconds, const std::string& error) const {
-    print({{"done", command}, {"milliseconds", milliseconds}, {"error", error}});
+void SessionProgram::answer(const std::string& command, ContinuousInstant begin,
+                            const std::string& error) const {
+    const std::chrono::duration<double, std::milli> taken = actor_.continuousNow() - begin;
+    print({{"done", command}, {"milliseconds", taken.count()}, {"error", error}});
 }
 
 void SessionProgram::answerDevices(const std::string& command) {
@@ -189,7 +181,7 @@ void SessionProgram::answerDevices(const std::string& command) {
            {"devices", list},
            {"defaultOutput", output ? output->uid : ""},
            {"alertOutput", alert},
-           {"record", recoveryStore_.loadRecoveryState().has_value()}});
+           {"record", preferences_.loadRecoveryState().has_value()}});
 }
 
 } // namespace velto

@@ -1,9 +1,9 @@
-// SessionProgram: the production classes of a session, driven by commands on standard input.
+// SessionProgram: the whole core without a window, driven by commands on standard input.
 //
 // One command a line: "start UID UID", "stop", "recover", "state", "devices". Each is answered by one JSON
 // object a line on standard output once it is done; changes of the session's state come as objects with
-// "event". The end of the input, SIGTERM and SIGINT end the session, put the outputs back, and end the
-// program.
+// "event". The first command is preceded by what a launch does: "recover" is a launch and nothing else. The
+// end of the input, SIGTERM and SIGINT end the session, put the outputs back, and end the program.
 #pragma once
 
 #include "Platform/Linux/FileUserDefaults.h"
@@ -13,11 +13,15 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
+#include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Sync/SyncProfileManager.h"
+#include "VeltoCore/Sync/SystemMultiOutputEngine.h"
+#include "VeltoCore/Volume/DeviceVolumeController.h"
 
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace velto {
 
@@ -36,12 +40,13 @@ class SessionProgram {
     Task<void> start(std::string command, std::string firstUID, std::string secondUID);
     Task<void> stop(std::string command);
     Task<void> recover(std::string command);
+    Task<void> answerState(std::string command);
+    Task<void> launched();
     Task<void> endProgram();
 
-    void devicesChanged();
-    Task<void> abandon();
     void reportState();
-    void answer(const std::string& command, double milliseconds, const std::string& error) const;
+    void answer(const std::string& command, ContinuousInstant begin, const std::string& error) const;
+    std::string errorText() const;
     void answerDevices(const std::string& command);
 
     /// Before anything that starts a thread: the signals must be blocked in all of them.
@@ -52,11 +57,17 @@ class SessionProgram {
     IcuTextCollation collation_;
     AudioDeviceManager devices_;
     AggregateDeviceManager aggregates_;
-    UserDefaultsRecoveryStateStore recoveryStore_;
+    PreferencesManager preferences_;
     SystemAudioManager session_;
+    SyncProfileManager syncProfiles_;
+    DeviceVolumeController volumes_;
+    SystemMultiOutputEngine syncEngine_;
+    DualOutputCoordinator coordinator_;
+    PropertyListenerTokenRef serviceListener_;
     TaskScope tasks_;
     Subscription stateSubscription_;
     std::string input_;
+    bool isLaunched_ = false;
     bool isEnding_ = false;
 };
 
