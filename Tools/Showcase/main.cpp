@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
+#include <string_view>
 
 namespace fs = std::filesystem;
 
@@ -31,9 +33,18 @@ int main(int count, char** arguments) {
     std::signal(SIGTERM, interrupt);
     std::signal(SIGHUP, interrupt);
     std::signal(SIGPIPE, SIG_IGN); // a program that died is reported by what it doesn't answer
+    if (count > 2 || (count == 2 && arguments[1][0] == '-')) {
+        std::printf("Usage: velto-showcase [FOLDER]\nPlays the story and leaves its results in the folder, "
+                    "by default "
+                    "build/showcase. An earlier showcase in it is replaced.\n");
+        return count == 2 && std::string_view(arguments[1]) == "--help" ? 0 : 1;
+    }
     const fs::path tools = fs::canonical("/proc/self/exe").parent_path().parent_path();
     const fs::path folder = fs::absolute(count > 1 ? arguments[1] : "build/showcase");
     try {
+        // Only what an earlier showcase left may go: the folder is the user's to name.
+        if (fs::exists(folder) && !fs::is_empty(folder) && !fs::exists(folder / "source.wav"))
+            throw std::runtime_error(folder.string() + " holds something else; name another folder");
         fs::remove_all(folder);
         {
             std::printf("Playing the story on a private sound server; this takes about half a minute.\n");
