@@ -241,6 +241,10 @@ TEST_F(DeviceVolumeControllerTests, MasterVolumeIsUndisturbedByThoseWhoHearOfIt)
     EXPECT_EQ(volume("right"), 0.2F);
     EXPECT_EQ(adjustments, 2);
 
+    world.calls.atCall(0, [this] { world.setMuted("left", true); });
+    controller->setVolume(0.4F, "left");
+    EXPECT_TRUE(isMuted("left")) << "what changes during the call is kept";
+
     const Subscription leaver = controller->observeStates([this] { controller->stopTracking(); });
     controller->setMasterVolume(0.1F);
     EXPECT_EQ(world.device("right").volume, 0.2F) << "tracking ended at the first change";
@@ -275,10 +279,15 @@ TEST_F(DeviceVolumeControllerTests, SettingsOfPresets) {
 
 TEST_F(DeviceVolumeControllerTests, LateNewsChangeNothing) {
     track({"left", "right"});
-    world.setVolume("left", 0.1F);
+    for (int i = 0; i < 4; ++i) // so that they are called after the end
+        world.calls.failNext(Operation::removePropertyListener, kAudioHardwareUnspecifiedError);
     controller->stopTracking();
+    world.calls.clear();
+    world.setVolume("left", 0.1F);
     loop.runReady();
     EXPECT_THAT(controller->states(), IsEmpty());
+    EXPECT_EQ(world.calls.total(), 0U);
+    world.programDies();
 
     track({"left", "right"});
     world.setVolume("left", 0.2F);
