@@ -17,6 +17,9 @@ namespace {
 constexpr SampleRateRange serverRates{8000, 192000};
 /// How long the session manager may take to leave a removed default output. It takes about 2 ms.
 constexpr std::chrono::milliseconds newDefaultGrace{200};
+/// After this the news of a default output are taken for lost on the way.
+constexpr std::chrono::milliseconds firstAskAgainDelay{200};
+constexpr std::chrono::seconds longestAskAgainDelay{10};
 
 [[noreturn]] void throwStatus(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
 
@@ -79,7 +82,8 @@ std::set<ListenedProperty> PipeWireAudioClient::Published::differences(const Pub
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote)
     : actor_(actor), connection_(actor, watcher, std::move(remote), *this),
       graph_([this] { graphChanged(); }), aggregates_(actor, connection_, graph_, [this] { publishLater(); }),
-      outputs_(connection_, graph_), published_(std::make_unique<Published>()) {
+      outputs_(connection_, graph_), published_(std::make_unique<Published>()),
+      askAgainDelay_(firstAskAgainDelay) {
     connection_.connect();
     // The first answer brings what there is, the second what each of them says of itself.
     connection_.roundTrip();
@@ -87,9 +91,11 @@ PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher
     undoAbandonedChanges();
     hasLostServer_ = !connection_.isConnected();
     *published_ = current();
+    askAgainForDefault();
 }
 
 PipeWireAudioClient::~PipeWireAudioClient() {
+    if (askAgain_) actor_.cancelTimer(*askAgain_);
     aggregates_.forget();
     graph_.detach();
     connection_.disconnect();
@@ -142,7 +148,24 @@ void PipeWireAudioClient::publish() {
         hasLostServer_ = false;
         changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
     }
+    askAgainForDefault();
     if (!changed.empty()) listeners_.notify(changed);
+}
+
+void PipeWireAudioClient::askAgainForDefault() {
+    const bool isMissing = graph_.defaultMetadata() && !outputs_.defaultOutput() &&
+                           std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
+    if (!isMissing) {
+        if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
+        askAgainDelay_ = firstAskAgainDelay;
+    } else if (!askAgain_) {
+        askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
+            askAgain_.reset();
+            askAgainDelay_ = std::min<Duration>(askAgainDelay_ * 2, longestAskAgainDelay);
+            graph_.refreshDefaultMetadata();
+            publishLater();
+        });
+    }
 }
 
 PipeWireAudioClient::Published PipeWireAudioClient::current() const {

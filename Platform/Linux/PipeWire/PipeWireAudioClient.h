@@ -94,6 +94,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     void undoAbandonedChanges();
 
     void graphChanged();
+    void askAgainForDefault();
     void publishLater();
     void publish();
     Published current() const;
@@ -108,6 +109,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     std::map<std::string, bool, std::less<>> driftCompensation_;
     std::unique_ptr<Published> published_;
     bool isPublishing_ = false;
+    std::optional<MainActor::TimerID> askAgain_;
+    Duration askAgainDelay_{};
     bool hasLostServer_ = false;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -57,6 +57,11 @@ class PipeWireGraph {
     /// Null while the store doesn't exist; "default" comes and goes with the session manager.
     PipeWireMetadata* defaultMetadata() const noexcept { return default_.get(); }
     PipeWireMetadata* settingsMetadata() const noexcept { return settings_.get(); }
+    /// Asks for the values of "default" again: the server loses updates of it for everybody while a program
+    /// begins to watch it. Not from within a server callback.
+    void refreshDefaultMetadata() {
+        if (default_) default_->refresh(registry_);
+    }
 
   private:
     struct Events;

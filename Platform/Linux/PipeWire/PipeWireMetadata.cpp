@@ -28,12 +28,23 @@ struct PipeWireMetadata::Events {
 
 PipeWireMetadata::PipeWireMetadata(pw_registry* registry, uint32_t globalID, std::function<void()> changed)
     : globalID_(globalID), changed_(std::move(changed)) {
+    bind(registry);
+}
+
+PipeWireMetadata::~PipeWireMetadata() { unbind(); }
+
+void PipeWireMetadata::refresh(pw_registry* registry) {
+    unbind();
+    bind(registry);
+}
+
+void PipeWireMetadata::bind(pw_registry* registry) {
     proxy_ = static_cast<pw_metadata*>(
-        pw_registry_bind(registry, globalID, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+        pw_registry_bind(registry, globalID_, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
     if (proxy_) pw_metadata_add_listener(proxy_, &hook_, &Events::table, this);
 }
 
-PipeWireMetadata::~PipeWireMetadata() {
+void PipeWireMetadata::unbind() {
     if (!proxy_) return;
     spa_hook_remove(&hook_);
     pw_proxy_destroy(reinterpret_cast<pw_proxy*>(proxy_));

@@ -21,6 +21,9 @@ class PipeWireMetadata {
     PipeWireMetadata& operator=(const PipeWireMetadata&) = delete;
     ~PipeWireMetadata();
 
+    /// Asks the server for all values again. Not from within a server callback.
+    void refresh(pw_registry* registry);
+
     uint32_t globalID() const noexcept { return globalID_; }
     /// The global value under the key (subject 0); none when there is none.
     std::optional<std::string> value(std::string_view key) const;
@@ -35,6 +38,8 @@ class PipeWireMetadata {
 
   private:
     struct Events;
+    void bind(pw_registry* registry);
+    void unbind();
 
     pw_metadata* proxy_ = nullptr;
     uint32_t globalID_;

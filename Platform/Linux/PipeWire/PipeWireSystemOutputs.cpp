@@ -5,12 +5,16 @@
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace velto {
 
 namespace {
+
+/// How long an update may take before it is taken for lost. It takes about 2 ms.
+constexpr std::chrono::milliseconds lostUpdateGrace{100};
 
 uint32_t wholeNumber(const std::optional<std::string>& text) {
     uint32_t number = 0;
@@ -47,8 +51,17 @@ void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
         return metadata && metadata->name(PipeWireKey::defaultSink) == name &&
                metadata->name(PipeWireKey::configuredSink) == name;
     };
-    if (!connection_.waitUntil(isEffective)) throwNotReady();
+    waitForDefaultMetadata(isEffective);
     restoredOutput_ = isAggregate ? std::nullopt : std::optional(name);
+}
+
+void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition) {
+    for (Duration waited{}; waited < pipeWireDeadline; waited += lostUpdateGrace) {
+        if (connection_.waitUntil(condition, lostUpdateGrace)) return;
+        if (!connection_.isConnected()) break;
+        graph_.refreshDefaultMetadata();
+    }
+    throwNotReady();
 }
 
 void PipeWireSystemOutputs::rememberConfiguredOutput(const std::string& aggregateName) {
@@ -90,7 +103,7 @@ void PipeWireSystemOutputs::setAlertOutput(const PipeWireNode& output) {
         const PipeWireNode* alert = alertOutput();
         return alert && alert->objectID() == objectID;
     };
-    if (!connection_.waitUntil(isEffective)) throwNotReady();
+    waitForDefaultMetadata(isEffective);
     routeAlerts();
 }
 

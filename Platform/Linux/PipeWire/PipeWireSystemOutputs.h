@@ -7,6 +7,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -46,6 +47,8 @@ class PipeWireSystemOutputs {
   private:
     PipeWireMetadata& defaultMetadata() const;
     void rememberConfiguredOutput(const std::string& aggregateName);
+    /// Throws 'nrdy' when the store doesn't come to hold what the condition wants.
+    void waitForDefaultMetadata(const std::function<bool()>& condition);
 
     PipeWireConnection& connection_;
     PipeWireGraph& graph_;
