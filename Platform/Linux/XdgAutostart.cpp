@@ -57,7 +57,7 @@ XdgAutostart::XdgAutostart(std::filesystem::path program, std::filesystem::path 
 
 std::filesystem::path XdgAutostart::runningProgram() {
     std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     const std::string& text = program.native();
     if (!text.ends_with(deletedMark) || std::filesystem::exists(program, error)) return program;
     return text.substr(0, text.size() - deletedMark.size()); // the new version

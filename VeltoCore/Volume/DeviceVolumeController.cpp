@@ -224,7 +224,7 @@ DeviceVolumeController::Settings DeviceVolumeController::currentSettings() const
     return settings;
 }
 
-void DeviceVolumeController::apply(Settings settings) {
+void DeviceVolumeController::apply(const Settings& settings) {
     isApplying_ = true;
     for (const auto& [uid, wanted] : settings) {
         const auto state = this->state(uid);

@@ -81,7 +81,7 @@ class DeviceVolumeController {
     Settings currentSettings() const;
     /// Writes back what is given. Devices that are not tracked or not connected, and controls that a device
     /// doesn't have, are skipped.
-    void apply(Settings settings);
+    void apply(const Settings& settings);
 
   private:
     /// The listeners of one device, on the object that it was when they were added.
