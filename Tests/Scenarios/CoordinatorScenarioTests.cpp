@@ -431,6 +431,7 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
 TEST_F(CoordinatorScenarioTests, LooksAgainAtWhatHappenedDuringAStart) {
     app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
     world.faults.aliveAfter = 300ms;
+    world.faults.notifiesSynchronously = true; // so that nothing is heard after it
     const auto started = app->begin(app->playing("bluetooth", "builtin"));
     loop.advance(200ms);
     world.unplug("bluetooth");
