@@ -351,7 +351,8 @@ TEST_F(CoordinatorScenarioTests, SomebodyElsesChoiceEndsTheSession) {
     world.faults.lingersAfterDestroy = 300ms;
     world.pickDefault("hdmi");
     loop.runReady();
-    world.unplug("bluetooth"); // while the session is being given up
+    app->begin(coordinator().reconnect()); // while the session is being given up
+    world.unplug("bluetooth");
     loop.runUntilIdle();
     EXPECT_TRUE(app->isIdle());
     EXPECT_EQ(log.count("Default output switched away from the aggregate; ending session"), 1U);
