@@ -19,8 +19,8 @@ AutomationRuleEvaluator::actions(const std::vector<AutomationRule>& forRules,
                                  const std::set<std::string>& previousUIDs) {
     std::vector<AutomationRule::Action> result;
     for (const AutomationRule& rule : forRules) {
+        if (!rule.isEnabled) continue;
         const auto& required = std::get<AutomationRule::DevicesAvailable>(rule.trigger).uids;
-        if (!rule.isEnabled || required.empty()) continue;
         if (areAllIn(availableUIDs, required) && !areAllIn(previousUIDs, required))
             result.push_back(rule.action);
     }

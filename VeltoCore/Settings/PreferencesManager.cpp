@@ -3,6 +3,7 @@
 #include "VeltoCore/Foundation/TrimmedText.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velto {
