@@ -8,6 +8,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -91,10 +92,43 @@ void SessionProgram::perform(std::string line) {
         tasks_.spawn(recover(line));
     } else if (command == "state" || command == "devices") {
         tasks_.spawn(answerState(line));
+    } else if (command == "activate" && !first.empty()) {
+        tasks_.spawn(activate(line, first));
     } else {
-        answer(line, actor_.continuousNow(),
-               "The commands are: start UID UID, stop, recover, state, devices");
+        answer(line, actor_.continuousNow(), performAtOnce(command, first, second));
     }
+}
+
+/// A command that waits for nothing; answers what is wrong with it.
+std::string SessionProgram::performAtOnce(const std::string& command, const std::string& first,
+                                          const std::string& second) {
+    if (command == "volume" && !second.empty()) {
+        const double volume = std::atof(second.c_str());
+        volumes_.setVolume(static_cast<float>(volume), first);
+        coordinator_.updateActivePresetSettings();
+        return volumes_.state(first) ? "" : "That output does not play";
+    }
+    if (command == "save" && !first.empty())
+        return coordinator_.saveCurrentSessionAsPreset(first) ? "" : "There is no session to save";
+    if (command == "autoconnect" && !first.empty()) {
+        const auto saved = preset(first);
+        if (!saved) return "There is no such preset";
+        preferences_.setAutoConnect(true);
+        preferences_.setAutoConnect(true, saved->id);
+        return "";
+    }
+    if (const auto behavior = disconnectBehavior(first); command == "disconnect" && behavior) {
+        preferences_.setDisconnectBehavior(*behavior);
+        return "";
+    }
+    return "The commands are: start UID UID, stop, recover, state, devices, volume UID NUMBER, save NAME, "
+           "activate NAME, autoconnect NAME, disconnect keepPlaying|pauseGroup|askUser";
+}
+
+std::optional<AudioPreset> SessionProgram::preset(const std::string& named) const {
+    for (AudioPreset& saved : preferences_.userPresets())
+        if (saved.name == named) return std::move(saved);
+    return std::nullopt;
 }
 
 /// What a launch does, once: cleans up after an earlier run, then follows the devices.
@@ -116,6 +150,19 @@ Task<void> SessionProgram::start(std::string command, std::string firstUID, std:
     }
     Task<void> started = coordinator_.startDualOutput(*first, *second);
     co_await std::move(started);
+    answer(command, begin, errorText());
+}
+
+Task<void> SessionProgram::activate(std::string command, std::string name) {
+    co_await launched();
+    const ContinuousInstant begin = actor_.continuousNow();
+    auto saved = preset(name);
+    if (!saved) {
+        answer(command, begin, "There is no such preset");
+        co_return;
+    }
+    Task<void> activated = coordinator_.activatePreset(std::move(*saved));
+    co_await std::move(activated);
     answer(command, begin, errorText());
 }
 

@@ -1,9 +1,10 @@
 // SessionProgram: the whole core without a window, driven by commands on standard input.
 //
-// One command a line: "start UID UID", "stop", "recover", "state", "devices". Each is answered by one JSON
-// object a line on standard output once it is done; changes of the session's state come as objects with
-// "event". The first command is preceded by what a launch does: "recover" is a launch and nothing else. The
-// end of the input, SIGTERM and SIGINT end the session, put the outputs back, and end the program.
+// One command a line: "start UID UID", "stop", "recover", "state", "devices", "volume UID NUMBER", "save
+// NAME", "activate NAME", "autoconnect NAME", "disconnect BEHAVIOUR". Each is answered by one JSON object a
+// line on standard output once it is done; changes of the session's state come as objects with "event". The
+// first command is preceded by what a launch does: "recover" is a launch and nothing else. The end of the
+// input, SIGTERM and SIGINT end the session, put the outputs back, and end the program.
 #pragma once
 
 #include "Platform/Linux/FileUserDefaults.h"
@@ -37,7 +38,11 @@ class SessionProgram {
   private:
     void readInput();
     void perform(std::string line);
+    std::string performAtOnce(const std::string& command, const std::string& first,
+                              const std::string& second);
+    std::optional<AudioPreset> preset(const std::string& named) const;
     Task<void> start(std::string command, std::string firstUID, std::string secondUID);
+    Task<void> activate(std::string command, std::string name);
     Task<void> stop(std::string command);
     Task<void> recover(std::string command);
     Task<void> answerState(std::string command);

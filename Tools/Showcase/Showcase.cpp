@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
@@ -68,7 +69,8 @@ void Showcase::play() {
     playSessionWithUnplug();
     playChoiceOfSomebodyElse();
     playCrashAndRecovery();
-    playStop();
+    playPreset();
+    playUnattended();
     playNothingLeft();
 }
 
@@ -142,17 +144,61 @@ void Showcase::playCrashAndRecovery() {
          });
 }
 
-void Showcase::playStop() {
-    step("start once more", "both play in step", {{usb, speaker}, aggregate, true},
-         [this](StoryStep& step) { startOn(step, usb, speaker); });
+void Showcase::playPreset() {
+    step("start once more, save as a preset", "both play in step", {{usb, speaker}, aggregate, true},
+         [this](StoryStep& step) {
+             startOn(step, usb, speaker);
+             require("volume " + std::string(usb) + " 0.5");
+             require("save Evening");
+         });
 
     step("stop", "the output from before plays", {{display}, display, false}, [this](StoryStep& step) {
-        mark("Stop");
-        const Answer answer = command("stop");
-        step.milliseconds = answer.milliseconds;
-        step.limitMilliseconds = operationLimit;
-        step.problem = answer.error;
+        playStop(step);
+        lab_.setChannelVolumes(usb, 1); // somebody turns it up
     });
+
+    step("the preset, started", "both play in step, at its volumes", {{usb, speaker}, aggregate, true},
+         [this](StoryStep& step) {
+             mark("Preset");
+             const Answer answer = command("activate Evening");
+             step.milliseconds = answer.milliseconds;
+             step.limitMilliseconds = operationLimit;
+             step.skewLimitSamples = 0;
+             step.problem = answer.error;
+             // Half of the cubic scale is an eighth.
+             const auto turnedDown = [this] { return std::abs(lab_.channelVolume(usb) - 0.125F) < 0.001F; };
+             if (!lab_.waitUntil(turnedDown)) step.problem = "the volume saved with the preset is not set";
+         });
+}
+
+void Showcase::playUnattended() {
+    step("unplug one, set to stop then", "the output from before plays", {{display}, display, false},
+         [this](StoryStep&) {
+             require("disconnect pauseGroup");
+             mark("USB DAC unplugged");
+             lab_.unplug(usb);
+             waitForState("idle");
+         });
+
+    step("plug it back, set to connect then", "the preset starts by itself",
+         {{usb, speaker}, aggregate, true}, [this](StoryStep& step) {
+             require("autoconnect Evening");
+             lab_.plug(outputs_.at(usb));
+             mark("USB DAC plugged in");
+             waitForState("active");
+             step.skewLimitSamples = 0;
+         });
+
+    step("stop again", "the output from before plays", {{display}, display, false},
+         [this](StoryStep& step) { playStop(step); });
+}
+
+void Showcase::playStop(StoryStep& step) {
+    mark("Stop");
+    const Answer answer = command("stop");
+    step.milliseconds = answer.milliseconds;
+    step.limitMilliseconds = operationLimit;
+    step.problem = answer.error;
 }
 
 void Showcase::playNothingLeft() {
@@ -221,6 +267,11 @@ Showcase::Answer Showcase::command(const std::string& line) {
             return {object.value("milliseconds", 0.0), object.value("error", "")};
     }
     throw std::runtime_error("The session program did not answer: " + line);
+}
+
+void Showcase::require(const std::string& line) {
+    const Answer answer = command(line);
+    if (!answer.error.empty()) throw std::runtime_error(line + ": " + answer.error);
 }
 
 void Showcase::waitForState(const std::string& state) {

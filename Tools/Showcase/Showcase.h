@@ -5,11 +5,11 @@
 // plays on; nothing here touches the sound.
 #pragma once
 
-#include "Tools/SoundLab/Story.h"
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"
 #include "Tools/SoundLab/SoundLab.h"
+#include "Tools/SoundLab/Story.h"
 
 #include <atomic>
 #include <filesystem>
@@ -56,17 +56,21 @@ class Showcase {
     void playSessionWithUnplug();
     void playChoiceOfSomebodyElse();
     void playCrashAndRecovery();
-    void playStop();
+    void playPreset();
+    void playUnattended();
     void playNothingLeft();
 
     void launchSession();
     Answer command(const std::string& line);
+    /// A command that must not fail.
+    void require(const std::string& line);
     void waitForState(const std::string& state);
     void waitUntil(double second) const;
     double now() const;
     double mark(const std::string& label);
     void step(const std::string& name, const std::string& expected, const Expectation& expectation,
               const Act& act);
+    void playStop(StoryStep& step);
     void startOn(StoryStep& step, const std::string& first, const std::string& second);
     void listen(StoryStep& step, const Expectation& expectation);
     bool hasRecord() const;

@@ -184,6 +184,12 @@ void SoundLab::setChannelVolumes(const std::string& name, float volume) {
     node->setChannelVolumes(std::vector<float>(node->channelVolumes().size(), volume));
 }
 
+float SoundLab::channelVolume(const std::string& name) {
+    const Lock lock(*this);
+    const PipeWireNode* node = graph_.device(name);
+    return node && !node->channelVolumes().empty() ? std::ranges::max(node->channelVolumes()) : 0;
+}
+
 std::string SoundLab::defaultOutput() {
     const Lock lock(*this);
     const PipeWireMetadata* metadata = graph_.defaultMetadata();

@@ -47,6 +47,9 @@ class SoundLab {
     /// Sets the linear volumes of an output as another program would.
     void setChannelVolumes(const std::string& name, float volume);
 
+    /// The loudest linear volume of an output; 0 when it isn't there.
+    float channelVolume(const std::string& name);
+
     /// The name of the default output; empty when there is none.
     std::string defaultOutput();
     /// Entries of the server's stores; none when they aren't there.
