@@ -91,6 +91,7 @@ TEST_F(AggregateTests, DriftCompensationIsRememberedPerOutput) {
     plug(VirtualOutput::usb("usb", "USB Interface"));
     expectSwapped("after a replug");
     client->destroyAggregateDevice(aggregate);
+    EXPECT_FALSE(client->subDeviceDriftCompensation(id("desk"))) << "of no aggregate any more";
     createAggregate({"desk", "usb"});
     EXPECT_TRUE(client->subDeviceDriftCompensation(id("usb"))) << "a new aggregate starts anew";
     client->destroyAggregateDevice(id(aggregateUID));
