@@ -1,7 +1,6 @@
 #include "Tests/PipeWire/RealServer.h"
 #include "Tests/PipeWire/ServedDevice.h"
 
-#include <malloc.h>
 #include <set>
 
 namespace velto {
@@ -222,13 +221,7 @@ TEST_F(DeviceTests, RapidPluggingEndsWhereItStops) {
         for (const AudioObjectID device : client->allDeviceIDs()) // all of it can be read at any time
             EXPECT_FALSE(client->deviceUID(device).empty() || client->outputChannelCount(device) != 2);
     });
-    std::size_t heapBefore = 0;
-    const auto heap = [&] {
-        settle();
-        return mallinfo2().uordblks;
-    };
     for (int i = 0; i < 50; ++i) {
-        if (i == 10) heapBefore = heap();
         lab->unplug("usb");
         if (i % 3 == 0) settle();
         lab->plug(VirtualOutput::usb("usb", "USB Interface"));
@@ -237,7 +230,6 @@ TEST_F(DeviceTests, RapidPluggingEndsWhereItStops) {
     EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }));
     EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "blue", aggregateUID, "usb"));
     EXPECT_GT(changes, 0);
-    EXPECT_LT(heap(), heapBefore + 4096) << "something is kept of every device, until the connection ends";
     client->destroyAggregateDevice(aggregate);
     EXPECT_THAT(log.linesWith(" error: "), IsEmpty());
 }
