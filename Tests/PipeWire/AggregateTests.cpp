@@ -27,11 +27,6 @@ class AggregateTests : public RealServer {
             result.push_back(client->deviceUID(device));
         return result;
     }
-    bool isRunning(const std::string& name) {
-        const SoundLab::Lock lock(*lab);
-        const PipeWireNode* node = lab->graph().device(name);
-        return node && node->isRunning();
-    }
 };
 
 TEST_F(AggregateTests, IsCompleteWhenCreateReturnsAndGoneWhenDestroyReturns) {
