@@ -1,12 +1,13 @@
 #include "Platform/Linux/LinuxMainActor.h"
 
-#include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -24,23 +25,29 @@ timespec timespecOf(Duration sinceStart) {
     return {static_cast<time_t>(seconds.count()), static_cast<long>((sinceStart - seconds).count())};
 }
 
+void acknowledge(int descriptor) {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t size = read(descriptor, &count, sizeof count);
+}
+
 } // namespace
 
 LinuxMainActor::LinuxMainActor()
-    : wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+    : poll_(epoll_create1(EPOLL_CLOEXEC)), wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       alarm_(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK)) {
-    if (wakeUp_ < 0 || alarm_ < 0)
+    if (poll_ < 0 || wakeUp_ < 0 || alarm_ < 0)
         throw std::system_error(errno, std::generic_category(), "The main loop could not start");
-    for (const int descriptor : {wakeUp_, alarm_})
-        watchReadable(descriptor, [descriptor] {
-            std::uint64_t count = 0;
-            [[maybe_unused]] const ssize_t size = read(descriptor, &count, sizeof count);
-        });
+    watchReadable(wakeUp_, [this] { acknowledge(wakeUp_); });
+    watchReadable(alarm_, [this] {
+        acknowledge(alarm_);
+        alarmDate_.reset();
+    });
 }
 
 LinuxMainActor::~LinuxMainActor() {
     close(wakeUp_);
     close(alarm_);
+    close(poll_);
 }
 
 ContinuousInstant LinuxMainActor::continuousNow() const noexcept {
@@ -70,6 +77,7 @@ MainActor::TimerID LinuxMainActor::postAfter(Duration interval, Work work) {
     const ContinuousInstant date = continuousNow() + std::max(interval, Duration::zero());
     timerDates_.emplace(timer, date);
     timers_.emplace(std::pair(date, timer), std::move(work));
+    setAlarm();
     return timer;
 }
 
@@ -81,10 +89,16 @@ void LinuxMainActor::cancelTimer(TimerID timer) noexcept {
 }
 
 void LinuxMainActor::watchReadable(int descriptor, std::function<void()> handler) {
-    watched_.insert_or_assign(descriptor, Watch{std::move(handler), nextWatch_++});
+    const bool isKnown = watched_.contains(descriptor);
+    epoll_event event{EPOLLIN, {.fd = descriptor}};
+    const int result = epoll_ctl(poll_, isKnown ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, descriptor, &event);
+    const bool isPlainFile = result < 0 && errno == EPERM;
+    watched_.insert_or_assign(descriptor, Watch{std::move(handler), nextWatch_++, isPlainFile});
 }
 
-void LinuxMainActor::unwatch(int descriptor) noexcept { watched_.erase(descriptor); }
+void LinuxMainActor::unwatch(int descriptor) noexcept {
+    if (watched_.erase(descriptor) > 0) epoll_ctl(poll_, EPOLL_CTL_DEL, descriptor, nullptr);
+}
 
 void LinuxMainActor::run() {
     while (!isQuitting_)
@@ -106,10 +120,17 @@ bool LinuxMainActor::runUntil(const std::function<bool()>& condition, Duration t
     return true;
 }
 
+void LinuxMainActor::turnReady() {
+    if (!isInTurn_) turn(Duration::zero());
+}
+
 void LinuxMainActor::turn(Duration longestWait) {
+    isInTurn_ = true;
     wait(longestWait);
     runPosted();
     runTimers();
+    setAlarm();
+    isInTurn_ = false;
 }
 
 void LinuxMainActor::runPosted() {
@@ -134,26 +155,39 @@ void LinuxMainActor::runTimers() {
 }
 
 void LinuxMainActor::wait(Duration longest) {
-    const ContinuousInstant date = continuousNow();
-    if (!timers_.empty()) longest = std::min(longest, timers_.begin()->first.first - date);
-    const bool waits = longest > Duration::zero();
-    const itimerspec end{{}, waits ? timespecOf(date + longest) : timespec{}};
-    timerfd_settime(alarm_, TFD_TIMER_ABSTIME, &end, nullptr);
-
-    std::vector<pollfd> descriptors;
-    descriptors.reserve(watched_.size());
-    for (const auto& entry : watched_)
-        descriptors.push_back({entry.first, POLLIN, 0});
-    if (poll(descriptors.data(), descriptors.size(), waits ? -1 : 0) <= 0) return;
+    const bool hasPlainFile =
+        std::ranges::any_of(watched_, [](const auto& entry) { return entry.second.isAlwaysReadable; });
+    const bool waits = longest > Duration::zero() && !hasPlainFile;
+    if (waits) setAlarm(continuousNow() + longest);
 
     const std::uint64_t polled = nextWatch_; // what a handler watches from here on was not
-    for (const pollfd& ready : descriptors) {
-        if (ready.revents == 0) continue;
-        const auto found = watched_.find(ready.fd); // an earlier handler may have ended it
-        if (found == watched_.end() || found->second.number >= polled) continue;
-        const std::function<void()> handler = found->second.handler; // it may end itself
-        handler();
-    }
+    std::array<epoll_event, 64> events{};    // more of them are told of in the next turn
+    const int count = epoll_wait(poll_, events.data(), static_cast<int>(events.size()), waits ? -1 : 0);
+    std::vector<int> readable;
+    for (int i = 0; i < count; ++i)
+        readable.push_back(events[static_cast<std::size_t>(i)].data.fd);
+    for (const auto& [descriptor, watch] : watched_)
+        if (watch.isAlwaysReadable) readable.push_back(descriptor);
+    for (const int descriptor : readable)
+        callReader(descriptor, polled);
+}
+
+void LinuxMainActor::callReader(int descriptor, std::uint64_t polled) {
+    const auto found = watched_.find(descriptor); // an earlier handler may have ended it
+    if (found == watched_.end() || found->second.number >= polled) return;
+    const std::function<void()> handler = found->second.handler; // it may end itself
+    handler();
+}
+
+void LinuxMainActor::setAlarm(std::optional<ContinuousInstant> latest) {
+    std::optional<ContinuousInstant> date = latest;
+    if (!timers_.empty())
+        date = std::min(timers_.begin()->first.first, latest.value_or(ContinuousInstant::max()));
+    if (date == alarmDate_) return;
+    alarmDate_ = date;
+    // A time that has passed sounds at once; zero would switch the alarm off.
+    const itimerspec end{{}, date ? timespecOf(std::max(*date, ContinuousInstant(1))) : timespec{}};
+    timerfd_settime(alarm_, TFD_TIMER_ABSTIME, &end, nullptr);
 }
 
 } // namespace velto

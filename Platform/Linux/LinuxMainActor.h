@@ -1,6 +1,7 @@
-// LinuxMainActor: the main actor over poll(2), for programs without a window.
+// LinuxMainActor: the main actor over epoll(7).
 //
-// The thread that constructs it runs it. Only post() may be called from another thread.
+// The thread that constructs it runs it: by run(), or, where another loop is in charge, by turning it
+// whenever its descriptor can be read. Only post() may be called from another thread.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
@@ -11,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace velto {
@@ -28,6 +30,11 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     /// Runs turns until the condition holds or the time is over; answers whether it holds.
     bool runUntil(const std::function<bool()>& condition, Duration timeout);
 
+    /// For another loop: can be read whenever turnReady() has something to do. Stays the actor's.
+    int descriptor() const noexcept { return poll_; }
+    /// Runs what is ready, once, without waiting. Does nothing from within a turn.
+    void turnReady();
+
     ContinuousInstant continuousNow() const noexcept override;
     Date now() const noexcept override;
     void post(Work work) override;
@@ -39,7 +46,8 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
   private:
     struct Watch {
         std::function<void()> handler;
-        std::uint64_t number; // tells a descriptor from an earlier one of the same value
+        std::uint64_t number;  // tells a descriptor from an earlier one of the same value
+        bool isAlwaysReadable; // a plain file, which can't be waited for
     };
 
     /// Waits at most that long for something to do, then does all that is ready.
@@ -47,6 +55,9 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     void runPosted();
     void runTimers();
     void wait(Duration longest);
+    void callReader(int descriptor, std::uint64_t polled);
+    /// Sets the alarm to the first timer, or to the given time if that comes first.
+    void setAlarm(std::optional<ContinuousInstant> latest = std::nullopt);
 
     std::mutex mutex_; // guards posted_ only
     std::deque<Work> posted_;
@@ -55,8 +66,11 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     std::map<int, Watch> watched_;
     TimerID nextTimer_ = 1;
     std::uint64_t nextWatch_ = 1;
+    int poll_ = -1;
     int wakeUp_ = -1; // an eventfd
-    int alarm_ = -1;  // a timerfd: poll's own timeout would stand still while the machine sleeps
+    int alarm_ = -1;  // a timerfd: a timeout of the wait itself would stand still while the machine sleeps
+    std::optional<ContinuousInstant> alarmDate_; // what the alarm is set to
+    bool isInTurn_ = false;
     bool isQuitting_ = false;
 };
 

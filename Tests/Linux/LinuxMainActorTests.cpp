@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace velto {
@@ -202,6 +205,46 @@ TEST_F(LinuxMainActorTests, AnIdleLoopSleeps) {
     int turns = 0;
     EXPECT_FALSE(actor.runUntil([&] { return ++turns < 0; }, 30ms));
     EXPECT_LE(turns, 6) << "the loop turns without anything to do";
+}
+
+TEST_F(LinuxMainActorTests, AnotherLoopSeesByTheDescriptorWhenToTurnIt) {
+    const auto isReadable = [&](int milliseconds) {
+        pollfd watched{actor.descriptor(), POLLIN, 0};
+        return poll(&watched, 1, milliseconds) == 1;
+    };
+    const auto turnUntilQuiet = [&] {
+        while (isReadable(0))
+            actor.turnReady();
+    };
+    turnUntilQuiet();
+    actor.post([&] {
+        trace.push_back("posted");
+        actor.turnReady(); // a loop within a turn
+        actor.post([&] { trace.push_back("posted in the turn"); });
+    });
+    turnUntilQuiet();
+    EXPECT_THAT(trace, ElementsAre("posted", "posted in the turn"));
+
+    const auto first = actor.postAfter(20ms, [&] { trace.push_back("cancelled"); });
+    actor.postAfter(30ms, [&] { trace.push_back("timer"); });
+    actor.cancelTimer(first);
+    while (trace.size() < 3) {
+        ASSERT_TRUE(isReadable(10'000)) << "no alarm for the timer";
+        actor.turnReady();
+    }
+    EXPECT_EQ(trace.back(), "timer");
+    turnUntilQuiet();
+    EXPECT_FALSE(isReadable(50)) << "the descriptor wakes a loop for nothing";
+}
+
+TEST_F(LinuxMainActorTests, APlainFileIsAlwaysReadable) {
+    FILE* file = tmpfile();
+    ASSERT_NE(file, nullptr);
+    bool isRead = false;
+    actor.watchReadable(fileno(file), [&] { isRead = true; });
+    EXPECT_TRUE(actor.runUntil([&] { return isRead; }, 10s));
+    actor.unwatch(fileno(file));
+    fclose(file);
 }
 
 } // namespace
