@@ -1,0 +1,38 @@
+// AppLifecycleController: what the program does when the machine falls asleep and wakes up.
+//
+// Made and owned by AppState alone; main actor only.
+#pragma once
+
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/Task.h"
+#include "VeltoCore/Async/TaskScope.h"
+#include "VeltoCore/Services/LoggingService.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+
+#include <chrono>
+
+namespace velto {
+
+class AppLifecycleController {
+  public:
+    /// What the audio hardware is given to reappear in after a wake.
+    static constexpr Duration wakeDelay = std::chrono::seconds(2);
+
+    /// All must outlive the controller.
+    AppLifecycleController(DualOutputCoordinator& coordinator, const Logger& logger, MainActor& actor);
+    AppLifecycleController(const AppLifecycleController&) = delete;
+    AppLifecycleController& operator=(const AppLifecycleController&) = delete;
+
+    void willSleep();
+    void didWake();
+
+  private:
+    Task<void> handleWakeLater();
+
+    DualOutputCoordinator& coordinator_;
+    const Logger& logger_;
+    MainActor& actor_;
+    TaskScope tasks_; // dies first: its tasks use the others
+};
+
+} // namespace velto

@@ -1,0 +1,45 @@
+// AudioServiceMonitor: takes up the work again when the audio service was restarted.
+//
+// Owned by the root of the object graph; main actor only. A restarted service knows none of the listeners of
+// before and gives every device another object ID: what listens is made anew, then all is as after a wake.
+#pragma once
+
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
+#include "VeltoCore/CoreAudio/PropertyListenerToken.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Volume/DeviceVolumeController.h"
+
+#include <memory>
+
+namespace velto {
+
+class AudioServiceMonitor {
+  public:
+    /// All must outlive the monitor.
+    AudioServiceMonitor(CoreAudioClient& client, AudioDeviceManager& deviceManager,
+                        DeviceVolumeController& volumeController, DualOutputCoordinator& coordinator);
+    AudioServiceMonitor(const AudioServiceMonitor&) = delete;
+    AudioServiceMonitor& operator=(const AudioServiceMonitor&) = delete;
+    /// A listener still registered stays so, and is harmless from then on.
+    ~AudioServiceMonitor();
+
+    /// Nothing when it listens already. A failure is only logged.
+    void start();
+    /// Nothing when it doesn't listen.
+    void stop();
+    bool isListening() const noexcept { return token_ != nullptr; }
+
+  private:
+    void handleRestart();
+
+    CoreAudioClient& client_;
+    AudioDeviceManager& deviceManager_;
+    DeviceVolumeController& volumeController_;
+    DualOutputCoordinator& coordinator_;
+    PropertyListenerTokenRef token_;
+    /// The listener holds it weakly: it says whether the monitor still exists.
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+} // namespace velto

@@ -1,0 +1,179 @@
+// MenuBarViewModel: what the panel under the status item shows, and what its controls do.
+//
+// Owned by the root of the object graph; main actor only. Its own are the two choices, the name field, and
+// what is opened in the panel; everything else is read where it belongs each time it is asked for. No rule of
+// the panel lives in its views.
+#pragma once
+
+#include "Velto/Shell/Binding.h"
+#include "Velto/Shell/ChangeAnnouncer.h"
+#include "Velto/Shell/OutputRows.h"
+#include "Velto/Shell/PresetViewModel.h"
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/TaskScope.h"
+#include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Session/VeltoStatus.h"
+#include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Volume/DeviceVolumeController.h"
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+class MenuBarViewModel {
+  public:
+    /// One of the two outputs that are to play together.
+    enum class Slot { first, second };
+    static constexpr std::array allSlots{Slot::first, Slot::second};
+
+    /// What the one large button does.
+    enum class PrimaryAction {
+        play,
+        stop,
+        /// Nothing: something is under way.
+        preparing,
+    };
+    enum class DisconnectAnswer { keepPlaying, stopPlaying };
+
+    /// All must outlive the model.
+    MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager& deviceManager,
+                     DualOutputCoordinator& coordinator, PreferencesManager& preferences,
+                     DeviceVolumeController& volumeController, MainActor& actor);
+    MenuBarViewModel(const MenuBarViewModel&) = delete;
+    MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
+    ~MenuBarViewModel();
+
+    /// Calls the handler when anything below may have changed, at most once a turn of the main loop.
+    Subscription observe(std::function<void()> handler) { return changes_.observe(std::move(handler)); }
+    PresetViewModel& presets() const noexcept { return presets_; }
+
+    // Choosing outputs
+
+    const std::optional<std::string>& firstDeviceUID() const noexcept { return firstDeviceUID_; }
+    const std::optional<std::string>& secondDeviceUID() const noexcept { return secondDeviceUID_; }
+    Binding<std::optional<std::string>> binding(Slot forSlot);
+    /// The chosen one; none when it isn't there now.
+    std::optional<AudioOutputDevice> firstDevice() const { return device(Slot::first); }
+    std::optional<AudioOutputDevice> secondDevice() const { return device(Slot::second); }
+    /// All that may be chosen, in display order.
+    const std::vector<AudioOutputDevice>& selectableDevices() const;
+    std::vector<AudioOutputDevice> choices(Slot forSlot) const;
+    /// What stands for a chosen output that isn't there now; none when nothing is known of it.
+    std::optional<AudioOutputDevice> placeholder(const std::optional<std::string>& uid) const;
+    /// The chosen output, or what stands for it; none when the slot is empty.
+    std::optional<OutputRow> pickerEntry(Slot forSlot) const;
+    /// The choices, and first of all the own choice where only its placeholder is left.
+    std::vector<OutputRow> pickerRows(Slot forSlot) const;
+    /// Fills slots that are empty, or whose output has gone, from the preset last used.
+    void applyLastPreset();
+    /// From now on, after every change of the devices too. Once.
+    void subscribeToDeviceChanges();
+
+    /// The pickers are open although a session runs.
+    bool isChoosingOutputs() const noexcept { return isChoosingOutputs_; }
+    /// Opening them while a session runs brings its outputs into the slots.
+    void setIsChoosingOutputs(bool isChoosing);
+    bool showsPickers() const;
+    bool canPlay() const;
+    /// Whether play() would bring a running session to other outputs.
+    bool canSwitchOutputs() const;
+    std::optional<std::string_view> selectionHint() const;
+    bool needsMoreOutputs() const { return selectableDevices().size() < 2; }
+    std::optional<std::string_view> needsMoreOutputsText() const;
+
+    // Status
+
+    VeltoStatus status() const { return coordinator_.status(); }
+    std::string statusTitle() const { return status().title(); }
+    std::string_view statusSymbol() const { return status().symbolName(); }
+    std::string_view statusItemSymbol() const;
+    std::string_view statusItemAccessibilityText() const;
+    /// A start, stop or rebuild is under way.
+    bool isBusy() const { return status().isBusy(); }
+    /// A session runs, with both outputs or with one.
+    bool isPlaying() const { return coordinator_.state().isActive(); }
+    /// How far a start has got; none when no start is under way.
+    std::optional<std::string_view> preparationText() const;
+    /// The error that was not dismissed yet, and what can be done about it.
+    std::optional<std::string> errorText() const;
+    std::optional<std::string> recoveryText() const;
+    void dismissError() { coordinator_.dismissError(); }
+    /// Only while the outputs of the session are to be corrected against each other.
+    std::optional<std::string> syncSummary() const;
+
+    // Playing
+
+    PrimaryAction primaryAction() const;
+    std::string primaryActionTitle() const;
+    bool isPrimaryActionEnabled() const;
+    void performPrimaryAction();
+    /// Nothing unless both chosen outputs are there.
+    void play();
+    void stop();
+    /// None unless the user is to be asked about a lost output.
+    std::optional<std::string_view> disconnectQuestion() const;
+    static std::string_view title(DisconnectAnswer answer) noexcept;
+    void answerDisconnect(DisconnectAnswer answer);
+
+    // Volume
+
+    /// The session's outputs, in its order; empty without a session.
+    std::vector<OutputCard> outputCards() const;
+    bool hasMasterVolume() const { return volumeController_.supportsMasterVolume(); }
+    /// From 0 to 1.
+    Binding<float> masterVolume();
+    /// From 0 to 1; reads 0 for an output that has none.
+    Binding<float> volumeBinding(std::string forUID);
+    Binding<bool> muteBinding(std::string forUID);
+    /// For the wheel over the status item. Nothing without a master volume.
+    void adjustMasterVolume(float delta);
+
+    // Saving the setup
+
+    const std::string& newPresetName() const noexcept { return newPresetName_; }
+    void setNewPresetName(std::string name);
+    bool isShowingPresetEditor() const noexcept { return isShowingPresetEditor_; }
+    void setIsShowingPresetEditor(bool isShowing);
+    /// Whether there is a session to save, and a name for it.
+    bool canSaveCurrentAsPreset() const;
+    /// Nothing for a blank name.
+    void saveCurrentAsPreset();
+
+  private:
+    std::optional<std::string>& deviceUID(Slot slot);
+    const std::optional<std::string>& deviceUID(Slot slot) const;
+    std::optional<AudioOutputDevice> device(Slot slot) const;
+    std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
+    void sessionMayHaveStarted();
+    void updateActivePreset();
+
+    ChangeAnnouncer changes_;
+    std::optional<std::string> firstDeviceUID_;
+    std::optional<std::string> secondDeviceUID_;
+    std::string newPresetName_;
+    bool isShowingPresetEditor_ = false;
+    bool isChoosingOutputs_ = false;
+    PresetViewModel& presets_;
+    AudioDeviceManager& deviceManager_;
+    DualOutputCoordinator& coordinator_;
+    PreferencesManager& preferences_;
+    DeviceVolumeController& volumeController_;
+    std::optional<AudioDeviceManager::ChangeSubscription> subscription_;
+    bool hadSession_ = false;
+    /// Until the devices change; sorting names is the dear part of reading the model.
+    mutable std::optional<std::vector<AudioOutputDevice>> selectableDevices_;
+    /// Handlers given to others hold it weakly: it says whether the model still exists.
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    TaskScope tasks_; // dies first: its tasks use the others
+};
+
+} // namespace velto
