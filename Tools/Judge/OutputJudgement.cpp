@@ -1,5 +1,8 @@
 #include "Tools/Judge/OutputJudgement.h"
 
+#include "Tools/Judge/ClickRow.h"
+#include "Tools/Judge/SampleMatch.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -45,6 +48,8 @@ class SoundJudge {
             judgePiece(piece, whole->lag);
         if (judgement_.judgedPieces == 0)
             fault(fmt::format("can't be judged: the source is silent ({})", describe(window)));
+        const Gain gain = SampleMatch::gainIn(aligner_.source(), recording_, window, whole->lag);
+        if (judgement_.passes()) judgement_.gain = (double{gain.left} + gain.right) / 2;
     }
 
   private:
@@ -97,6 +102,15 @@ OutputJudgement judgeSilence(Frames recording, SampleRange window) {
             judgement.faults.push_back(
                 fmt::format("sounds at {:.1f} dBFS where silence is due ({})", level, describe(piece)));
     }
+    return judgement;
+}
+
+OutputJudgement judgeClicks(Frames recording, SampleRange window, double peak, std::int64_t interval) {
+    OutputJudgement judgement{.due = Due::clicks, .level = levelOf(window.of(recording))};
+    if (!longestClickRow({{recording, peak}}, window, interval).isEnough())
+        judgement.faults.push_back(
+            fmt::format("plays no {} clicks of peak {:.3f} in a row, {} samples apart: {} ({})", fewestClicks,
+                        peak, interval, describeClicks(recording, window), describe(window)));
     return judgement;
 }
 

@@ -12,7 +12,7 @@
 
 namespace velto::judge {
 
-enum class Due { sound, silence };
+enum class Due { sound, clicks, silence };
 
 struct OutputJudgement {
     Due due = Due::silence;
@@ -22,6 +22,8 @@ struct OutputJudgement {
     std::optional<double> correlation = std::nullopt;
     /// In samples; absent likewise.
     std::optional<std::int64_t> lag = std::nullopt;
+    /// The volume at which it carries the source, as a factor; absent likewise.
+    std::optional<double> gain = std::nullopt;
     int judgedPieces = 0;
     /// Pieces in which the source itself is silent.
     int silentPieces = 0;
@@ -32,6 +34,8 @@ struct OutputJudgement {
 };
 
 OutputJudgement judgeSilence(Frames recording, SampleRange window);
+/// Clicks of that peak; whether outputs click together is for others to judge.
+OutputJudgement judgeClicks(Frames recording, SampleRange window, double peak, std::int64_t interval);
 /// Of lags that fit equally well, the one nearest to the expected lag is taken.
 OutputJudgement judgeSound(const Aligner& aligner, Frames recording, SampleRange window,
                            std::int64_t expectedLag);

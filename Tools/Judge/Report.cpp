@@ -68,15 +68,28 @@ double rounded(double value, int decimals) {
     return std::round(value * scale) / scale;
 }
 
+const char* dueText(Due due) {
+    switch (due) {
+    case Due::sound:
+        return "sound";
+    case Due::clicks:
+        return "clicks";
+    case Due::silence:
+        break;
+    }
+    return "silence";
+}
+
 Json outputJSON(const StoryOutput& output, const OutputJudgement& judgement) {
     Json json{{"uid", output.uid},
               {"name", output.name},
-              {"due", judgement.due == Due::sound ? "sound" : "silence"},
+              {"due", dueText(judgement.due)},
               {"verdict", judgement.passes() ? "pass" : "fail"},
               {"levelDBFS", rounded(judgement.level, 2)}};
     if (judgement.due == Due::sound) {
         if (judgement.correlation) json["lowestCorrelation"] = rounded(*judgement.correlation, 6);
         addIf(json, "lagSamples", judgement.lag);
+        if (judgement.gain) json["gain"] = rounded(*judgement.gain, 6);
         json["judgedPieces"] = judgement.judgedPieces;
         json["silentPieces"] = judgement.silentPieces;
     }
@@ -117,6 +130,9 @@ Json stepJSON(const Story& story, const StoryStep& step, const StepJudgement& ju
     addIf(json, "limitMilliseconds", step.limitMilliseconds);
     addIf(json, "skewSamples", judgement.skew);
     addIf(json, "skewLimitSamples", step.skewLimit);
+    if (!step.gains.empty()) json["gains"] = step.gains;
+    if (judgement.clicks)
+        json["clicks"] = {{"count", judgement.clicks->count}, {"firstSample", judgement.clicks->begin}};
     addContinuity(json, step, judgement);
     addPair(json, "default", step.defaultOutput);
     addPair(json, "alert", step.alertOutput);

@@ -3,10 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace velto::judge {
 
 namespace {
+
+/// How far a volume may be from what is due, relative to it.
+constexpr double gainTolerance = 0.01;
 
 class StepJudge {
   public:
@@ -19,7 +23,12 @@ class StepJudge {
     StepJudgement judge() {
         if (step_.problem) fail(*step_.problem);
         judgeOutputs();
-        judgeSkew();
+        judgeGains();
+        if (step_.clicks) {
+            judgeClicking();
+        } else {
+            judgeSkew();
+        }
         judgeSurvivor();
         judgeReturn();
         judgeReports();
@@ -32,12 +41,47 @@ class StepJudge {
     void judgeOutputs() {
         for (std::size_t i = 0; i < story_.outputs.size(); ++i) {
             const bool isDue = std::ranges::find(step_.sound, story_.outputs[i].uid) != step_.sound.end();
-            result_.outputs.push_back(isDue ? judgeSound(aligner_, recordings_[i], window_, lag_)
-                                            : judgeSilence(recordings_[i], window_));
+            if (!isDue) {
+                result_.outputs.push_back(judgeSilence(recordings_[i], window_));
+            } else if (step_.clicks) {
+                result_.outputs.push_back(
+                    judgeClicks(recordings_[i], window_, clickPeak(i), step_.clicks->interval));
+            } else {
+                result_.outputs.push_back(judgeSound(aligner_, recordings_[i], window_, lag_));
+            }
             const OutputJudgement& judgement = result_.outputs.back();
             if (!judgement.passes()) fail(story_.outputs[i], judgement.faults.front());
             if (result_.isHeard(i)) lag_ = *judgement.lag;
         }
+    }
+
+    /// How strong the clicks must be there.
+    double clickPeak(std::size_t output) const {
+        const auto gain = step_.gains.find(story_.outputs[output].uid);
+        return step_.clicks->peak * (gain == step_.gains.end() ? 1 : gain->second);
+    }
+
+    void judgeGains() {
+        for (const auto& [uid, due] : step_.gains) {
+            const std::size_t index = *story_.indexOf(uid);
+            const auto gain = result_.outputs[index].gain;
+            if (!gain) continue; // what it plays instead is a fault already, or clicks
+            if (std::abs(*gain - due) > gainTolerance * due)
+                fail(story_.outputs[index],
+                     fmt::format("plays at {:.4f} of the source's volume, {:.4f} is due", *gain, due));
+        }
+    }
+
+    void judgeClicking() {
+        std::vector<ClickTrack> tracks;
+        for (std::size_t i = 0; i < result_.outputs.size(); ++i) {
+            if (result_.outputs[i].due != Due::clicks) continue;
+            if (!result_.outputs[i].passes()) return;
+            tracks.push_back({recordings_[i], clickPeak(i)});
+        }
+        result_.clicks = longestClickRow(tracks, window_, step_.clicks->interval);
+        if (!result_.clicks->isEnough()) return fail("the outputs don't click at the same samples");
+        if (tracks.size() > 1) result_.skew = 0;
     }
 
     void judgeSkew() {

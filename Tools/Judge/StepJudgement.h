@@ -1,6 +1,7 @@
 // StepJudgement: whether what was heard and reported in one step is what was due.
 #pragma once
 
+#include "Tools/Judge/ClickRow.h"
 #include "Tools/Judge/Continuity.h"
 #include "Tools/Judge/OutputJudgement.h"
 #include "Tools/Judge/Story.h"
@@ -16,6 +17,8 @@ struct StepJudgement {
     std::vector<OutputJudgement> outputs;
     /// Between the outputs that are furthest apart, in samples; absent unless two pass where sound is due.
     std::optional<std::int64_t> skew = std::nullopt;
+    /// Of all outputs on which clicks are due.
+    std::optional<ClickRow> clicks = std::nullopt;
     std::optional<LostSamples> lost = std::nullopt;
     std::optional<Return> returned = std::nullopt;
     /// Why the step falls short, a sentence each.

@@ -52,6 +52,15 @@ std::optional<Returning> readReturning(StoryFields& fields) {
     return Returning{.uid = std::move(*uid), .event = *event, .limitMilliseconds = limit};
 }
 
+std::optional<Clicks> readClicks(StoryFields& fields) {
+    const auto peak = fields.optionalNumber("clickPeak");
+    const auto interval = fields.optionalCount("clickIntervalSamples");
+    if (!peak && !interval) return std::nullopt;
+    if (!peak) fields.fail("\"clickPeak\" is missing");
+    if (!interval) fields.fail("\"clickIntervalSamples\" is missing");
+    return Clicks{.peak = *peak, .interval = *interval};
+}
+
 template <class T>
 std::optional<Expectation<T>> expectation(std::optional<T> expected, std::optional<T> actual) {
     if (!expected) return std::nullopt;
@@ -64,6 +73,8 @@ StoryStep readStep(StoryFields& fields) {
             .from = fields.number("from"),
             .to = fields.number("to"),
             .sound = fields.texts("sound"),
+            .gains = fields.optionalNumbers("gains"),
+            .clicks = readClicks(fields),
             .skewLimit = fields.optionalCount("skewLimitSamples"),
             .milliseconds = fields.optionalNumber("milliseconds"),
             .limitMilliseconds = fields.optionalNumber("limitMilliseconds"),
@@ -94,6 +105,14 @@ void checkStep(const Story& story, const StoryStep& step, const StoryFields& fie
     std::ranges::for_each(step.sound, checkUID);
     if (std::set(step.sound.begin(), step.sound.end()).size() != step.sound.size())
         fields.fail("\"sound\" names an output twice");
+    for (const auto& [uid, gain] : step.gains) {
+        checkUID(uid);
+        if (std::ranges::find(step.sound, uid) == step.sound.end())
+            fields.fail("\"gains\" names an output on which no sound is due");
+    }
+    if (step.clicks && step.sound.empty()) fields.fail("clicks need an output with sound");
+    if (step.clicks && (step.survivor || step.returning))
+        fields.fail("clicks tell nothing of a loss or a return");
     if (step.to - step.from < shortestWindow)
         fields.fail(fmt::format("from {} to {} s is too short to be judged", step.from, step.to));
     if (step.skewLimit && step.sound.size() < 2) fields.fail("skew needs two outputs with sound");

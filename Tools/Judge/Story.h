@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +42,15 @@ struct Returning {
     friend bool operator==(const Returning&, const Returning&) = default;
 };
 
+/// A sync test: what sounds instead of the source.
+struct Clicks {
+    /// At full volume of the output.
+    double peak = 0;
+    /// From one click to the next, in samples.
+    std::int64_t interval = 0;
+    friend bool operator==(const Clicks&, const Clicks&) = default;
+};
+
 /// What the system had to report, and what it did report; absent for nothing.
 template <class T>
 struct Expectation {
@@ -59,6 +69,10 @@ struct StoryStep {
     double to = 0;
     /// The outputs on which sound is due; silence is due on all others.
     std::vector<std::string> sound;
+    /// Volumes at which outputs are due to play, as factors by UID.
+    std::map<std::string, double> gains = {};
+    /// Where sound is due, it's these clicks, at the same samples of all outputs.
+    std::optional<Clicks> clicks = std::nullopt;
     std::optional<std::int64_t> skewLimit = std::nullopt;
     /// How long the step's operation took.
     std::optional<double> milliseconds = std::nullopt;

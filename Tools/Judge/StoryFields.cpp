@@ -59,6 +59,20 @@ std::vector<std::string> StoryFields::texts(std::string_view key) {
     return result;
 }
 
+std::map<std::string, double> StoryFields::optionalNumbers(std::string_view key) {
+    known_.emplace(key);
+    if (!has(key)) return {};
+    const json& value = required(key);
+    std::map<std::string, double> result;
+    if (!value.is_object()) failType(key, "an object of numbers");
+    for (const auto& [name, number] : value.items()) {
+        if (!number.is_number() || !(number.get<double>() >= 0))
+            failType(key, "an object of numbers from 0 on");
+        result.emplace(name, number.get<double>());
+    }
+    return result;
+}
+
 std::optional<std::string> StoryFields::optionalText(std::string_view key) {
     known_.emplace(key);
     return has(key) ? std::optional(text(key)) : std::nullopt;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -29,6 +30,8 @@ class StoryFields {
     const std::vector<nlohmann::json>& array(std::string_view key);
     std::vector<std::string> texts(std::string_view key);
 
+    /// An object of numbers that are not negative; empty when it's missing.
+    std::map<std::string, double> optionalNumbers(std::string_view key);
     std::optional<std::string> optionalText(std::string_view key);
     std::optional<double> optionalNumber(std::string_view key);
     std::optional<std::int64_t> optionalCount(std::string_view key);

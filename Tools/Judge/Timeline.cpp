@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace velto::judge {
 
@@ -77,14 +78,21 @@ const char* laneStyle(const StoryStep& step, const StepJudgement& judgement, std
     return isInStep(step, judgement) ? "inStep" : "fault";
 }
 
+double decibels(double gain) { return 20 * std::log10(std::max(gain, 1e-10)); }
+
 std::string figuresOf(const Story& story, const StoryStep& step, const StepJudgement& judgement) {
     std::string text;
     const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : " · ") + part; };
     std::string names;
-    for (const std::string& uid : step.sound)
-        names += (names.empty() ? "" : " + ") + story.outputs[*story.indexOf(uid)].name;
+    for (const std::string& uid : step.sound) {
+        const std::size_t index = *story.indexOf(uid);
+        names += (names.empty() ? "" : " + ") + story.outputs[index].name;
+        if (step.gains.contains(uid) && judgement.outputs[index].gain)
+            names += fmt::format(" at {:.1f} dB", decibels(*judgement.outputs[index].gain));
+    }
     add(step.expected);
     add(names.empty() ? "silence" : names);
+    if (judgement.clicks) add(fmt::format("{} clicks", judgement.clicks->count));
     if (judgement.skew) add(fmt::format("skew {} samples", *judgement.skew));
     if (judgement.lost) add(fmt::format("{} samples lost", judgement.lost->total()));
     if (judgement.returned) add(fmt::format("back after {:.1f} ms", judgement.returned->milliseconds));

@@ -6,6 +6,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -19,6 +20,10 @@ namespace velto {
 using nlohmann::json;
 
 namespace {
+
+constexpr Duration timeAfterWake = std::chrono::seconds(2);
+
+double number(const std::string& word) { return std::atof(word.c_str()); }
 
 void print(const json& object) {
     std::cout << object.dump(-1, ' ', false, json::error_handler_t::replace) << std::endl;
@@ -42,8 +47,11 @@ SessionProgram::SessionProgram()
       preferences_(defaults_, actor_), session_(client_, devices_, aggregates_, preferences_, actor_),
       syncProfiles_(defaults_, actor_), volumes_(client_),
       coordinator_(devices_, session_, preferences_, volumes_, syncEngine_, syncProfiles_, actor_),
-      tasks_(actor_) {
-    stateSubscription_ = session_.observeState([this] { reportState(); });
+      engine_(client_, actor_), syncTest_(actor_, engine_), tasks_(actor_) {
+    subscriptions_.push_back(session_.observeState([this] { reportState(); }));
+    subscriptions_.push_back(coordinator_.observe([this] { reportQuestion(); }));
+    subscriptions_.push_back(volumes_.observeStates([this] { reportVolumes(); }));
+    subscriptions_.push_back(syncTest_.observeIsPlaying([this] { reportClick(); }));
     serviceListener_ =
         client_.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted,
                                     kAudioObjectPropertyScopeGlobal, [this] { coordinator_.handleWake(); });
@@ -81,48 +89,71 @@ void SessionProgram::readInput() {
 }
 
 void SessionProgram::perform(std::string line) {
-    std::istringstream words(line);
-    std::string command, first, second;
-    words >> command >> first >> second;
-    if (command == "start" && !second.empty()) {
-        tasks_.spawn(start(line, first, second));
+    std::istringstream stream(line);
+    Words words;
+    stream >> words.command >> words.first >> words.second >> words.third;
+    const std::string& command = words.command;
+    if (command == "start" && !words.second.empty()) {
+        tasks_.spawn(start(line, words.first, words.second));
     } else if (command == "stop") {
         tasks_.spawn(stop(line));
+    } else if (command == "reset") {
+        tasks_.spawn(reset(line));
     } else if (command == "recover") {
         tasks_.spawn(recover(line));
     } else if (command == "state" || command == "devices") {
         tasks_.spawn(answerState(line));
-    } else if (command == "activate" && !first.empty()) {
-        tasks_.spawn(activate(line, first));
+    } else if (command == "activate" && !words.first.empty()) {
+        tasks_.spawn(activate(line, words.first));
+    } else if (command == "answer" && (words.first == "keep" || words.first == "stop")) {
+        tasks_.spawn(resolve(line, words.first));
+    } else if (command == "wake") {
+        tasks_.spawn(wake(line));
+    } else if (command == "preset" && !words.first.empty()) {
+        answerPreset(line, words.first);
     } else {
-        answer(line, actor_.continuousNow(), performAtOnce(command, first, second));
+        answer(line, actor_.continuousNow(), performAtOnce(words));
     }
 }
 
 /// A command that waits for nothing; answers what is wrong with it.
-std::string SessionProgram::performAtOnce(const std::string& command, const std::string& first,
-                                          const std::string& second) {
-    if (command == "volume" && !second.empty()) {
-        const double volume = std::atof(second.c_str());
-        volumes_.setVolume(static_cast<float>(volume), first);
-        coordinator_.updateActivePresetSettings();
-        return volumes_.state(first) ? "" : "That output does not play";
+std::string SessionProgram::performAtOnce(const Words& words) {
+    if (words.command == "sleep") return ""; // nothing is done then
+    if (words.command == "volume" || words.command == "master") return performOnVolumes(words);
+    if (words.command == "save" && !words.first.empty())
+        return coordinator_.saveCurrentSessionAsPreset(words.first) ? "" : "There is no session to save";
+    if (words.command == "click" && !words.third.empty()) {
+        syncTest_.start(static_cast<float>(number(words.first)), number(words.second), number(words.third));
+        return syncTest_.isPlaying() ? "" : "The sync test could not be started";
     }
-    if (command == "save" && !first.empty())
-        return coordinator_.saveCurrentSessionAsPreset(first) ? "" : "There is no session to save";
-    if (command == "autoconnect" && !first.empty()) {
-        const auto saved = preset(first);
+    return performOnPreferences(words);
+}
+
+std::string SessionProgram::performOnVolumes(const Words& words) {
+    if (words.command == "master") {
+        volumes_.setMasterVolume(static_cast<float>(number(words.first)));
+        return volumes_.supportsMasterVolume() ? "" : "No output that plays has a volume";
+    }
+    volumes_.setVolume(static_cast<float>(number(words.second)), words.first);
+    return volumes_.state(words.first) ? "" : "That output does not play";
+}
+
+std::string SessionProgram::performOnPreferences(const Words& words) {
+    if (words.command == "autoconnect" && !words.first.empty()) {
+        const auto saved = preset(words.first);
         if (!saved) return "There is no such preset";
         preferences_.setAutoConnect(true);
         preferences_.setAutoConnect(true, saved->id);
         return "";
     }
-    if (const auto behavior = disconnectBehavior(first); command == "disconnect" && behavior) {
+    if (const auto behavior = disconnectBehavior(words.first); words.command == "disconnect" && behavior) {
         preferences_.setDisconnectBehavior(*behavior);
         return "";
     }
-    return "The commands are: start UID UID, stop, recover, state, devices, volume UID NUMBER, save NAME, "
-           "activate NAME, autoconnect NAME, disconnect keepPlaying|pauseGroup|askUser";
+    return "The commands are: start UID UID, stop, reset, recover, state, devices, volume UID NUMBER, "
+           "master NUMBER, save NAME, activate NAME, preset NAME, autoconnect NAME, "
+           "disconnect keepPlaying|pauseGroup|askUser, answer keep|stop, click VOLUME SECONDS INTERVAL, "
+           "sleep, wake";
 }
 
 std::optional<AudioPreset> SessionProgram::preset(const std::string& named) const {
@@ -173,6 +204,32 @@ Task<void> SessionProgram::stop(std::string command) {
     answer(command, begin, errorText());
 }
 
+Task<void> SessionProgram::reset(std::string command) {
+    co_await launched();
+    const ContinuousInstant begin = actor_.continuousNow();
+    co_await coordinator_.resetAudioConfiguration();
+    answer(command, begin, errorText());
+}
+
+Task<void> SessionProgram::resolve(std::string command, std::string decision) {
+    const ContinuousInstant begin = actor_.continuousNow();
+    if (!coordinator_.pendingDisconnectDecision()) {
+        answer(command, begin, "There was no question");
+        co_return;
+    }
+    const bool keepsPlaying = decision == "keep";
+    co_await coordinator_.resolveDisconnect(keepsPlaying);
+    answer(command, begin, errorText());
+}
+
+/// What a desktop program does when it is told that the machine woke: gives the devices time to return.
+Task<void> SessionProgram::wake(std::string command) {
+    co_await actor_.sleep(timeAfterWake);
+    const ContinuousInstant begin = actor_.continuousNow();
+    coordinator_.handleWake();
+    answer(command, begin, "");
+}
+
 Task<void> SessionProgram::recover(std::string command) {
     const ContinuousInstant begin = actor_.continuousNow();
     const bool isNeeded = !isLaunched_ && preferences_.loadRecoveryState().has_value();
@@ -202,6 +259,27 @@ void SessionProgram::reportState() {
     print({{"event", "state"}, {"state", names.at(session_.state().kind().index())}});
 }
 
+/// The output about which the user is asked; empty when the question is gone.
+void SessionProgram::reportQuestion() {
+    const auto& asked = coordinator_.pendingDisconnectDecision();
+    const std::string uid = asked ? asked->uid : "";
+    if (std::exchange(question_, uid) != uid) print({{"event", "question"}, {"uid", uid}});
+}
+
+void SessionProgram::reportVolumes() {
+    const auto before = std::exchange(volumeStates_, volumes_.states());
+    for (const DeviceVolumeState& state : volumeStates_) {
+        if (std::ranges::find(before, state) != before.end()) continue;
+        print({{"event", "volume"},
+               {"uid", state.uid},
+               {"volume", state.volume},
+               {"muted", state.isMuted},
+               {"connected", state.isConnected}});
+    }
+}
+
+void SessionProgram::reportClick() { print({{"event", "click"}, {"playing", syncTest_.isPlaying()}}); }
+
 void SessionProgram::answer(const std::string& command, ContinuousInstant begin,
                             const std::string& error) const {
     const std::chrono::duration<double, std::milli> taken = actor_.continuousNow() - begin;
@@ -229,6 +307,19 @@ void SessionProgram::answerDevices(const std::string& command) {
            {"defaultOutput", output ? output->uid : ""},
            {"alertOutput", alert},
            {"record", preferences_.loadRecoveryState().has_value()}});
+}
+
+/// The volumes that a preset holds, by UID.
+void SessionProgram::answerPreset(const std::string& command, const std::string& name) {
+    const auto saved = preset(name);
+    json volumes = json::object();
+    if (saved)
+        for (const auto& [uid, settings] : saved->deviceSettings)
+            if (settings.volume) volumes[uid] = *settings.volume;
+    print({{"done", command},
+           {"volumes", volumes},
+           {"active", saved && coordinator_.activePresetID() == saved->id},
+           {"error", saved ? "" : "There is no such preset"}});
 }
 
 } // namespace velto

@@ -1,16 +1,19 @@
 // SessionProgram: the whole core without a window, driven by commands on standard input.
 //
-// One command a line: "start UID UID", "stop", "recover", "state", "devices", "volume UID NUMBER", "save
-// NAME", "activate NAME", "autoconnect NAME", "disconnect BEHAVIOUR". Each is answered by one JSON object a
-// line on standard output once it is done; changes of the session's state come as objects with "event". The
-// first command is preceded by what a launch does: "recover" is a launch and nothing else. The end of the
-// input, SIGTERM and SIGINT end the session, put the outputs back, and end the program.
+// One command a line: "start UID UID", "stop", "reset", "recover", "state", "devices", "volume UID NUMBER",
+// "master NUMBER", "save NAME", "activate NAME", "preset NAME", "autoconnect NAME", "disconnect BEHAVIOUR",
+// "answer keep|stop", "click VOLUME SECONDS INTERVAL", "sleep", "wake". Each is answered by one JSON object a
+// line on standard output once it is done; changes of the session's state, of its outputs' volumes, of the
+// question to the user and of the sync test come as objects with "event". The first command that needs the
+// devices is preceded by what a launch does: "recover" is a launch and nothing else. The end of the input,
+// SIGTERM and SIGINT end the session, put the outputs back, and end the program.
 #pragma once
 
 #include "Platform/Linux/FileUserDefaults.h"
 #include "Platform/Linux/IcuTextCollation.h"
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
+#include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
@@ -18,11 +21,13 @@
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 #include "VeltoCore/Sync/SyncProfileManager.h"
+#include "VeltoCore/Sync/SyncTestPlayer.h"
 #include "VeltoCore/Sync/SystemMultiOutputEngine.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velto {
 
@@ -38,21 +43,33 @@ class SessionProgram {
   private:
     void readInput();
     void perform(std::string line);
-    std::string performAtOnce(const std::string& command, const std::string& first,
-                              const std::string& second);
+    /// The words of a line, the command first; empty where there are fewer.
+    struct Words {
+        std::string command, first, second, third;
+    };
+    std::string performAtOnce(const Words& words);
+    std::string performOnVolumes(const Words& words);
+    std::string performOnPreferences(const Words& words);
     std::optional<AudioPreset> preset(const std::string& named) const;
     Task<void> start(std::string command, std::string firstUID, std::string secondUID);
     Task<void> activate(std::string command, std::string name);
     Task<void> stop(std::string command);
+    Task<void> reset(std::string command);
+    Task<void> resolve(std::string command, std::string decision);
+    Task<void> wake(std::string command);
     Task<void> recover(std::string command);
     Task<void> answerState(std::string command);
     Task<void> launched();
     Task<void> endProgram();
 
     void reportState();
+    void reportQuestion();
+    void reportVolumes();
+    void reportClick();
     void answer(const std::string& command, ContinuousInstant begin, const std::string& error) const;
     std::string errorText() const;
     void answerDevices(const std::string& command);
+    void answerPreset(const std::string& command, const std::string& name);
 
     /// Before anything that starts a thread: the signals must be blocked in all of them.
     int terminationSignals_;
@@ -68,9 +85,14 @@ class SessionProgram {
     DeviceVolumeController volumes_;
     SystemMultiOutputEngine syncEngine_;
     DualOutputCoordinator coordinator_;
+    PipeWireAudioEngine engine_;
+    SyncTestPlayer syncTest_;
+    /// As last reported.
+    std::string question_;
+    std::vector<DeviceVolumeState> volumeStates_;
+    std::vector<Subscription> subscriptions_;
     PropertyListenerTokenRef serviceListener_;
     TaskScope tasks_;
-    Subscription stateSubscription_;
     std::string input_;
     bool isLaunched_ = false;
     bool isEnding_ = false;

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void interrupt(int) { velto::Showcase::isInterrupted = true; }
+void interrupt(int) { velto::Stage::isInterrupted = true; }
 
 /// Lets the judge speak; answers its exit status.
 int judge(const fs::path& program, const fs::path& folder) {
@@ -47,10 +47,10 @@ int main(int count, char** arguments) {
             throw std::runtime_error(folder.string() + " holds something else; name another folder");
         fs::remove_all(folder);
         {
-            std::printf("Playing the story on a private sound server; this takes about half a minute.\n");
-            velto::Showcase showcase({folder, tools / "Session" / "velto-session"});
-            showcase.play();
-            showcase.write();
+            std::printf("Playing the story on a private sound server; this takes less than a minute.\n");
+            velto::Stage stage({folder, tools / "Session" / "velto-session"});
+            velto::playShowcase(stage);
+            stage.write();
         }
         const int status = judge(tools / "Judge" / "velto-judge", folder);
         std::printf("Recordings, report.json and timeline.svg are in %s\n", folder.c_str());

@@ -182,9 +182,12 @@ std::vector<float> OutputRecorder::samples(const std::string& output) const {
 }
 
 void OutputRecorder::write(const std::string& output, const std::filesystem::path& file) const {
-    const std::vector<float> interleaved = samples(output);
+    writeRecording(file, samples(output));
+}
+
+void writeRecording(const std::filesystem::path& file, const std::vector<float>& interleaved) {
     SF_INFO format{};
-    format.samplerate = sampleRate;
+    format.samplerate = OutputRecorder::sampleRate;
     format.channels = 2;
     format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     SNDFILE* stream = sf_open(file.c_str(), SFM_WRITE, &format);

@@ -86,4 +86,7 @@ class OutputRecorder {
     bool hasStarted_ = false;
 };
 
+/// Writes interleaved stereo samples as 32-bit float WAV. Throws std::runtime_error.
+void writeRecording(const std::filesystem::path& file, const std::vector<float>& interleaved);
+
 } // namespace velto

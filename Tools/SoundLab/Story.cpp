@@ -24,6 +24,11 @@ json encoded(const StoryStep& step) {
                    {"from", step.from},
                    {"to", step.to},
                    {"sound", step.sound}};
+    if (!step.gains.empty()) object["gains"] = step.gains;
+    if (step.clicks) {
+        object["clickPeak"] = step.clicks->peak;
+        object["clickIntervalSamples"] = step.clicks->intervalSamples;
+    }
     if (step.skewLimitSamples) object["skewLimitSamples"] = *step.skewLimitSamples;
     if (step.milliseconds) object["milliseconds"] = *step.milliseconds;
     if (step.limitMilliseconds) object["limitMilliseconds"] = *step.limitMilliseconds;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,14 @@ struct StoryStep {
     double to = 0;
     /// Outputs where sound is due; silence is due on all others.
     std::vector<std::string> sound;
+    /// Volumes at which outputs are due to play, as factors by UID.
+    std::map<std::string, double> gains;
+    struct Clicks {
+        double peak;
+        int intervalSamples;
+    };
+    /// What sounds instead of the source.
+    std::optional<Clicks> clicks;
     std::optional<int> skewLimitSamples;
     /// How long the operation took, and may take.
     std::optional<double> milliseconds;

@@ -1,0 +1,106 @@
+#include "Tools/Showcase/Showcase.h"
+
+#include <chrono>
+#include <csignal>
+#include <string>
+
+namespace velto {
+
+using namespace std::chrono_literals;
+
+void playChoiceOfSomebodyElse(Stage& stage) {
+    stage.step("another output picked by someone else", "the session ends, that output plays",
+               {{display}, display, false}, [&](StoryStep&) {
+                   stage.mark("Living Room TV picked");
+                   stage.lab().pickDefault(display);
+                   stage.session().waitForState("idle");
+               });
+}
+
+void playCrashAndRecovery(Stage& stage) {
+    stage.step("start again", "both play in step", {{desk, speaker}, aggregate, true},
+               [&](StoryStep& step) { stage.startOn(step, desk, speaker); });
+
+    stage.step("killed with SIGKILL while playing", "both play on", {{desk, speaker}, aggregate, true},
+               [&](StoryStep& step) {
+                   step.skewLimitSamples = 0;
+                   step.survivor = {speaker, stage.mark("SIGKILL"), 0};
+                   stage.killSession();
+               });
+
+    stage.step("launched again, recovery", "the output from before plays", {{display}, display, false},
+               [&](StoryStep& step) {
+                   stage.launchSession();
+                   stage.operate(step, "Recovery", "recover");
+               });
+}
+
+void playSleep(Stage& stage) {
+    stage.step("asleep and awake, all is well", "both play on, no sample lost",
+               {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
+                   stage.session().require("disconnect keepPlaying");
+                   stage.plug(usb);
+                   stage.session().waitForState("active");
+                   stage.waitForSound(usb);
+                   step.skewLimitSamples = 0;
+                   step.from = stage.mark("Asleep");
+                   stage.session().require("sleep");
+                   stage.session().require("wake");
+                   step.survivor = {speaker, stage.mark("Awake"), 0};
+               });
+
+    stage.step("asleep, one is unplugged", "the other plays on after waking", {{speaker}, aggregate, true},
+               [&](StoryStep& step) {
+                   stage.session().require("sleep");
+                   stage.unplug(usb);
+                   stage.session().waitForState("degraded");
+                   stage.session().require("wake");
+                   step.survivor = {speaker, stage.mark("Awake"), 0};
+               });
+
+    stage.step("asleep, the aggregate is removed", "the session ends", {{display}, display, false},
+               [&](StoryStep&) {
+                   stage.plug(usb);
+                   stage.session().waitForState("active");
+                   stage.session().require("sleep");
+                   stage.session().process().signal(SIGSTOP);
+                   stage.mark("Aggregate removed");
+                   stage.lab().unplug(aggregate);
+                   stage.session().process().signal(SIGCONT);
+                   stage.session().require("wake");
+                   stage.mark("Awake");
+                   stage.session().waitForState("idle");
+               });
+}
+
+void playServerRestart(Stage& stage) {
+    stage.step("sound server killed, started again", "the session is made anew",
+               {{desk, usb}, aggregate, true}, [&](StoryStep& step) {
+                   step.skewLimitSamples = 0;
+                   stage.lab().pickDefault(desk);
+                   stage.session().require("start " + std::string(desk) + " " + usb);
+                   stage.waitForSound(usb);
+                   stage.mark("Sound server killed");
+                   stage.killServer();
+                   stage.session().waitForState("degraded");
+                   stage.restartServer();
+                   stage.mark("Sound server back");
+                   stage.session().waitForState("active");
+                   stage.startTape();
+                   stage.startPlayer();
+                   stage.waitForSound(usb);
+               });
+}
+
+void playNothingLeft(Stage& stage) {
+    stage.step("quit", "nothing is left behind", {{desk}, desk, false}, [&](StoryStep&) {
+        stage.mark("Quit");
+        stage.session().process().signal(SIGTERM);
+        Stage::check(stage.session().process().wait(3s) == 0, "the session program did not end by itself");
+        Stage::check(!stage.lab().exists(aggregate), "the aggregate is still there");
+        for (const char* key : {"velto.previous.configured.sink", "velto.previous.force-rate"})
+            Stage::check(!stage.lab().settingsMetadata(key), std::string("the server still holds ") + key);
+    });
+}
+
+} // namespace velto

@@ -1,0 +1,78 @@
+#include "Tools/Showcase/Showcase.h"
+
+#include <string>
+
+namespace velto {
+
+namespace {
+
+void waitForQuestion(Stage& stage, const std::string& output) {
+    stage.session().waitUntil([&] { return stage.session().question() == output; },
+                              output.empty() ? "the question is answered" : "the user is asked");
+}
+
+} // namespace
+
+void playOutputsThatGoAndReturn(Stage& stage) {
+    stage.step("before", "the default output alone plays", {{desk}, desk, false}, [&](StoryStep&) {
+        stage.launchSession();
+        stage.waitForSound(desk);
+    });
+
+    stage.step("start on two outputs", "both play in step", {{desk, usb}, aggregate, true},
+               [&](StoryStep& step) { stage.startOn(step, desk, usb); });
+
+    stage.step("unplug one, set to keep playing", "the other plays on, no sample lost",
+               {{usb}, aggregate, true}, [&](StoryStep& step) {
+                   stage.session().require("disconnect keepPlaying");
+                   step.survivor = {usb, stage.unplug(desk), 0};
+                   stage.session().waitForState("degraded");
+               });
+
+    stage.step("plug it back", "both play in step again", {{desk, usb}, aggregate, true},
+               [&](StoryStep& step) {
+                   step.skewLimitSamples = 0;
+                   stage.expectReturn(step, desk, stage.plug(desk));
+                   stage.session().waitForState("active");
+               });
+
+    stage.step("unplug one, set to ask; answer: keep", "the other plays on, no sample lost",
+               {{desk}, aggregate, true}, [&](StoryStep& step) {
+                   stage.session().require("disconnect askUser");
+                   step.survivor = {desk, stage.unplug(usb), 0};
+                   waitForQuestion(stage, usb);
+                   stage.session().require("answer keep");
+                   waitForQuestion(stage, "");
+                   Stage::check(stage.session().state() == "degraded", "the session is not degraded");
+               });
+}
+
+void playUnattended(Stage& stage) {
+    stage.step("unplug one, set to ask; answer: stop", "the output from before plays",
+               {{display}, display, false}, [&](StoryStep& step) {
+                   stage.session().require("disconnect askUser");
+                   stage.unplug(usb);
+                   waitForQuestion(stage, usb);
+                   stage.operate(step, "Answer: stop", "answer stop");
+                   waitForQuestion(stage, "");
+               });
+
+    stage.step("plug it back, set to connect then", "the preset starts by itself",
+               {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
+                   // As both were left: one by the preset, one by another program.
+                   step.gains = {{usb, 0.125}, {speaker, 0.216}};
+                   step.skewLimitSamples = 0;
+                   stage.session().require("autoconnect Evening");
+                   stage.plug(usb);
+                   stage.session().waitForState("active");
+               });
+
+    stage.step("unplug one, set to stop then", "the output from before plays", {{display}, display, false},
+               [&](StoryStep&) {
+                   stage.session().require("disconnect pauseGroup");
+                   stage.unplug(usb);
+                   stage.session().waitForState("idle");
+               });
+}
+
+} // namespace velto

@@ -1,0 +1,223 @@
+#include "Tools/Showcase/Stage.h"
+
+#include "Tools/SoundLab/VoiceRecording.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr const char* recordKey = "com.corlent.velto.recoveryState";
+
+constexpr double longestStory = 75; // seconds
+/// After an act the player may need a moment to follow it.
+constexpr double settling = 0.3;
+constexpr double listening = 1.3;
+/// What a busy machine may need for something that usually takes no time.
+constexpr double patience = 5;
+// One sample on a busy machine: these catch what is wrong, not what is slow. The benchmarks hold the medians
+// to 25 ms, and a hundred returns to a cycle of the graph and 5 ms.
+
+/// What a start, a stop or a recovery may take, in milliseconds.
+constexpr double operationLimit = 100;
+/// A returning output may be silent for a cycle of the graph and this many milliseconds.
+constexpr double returnLimit = 30;
+
+} // namespace
+
+std::atomic<bool> Stage::isInterrupted = false;
+
+Stage::Stage(Options options) : options_(std::move(options)), tape_({desk, usb, speaker, display}) {
+    fs::create_directories(options_.folder);
+    outputs_ = {{desk, VirtualOutput::builtIn(desk, "Desk Speakers")},
+                {usb, VirtualOutput::usb(usb, "USB DAC")},
+                {speaker, VirtualOutput::bluetooth(speaker, "Kitchen Speaker")},
+                {display, VirtualOutput::hdmi(display, "Living Room TV")}};
+    story_.outputs = {{desk, "Desk Speakers", "Built-in, 48 kHz"},
+                      {usb, "USB DAC", "USB, 96 kHz"},
+                      {speaker, "Kitchen Speaker", "Bluetooth, 48 kHz"},
+                      {display, "Living Room TV", "HDMI, 44.1 kHz"}};
+    story_.source = "source.wav";
+    writeVoiceRecording(options_.folder / story_.source, longestStory);
+    plugOutputs();
+    check(lab_->waitForDefault(desk), "The private sound server chose no default output");
+    startTape();
+    startPlayer();
+}
+
+void Stage::plugOutputs() {
+    lab_.emplace(server_.socket());
+    for (const StoryOutput& output : story_.outputs)
+        lab_->plug(outputs_.at(output.uid));
+}
+
+void Stage::write() {
+    player_.reset();
+    session_.reset();
+    tape_.pause();
+    for (const StoryOutput& output : story_.outputs)
+        tape_.write(output.uid, options_.folder / recordingName(output));
+    story_.write(options_.folder / "story.json", OutputRecorder::sampleRate);
+}
+
+// Steps
+
+void Stage::step(const std::string& name, const std::string& expected, const Expectation& expectation,
+                 const Act& act) {
+    StoryStep step;
+    step.name = name;
+    step.expected = expected;
+    step.sound = expectation.sound;
+    try {
+        act(step);
+    } catch (const std::exception& error) {
+        if (isInterrupted) throw;
+        step.problem = error.what();
+    }
+    listen(step, expectation);
+    story_.steps.push_back(std::move(step));
+}
+
+void Stage::listen(StoryStep& step, const Expectation& expectation) {
+    if (step.from == 0) step.from = now() + settling;
+    if (step.to == 0) step.to = std::max(step.from, now()) + listening;
+    waitUntil(step.to + 0.1);
+    step.defaultOutput = {expectation.defaultOutput, lab_->defaultOutput()};
+    step.alertOutput = {expectation.defaultOutput, alertOutput()};
+    step.record = {expectation.record, hasRecord()};
+}
+
+bool Stage::hasRecord() const {
+    std::ifstream file(server_.folder() / "config/velto/defaults.json");
+    const json defaults = json::parse(file, nullptr, false);
+    return defaults.is_object() && defaults.contains(recordKey);
+}
+
+std::string Stage::alertOutput() {
+    const auto chosen = lab_->defaultMetadata("velto.alert.sink");
+    const json object = chosen ? json::parse(*chosen, nullptr, false) : json();
+    return object.is_object() ? object.value("name", "") : lab_->defaultOutput();
+}
+
+// The session program
+
+SessionRemote& Stage::session() {
+    check(session_.has_value(), "The session program does not run");
+    return *session_;
+}
+
+void Stage::launchSession() {
+    session_.emplace(options_.sessionProgram, server_.environment(), options_.folder / "session.log");
+}
+
+void Stage::killSession() {
+    session().process().kill();
+    session_.reset();
+}
+
+void Stage::operate(StoryStep& step, const std::string& label, const std::string& command) {
+    mark(label);
+    const SessionRemote::Answer answer = session().command(command);
+    step.milliseconds = answer.milliseconds;
+    step.limitMilliseconds = operationLimit;
+    check(answer.error.empty(), answer.error);
+}
+
+void Stage::startOn(StoryStep& step, const std::string& first, const std::string& second) {
+    step.skewLimitSamples = 0;
+    operate(step, "Play Together", "start " + first + " " + second);
+}
+
+// The outputs
+
+double Stage::unplug(const std::string& output) {
+    mark(name(output) + " unplugged");
+    return tape_.seconds(lab_->unplug(output));
+}
+
+double Stage::plug(const std::string& output) {
+    const double time = tape_.seconds(lab_->plug(outputs_.at(output)));
+    mark(name(output) + " plugged in");
+    return time;
+}
+
+void Stage::expectReturn(StoryStep& step, const std::string& output, double event) {
+    const double cycle = static_cast<double>(tape_.quantum()) * 1000.0 / OutputRecorder::sampleRate;
+    step.returned = {output, event, cycle + returnLimit};
+}
+
+const std::string& Stage::name(const std::string& output) const {
+    return std::ranges::find(story_.outputs, output, &StoryOutput::uid)->name;
+}
+
+// Player, server and tape
+
+void Stage::startPlayer() {
+    player_.emplace(std::vector<std::string>{"pw-play", (options_.folder / story_.source).string()},
+                    ChildProcess::Options{server_.environment(), options_.folder / "player.log", false});
+}
+
+void Stage::endPlayer() { player_.reset(); }
+
+void Stage::killServer() {
+    server_.kill();
+    tape_.pause();
+    player_.reset();
+}
+
+void Stage::restartServer() {
+    lab_.reset();
+    server_.start();
+    plugOutputs();
+}
+
+void Stage::startTape() { tape_.record(*lab_, longestStory); }
+
+// Time
+
+double Stage::mark(const std::string& label) {
+    const double time = now();
+    story_.events.push_back({time, label});
+    return time;
+}
+
+void Stage::waitUntil(double second) const {
+    while (!isInterrupted && now() < second)
+        tape_.waitUntil(std::min(second, now() + 0.05));
+    if (isInterrupted) throw std::runtime_error("The showcase was interrupted");
+}
+
+void Stage::waitForSound(const std::string& output) const {
+    const double begin = now();
+    waitWhile([&] { return tape_.heardUntil(output) < begin; }, name(output) + " is not heard");
+}
+
+void Stage::waitForSilence(const std::string& output) const {
+    waitWhile([&] { return tape_.heardUntil(output) > now() - 0.1; },
+              name(output) + " doesn't become silent");
+}
+
+void Stage::waitWhile(const std::function<bool()>& condition, const std::string& problem) const {
+    const double begin = now();
+    while (condition()) {
+        check(now() < begin + patience, problem);
+        waitUntil(now() + 0.01);
+    }
+}
+
+void Stage::check(bool holds, const std::string& problem) {
+    if (!holds) throw std::runtime_error(problem);
+}
+
+} // namespace velto

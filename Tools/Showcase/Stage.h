@@ -1,0 +1,109 @@
+// Stage: a private sound server with four outputs, a stock player, the session program, and a tape of what
+// each output plays: all that the chapters of the story act on.
+//
+// The session runs in a program of its own, because the story kills it. The server plays; nothing here
+// touches the sound.
+#pragma once
+
+#include "Tools/Showcase/SessionRemote.h"
+#include "Tools/Showcase/Tape.h"
+#include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/PrivateSoundServer.h"
+#include "Tools/SoundLab/SoundLab.h"
+#include "Tools/SoundLab/Story.h"
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velto {
+
+// The outputs, and the one that the session makes of two.
+constexpr const char* desk = "velto.lab.desk";
+constexpr const char* usb = "velto.lab.usb";
+constexpr const char* speaker = "velto.lab.speaker";
+constexpr const char* display = "velto.lab.display";
+constexpr const char* aggregate = "com.corlent.velto.aggregate";
+
+class Stage {
+  public:
+    struct Options {
+        std::filesystem::path folder;
+        std::filesystem::path sessionProgram;
+    };
+    /// Starts server, outputs, tape and player. Throws std::runtime_error with one sentence.
+    explicit Stage(Options options);
+
+    /// What must be heard and reported once a step is done.
+    struct Expectation {
+        std::vector<std::string> sound;
+        std::string defaultOutput;
+        bool record = false;
+    };
+    using Act = std::function<void(StoryStep&)>;
+    /// Acts, listens, and adds the step to the story. The act may set the window itself. What it throws is
+    /// noted as the step's problem.
+    void step(const std::string& name, const std::string& expected, const Expectation& expectation,
+              const Act& act);
+    /// Ends the story, and writes it and what was heard to the folder.
+    void write();
+
+    // What acts are made of
+
+    SoundLab& lab() { return *lab_; }
+    SessionRemote& session();
+    void launchSession();
+    void killSession();
+    /// A command that takes its time, which is limited; its error is the step's problem.
+    void operate(StoryStep& step, const std::string& label, const std::string& command);
+    void startOn(StoryStep& step, const std::string& first, const std::string& second);
+    /// Each answers when it happened.
+    double unplug(const std::string& output);
+    double plug(const std::string& output);
+    /// The output is due to sound again soon after it was plugged in at that time.
+    void expectReturn(StoryStep& step, const std::string& output, double event);
+
+    void startPlayer();
+    void endPlayer();
+    /// Kills the server with all that hangs on it.
+    void killServer();
+    /// Starts it again with the same outputs. The tape and the player don't run yet.
+    void restartServer();
+    void startTape();
+
+    double now() const { return tape_.seconds(monotonicNow()); }
+    /// Notes an event in the story; answers its time.
+    double mark(const std::string& label);
+    void waitUntil(double second) const;
+    /// Waits until the output is heard again from now on.
+    void waitForSound(const std::string& output) const;
+    void waitForSilence(const std::string& output) const;
+    /// Throws unless the condition holds: what is wrong then.
+    static void check(bool holds, const std::string& problem);
+
+    /// Set from a signal handler: the story ends at the next wait.
+    static std::atomic<bool> isInterrupted;
+
+  private:
+    void plugOutputs();
+    void listen(StoryStep& step, const Expectation& expectation);
+    void waitWhile(const std::function<bool()>& condition, const std::string& problem) const;
+    const std::string& name(const std::string& output) const;
+    bool hasRecord() const;
+    std::string alertOutput();
+
+    Options options_;
+    PrivateSoundServer server_;
+    std::optional<SoundLab> lab_;
+    std::map<std::string, VirtualOutput> outputs_;
+    Story story_;
+    Tape tape_;
+    std::optional<ChildProcess> player_;
+    std::optional<SessionRemote> session_;
+};
+
+} // namespace velto

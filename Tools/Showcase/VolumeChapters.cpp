@@ -1,0 +1,93 @@
+#include "Tools/Showcase/Showcase.h"
+
+#include <cmath>
+#include <map>
+#include <string>
+
+namespace velto {
+
+namespace {
+
+/// What an output at that volume makes of the sound: the scale is cubic.
+double gainAt(double volume) { return volume * volume * volume; }
+
+bool isSame(double one, double other) { return std::abs(one - other) < 0.001; }
+
+void waitForVolume(Stage& stage, const std::string& output, double volume) {
+    stage.session().waitUntil(
+        [&] {
+            const auto told = stage.session().volume(output);
+            return told && isSame(*told, volume);
+        },
+        output + " has the volume " + std::to_string(volume));
+}
+
+} // namespace
+
+void playSyncTest(Stage& stage) {
+    stage.step("plug it back, sync test", "both click at the same samples", {{desk, usb}, aggregate, true},
+               [&](StoryStep& step) {
+                   stage.plug(usb);
+                   stage.session().waitForState("active");
+                   stage.endPlayer();
+                   stage.waitForSilence(desk);
+                   step.clicks = {0.5, 4800};
+                   step.skewLimitSamples = 0;
+                   step.from = stage.mark("Sync test");
+                   stage.session().require("click 0.5 1.2 0.1");
+                   stage.session().waitUntil([&] { return !stage.session().isClicking(); },
+                                             "the sync test has ended");
+                   step.to = stage.now();
+                   stage.startPlayer();
+                   stage.waitForSound(desk);
+               });
+}
+
+void playMasterVolume(Stage& stage) {
+    stage.step("master volume halved", "both quieter, in proportion", {{desk, usb}, aggregate, true},
+               [&](StoryStep& step) {
+                   step.gains = {{desk, gainAt(0.5)}, {usb, gainAt(0.4)}};
+                   step.skewLimitSamples = 0;
+                   stage.session().require("volume " + std::string(usb) + " 0.8");
+                   stage.mark("Master volume 50 %");
+                   stage.session().require("master 0.5");
+                   waitForVolume(stage, desk, 0.5);
+                   waitForVolume(stage, usb, 0.4);
+               });
+}
+
+void playPreset(Stage& stage) {
+    stage.step("start once more, save as a preset", "both play in step", {{usb, speaker}, aggregate, true},
+               [&](StoryStep& step) {
+                   stage.startOn(step, usb, speaker);
+                   stage.session().require("volume " + std::string(usb) + " 0.5");
+                   stage.session().require("save Evening");
+               });
+
+    stage.step("stop", "the output from before plays", {{display}, display, false}, [&](StoryStep& step) {
+        stage.operate(step, "Stop", "stop");
+        stage.lab().setChannelVolumes(usb, 1); // somebody turns it up
+    });
+
+    stage.step("the preset, started", "both play in step", {{usb, speaker}, aggregate, true},
+               [&](StoryStep& step) {
+                   step.gains = {{usb, gainAt(0.5)}, {speaker, 1}};
+                   step.skewLimitSamples = 0;
+                   stage.operate(step, "Preset", "activate Evening");
+               });
+
+    stage.step("another program turns one down", "heard, seen, kept in the preset",
+               {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
+                   step.gains = {{usb, gainAt(0.5)}, {speaker, gainAt(0.6)}};
+                   step.skewLimitSamples = 0;
+                   stage.mark("Kitchen Speaker turned down");
+                   stage.lab().setChannelVolumes(speaker, static_cast<float>(gainAt(0.6)));
+                   waitForVolume(stage, speaker, 0.6);
+                   const std::map<std::string, double> kept = stage.session().presetVolumes("Evening");
+                   Stage::check(kept.size() == 2 && isSame(kept.at(usb), 0.5) &&
+                                    isSame(kept.at(speaker), 0.6),
+                                "the preset holds other volumes");
+               });
+}
+
+} // namespace velto
