@@ -17,6 +17,7 @@
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Session/VeltoStatus.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Sync/SyncProfileManager.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <array>
@@ -47,7 +48,8 @@ class MenuBarViewModel {
     /// All must outlive the model.
     MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager& deviceManager,
                      DualOutputCoordinator& coordinator, PreferencesManager& preferences,
-                     DeviceVolumeController& volumeController, MainActor& actor);
+                     DeviceVolumeController& volumeController, SyncProfileManager& syncProfiles,
+                     MainActor& actor);
     MenuBarViewModel(const MenuBarViewModel&) = delete;
     MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
     ~MenuBarViewModel();
@@ -58,8 +60,8 @@ class MenuBarViewModel {
 
     // Choosing outputs
 
-    const std::optional<std::string>& firstDeviceUID() const noexcept { return firstDeviceUID_; }
-    const std::optional<std::string>& secondDeviceUID() const noexcept { return secondDeviceUID_; }
+    const std::optional<std::string>& firstDeviceUID() const noexcept { return first_.uid; }
+    const std::optional<std::string>& secondDeviceUID() const noexcept { return second_.uid; }
     Binding<std::optional<std::string>> binding(Slot forSlot);
     /// The chosen one; none when it isn't there now.
     std::optional<AudioOutputDevice> firstDevice() const { return device(Slot::first); }
@@ -149,16 +151,25 @@ class MenuBarViewModel {
     void saveCurrentAsPreset();
 
   private:
-    std::optional<std::string>& deviceUID(Slot slot);
-    const std::optional<std::string>& deviceUID(Slot slot) const;
+    /// What the user has chosen for one slot.
+    struct Choice {
+        std::optional<std::string> uid;
+        /// The output as it was when it was chosen.
+        std::optional<AudioOutputDevice> lastSeen;
+    };
+
+    auto& choice(this auto& self, Slot slot) noexcept {
+        return slot == Slot::first ? self.first_ : self.second_;
+    }
+    void choose(Slot slot, std::optional<std::string> uid);
     std::optional<AudioOutputDevice> device(Slot slot) const;
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
     void sessionMayHaveStarted();
     void updateActivePreset();
 
     ChangeAnnouncer changes_;
-    std::optional<std::string> firstDeviceUID_;
-    std::optional<std::string> secondDeviceUID_;
+    Choice first_;
+    Choice second_;
     std::string newPresetName_;
     bool isShowingPresetEditor_ = false;
     bool isChoosingOutputs_ = false;

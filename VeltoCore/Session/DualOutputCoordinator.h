@@ -85,6 +85,8 @@ class DualOutputCoordinator {
     Task<void> start();
     /// At quit, once: puts the outputs back. A failure is only logged.
     Task<void> shutdown();
+    /// For when shutdown() can only follow in a later turn: turns away from now on all that would be started.
+    void beginShutdown() noexcept { isShuttingDown_ = true; }
     /// After the machine woke, or the audio service came back: rebuilds a session that did not survive.
     void handleWake();
 

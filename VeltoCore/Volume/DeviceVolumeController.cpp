@@ -79,6 +79,12 @@ void DeviceVolumeController::stopTracking() {
     states_.set({});
 }
 
+void DeviceVolumeController::renewListeners() {
+    for (const auto& entry : std::exchange(listening_, {}))
+        removeListeners(entry.second);
+    track(tracked_);
+}
+
 std::optional<AudioObjectID> DeviceVolumeController::resolve(const std::string& uid) {
     const auto id = valueOr(std::optional<AudioObjectID>(), [&] { return client_.deviceID(uid); });
     if (id) {

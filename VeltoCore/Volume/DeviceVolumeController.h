@@ -53,6 +53,8 @@ class DeviceVolumeController {
     /// Tracks these devices and no others, and reads them anew, also those tracked before.
     void track(std::vector<AudioOutputDevice> devices);
     void stopTracking();
+    /// Listens to the tracked devices anew, and reads them: after the audio service was restarted.
+    void renewListeners();
 
     /// One for each tracked device, in tracking order.
     const std::vector<DeviceVolumeState>& states() const noexcept { return states_.value(); }

@@ -1,0 +1,64 @@
+#include "Velto/Shell/AppDelegate.h"
+
+#include "VeltoCore/CoreAudio/ErrorConversion.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::lifecycle;
+
+} // namespace
+
+AppDelegate::AppDelegate(PlatformServices platform, OnboardingWindowFactory makeOnboardingWindow)
+    : appState_(std::move(platform)), makeOnboardingWindow_(std::move(makeOnboardingWindow)),
+      tasks_(appState_.actor()) {}
+
+// Launching
+
+void AppDelegate::applicationDidFinishLaunching() {
+    appState_.host().setActivationPolicy(ApplicationHost::ActivationPolicy::accessory);
+    tasks_.spawn(launch());
+}
+
+Task<void> AppDelegate::launch() {
+    co_await appState_.launch();
+    if (isShuttingDown() || appState_.preferences().hasCompletedOnboarding()) co_return;
+    appState_.host().activateIgnoringOtherApplications();
+    showOnboarding();
+}
+
+void AppDelegate::showOnboarding() {
+    if (!onboardingController_) onboardingController_.emplace(appState_.preferences(), makeOnboardingWindow_);
+    onboardingController_->show();
+}
+
+// Ending
+
+AppDelegate::TerminationReply AppDelegate::applicationShouldTerminate() {
+    if (terminationReply_) return *terminationReply_;
+    terminationReply_ = mustCleanUpFirst() ? TerminationReply::later : TerminationReply::now;
+    appState_.beginTermination();
+    tasks_.spawn(terminate());
+    return *terminationReply_;
+}
+
+bool AppDelegate::mustCleanUpFirst() {
+    const DualOutputCoordinator& coordinator = appState_.coordinator();
+    return coordinator.state().isActive() || coordinator.state().isBusy() || coordinator.isReconnecting();
+}
+
+Task<void> AppDelegate::terminate() {
+    try {
+        co_await appState_.prepareForTermination();
+    } catch (...) { // the program must end all the same
+        logger.error("Could not end in good order: {}", currentErrorDescription());
+    }
+    if (std::exchange(terminationReply_, TerminationReply::now) == TerminationReply::later)
+        appState_.host().replyToTermination();
+}
+
+} // namespace velto

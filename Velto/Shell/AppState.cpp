@@ -1,0 +1,63 @@
+#include "Velto/Shell/AppState.h"
+
+#include "Velto/Shell/BundleInfo.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::lifecycle;
+
+} // namespace
+
+AppState::AppState(PlatformServices platform)
+    : platform_(std::move(platform)), preferences_(platform_.defaults, platform_.actor),
+      deviceManager_(*platform_.client, platform_.actor, platform_.collation),
+      aggregateManager_(*platform_.client, platform_.actor),
+      systemAudio_(*platform_.client, deviceManager_, aggregateManager_, preferences_, platform_.actor),
+      syncProfiles_(platform_.defaults, platform_.actor), volumeController_(*platform_.client),
+      coordinator_(deviceManager_, systemAudio_, preferences_, volumeController_, syncEngine_, syncProfiles_,
+                   platform_.actor),
+      audioServiceMonitor_(*platform_.client, deviceManager_, volumeController_, coordinator_),
+      launchAtLogin_(platform_.loginItems), audioEngine_(platform_.makeAudioEngine(*platform_.client)),
+      syncTestPlayer_(platform_.actor, *audioEngine_),
+      presets_(preferences_, coordinator_, deviceManager_, platform_.actor),
+      menuBar_(presets_, deviceManager_, coordinator_, preferences_, volumeController_, syncProfiles_,
+               platform_.actor),
+      settings_(preferences_, launchAtLogin_, syncProfiles_, syncTestPlayer_, coordinator_, systemAudio_,
+                deviceManager_, platform_.host, platform_.actor),
+      lifecycle_(coordinator_, logger, platform_.actor) {}
+
+Task<void> AppState::launch() {
+    if (isShuttingDown_) co_return;
+    logger.notice("Velto {} launched", publicText(shortVersion(platform_.host)));
+    platform_.host.setActivationPolicy(preferences_.showInDock()
+                                           ? ApplicationHost::ActivationPolicy::regular
+                                           : ApplicationHost::ActivationPolicy::accessory);
+    audioServiceMonitor_.start(); // first: the service may come while an earlier run is cleaned up after
+    co_await coordinator_.start();
+    if (isShuttingDown_) co_return;
+    menuBar_.applyLastPreset();
+    menuBar_.subscribeToDeviceChanges();
+    platform_.host.registerSleepObserver(
+        {.willSleep = [this] { lifecycle_.willSleep(); }, .didWake = [this] { lifecycle_.didWake(); }});
+}
+
+void AppState::beginTermination() {
+    isShuttingDown_ = true;
+    coordinator_.beginShutdown();
+}
+
+Task<void> AppState::prepareForTermination() {
+    beginTermination();
+    logger.notice("Velto terminating; playing: {}", coordinator_.state().isActive());
+    syncTestPlayer_.stop();
+    platform_.host.removeSleepObserver();
+    audioServiceMonitor_.stop();
+    co_await coordinator_.shutdown();
+}
+
+} // namespace velto

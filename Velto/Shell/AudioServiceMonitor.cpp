@@ -1,0 +1,52 @@
+#include "Velto/Shell/AudioServiceMonitor.h"
+
+#include "VeltoCore/CoreAudio/ErrorConversion.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr const Logger& logger = LoggingService::audioDevices;
+
+} // namespace
+
+AudioServiceMonitor::AudioServiceMonitor(CoreAudioClient& client, AudioDeviceManager& deviceManager,
+                                         DeviceVolumeController& volumeController,
+                                         DualOutputCoordinator& coordinator)
+    : client_(client), deviceManager_(deviceManager), volumeController_(volumeController),
+      coordinator_(coordinator) {}
+
+AudioServiceMonitor::~AudioServiceMonitor() = default;
+
+void AudioServiceMonitor::start() {
+    if (token_) return;
+    try {
+        token_ = client_.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted,
+                                             kAudioObjectPropertyScopeGlobal,
+                                             [this, alive = std::weak_ptr(alive_)] {
+                                                 if (!alive.expired()) handleRestart();
+                                             });
+    } catch (...) {
+        logger.error("Could not observe the audio service: {}", currentErrorDescription());
+    }
+}
+
+void AudioServiceMonitor::stop() {
+    if (const auto token = std::exchange(token_, nullptr)) client_.removePropertyListener(token);
+}
+
+void AudioServiceMonitor::handleRestart() {
+    if (!token_) return; // sent before listening ended
+    logger.notice("The audio service was restarted");
+    deviceManager_.stopObserving();
+    deviceManager_.startObserving();
+    volumeController_.renewListeners();
+    // It reads the devices anew, before anybody is told of their changes: a session that has lost its
+    // aggregate is rebuilt, not given up because the default output is another one.
+    coordinator_.handleWake();
+}
+
+} // namespace velto

@@ -1,0 +1,343 @@
+#include "Velto/Shell/MenuBarViewModel.h"
+
+#include "Velto/Shell/LargestCorrection.h"
+#include "Velto/Shell/StatusItemLabel.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/Foundation/TrimmedText.h"
+#include "VeltoCore/Session/DisconnectBehavior.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace velto {
+
+MenuBarViewModel::MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager& deviceManager,
+                                   DualOutputCoordinator& coordinator, PreferencesManager& preferences,
+                                   DeviceVolumeController& volumeController, SyncProfileManager& syncProfiles,
+                                   MainActor& actor)
+    : changes_(actor), presets_(presets), deviceManager_(deviceManager), coordinator_(coordinator),
+      preferences_(preferences), volumeController_(volumeController), tasks_(actor) {
+    changes_.keep(deviceManager.observeDevices([this] {
+        selectableDevices_.reset();
+        changes_.announce();
+    }));
+    changes_.keep(coordinator.observe([this] {
+        sessionMayHaveStarted();
+        changes_.announce();
+    }));
+    changes_.keep(preferences.observe(changes_.handler()));
+    changes_.keep(volumeController.observeStates(changes_.handler()));
+    changes_.keep(syncProfiles.observeProfiles(changes_.handler()));
+}
+
+MenuBarViewModel::~MenuBarViewModel() {
+    if (subscription_) deviceManager_.removeChangeHandler(*subscription_);
+}
+
+// Choosing outputs
+
+Binding<std::optional<std::string>> MenuBarViewModel::binding(Slot forSlot) {
+    return {[this, forSlot] { return choice(forSlot).uid; },
+            [this, forSlot](std::optional<std::string> uid) { choose(forSlot, std::move(uid)); }};
+}
+
+void MenuBarViewModel::choose(Slot slot, std::optional<std::string> uid) {
+    Choice& chosen = choice(slot);
+    changes_.set(chosen.uid, std::move(uid));
+    if (auto present = device(slot)) chosen.lastSeen = std::move(present);
+}
+
+std::optional<AudioOutputDevice> MenuBarViewModel::device(Slot slot) const {
+    const auto& devices = selectableDevices();
+    const auto found = std::ranges::find(devices, choice(slot).uid, &AudioOutputDevice::uid);
+    return found == devices.end() ? std::nullopt : std::optional(*found);
+}
+
+const std::vector<AudioOutputDevice>& MenuBarViewModel::selectableDevices() const {
+    if (!selectableDevices_)
+        selectableDevices_ = deviceManager_.selectableDevices(AggregateDeviceManager::aggregateUID);
+    return *selectableDevices_;
+}
+
+std::vector<AudioOutputDevice> MenuBarViewModel::choices(Slot forSlot) const {
+    const auto& other = choice(forSlot == Slot::first ? Slot::second : Slot::first).uid;
+    std::vector<AudioOutputDevice> devices = selectableDevices();
+    std::erase_if(devices, [&](const AudioOutputDevice& device) { return device.uid == other; });
+    return devices;
+}
+
+std::optional<AudioOutputDevice> MenuBarViewModel::placeholder(const std::optional<std::string>& uid) const {
+    if (!uid) return std::nullopt;
+    const auto disconnected = [&](const auto& known) {
+        return AudioOutputDevice::disconnected(*uid, known.name, known.transportType);
+    };
+    if (const auto session = this->session()) {
+        for (const AudioOutputDevice& device : session->devices())
+            if (device.uid == uid) return disconnected(device);
+    }
+    if (const auto preset = preferences_.lastPreset()) {
+        for (const auto* reference : {&preset->first, &preset->second})
+            if (reference->uid == uid) return disconnected(*reference);
+    }
+    return std::nullopt;
+}
+
+std::optional<OutputRow> MenuBarViewModel::pickerEntry(Slot forSlot) const {
+    if (const auto present = device(forSlot)) return OutputRow::of(*present);
+    const Choice& chosen = choice(forSlot);
+    if (const auto absent = placeholder(chosen.uid)) return OutputRow::of(*absent);
+    const auto& seen = chosen.lastSeen;
+    if (!seen || seen->uid != chosen.uid) return std::nullopt;
+    return OutputRow::of(AudioOutputDevice::disconnected(seen->uid, seen->name, seen->transportType));
+}
+
+std::vector<OutputRow> MenuBarViewModel::pickerRows(Slot forSlot) const {
+    std::vector<OutputRow> rows;
+    if (auto chosen = pickerEntry(forSlot); chosen && !chosen->isConnected)
+        rows.push_back(std::move(*chosen));
+    for (const AudioOutputDevice& device : choices(forSlot))
+        rows.push_back(OutputRow::of(device));
+    return rows;
+}
+
+void MenuBarViewModel::applyLastPreset() {
+    if (!preferences_.rememberSelectedDevices()) return;
+    const auto preset = preferences_.lastPreset();
+    if (!preset) return;
+    const auto [first, second] = preset->resolve(selectableDevices());
+    if (first && !device(Slot::first)) choose(Slot::first, first->uid);
+    if (second && !device(Slot::second)) choose(Slot::second, second->uid);
+}
+
+void MenuBarViewModel::subscribeToDeviceChanges() {
+    if (subscription_) return;
+    subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) applyLastPreset();
+    });
+}
+
+void MenuBarViewModel::setIsChoosingOutputs(bool isChoosing) {
+    if (!changes_.set(isChoosingOutputs_, isChoosing) || !isChoosing) return;
+    if (const auto session = this->session()) {
+        choose(Slot::first, session->first.uid);
+        choose(Slot::second, session->second.uid);
+    }
+}
+
+/// A rebuild goes on with the same session, and leaves the pickers as they are.
+void MenuBarViewModel::sessionMayHaveStarted() {
+    const bool hasSession = isPlaying() || coordinator_.isReconnecting();
+    if (!std::exchange(hadSession_, hasSession) && hasSession) setIsChoosingOutputs(false);
+}
+
+bool MenuBarViewModel::showsPickers() const {
+    return isChoosingOutputs_ || !(isPlaying() || coordinator_.isReconnecting());
+}
+
+bool MenuBarViewModel::canPlay() const {
+    const auto& first = firstDeviceUID();
+    const auto& second = secondDeviceUID();
+    return first && second && first != second && !coordinator_.state().is<AudioSessionState::Starting>() &&
+           !coordinator_.isReconnecting();
+}
+
+bool MenuBarViewModel::canSwitchOutputs() const {
+    const auto session = this->session();
+    if (!session || !isChoosingOutputs_ || !canPlay() || !firstDevice() || !secondDevice()) return false;
+    const auto isOfSession = [&](const std::optional<std::string>& uid) {
+        return uid == session->first.uid || uid == session->second.uid;
+    };
+    return !isOfSession(firstDeviceUID()) || !isOfSession(secondDeviceUID());
+}
+
+std::optional<std::string_view> MenuBarViewModel::selectionHint() const {
+    if (needsMoreOutputs() || (firstDevice() && secondDevice())) return std::nullopt;
+    return "Choose two outputs to play together.";
+}
+
+std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
+    if (!needsMoreOutputs()) return std::nullopt;
+    return "Connect a second output to play together.";
+}
+
+// Status
+
+std::string_view MenuBarViewModel::statusItemSymbol() const { return StatusItemLabel::symbolName(status()); }
+
+std::string_view MenuBarViewModel::statusItemAccessibilityText() const {
+    return StatusItemLabel::accessibilityText(status());
+}
+
+std::optional<std::string_view> MenuBarViewModel::preparationText() const {
+    const VeltoStatus status = this->status();
+    const auto* preparing = std::get_if<VeltoStatus::Preparing>(&status.kind());
+    return preparing ? std::optional(message(preparing->step)) : std::nullopt;
+}
+
+std::optional<std::string> MenuBarViewModel::errorText() const {
+    const auto& error = coordinator_.lastError();
+    return error ? std::optional(error->errorDescription()) : std::nullopt;
+}
+
+std::optional<std::string> MenuBarViewModel::recoveryText() const {
+    const auto& error = coordinator_.lastError();
+    return error ? error->recoverySuggestion() : std::nullopt;
+}
+
+std::optional<std::string> MenuBarViewModel::syncSummary() const {
+    if (!isPlaying()) return std::nullopt;
+    const auto profile = coordinator_.currentSyncProfile();
+    if (!profile || !profile->hasCorrections()) return std::nullopt;
+    const double largest = largestCorrection(*profile);
+    return fmt::format("{:.0f} ms {}", std::round(largest),
+                       coordinator_.canAdjustSync() ? "corrected" : "estimated");
+}
+
+// Playing
+
+MenuBarViewModel::PrimaryAction MenuBarViewModel::primaryAction() const {
+    if (isBusy()) return PrimaryAction::preparing;
+    return isPlaying() ? PrimaryAction::stop : PrimaryAction::play;
+}
+
+std::string MenuBarViewModel::primaryActionTitle() const {
+    switch (primaryAction()) {
+    case PrimaryAction::play:
+        return "Play Together";
+    case PrimaryAction::stop:
+        return "Stop";
+    case PrimaryAction::preparing:
+        return statusTitle();
+    }
+    return {};
+}
+
+bool MenuBarViewModel::isPrimaryActionEnabled() const {
+    switch (primaryAction()) {
+    case PrimaryAction::play:
+        return canPlay() && firstDevice() && secondDevice();
+    case PrimaryAction::stop:
+        return true;
+    case PrimaryAction::preparing:
+        return false;
+    }
+    return false;
+}
+
+void MenuBarViewModel::performPrimaryAction() {
+    switch (primaryAction()) {
+    case PrimaryAction::play:
+        return play();
+    case PrimaryAction::stop:
+        return stop();
+    case PrimaryAction::preparing:
+        return;
+    }
+}
+
+void MenuBarViewModel::play() {
+    auto first = firstDevice();
+    auto second = secondDevice();
+    if (first && second) tasks_.spawn(coordinator_.startDualOutput(std::move(*first), std::move(*second)));
+}
+
+void MenuBarViewModel::stop() { tasks_.spawn(coordinator_.stopDualOutput()); }
+
+std::optional<std::string_view> MenuBarViewModel::disconnectQuestion() const {
+    if (!coordinator_.state().is<AudioSessionState::Degraded>() || !coordinator_.pendingDisconnectDecision())
+        return std::nullopt;
+    return "Keep playing on the remaining output, or stop playing together?";
+}
+
+std::string_view MenuBarViewModel::title(DisconnectAnswer answer) noexcept {
+    return velto::title(answer == DisconnectAnswer::keepPlaying ? DisconnectBehavior::keepPlaying
+                                                                : DisconnectBehavior::pauseGroup);
+}
+
+void MenuBarViewModel::answerDisconnect(DisconnectAnswer answer) {
+    tasks_.spawn(coordinator_.resolveDisconnect(answer == DisconnectAnswer::keepPlaying));
+}
+
+// Volume
+
+std::vector<OutputCard> MenuBarViewModel::outputCards() const {
+    std::vector<OutputCard> cards;
+    // While a session is rebuilt its outputs are tracked all along, and stay in view.
+    if (!isPlaying() && !coordinator_.isReconnecting()) return cards;
+    for (const DeviceVolumeState& state : volumeController_.states()) {
+        const auto device = deviceManager_.device(state.uid).value_or(
+            AudioOutputDevice::disconnected(state.uid, state.name, state.transportType));
+        cards.push_back({.output = OutputRow::of(device),
+                         .hasVolume = state.isConnected && state.supportsVolume,
+                         .volume = state.volume,
+                         .canMute = state.isConnected && state.supportsMute,
+                         .isMuted = state.isMuted});
+    }
+    return cards;
+}
+
+Binding<float> MenuBarViewModel::masterVolume() {
+    return {[this] { return volumeController_.masterVolume(); },
+            [this](float volume) {
+                volumeController_.setMasterVolume(volume);
+                updateActivePreset();
+            }};
+}
+
+Binding<float> MenuBarViewModel::volumeBinding(std::string forUID) {
+    return {[this, forUID] {
+                const auto state = volumeController_.state(forUID);
+                return state ? state->volume : 0.0F;
+            },
+            [this, forUID](float volume) {
+                volumeController_.setVolume(volume, forUID);
+                updateActivePreset();
+            }};
+}
+
+Binding<bool> MenuBarViewModel::muteBinding(std::string forUID) {
+    return {[this, forUID] {
+                const auto state = volumeController_.state(forUID);
+                return state && state->isMuted;
+            },
+            [this, forUID](bool isMuted) {
+                volumeController_.setMuted(isMuted, forUID);
+                updateActivePreset();
+            }};
+}
+
+void MenuBarViewModel::adjustMasterVolume(float delta) {
+    if (!hasMasterVolume()) return;
+    const auto volume = masterVolume();
+    volume.set(volume.value() + delta);
+}
+
+/// Not while an output is missing: what the preset remembers of it would be lost.
+void MenuBarViewModel::updateActivePreset() {
+    if (coordinator_.state().is<AudioSessionState::Active>()) coordinator_.updateActivePresetSettings();
+}
+
+// Saving the setup
+
+void MenuBarViewModel::setNewPresetName(std::string name) { changes_.set(newPresetName_, std::move(name)); }
+
+void MenuBarViewModel::setIsShowingPresetEditor(bool isShowing) {
+    changes_.set(isShowingPresetEditor_, isShowing);
+}
+
+bool MenuBarViewModel::canSaveCurrentAsPreset() const {
+    return isPlaying() && !trimmed(newPresetName_).empty();
+}
+
+void MenuBarViewModel::saveCurrentAsPreset() {
+    std::string name(trimmed(newPresetName_));
+    if (name.empty()) return;
+    coordinator_.saveCurrentSessionAsPreset(std::move(name));
+    setNewPresetName("");
+    setIsShowingPresetEditor(false);
+}
+
+} // namespace velto

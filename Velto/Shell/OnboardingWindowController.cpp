@@ -1,0 +1,12 @@
+#include "Velto/Shell/OnboardingWindowController.h"
+
+namespace velto {
+
+OnboardingWindowController::OnboardingWindowController(PreferencesManager& preferences,
+                                                       const OnboardingWindowFactory& makeWindow)
+    : preferences_(preferences),
+      window_(makeWindow([this] { preferences_.setHasCompletedOnboarding(true); })) {}
+
+void OnboardingWindowController::show() { window_->show(); }
+
+} // namespace velto
