@@ -19,12 +19,11 @@ using testing::IsEmpty;
 /// The usual outputs, headphones and speakers playing or about to, on a slow machine.
 struct Stage {
     explicit Stage(bool isPlaying) {
-        machine.plugUsualOutputs();
         application.launch();
         application.preferences.setAutoReconnect(true);
         if (isPlaying) {
             application.play("bluetooth", "builtin");
-            application.coordinator.saveCurrentSessionAsPreset("Both");
+            EXPECT_TRUE(application.coordinator.saveCurrentSessionAsPreset("Both"));
         }
         machine.world.faults.aliveAfter = 120ms;
         machine.world.faults.lingersAfterDestroy = 250ms;
@@ -38,8 +37,13 @@ struct Stage {
     }
     DualOutputCoordinator& coordinator() { return application.coordinator; }
 
+    static Machine& plugged(Machine& machine) {
+        machine.plugUsualOutputs();
+        return machine;
+    }
+
     Machine machine;
-    Application application{machine};
+    Application application{plugged(machine)}; // it knows the outputs from the start
 };
 
 struct Happening {
