@@ -1,5 +1,5 @@
 #include "Tests/Judge/Studio.h"
-#include "Tools/Judge/LabelRows.h"
+#include "Tools/Judge/LabelPlaces.h"
 #include "Tools/Judge/PlainText.h"
 #include "Tools/Judge/TextTable.h"
 #include "Tools/Judge/Timeline.h"
@@ -31,29 +31,14 @@ std::set<int> lanesDrawn(const std::string& svg, const std::string& style) {
     std::set<int> lanes;
     const std::regex path("<path class=\"" + style + "\" d=\"M[0-9.]+ ([0-9.]+)L");
     for (std::sregex_iterator found(svg.begin(), svg.end(), path), end; found != end; ++found)
-        lanes.insert(static_cast<int>((std::stod((*found)[1]) - 127) / 80));
+        lanes.insert(static_cast<int>((std::stod((*found)[1]) - LANES) / 80));
     return lanes;
 }
 
-TEST(PictureTests, LabelsNeitherCoverEachOtherNorAreCrossed) {
-    std::minstd_rand random(1);
-    for (int round = 0; round < 200; ++round) {
-        std::vector<Label> labels(12);
-        for (Label& label : labels)
-            label = {.x = static_cast<double>(random() % 1000),
-                     .width = static_cast<double>(20 + random() % 150)};
-        std::ranges::sort(labels, {}, &Label::x);
-        const auto rows = rowsOf(labels);
-        for (std::size_t i = 0; i < labels.size(); ++i) {
-            for (std::size_t j = 0; j < labels.size(); ++j) {
-                const bool lineMeetsText =
-                    labels[j].x > labels[i].x && labels[j].x < labels[i].x + labels[i].width;
-                EXPECT_FALSE(lineMeetsText && rows[j] <= rows[i])
-                    << "line of " << j << " through text of " << i;
-            }
-        }
-    }
-    EXPECT_THAT(rowsOf({{0, 50}, {10, 20}, {40, 50}, {60, 5}, {100, 5}}), ElementsAre(0, 1, 1, 2, 0));
+TEST(PictureTests, LabelsStandAboveWhatTheyNameOrMakeRoom) {
+    EXPECT_THAT(labelPlaces({10, 40, 70}, 20), ElementsAre(10, 40, 70));
+    EXPECT_THAT(labelPlaces({10, 10, 15, 55, 90}, 20), ElementsAre(10, 30, 50, 70, 90));
+    EXPECT_THAT(labelPlaces({}, 20), IsEmpty());
 }
 
 TEST(PictureTests, OutputsInStepAreDrawnAlikeAndFaultsStandOut) {

@@ -57,6 +57,12 @@ void SvgWriter::text(std::string_view style, Point baseline, std::string_view te
                          baseline.y, escaped(text));
 }
 
+void SvgWriter::slantedText(std::string_view style, Point baseline, double degrees, std::string_view text) {
+    text_ +=
+        fmt::format("<text class=\"{}\" transform=\"translate({:.1f} {:.1f}) rotate({:.0f})\">{}</text>\n",
+                    style, baseline.x, baseline.y, degrees, escaped(text));
+}
+
 std::string SvgWriter::finish() && { return std::move(text_) + "</svg>\n"; }
 
 } // namespace velto::judge

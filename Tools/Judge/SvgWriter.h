@@ -28,6 +28,8 @@ class SvgWriter {
     void path(std::string_view style, std::string_view data);
     /// Any text: it is escaped, and cleaned of what a picture can't hold.
     void text(std::string_view style, Point baseline, std::string_view text);
+    /// The same, turned clockwise around the point by that many degrees.
+    void slantedText(std::string_view style, Point baseline, double degrees, std::string_view text);
 
     std::string finish() &&;
 

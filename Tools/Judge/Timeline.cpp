@@ -1,6 +1,6 @@
 #include "Tools/Judge/Timeline.h"
 
-#include "Tools/Judge/LabelRows.h"
+#include "Tools/Judge/LabelPlaces.h"
 #include "Tools/Judge/PlainText.h"
 #include "Tools/Judge/Report.h"
 #include "Tools/Judge/SvgWriter.h"
@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
 namespace velto::judge {
 
@@ -52,7 +53,11 @@ constexpr double margin = 28;
 constexpr double plotLeft = 184;
 constexpr std::size_t plotWidth = 1000;
 constexpr double eventsTop = 104;
-constexpr double eventRowHeight = 17;
+/// From one event's label to the next; they rise at half a right angle.
+constexpr double eventDistance = 18;
+constexpr double eventAngle = 45;
+/// Between the lanes and the labels: there a line finds the way to its label.
+constexpr double eventFoot = 26;
 /// Of a character of an event's label; generous, as fonts differ.
 constexpr double eventCharacterWidth = 6.9;
 constexpr std::size_t longestEvent = 34;
@@ -62,7 +67,7 @@ constexpr double badgeRadius = 9;
 constexpr double keyRowHeight = 42;
 constexpr std::size_t keyColumns = 2;
 /// How much of a step's key fits into its column, in characters.
-constexpr std::size_t longestKey = 88;
+constexpr std::size_t longestKey = 104;
 
 /// How a lane is drawn where nothing is said about it.
 constexpr const char* unjudged = "unjudged";
@@ -114,8 +119,6 @@ class Drawing {
         : material_(material), story_(material.story), judgements_(judgements),
           length_(static_cast<std::int64_t>(material.recordings.front().size())) {
         layOutEvents();
-        const std::size_t lastRow = eventRows_.empty() ? 0 : std::ranges::max(eventRows_);
-        lanesTop_ = eventsTop + eventRowHeight * static_cast<double>(lastRow + 1) + 6;
         lanesBottom_ = laneTop(story_.outputs.size()) + laneHeight;
         keyTop_ = lanesBottom_ + 78;
     }
@@ -136,18 +139,23 @@ class Drawing {
     }
 
   private:
-    /// Finds the row of each label; the card grows until the last one fits.
+    /// Finds the place of each label; the card grows until all fit.
     void layOutEvents() {
         events_ = story_.events;
         std::ranges::sort(events_, {}, &StoryEvent::time);
-        std::vector<Label> labels;
-        for (StoryEvent& event : events_) {
-            event.label = shortened(event.label, longestEvent);
-            const double width = eventCharacterWidth * static_cast<double>(widthOf(event.label)) + 14;
-            labels.push_back({xOf(event.time), width});
-            right_ = std::max(right_, labels.back().x + width);
+        std::vector<double> marks;
+        for (const StoryEvent& event : events_)
+            marks.push_back(xOf(event.time));
+        labels_ = labelPlaces(marks, eventDistance);
+        double highest = 0;
+        for (std::size_t i = 0; i < events_.size(); ++i) {
+            events_[i].label = shortened(events_[i].label, longestEvent);
+            const double length = eventCharacterWidth * static_cast<double>(widthOf(events_[i].label)) + 14;
+            const double side = length * std::numbers::sqrt2 / 2; // of the square that it crosses
+            right_ = std::max(right_, labels_[i] + side);
+            highest = std::max(highest, side);
         }
-        eventRows_ = rowsOf(labels);
+        lanesTop_ = eventsTop + highest + eventFoot;
     }
 
     double xOf(double seconds) const {
@@ -306,10 +314,12 @@ class Drawing {
     void drawEvents(SvgWriter& svg) const {
         for (std::size_t i = 0; i < events_.size(); ++i) {
             const double x = xOf(events_[i].time);
-            const double y = eventsTop + eventRowHeight * static_cast<double>(eventRows_[i]) + 8;
-            svg.line("eventLine", {x, y}, {x, lanesBottom_});
-            svg.circle("eventDot", {x, y}, 3);
-            svg.text("event", {x + 7, y + 4}, events_[i].label);
+            const Point bend{x, lanesTop_ - 6};
+            const Point dot{labels_[i], lanesTop_ - eventFoot + 8};
+            svg.line("eventLine", bend, {x, lanesBottom_});
+            svg.line("eventLine", dot, bend);
+            svg.circle("eventDot", dot, 3);
+            svg.slantedText("event", {dot.x + 7, dot.y - 5}, -eventAngle, events_[i].label);
         }
     }
 
@@ -336,7 +346,8 @@ class Drawing {
     std::int64_t length_;
     /// In the order of time, with labels that fit.
     std::vector<StoryEvent> events_;
-    std::vector<std::size_t> eventRows_;
+    /// Where their labels begin.
+    std::vector<double> labels_;
     double right_ = plotLeft + plotWidth;
     double lanesTop_ = 0;
     double lanesBottom_ = 0;

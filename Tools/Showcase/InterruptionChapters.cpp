@@ -14,6 +14,8 @@ void playChoiceOfSomebodyElse(Stage& stage) {
                    stage.mark("Living Room TV picked");
                    stage.lab().pickDefault(display);
                    stage.session().waitForState("idle");
+                   for (const char* output : {desk, usb})
+                       stage.lab().setChannelVolumes(output, 1);
                });
 }
 
@@ -54,19 +56,21 @@ void playSleep(Stage& stage) {
                    stage.session().require("sleep");
                    stage.unplug(usb);
                    stage.session().waitForState("degraded");
+                   step.from = stage.settled();
                    stage.session().require("wake");
                    step.survivor = {speaker, stage.mark("Awake"), 0};
                });
 
     stage.step("asleep, the aggregate is removed", "the session ends", {{display}, display, false},
-               [&](StoryStep&) {
+               [&](StoryStep& step) {
                    stage.plug(usb);
                    stage.session().waitForState("active");
                    stage.session().require("sleep");
-                   stage.session().process().signal(SIGSTOP);
+                   stage.session().process().signal(SIGSTOP); // asleep, it sees nothing of it
                    stage.mark("Aggregate removed");
                    stage.lab().unplug(aggregate);
                    stage.session().process().signal(SIGCONT);
+                   step.from = stage.settled();
                    stage.session().require("wake");
                    stage.mark("Awake");
                    stage.session().waitForState("idle");
@@ -77,7 +81,7 @@ void playServerRestart(Stage& stage) {
     stage.step("sound server killed, started again", "the session is made anew",
                {{desk, usb}, aggregate, true}, [&](StoryStep& step) {
                    step.skewLimitSamples = 0;
-                   stage.lab().pickDefault(desk);
+                   stage.pickForGood(desk);
                    stage.session().require("start " + std::string(desk) + " " + usb);
                    stage.waitForSound(usb);
                    stage.mark("Sound server killed");

@@ -60,7 +60,7 @@ void playUnattended(Stage& stage) {
     stage.step("plug it back, set to connect then", "the preset starts by itself",
                {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
                    // As both were left: one by the preset, one by another program.
-                   step.gains = {{usb, 0.125}, {speaker, 0.216}};
+                   step.gains = {{usb, gainAt(0.7)}, {speaker, gainAt(0.8)}};
                    step.skewLimitSamples = 0;
                    stage.session().require("autoconnect Evening");
                    stage.plug(usb);

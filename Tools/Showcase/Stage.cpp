@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -90,7 +91,7 @@ void Stage::step(const std::string& name, const std::string& expected, const Exp
 }
 
 void Stage::listen(StoryStep& step, const Expectation& expectation) {
-    if (step.from == 0) step.from = now() + settling;
+    if (step.from == 0) step.from = settled();
     if (step.to == 0) step.to = std::max(step.from, now()) + listening;
     waitUntil(step.to + 0.1);
     step.defaultOutput = {expectation.defaultOutput, lab_->defaultOutput()};
@@ -157,6 +158,17 @@ void Stage::expectReturn(StoryStep& step, const std::string& output, double even
     step.returned = {output, event, cycle + returnLimit};
 }
 
+void Stage::pickForGood(const std::string& output) {
+    mark(name(output) + " picked");
+    lab_->pickDefault(output);
+    const auto isSaved = [&] {
+        std::ifstream file(server_.folder() / "state/wireplumber/default-nodes");
+        const std::string saved(std::istreambuf_iterator<char>(file), {});
+        return saved.find("default.configured.audio.sink=" + output + "\n") != std::string::npos;
+    };
+    waitWhile([&] { return !isSaved(); }, "The session manager doesn't save its choice");
+}
+
 const std::string& Stage::name(const std::string& output) const {
     return std::ranges::find(story_.outputs, output, &StoryOutput::uid)->name;
 }
@@ -191,6 +203,8 @@ double Stage::mark(const std::string& label) {
     story_.events.push_back({time, label});
     return time;
 }
+
+double Stage::settled() const { return now() + settling; }
 
 void Stage::waitUntil(double second) const {
     while (!isInterrupted && now() < second)

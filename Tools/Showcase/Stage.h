@@ -29,6 +29,9 @@ constexpr const char* speaker = "velto.lab.speaker";
 constexpr const char* display = "velto.lab.display";
 constexpr const char* aggregate = "com.corlent.velto.aggregate";
 
+/// What an output at that volume makes of the sound: the scale is cubic.
+constexpr double gainAt(double volume) { return volume * volume * volume; }
+
 class Stage {
   public:
     struct Options {
@@ -67,6 +70,10 @@ class Stage {
     /// The output is due to sound again soon after it was plugged in at that time.
     void expectReturn(StoryStep& step, const std::string& output, double event);
 
+    /// Picks the default as somebody else would; returns when the session manager has saved it for its next
+    /// start.
+    void pickForGood(const std::string& output);
+
     void startPlayer();
     void endPlayer();
     /// Kills the server with all that hangs on it.
@@ -79,6 +86,8 @@ class Stage {
     /// Notes an event in the story; answers its time.
     double mark(const std::string& label);
     void waitUntil(double second) const;
+    /// When what was just done must be heard.
+    double settled() const;
     /// Waits until the output is heard again from now on.
     void waitForSound(const std::string& output) const;
     void waitForSilence(const std::string& output) const;

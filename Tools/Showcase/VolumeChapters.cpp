@@ -8,9 +8,6 @@ namespace velto {
 
 namespace {
 
-/// What an output at that volume makes of the sound: the scale is cubic.
-double gainAt(double volume) { return volume * volume * volume; }
-
 bool isSame(double one, double other) { return std::abs(one - other) < 0.001; }
 
 void waitForVolume(Stage& stage, const std::string& output, double volume) {
@@ -44,15 +41,15 @@ void playSyncTest(Stage& stage) {
 }
 
 void playMasterVolume(Stage& stage) {
-    stage.step("master volume halved", "both quieter, in proportion", {{desk, usb}, aggregate, true},
+    stage.step("master volume turned down", "both quieter, in proportion", {{desk, usb}, aggregate, true},
                [&](StoryStep& step) {
-                   step.gains = {{desk, gainAt(0.5)}, {usb, gainAt(0.4)}};
+                   step.gains = {{desk, gainAt(0.8)}, {usb, gainAt(0.6)}};
                    step.skewLimitSamples = 0;
-                   stage.session().require("volume " + std::string(usb) + " 0.8");
-                   stage.mark("Master volume 50 %");
-                   stage.session().require("master 0.5");
-                   waitForVolume(stage, desk, 0.5);
-                   waitForVolume(stage, usb, 0.4);
+                   stage.session().require("volume " + std::string(usb) + " 0.75");
+                   stage.mark("Master volume 80 %");
+                   stage.session().require("master 0.8");
+                   waitForVolume(stage, desk, 0.8);
+                   waitForVolume(stage, usb, 0.6);
                });
 }
 
@@ -60,7 +57,7 @@ void playPreset(Stage& stage) {
     stage.step("start once more, save as a preset", "both play in step", {{usb, speaker}, aggregate, true},
                [&](StoryStep& step) {
                    stage.startOn(step, usb, speaker);
-                   stage.session().require("volume " + std::string(usb) + " 0.5");
+                   stage.session().require("volume " + std::string(usb) + " 0.7");
                    stage.session().require("save Evening");
                });
 
@@ -71,21 +68,21 @@ void playPreset(Stage& stage) {
 
     stage.step("the preset, started", "both play in step", {{usb, speaker}, aggregate, true},
                [&](StoryStep& step) {
-                   step.gains = {{usb, gainAt(0.5)}, {speaker, 1}};
+                   step.gains = {{usb, gainAt(0.7)}, {speaker, 1}};
                    step.skewLimitSamples = 0;
                    stage.operate(step, "Preset", "activate Evening");
                });
 
     stage.step("another program turns one down", "heard, seen, kept in the preset",
                {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
-                   step.gains = {{usb, gainAt(0.5)}, {speaker, gainAt(0.6)}};
+                   step.gains = {{usb, gainAt(0.7)}, {speaker, gainAt(0.8)}};
                    step.skewLimitSamples = 0;
                    stage.mark("Kitchen Speaker turned down");
-                   stage.lab().setChannelVolumes(speaker, static_cast<float>(gainAt(0.6)));
-                   waitForVolume(stage, speaker, 0.6);
+                   stage.lab().setChannelVolumes(speaker, static_cast<float>(gainAt(0.8)));
+                   waitForVolume(stage, speaker, 0.8);
                    const std::map<std::string, double> kept = stage.session().presetVolumes("Evening");
-                   Stage::check(kept.size() == 2 && isSame(kept.at(usb), 0.5) &&
-                                    isSame(kept.at(speaker), 0.6),
+                   Stage::check(kept.size() == 2 && isSame(kept.at(usb), 0.7) &&
+                                    isSame(kept.at(speaker), 0.8),
                                 "the preset holds other volumes");
                });
 }

@@ -1,0 +1,14 @@
+#include "Tools/Judge/LabelPlaces.h"
+
+#include <algorithm>
+
+namespace velto::judge {
+
+std::vector<double> labelPlaces(const std::vector<double>& marks, double distance) {
+    std::vector<double> places;
+    for (const double mark : marks)
+        places.push_back(places.empty() ? mark : std::max(mark, places.back() + distance));
+    return places;
+}
+
+} // namespace velto::judge
