@@ -97,7 +97,7 @@ TEST_P(CoordinatorRaceTests, QuitEndsIt) {
         GetParam().begin(stage);
         for (int turn = 0; turn < turns; ++turn)
             isOver = !stage.machine.loop.runNextTurn();
-        const auto quit = stage.application.begin(stage.coordinator().shutdown());
+        const auto quit = stage.application.begin(stage.application.state.prepareForTermination());
         // All this comes too late.
         stage.machine.loop.runNextTurn();
         stage.application.begin(stage.application.playing("hdmi", "builtin"));

@@ -5,14 +5,11 @@
 
 #include "Platform/Linux/IcuTextCollation.h"
 #include "Tests/Support/Machine.h"
+#include "Tests/Support/Platform.h"
 #include "Tests/Support/SessionInvariants.h"
 #include "Tests/Support/Started.h"
+#include "Velto/Shell/AppState.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
-#include "VeltoCore/Session/DualOutputCoordinator.h"
-#include "VeltoCore/Settings/PreferencesManager.h"
-#include "VeltoCore/Sync/SyncProfileManager.h"
-#include "VeltoCore/Sync/SystemMultiOutputEngine.h"
-#include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <algorithm>
 #include <memory>
@@ -48,8 +45,8 @@ class Application {
         machine.loop.runUntilIdle();
         started.value();
     }
-    void launch() { finish(coordinator.start()); }
-    void quit() { finish(coordinator.shutdown()); }
+    void launch() { finish(state.launch()); }
+    void quit() { finish(state.prepareForTermination()); }
     void play(std::string_view first, std::string_view second) { finish(playing(first, second)); }
     void stop() { finish(coordinator.stopDualOutput()); }
     void activate(const UUID& preset) {
@@ -64,13 +61,7 @@ class Application {
         return devices.device(uid).value_or(AudioOutputDevice::disconnected(
             std::string(uid), std::string(uid), AudioTransportType::Kind::usb));
     }
-    /// As the owner of the real client does: what listened is made anew, then the machine is as after a wake.
-    void restartAudioService() {
-        machine.world.restartAudioService();
-        devices.stopObserving();
-        devices.startObserving();
-        coordinator.handleWake();
-    }
+    void restartAudioService() { machine.world.restartAudioService(); }
     /// The UID of the output that a degraded session misses; empty otherwise.
     std::string missing() const {
         const auto* degraded = coordinator.state().as<AudioSessionState::Degraded>();
@@ -81,36 +72,35 @@ class Application {
 
     Machine& machine;
     const IcuTextCollation collation;
-    mutable PreferencesManager preferences{machine.defaults, machine.loop};
-    AudioDeviceManager devices{machine.world, machine.loop, collation};
-    AggregateDeviceManager aggregates{machine.world, machine.loop};
-    SystemAudioManager session{machine.world, devices, aggregates, preferences, machine.loop};
-    SyncProfileManager syncProfiles{machine.defaults, machine.loop};
-    DeviceVolumeController volumes{machine.world};
-    SystemMultiOutputEngine syncEngine;
-    DualOutputCoordinator coordinator{devices,    session,      preferences, volumes,
-                                      syncEngine, syncProfiles, machine.loop};
+    mutable AppState state{platformOf(machine, collation)};
+    PreferencesManager& preferences = state.preferences();
+    AudioDeviceManager& devices = state.deviceManager();
+    SystemAudioManager& session = state.systemAudio();
+    SyncProfileManager& syncProfiles = state.syncProfiles();
+    DeviceVolumeController& volumes = state.volumeController();
+    DualOutputCoordinator& coordinator = state.coordinator();
     TaskScope tasks{machine.loop}; // dies first: its tasks use the others
 };
 
-/// The invariants that are violated, in words.
-inline std::vector<std::string> violations(const Application& application,
+/// The invariants of the program that are violated, in words.
+inline std::vector<std::string> violations(const Machine& machine, AppState& state,
                                            const InvariantContext& context = {}) {
-    const Machine& machine = application.machine;
-    const DualOutputCoordinator& coordinator = application.coordinator;
-    const bool hasRecord = application.preferences.loadRecoveryState().has_value();
-    auto result = violations(SessionView{machine, application.session, hasRecord}, context);
+    const DualOutputCoordinator& coordinator = state.coordinator();
+    const bool hasRecord = state.preferences().loadRecoveryState().has_value();
+    auto result = violations(SessionView{machine, state.systemAudio(), hasRecord}, context);
     const auto require = [&result](bool holds, std::string what) {
         if (!holds) result.push_back(std::move(what));
     };
 
-    // Every listener is one of these: the two of the system, and those of the session's live devices.
+    // Every listener is one of these: the system's, and those of the session's live devices.
     const auto listener = [](AudioObjectPropertySelector selector, AudioObjectID object) {
         return fourCharCodeDescription(selector) + " on " + std::to_string(object);
     };
     std::multiset<std::string> due{
         listener(kAudioHardwarePropertyDevices, kAudioObjectSystemObject),
         listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject)};
+    if (state.audioServiceMonitor().isListening())
+        due.insert(listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject));
     std::vector<std::string> tracked;
     if (const auto session = coordinator.state().session()) {
         for (const AudioOutputDevice& device : session->devices()) {
@@ -128,17 +118,22 @@ inline std::vector<std::string> violations(const Application& application,
             "listeners: " + testing::PrintToString(found) + " instead of " + testing::PrintToString(due));
 
     std::vector<std::string> states;
-    for (const DeviceVolumeState& state : application.volumes.states())
-        states.push_back(state.uid);
+    for (const DeviceVolumeState& volume : state.volumeController().states())
+        states.push_back(volume.uid);
     require(states == tracked, "volumes of " + testing::PrintToString(states));
 
     require(!coordinator.isReconnecting(), "still rebuilding");
     require(!coordinator.preparationStep(), "still preparing");
     require(!coordinator.activePresetID() || coordinator.state().isActive(), "a preset without a session");
     const auto stored = machine.defaults.dataValue(PreferencesManager::Key::presets);
-    require(!stored || decodePresets(*stored).value() == application.preferences.presets(),
+    require(!stored || decodePresets(*stored).value() == state.preferences().presets(),
             "other presets are stored than there are");
     return result;
+}
+
+inline std::vector<std::string> violations(const Application& application,
+                                           const InvariantContext& context = {}) {
+    return violations(application.machine, application.state, context);
 }
 
 } // namespace velto

@@ -1,12 +1,14 @@
-// Machine: a computer to test on: a loop in virtual time, a log, a disk with the user's defaults, audio
-// devices.
+// Machine: a computer to test on: a loop in virtual time, a log, a disk with the user's defaults, a desktop,
+// audio devices.
 //
 // What runs on it must be gone before it is; then leftovers() says what was left behind.
 #pragma once
 
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/RecordingLogSink.h"
+#include "Simulation/SimulatedApplicationHost.h"
 #include "Simulation/SimulatedAudioSystem.h"
+#include "Simulation/SimulatedLoginItemService.h"
 #include "Simulation/SimulatedMainActor.h"
 
 #include <gmock/gmock.h>
@@ -21,6 +23,8 @@ class Machine {
     SimulatedMainActor loop; // dies last
     RecordingLogSink log;
     InMemoryUserDefaults defaults;
+    SimulatedApplicationHost desktop;
+    SimulatedLoginItemService loginItems;
     SimulatedAudioSystem world{loop};
 
     /// Plugs in the four usual outputs. The USB interface is the default output, the display plays alerts:

@@ -1,0 +1,22 @@
+// What a program is given by the machine that it is tested on.
+#pragma once
+
+#include "Simulation/SimulatedAudioEngine.h"
+#include "Tests/Support/Machine.h"
+#include "Velto/Shell/PlatformServices.h"
+
+#include <memory>
+
+namespace velto {
+
+inline PlatformServices platformOf(Machine& machine, const TextCollation& collation) {
+    return {.actor = machine.loop,
+            .client = std::shared_ptr<CoreAudioClient>(std::shared_ptr<void>(), &machine.world), // not owned
+            .defaults = machine.defaults,
+            .collation = collation,
+            .loginItems = machine.loginItems,
+            .host = machine.desktop,
+            .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); }};
+}
+
+} // namespace velto
