@@ -1,0 +1,255 @@
+// How the application starts, ends, sleeps, and outlives the audio service.
+#include "Tests/Shell/ShellTest.h"
+
+#include <chrono>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Optional;
+
+class LaunchTests : public ShellTest {};
+
+TEST_F(LaunchTests, WelcomesOnceHoweverTheWindowIsClosed) {
+    boot();
+    EXPECT_THAT(desktop.policies, ElementsAre(Policy::accessory)) << "before anything else";
+    EXPECT_FALSE(isWindowOpen);
+    run();
+    EXPECT_THAT(desktop.policies, ElementsAre(Policy::accessory, Policy::accessory));
+    EXPECT_TRUE(isWindowOpen);
+    EXPECT_EQ(desktop.activations, 1);
+    EXPECT_TRUE(log.contains("Lifecycle notice: Velto 1.0 launched"));
+    app->showOnboarding();
+    EXPECT_EQ(windowsMade, 1);
+    EXPECT_FALSE(preferences().hasCompletedOnboarding());
+
+    // Left open at the end: the next launch welcomes again.
+    quit();
+    isWindowOpen = false;
+    launch();
+    EXPECT_TRUE(isWindowOpen);
+    window->close();
+    EXPECT_TRUE(preferences().hasCompletedOnboarding());
+
+    quit();
+    preferences().setShowInDock(true);
+    desktop.policies.clear();
+    launch();
+    EXPECT_FALSE(isWindowOpen);
+    EXPECT_EQ(desktop.activations, 2);
+    EXPECT_THAT(desktop.policies, ElementsAre(Policy::accessory, Policy::regular));
+}
+
+TEST_F(LaunchTests, CleansUpAfterACrashAndFillsInTheLastPair) {
+    launch();
+    play("bluetooth", "builtin");
+    defaults.synchronize();
+    crash();
+    EXPECT_EQ(world.aggregates().size(), 1U);
+
+    desktop.bundleValues.clear();
+    launch();
+    EXPECT_THAT(menuBar().firstDeviceUID(), Optional(std::string("bluetooth")));
+    EXPECT_THAT(menuBar().secondDeviceUID(), Optional(std::string("builtin")));
+    EXPECT_TRUE(log.contains("Lifecycle notice: Velto dev launched"));
+    context = {.defaultOutputs = {"usb"}, .alertOutputs = {"hdmi"}};
+}
+
+TEST_F(LaunchTests, IsOverWhenTheUserQuitsFirst) {
+    launch();
+    play("bluetooth", "builtin");
+    defaults.synchronize();
+    crash();
+    world.faults.lingersAfterDestroy = 500ms;
+    boot();
+    while (!state().systemAudio().isOperationRunning())
+        loop.runNextTurn();
+    EXPECT_EQ(quit(), Reply::now);
+    EXPECT_FALSE(desktop.isSleepObserved());
+    EXPECT_FALSE(isWindowOpen && desktop.activations > 1);
+    EXPECT_EQ(world.listenerCount(), 0U);
+    EXPECT_THAT(menuBar().firstDeviceUID(), testing::Eq(std::nullopt));
+}
+
+class QuitTests : public ShellTest {
+  protected:
+    QuitTests() {
+        launch();
+        context = {.defaultOutputs = {"usb"}, .alertOutputs = {"hdmi"}};
+    }
+    /// Quits, twice. By the time the program is let go, the machine must be as it was before.
+    void expectReplyAfterCleanUp() {
+        EXPECT_EQ(app->applicationShouldTerminate(), Reply::later);
+        EXPECT_TRUE(app->isShuttingDown());
+        EXPECT_EQ(app->applicationShouldTerminate(), Reply::later);
+        while (desktop.terminationReplies == 0)
+            ASSERT_TRUE(loop.runNextTurn()) << "it was never let go";
+        EXPECT_THAT(world.aggregates(), IsEmpty());
+        EXPECT_EQ(world.defaultOutputUID(), "usb");
+        EXPECT_EQ(world.listenerCount(), 0U);
+        run();
+        EXPECT_EQ(app->applicationShouldTerminate(), Reply::now) << "there is nothing left to wait for";
+        run();
+        EXPECT_EQ(desktop.terminationReplies, 1);
+    }
+    template <class State>
+    void runUntil() {
+        while (!coordinator().state().is<State>())
+            ASSERT_TRUE(loop.runNextTurn());
+    }
+};
+
+TEST_F(QuitTests, AnswersAtOnceWhenIdleAndStartsNothingMore) {
+    choose("bluetooth", "builtin");
+    EXPECT_EQ(app->applicationShouldTerminate(), Reply::now);
+    menuBar().play(); // before the clean-up had its first turn
+    run();
+    EXPECT_FALSE(menuBar().isPlaying());
+    EXPECT_EQ(world.calls.count(CoreAudioOperation::createAggregateDevice), 0U);
+    EXPECT_EQ(desktop.terminationReplies, 0);
+    EXPECT_TRUE(log.contains("Lifecycle notice: Velto terminating; playing: false"));
+}
+
+TEST_F(QuitTests, AnswersAtOnceAfterAFailure) {
+    world.calls.failNext(CoreAudioOperation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    choose("bluetooth", "builtin");
+    menuBar().play();
+    run();
+    ASSERT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
+    EXPECT_EQ(app->applicationShouldTerminate(), Reply::now);
+}
+
+TEST_F(QuitTests, WaitsForTheSessionToEnd) {
+    play("bluetooth", "builtin");
+    settings().startSyncTest();
+    expectReplyAfterCleanUp();
+    EXPECT_FALSE(settings().isSyncTestRunning());
+    EXPECT_TRUE(log.contains("Lifecycle notice: Velto terminating; playing: true"));
+}
+
+TEST_F(QuitTests, WaitsForADegradedSessionToEnd) {
+    play("bluetooth", "builtin");
+    unplug("bluetooth");
+    expectReplyAfterCleanUp();
+}
+
+TEST_F(QuitTests, WaitsForAStart) {
+    choose("bluetooth", "builtin");
+    menuBar().play();
+    runUntil<AudioSessionState::Starting>();
+    expectReplyAfterCleanUp();
+}
+
+TEST_F(QuitTests, WaitsForAStop) {
+    play("bluetooth", "builtin");
+    world.faults.lingersAfterDestroy = 500ms;
+    menuBar().stop();
+    runUntil<AudioSessionState::Stopping>();
+    expectReplyAfterCleanUp();
+}
+
+TEST_F(QuitTests, WaitsForARebuildAtEachOfItsTurns) {
+    bool isOver = false;
+    for (int turns = 1; !isOver; ++turns) {
+        SCOPED_TRACE(turns);
+        play("bluetooth", "builtin");
+        world.removeAggregate(AggregateDeviceManager::aggregateUID);
+        coordinator().handleWake();
+        for (int turn = 0; turn < turns; ++turn)
+            loop.runNextTurn();
+        isOver = !coordinator().isReconnecting();
+        desktop.terminationReplies = 0;
+        world.pickDefault("usb"); // whatever the system fell back to
+        world.pickAlertOutput("hdmi");
+        EXPECT_EQ(quit(), Reply::later);
+        EXPECT_EQ(desktop.terminationReplies, 1);
+        EXPECT_THAT(world.aggregates(), IsEmpty());
+        launch();
+    }
+}
+
+TEST_F(QuitTests, LetsTheProgramGoEvenIfTheOutputsCantBeRestored) {
+    play("bluetooth", "builtin");
+    world.calls.failAlways(CoreAudioOperation::setDefaultOutputDevice, kAudioHardwareUnspecifiedError);
+    EXPECT_EQ(quit(), Reply::later);
+    EXPECT_EQ(desktop.terminationReplies, 1);
+    world.calls.succeed(CoreAudioOperation::setDefaultOutputDevice);
+    context = {};
+}
+
+class SleepTests : public QuitTests {};
+
+TEST_F(SleepTests, RebuildsALostSessionTwoSecondsAfterTheWake) {
+    play("bluetooth", "builtin");
+    desktop.fallAsleep();
+    loop.sleepMachine(8h);
+    world.removeAggregate(AggregateDeviceManager::aggregateUID);
+    desktop.wakeUp();
+    loop.advance(1999ms);
+    EXPECT_EQ(log.count("Session is unhealthy after wake"), 0U);
+    loop.advance(1ms);
+    run();
+    EXPECT_EQ(log.count("Session is unhealthy after wake"), 1U);
+    EXPECT_TRUE(menuBar().isPlaying());
+    EXPECT_TRUE(log.contains("Lifecycle notice: Mac is going to sleep"));
+    EXPECT_TRUE(log.contains("Lifecycle notice: Mac woke from sleep"));
+    context = {};
+}
+
+TEST_F(SleepTests, LooksAfterTheWakeAlthoughTheUserQuits) {
+    play("bluetooth", "builtin");
+    desktop.wakeUp();
+    loop.advance(1s);
+    EXPECT_EQ(app->applicationShouldTerminate(), Reply::later);
+    loop.runReady();
+    EXPECT_EQ(desktop.terminationReplies, 1) << "the quit doesn't wait for it";
+    log.clear();
+    loop.advance(1s);
+    EXPECT_EQ(log.count("AudioDevices debug: Enumerated"), 1U);
+    EXPECT_THAT(world.aggregates(), IsEmpty());
+}
+
+class AudioServiceTests : public QuitTests {};
+
+TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
+    play("bluetooth", "builtin");
+    const UUID preset = save("Desk");
+    menuBar().volumeBinding("bluetooth").set(0.25F);
+    world.restartAudioService();
+    run();
+    EXPECT_TRUE(menuBar().isPlaying()) << "not given up because the default is another one";
+    EXPECT_EQ(coordinator().activePresetID(), preset);
+    EXPECT_FLOAT_EQ(volumeOf("bluetooth"), 0.25F);
+    EXPECT_THAT(violations(*this, state()), IsEmpty());
+
+    world.setVolume("bluetooth", 0.75F);
+    run();
+    EXPECT_FLOAT_EQ(menuBar().volumeBinding("bluetooth").value(), 0.75F);
+    unplug("bluetooth");
+    EXPECT_EQ(menuBar().statusTitle(), "Headphones disconnected");
+    context = {};
+}
+
+TEST_F(AudioServiceTests, FollowsTheDevicesWithoutASessionToo) {
+    for (int restart = 0; restart < 3; ++restart)
+        world.restartAudioService();
+    run();
+    EXPECT_EQ(state().deviceManager().device("usb")->deviceID, world.objectID("usb"));
+    unplug("hdmi");
+    EXPECT_EQ(menuBar().selectableDevices().size(), 3U);
+    replug("hdmi");
+    context.alertOutputs.clear();
+}
+
+TEST_F(AudioServiceTests, IsLeftAloneOnceTheProgramEnds) {
+    quit();
+    world.restartAudioService();
+    run();
+    EXPECT_EQ(world.listenerCount(), 0U);
+}
+
+} // namespace
+} // namespace velto
