@@ -26,12 +26,19 @@ std::string draw(const Studio& studio, std::vector<StoryStep> steps) {
     return timelineSVG(material, judgeStory(material.story, material.source, material.recordings));
 }
 
+/// Where the source's lane begins.
+double firstLane(const std::string& svg) {
+    std::smatch found;
+    std::regex_search(svg, found, std::regex("class=\"lane\" x=\"[0-9.]+\" y=\"([0-9.]+)\""));
+    return std::stod(found[1]);
+}
+
 /// The vertical middles, rounded to lanes, of what is drawn in that style.
 std::set<int> lanesDrawn(const std::string& svg, const std::string& style) {
     std::set<int> lanes;
     const std::regex path("<path class=\"" + style + "\" d=\"M[0-9.]+ ([0-9.]+)L");
     for (std::sregex_iterator found(svg.begin(), svg.end(), path), end; found != end; ++found)
-        lanes.insert(static_cast<int>((std::stod((*found)[1]) - LANES) / 80));
+        lanes.insert(static_cast<int>((std::stod((*found)[1]) - firstLane(svg)) / 80));
     return lanes;
 }
 

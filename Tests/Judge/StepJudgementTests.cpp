@@ -199,6 +199,27 @@ TEST(StepJudgementTests, WindowsOfTwoStepsCannotBeExchanged) {
     EXPECT_THAT(studio.judge({first, second}), Each(testing::Property(&StepJudgement::passes, false)));
 }
 
+TEST(StepJudgementTests, VolumesAreHeard) {
+    Studio studio;
+    studio.play(desk, 0.5, 4, 0, 0.512f);
+    studio.play(usb, 0.5, 4);
+    StoryStep step = inStep();
+    step.gains = {{"desk", 0.512}, {"usb", 1}};
+    EXPECT_THAT(studio.judge(step).reasons, IsEmpty());
+    EXPECT_NEAR(studio.judge(step).outputs[desk].gain.value().left, 0.512, 1e-4);
+    for (const double gain : {0.5, 0.52, 0.8, 0.0}) {
+        step.gains = {{"desk", gain}};
+        EXPECT_THAT(
+            studio.judge(step).reasons,
+            ElementsAre(HasSubstr("Desk plays at 0.5120 (left) and 0.5120 (right) of the source's volume")));
+    }
+    // The other way round would have the same mean.
+    std::ranges::for_each(studio.samples(usb, 0.5, 4),
+                          [](Frame& frame) { frame = {0.6f * frame.left, 1.4f * frame.right}; });
+    step.gains = {{"usb", 1}};
+    EXPECT_FALSE(studio.judge(step).passes()) << "one side is quieter";
+}
+
 TEST(StepJudgementTests, RepeatedSpeechIsTakenToBeTheSamePlace) {
     // The same three seconds over and over: each place fits at many lags.
     const std::vector<Frame> verse = speech(3, 7);

@@ -1,7 +1,6 @@
 #include "Tools/Judge/OutputJudgement.h"
 
 #include "Tools/Judge/ClickRow.h"
-#include "Tools/Judge/SampleMatch.h"
 
 #include <fmt/format.h>
 
@@ -48,8 +47,8 @@ class SoundJudge {
             judgePiece(piece, whole->lag);
         if (judgement_.judgedPieces == 0)
             fault(fmt::format("can't be judged: the source is silent ({})", describe(window)));
-        const Gain gain = SampleMatch::gainIn(aligner_.source(), recording_, window, whole->lag);
-        if (judgement_.passes()) judgement_.gain = (double{gain.left} + gain.right) / 2;
+        if (judgement_.passes())
+            judgement_.gain = SampleMatch::gainIn(aligner_.source(), recording_, window, whole->lag);
     }
 
   private:

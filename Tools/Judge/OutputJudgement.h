@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Tools/Judge/Aligner.h"
+#include "Tools/Judge/SampleMatch.h"
 
 #include <optional>
 #include <string>
@@ -22,8 +23,8 @@ struct OutputJudgement {
     std::optional<double> correlation = std::nullopt;
     /// In samples; absent likewise.
     std::optional<std::int64_t> lag = std::nullopt;
-    /// The volume at which it carries the source, as a factor; absent likewise.
-    std::optional<double> gain = std::nullopt;
+    /// The volume at which it carries the source; absent where it doesn't pass, too.
+    std::optional<Gain> gain = std::nullopt;
     int judgedPieces = 0;
     /// Pieces in which the source itself is silent.
     int silentPieces = 0;

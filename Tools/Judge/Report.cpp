@@ -89,7 +89,9 @@ Json outputJSON(const StoryOutput& output, const OutputJudgement& judgement) {
     if (judgement.due == Due::sound) {
         if (judgement.correlation) json["lowestCorrelation"] = rounded(*judgement.correlation, 6);
         addIf(json, "lagSamples", judgement.lag);
-        if (judgement.gain) json["gain"] = rounded(*judgement.gain, 6);
+        if (judgement.gain)
+            json["gains"] = {rounded(double{judgement.gain->left}, 6),
+                             rounded(double{judgement.gain->right}, 6)};
         json["judgedPieces"] = judgement.judgedPieces;
         json["silentPieces"] = judgement.silentPieces;
     }

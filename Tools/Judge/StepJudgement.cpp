@@ -66,9 +66,11 @@ class StepJudge {
             const std::size_t index = *story_.indexOf(uid);
             const auto gain = result_.outputs[index].gain;
             if (!gain) continue; // what it plays instead is a fault already, or clicks
-            if (std::abs(*gain - due) > gainTolerance * due)
+            if (std::max(std::abs(gain->left - due), std::abs(gain->right - due)) > gainTolerance * due)
                 fail(story_.outputs[index],
-                     fmt::format("plays at {:.4f} of the source's volume, {:.4f} is due", *gain, due));
+                     fmt::format(
+                         "plays at {:.4f} (left) and {:.4f} (right) of the source's volume, {:.4f} is due",
+                         gain->left, gain->right, due));
         }
     }
 

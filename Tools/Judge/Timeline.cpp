@@ -93,7 +93,7 @@ std::string figuresOf(const Story& story, const StoryStep& step, const StepJudge
         const std::size_t index = *story.indexOf(uid);
         names += (names.empty() ? "" : " + ") + story.outputs[index].name;
         if (step.gains.contains(uid) && judgement.outputs[index].gain)
-            names += fmt::format(" at {:.1f} dB", decibels(*judgement.outputs[index].gain));
+            names += fmt::format(" at {:.1f} dB", decibels(double{judgement.outputs[index].gain->left}));
     }
     add(step.expected);
     add(names.empty() ? "silence" : names);
