@@ -92,15 +92,15 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
         if (!holds) result.push_back(std::move(what));
     };
 
-    // Every listener is one of these: the system's, and those of the session's live devices.
+    // Every listener is one of these: the system's, and those of the session's live devices. None at the end.
     const auto listener = [](AudioObjectPropertySelector selector, AudioObjectID object) {
         return fourCharCodeDescription(selector) + " on " + std::to_string(object);
     };
-    std::multiset<std::string> due{
-        listener(kAudioHardwarePropertyDevices, kAudioObjectSystemObject),
-        listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject)};
-    if (state.audioServiceMonitor().isListening())
-        due.insert(listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject));
+    std::multiset<std::string> due;
+    if (!state.isShuttingDown())
+        due = {listener(kAudioHardwarePropertyDevices, kAudioObjectSystemObject),
+               listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject),
+               listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject)};
     std::vector<std::string> tracked;
     if (const auto session = coordinator.state().session()) {
         for (const AudioOutputDevice& device : session->devices()) {

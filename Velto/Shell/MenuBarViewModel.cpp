@@ -241,7 +241,8 @@ void MenuBarViewModel::performPrimaryAction() {
 void MenuBarViewModel::play() {
     auto first = firstDevice();
     auto second = secondDevice();
-    if (first && second) tasks_.spawn(coordinator_.startDualOutput(std::move(*first), std::move(*second)));
+    if (!first || !second || !canPlay()) return;
+    tasks_.spawn(coordinator_.startDualOutput(std::move(*first), std::move(*second)));
 }
 
 void MenuBarViewModel::stop() { tasks_.spawn(coordinator_.stopDualOutput()); }

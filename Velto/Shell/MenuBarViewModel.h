@@ -118,7 +118,7 @@ class MenuBarViewModel {
     std::string primaryActionTitle() const;
     bool isPrimaryActionEnabled() const;
     void performPrimaryAction();
-    /// Nothing unless both chosen outputs are there.
+    /// Nothing unless both chosen outputs are there, and can play now.
     void play();
     void stop();
     /// None unless the user is to be asked about a lost output.

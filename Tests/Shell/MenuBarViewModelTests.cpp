@@ -1,0 +1,361 @@
+// What the panel shows and does, as a user goes through it.
+#include "Tests/Shell/ShellTest.h"
+
+#include <chrono>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::Eq;
+using testing::Field;
+using testing::IsEmpty;
+using testing::Optional;
+using Action = MenuBarViewModel::PrimaryAction;
+using Answer = MenuBarViewModel::DisconnectAnswer;
+
+class MenuBarTests : public ShellTest {
+  protected:
+    MenuBarTests() { launch(); }
+
+    std::vector<std::string> offered(Slot slot) {
+        std::vector<std::string> rows;
+        for (const OutputRow& row : menuBar().pickerRows(slot))
+            rows.push_back(row.uid + (row.isConnected ? "" : " gone"));
+        return rows;
+    }
+    std::vector<std::string> chosen() {
+        return {menuBar().firstDeviceUID().value_or("-"), menuBar().secondDeviceUID().value_or("-")};
+    }
+    std::vector<std::string> cards() {
+        std::vector<std::string> uids;
+        for (const OutputCard& card : menuBar().outputCards())
+            uids.push_back(card.output.uid + (card.output.isConnected ? "" : " gone"));
+        return uids;
+    }
+};
+
+// Choosing
+
+TEST_F(MenuBarTests, OffersInEachSlotWhatTheOtherHasNotTaken) {
+    EXPECT_THAT(offered(Slot::first), ElementsAre("builtin", "hdmi", "bluetooth", "usb"));
+    EXPECT_THAT(menuBar().selectionHint(), Optional(Eq("Choose two outputs to play together.")));
+    EXPECT_FALSE(menuBar().canPlay());
+    menuBar().binding(Slot::first).set("usb");
+    EXPECT_THAT(offered(Slot::first), ElementsAre("builtin", "hdmi", "bluetooth", "usb"));
+    EXPECT_THAT(offered(Slot::second), ElementsAre("builtin", "hdmi", "bluetooth"));
+    menuBar().binding(Slot::second).set("usb");
+    EXPECT_FALSE(menuBar().canPlay()) << "the same twice";
+    menuBar().binding(Slot::second).set("hdmi");
+    EXPECT_TRUE(menuBar().isPrimaryActionEnabled());
+    EXPECT_EQ(menuBar().selectionHint(), std::nullopt);
+    EXPECT_THAT(menuBar().pickerEntry(Slot::second),
+                Optional(OutputRow{"hdmi", "Display", "display", "HDMI", "display", true}));
+}
+
+TEST_F(MenuBarTests, KeepsAVanishedChoiceInView) {
+    choose("usb", "hdmi");
+    world.rename("usb", "Desk");
+    unplug("usb");
+    EXPECT_THAT(offered(Slot::first), ElementsAre("usb gone", "builtin", "bluetooth"));
+    EXPECT_THAT(menuBar().pickerEntry(Slot::first), Optional(Field(&OutputRow::badge, "Not connected")));
+    EXPECT_TRUE(menuBar().canPlay()) << "it goes by the choices alone";
+    EXPECT_FALSE(menuBar().isPrimaryActionEnabled());
+    EXPECT_TRUE(menuBar().selectionHint().has_value());
+    menuBar().performPrimaryAction();
+    menuBar().play();
+    run();
+    EXPECT_EQ(menuBar().errorText(), std::nullopt) << "nothing was tried";
+    replug("usb");
+    EXPECT_TRUE(menuBar().isPrimaryActionEnabled());
+    EXPECT_EQ(menuBar().pickerEntry(Slot::first)->name, "Desk");
+
+    menuBar().binding(Slot::first).set("never seen");
+    EXPECT_EQ(menuBar().pickerEntry(Slot::first), std::nullopt);
+    EXPECT_EQ(menuBar().placeholder(std::nullopt), std::nullopt);
+}
+
+TEST_F(MenuBarTests, AsksForASecondOutputRatherThanForAChoice) {
+    for (const auto* uid : {"usb", "hdmi", "bluetooth"})
+        unplug(uid);
+    EXPECT_EQ(menuBar().selectionHint(), std::nullopt);
+    EXPECT_THAT(menuBar().needsMoreOutputsText(), Optional(Eq("Connect a second output to play together.")));
+    replug("hdmi");
+    EXPECT_EQ(menuBar().needsMoreOutputsText(), std::nullopt);
+}
+
+TEST_F(MenuBarTests, PutsRememberedOutputsBackIntoEmptyAndVanishedSlotsOnly) {
+    play("bluetooth", "usb");
+    menuBar().stop();
+    run();
+    choose("hdmi", "usb");
+    unplug("usb");
+    EXPECT_THAT(chosen(), ElementsAre("hdmi", "usb"));
+    menuBar().binding(Slot::second).set(std::nullopt);
+    replug("usb");
+    EXPECT_THAT(chosen(), ElementsAre("hdmi", "usb")) << "a choice that is there stays";
+    unplug("hdmi");
+    EXPECT_THAT(chosen(), ElementsAre("bluetooth", "usb"));
+
+    preferences().setRememberSelectedDevices(false);
+    menuBar().binding(Slot::first).set(std::nullopt);
+    replug("hdmi");
+    EXPECT_THAT(chosen(), ElementsAre("-", "usb"));
+}
+
+// Playing
+
+TEST_F(MenuBarTests, GoesThroughPlayAndStop) {
+    choose("bluetooth", "builtin");
+    EXPECT_EQ(menuBar().primaryActionTitle(), "Play Together");
+    std::vector<std::string> titles;
+    const auto subscription = coordinator().observe([&] {
+        const std::string title = menuBar().primaryActionTitle();
+        if (titles.empty() || titles.back() != title) titles.push_back(title);
+        if (!coordinator().state().is<AudioSessionState::Starting>()) return;
+        EXPECT_FALSE(menuBar().canPlay());
+        EXPECT_FALSE(menuBar().isPrimaryActionEnabled());
+        EXPECT_EQ(menuBar().preparationText(), title);
+        EXPECT_TRUE(menuBar().showsPickers());
+        menuBar().performPrimaryAction(); // in vain
+    });
+    menuBar().performPrimaryAction();
+    run();
+    EXPECT_THAT(titles, ElementsAre("Preparing audio…", "Checking devices…", "Creating audio group…",
+                                    "Starting playback…", "Stop"));
+    EXPECT_EQ(menuBar().preparationText(), std::nullopt);
+    EXPECT_EQ(menuBar().statusItemSymbol(), "hifispeaker.2");
+    EXPECT_EQ(menuBar().statusItemAccessibilityText(), "Velto, playing together");
+    EXPECT_FALSE(menuBar().showsPickers());
+    EXPECT_THAT(cards(), ElementsAre("bluetooth", "builtin"));
+
+    titles.clear();
+    menuBar().performPrimaryAction();
+    run();
+    EXPECT_THAT(titles, ElementsAre("Connecting…", "Play Together"));
+    EXPECT_EQ(menuBar().statusItemSymbol(), "speaker.wave.2");
+    EXPECT_EQ(menuBar().statusItemAccessibilityText(), "Velto");
+    EXPECT_THAT(cards(), IsEmpty());
+    context.defaultOutputs = {"usb"};
+}
+
+TEST_F(MenuBarTests, ShowsAnErrorUntilItIsDismissed) {
+    world.setSampleRates("usb", {{44100, 44100}});
+    state().deviceManager().refresh();
+    choose("usb", "bluetooth");
+    menuBar().play();
+    run();
+    EXPECT_EQ(menuBar().errorText(),
+              "USB DAC and Headphones do not share a common sample rate, so they cannot play together.");
+    EXPECT_EQ(menuBar().recoveryText(),
+              "Try a different pair of devices or change the preferred sample rate in Settings.");
+    EXPECT_EQ(menuBar().statusTitle(), menuBar().errorText());
+    menuBar().dismissError();
+    EXPECT_EQ(menuBar().errorText(), std::nullopt);
+    EXPECT_EQ(menuBar().recoveryText(), std::nullopt);
+    EXPECT_EQ(menuBar().statusTitle(), "Not playing");
+}
+
+TEST_F(MenuBarTests, AsksAboutALostOutputOnlyWhileItIsLost) {
+    preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+    play("bluetooth", "builtin");
+    unplug("bluetooth");
+    EXPECT_THAT(menuBar().disconnectQuestion(),
+                Optional(Eq("Keep playing on the remaining output, or stop playing together?")));
+    EXPECT_EQ(MenuBarViewModel::title(Answer::keepPlaying), "Keep playing on remaining outputs");
+    EXPECT_EQ(MenuBarViewModel::title(Answer::stopPlaying), "Stop playing together");
+    EXPECT_THAT(cards(), ElementsAre("bluetooth gone", "builtin"));
+    replug("bluetooth");
+    EXPECT_EQ(menuBar().disconnectQuestion(), std::nullopt) << "answered by itself";
+
+    unplug("bluetooth");
+    menuBar().answerDisconnect(Answer::keepPlaying);
+    run();
+    EXPECT_EQ(menuBar().disconnectQuestion(), std::nullopt);
+    EXPECT_TRUE(menuBar().isPlaying());
+    replug("bluetooth");
+    unplug("bluetooth");
+    menuBar().answerDisconnect(Answer::stopPlaying);
+    run();
+    EXPECT_FALSE(menuBar().isPlaying());
+}
+
+TEST_F(MenuBarTests, SwitchesARunningSessionToOtherOutputs) {
+    play("bluetooth", "builtin");
+    menuBar().binding(Slot::first).set("hdmi"); // left over from before
+    menuBar().setIsChoosingOutputs(true);
+    EXPECT_TRUE(menuBar().showsPickers());
+    EXPECT_THAT(chosen(), ElementsAre("bluetooth", "builtin")) << "the pickers open with what plays";
+    EXPECT_FALSE(menuBar().canSwitchOutputs());
+    choose("builtin", "bluetooth");
+    EXPECT_FALSE(menuBar().canSwitchOutputs()) << "the same two";
+    choose("hdmi", "hdmi");
+    menuBar().play();
+    run();
+    EXPECT_THAT(cards(), ElementsAre("bluetooth", "builtin")) << "nothing ends for a pair that can't play";
+    choose("builtin", "hdmi");
+    EXPECT_TRUE(menuBar().canSwitchOutputs());
+    menuBar().play();
+    run();
+    EXPECT_THAT(cards(), ElementsAre("builtin", "hdmi"));
+    EXPECT_FALSE(menuBar().isChoosingOutputs());
+}
+
+TEST_F(MenuBarTests, StaysAsItIsWhileTheSessionIsRebuilt) {
+    play("bluetooth", "builtin");
+    menuBar().setIsChoosingOutputs(true);
+    bool wasRebuilt = false;
+    const auto subscription = coordinator().observe([&] {
+        if (!coordinator().isReconnecting()) return;
+        wasRebuilt = true;
+        EXPECT_EQ(menuBar().primaryAction(), Action::preparing);
+        EXPECT_EQ(menuBar().primaryActionTitle(), "Reconnecting…");
+        EXPECT_FALSE(menuBar().canPlay());
+        EXPECT_THAT(cards(), ElementsAre("bluetooth", "builtin"));
+        EXPECT_TRUE(menuBar().isChoosingOutputs());
+    });
+    world.removeAggregate(AggregateDeviceManager::aggregateUID);
+    coordinator().handleWake();
+    run();
+    EXPECT_TRUE(wasRebuilt);
+    EXPECT_TRUE(menuBar().isChoosingOutputs());
+}
+
+// Volume
+
+TEST_F(MenuBarTests, ChangesVolumesAndKeepsThemInThePreset) {
+    play("bluetooth", "usb");
+    const auto shown = menuBar().outputCards();
+    EXPECT_TRUE(shown.at(0).hasVolume && shown.at(0).canMute);
+    EXPECT_FALSE(shown.at(1).hasVolume || shown.at(1).canMute);
+    const UUID id = save(" Evening ");
+    menuBar().volumeBinding("bluetooth").set(0.25F);
+    menuBar().muteBinding("bluetooth").set(true);
+    EXPECT_FLOAT_EQ(volumeOf("bluetooth"), 0.25F);
+    menuBar().adjustMasterVolume(0.5F);
+    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.75F);
+    menuBar().adjustMasterVolume(5);
+    EXPECT_FLOAT_EQ(volumeOf("bluetooth"), 1.0F);
+    EXPECT_EQ(menuBar().volumeBinding("nobody").value(), 0.0F);
+
+    const AudioPreset saved = preferences().preset(id).value();
+    EXPECT_EQ(saved.name, "Evening");
+    EXPECT_THAT(saved.deviceSettings.at("bluetooth"), (DeviceAudioSettings{.volume = 1.0F, .isMuted = true}));
+    EXPECT_THAT(saved.masterVolume, Optional(1.0F));
+}
+
+TEST_F(MenuBarTests, KeepsThePresetsSettingsOfALostOutput) {
+    play("bluetooth", "builtin");
+    const UUID id = save("Evening");
+    menuBar().volumeBinding("bluetooth").set(0.25F);
+    unplug("bluetooth");
+    menuBar().volumeBinding("builtin").set(0.5F);
+    menuBar().masterVolume().set(0.75F);
+    menuBar().muteBinding("builtin").set(true);
+    EXPECT_FLOAT_EQ(volumeOf("builtin"), 0.75F);
+    EXPECT_THAT(preferences().preset(id)->deviceSettings.at("bluetooth").volume, Optional(0.25F));
+    EXPECT_FALSE(menuBar().outputCards().at(0).hasVolume);
+}
+
+TEST_F(MenuBarTests, HasNoMasterVolumeWhereNothingHasAVolume) {
+    play("usb", "hdmi");
+    EXPECT_FALSE(menuBar().hasMasterVolume());
+    world.calls.clear();
+    menuBar().adjustMasterVolume(0.1F);
+    EXPECT_EQ(world.calls.count(CoreAudioOperation::setOutputVolume), 0U);
+}
+
+// Sync
+
+TEST_F(MenuBarTests, SumsUpTheCorrectionsOfWhatPlays) {
+    const auto saveProfile = [&](std::map<std::string, double> corrections) {
+        state().syncProfiles().save(SyncProfile({"builtin", "bluetooth"}, "builtin", std::move(corrections),
+                                                SyncProfile::Kind::manual, {}));
+    };
+    saveProfile({{"builtin", 0}, {"bluetooth", 12.4}, {"unplugged", -20.6}});
+    EXPECT_EQ(menuBar().syncSummary(), std::nullopt) << "nothing plays";
+    play("bluetooth", "builtin");
+    EXPECT_EQ(menuBar().syncSummary(), "21 ms estimated");
+    unplug("bluetooth");
+    EXPECT_EQ(menuBar().syncSummary(), "21 ms estimated");
+    saveProfile({{"bluetooth", -0.4}});
+    EXPECT_EQ(menuBar().syncSummary(), "0 ms estimated");
+    saveProfile({{"bluetooth", 0}});
+    EXPECT_EQ(menuBar().syncSummary(), std::nullopt);
+}
+
+// Saving
+
+TEST_F(MenuBarTests, SavesUnderANameThatSaysSomething) {
+    play("bluetooth", "builtin");
+    menuBar().setIsShowingPresetEditor(true);
+    menuBar().setNewPresetName(" \n\t");
+    EXPECT_FALSE(menuBar().canSaveCurrentAsPreset());
+    menuBar().saveCurrentAsPreset();
+    EXPECT_EQ(menuBar().newPresetName(), " \n\t");
+    EXPECT_TRUE(menuBar().isShowingPresetEditor());
+    EXPECT_THAT(presetNames(), IsEmpty());
+    menuBar().setNewPresetName(" Evening\n");
+    EXPECT_TRUE(menuBar().canSaveCurrentAsPreset());
+    menuBar().saveCurrentAsPreset();
+    EXPECT_EQ(menuBar().newPresetName(), "");
+    EXPECT_FALSE(menuBar().isShowingPresetEditor());
+    EXPECT_THAT(presetNames(), ElementsAre("Evening"));
+    menuBar().stop();
+    run();
+    menuBar().setNewPresetName("Nothing plays");
+    EXPECT_FALSE(menuBar().canSaveCurrentAsPreset());
+}
+
+// Observation
+
+TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
+    int changes = 0;
+    auto subscription = menuBar().observe([&] { ++changes; });
+    const auto turns = loop.turnCount();
+    loop.advance(24h);
+    EXPECT_EQ(loop.turnCount(), turns) << "nothing runs while nothing changes";
+    const auto expectChange = [&](std::string_view what, const std::function<void()>& change, int times = 1) {
+        changes = 0;
+        change();
+        EXPECT_EQ(changes, 0) << what;
+        loop.runReady();
+        EXPECT_EQ(changes, times) << what;
+    };
+    expectChange("own fields", [&] {
+        choose("bluetooth", "builtin");
+        menuBar().setNewPresetName("Evening");
+        menuBar().setIsShowingPresetEditor(true);
+        menuBar().setIsChoosingOutputs(true);
+    });
+    expectChange("equal fields", [&] { menuBar().setNewPresetName("Evening"); }, 0);
+    expectChange("a preference", [&] { preferences().setRememberSelectedDevices(false); });
+    menuBar().play();
+    run();
+    expectChange("a volume", [&] {
+        menuBar().masterVolume().set(0.5F);
+        menuBar().muteBinding("builtin").set(true);
+    });
+    expectChange("a sync profile", [&] {
+        state().syncProfiles().save(SyncProfile({"builtin", "bluetooth"}, "builtin", {{"builtin", 3}},
+                                                SyncProfile::Kind::manual, {}));
+    });
+    changes = 0;
+    world.setVolume("bluetooth", 0.125F);
+    run();
+    EXPECT_EQ(changes, 1) << "somebody else's volume";
+    changes = 0;
+    unplug("hdmi");
+    EXPECT_EQ(changes, 1) << "the devices";
+    EXPECT_EQ(menuBar().selectableDevices().size(), 3U);
+
+    subscription.reset();
+    const auto before = loop.turnCount();
+    menuBar().setNewPresetName("Unseen");
+    run();
+    EXPECT_EQ(loop.turnCount(), before) << "nobody looks";
+}
+
+} // namespace
+} // namespace velto

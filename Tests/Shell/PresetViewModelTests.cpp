@@ -1,0 +1,160 @@
+// The list of saved setups, as a user changes it.
+#include "Tests/Shell/ShellTest.h"
+
+#include <iterator>
+
+namespace velto {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Optional;
+
+class PresetViewModelTests : public ShellTest {
+  protected:
+    PresetViewModelTests() {
+        launch();
+        play("bluetooth", "builtin");
+        first = save("First");
+        second = save("Second");
+        third = save("Third");
+        menuBar().stop();
+        run();
+    }
+    PresetRow row(const UUID& id) {
+        for (PresetRow& row : presets().presetRows())
+            if (row.id == id) return std::move(row);
+        return {};
+    }
+
+    UUID first;
+    UUID second;
+    UUID third;
+};
+
+TEST_F(PresetViewModelTests, ShowsWhatCanPlayAndWhatPlays) {
+    EXPECT_THAT(presetNames(), ElementsAre("First", "Second", "Third")) << "not what plays as the last used";
+    EXPECT_EQ(row(first).outputs, "Headphones + Built-in Speakers");
+    EXPECT_TRUE(row(first).isReady);
+    unplug("bluetooth");
+    EXPECT_FALSE(row(first).isReady);
+    presets().activate(first);
+    run();
+    EXPECT_EQ(menuBar().errorText(),
+              "Headphones could not be found. Make sure it is connected and try again.");
+    replug("bluetooth");
+    presets().activate(first);
+    run();
+    EXPECT_TRUE(row(first).isActive);
+    EXPECT_FALSE(row(second).isActive);
+    presets().activate(UUID::random()); // deleted meanwhile
+    run();
+    EXPECT_TRUE(row(first).isActive);
+}
+
+TEST_F(PresetViewModelTests, Renames) {
+    presets().beginRename(second);
+    EXPECT_EQ(presets().renameText(), "Second");
+    EXPECT_TRUE(row(second).isRenaming && !row(first).isRenaming);
+    presets().setRenameText(" Evening ");
+    presets().commitRename();
+    EXPECT_THAT(presetNames(), ElementsAre("First", "Evening", "Third"));
+    EXPECT_FALSE(row(second).isRenaming);
+    for (const char* text : {" ", "Never"}) {
+        presets().beginRename(third);
+        presets().setRenameText(text);
+        if (text == std::string_view(" ")) {
+            presets().commitRename();
+        } else {
+            presets().cancelRename();
+            presets().commitRename();
+        }
+        EXPECT_EQ(row(third).name, "Third");
+    }
+    presets().beginRename(third);
+    presets().deletePreset(third);
+    presets().commitRename();
+    EXPECT_EQ(presets().renameTarget(), std::nullopt);
+    presets().undoDelete();
+    EXPECT_EQ(row(third).name, "Third");
+}
+
+TEST_F(PresetViewModelTests, TogglesFlags) {
+    presets().toggleFavorite(first);
+    presets().toggleAutoConnect(second);
+    EXPECT_TRUE(row(first).isFavorite && !row(first).isAutoConnect);
+    EXPECT_TRUE(row(second).isAutoConnect && !row(second).isFavorite);
+    EXPECT_EQ(PresetViewModel::favoriteActionTitle(true), "Remove from Favourites");
+    presets().toggleFavorite(first);
+    presets().toggleAutoConnect(second);
+    EXPECT_FALSE(row(first).isFavorite || row(second).isAutoConnect);
+}
+
+TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {
+    preferences().setLastPresetID(second);
+    const auto before = preferences().presets();
+    const auto stored = defaults.stored();
+    EXPECT_FALSE(presets().canUndoDelete());
+    presets().deletePreset(second);
+    EXPECT_EQ(preferences().lastPresetID(), std::nullopt);
+    EXPECT_EQ(presets().deletedPresetName(), "Second");
+    loop.advance(std::chrono::seconds(5)); // not dated anew
+    presets().undoDelete();
+    EXPECT_EQ(preferences().presets(), before);
+    EXPECT_THAT(preferences().lastPresetID(), Optional(second));
+    EXPECT_EQ(defaults.stored(), stored);
+    presets().undoDelete();
+    EXPECT_EQ(preferences().presets(), before) << "once";
+
+    presets().deletePreset(UUID::random());
+    EXPECT_FALSE(presets().canUndoDelete());
+    presets().deletePreset(first);
+    presets().forgetDeleted();
+    presets().undoDelete();
+    EXPECT_THAT(presetNames(), ElementsAre("Second", "Third"));
+}
+
+TEST_F(PresetViewModelTests, LosesNothingThatHappenedBeforeTheUndo) {
+    preferences().setLastPresetID(second);
+    presets().deletePreset(second);
+    presets().toggleFavorite(third);
+    preferences().renamePreset(first, "Earlier");
+    play("bluetooth", "usb"); // remembers another pair
+    const auto lastUsed = preferences().lastPresetID();
+    save("Fourth");
+    presets().undoDelete();
+    EXPECT_THAT(presetNames(), ElementsAre("Earlier", "Second", "Third", "Fourth"));
+    EXPECT_TRUE(row(third).isFavorite);
+    EXPECT_EQ(preferences().lastPresetID(), lastUsed);
+
+    // Its neighbours have gone too, and the whole list.
+    presets().deletePreset(third);
+    for (const UUID& id : {first, second})
+        preferences().removePreset(id);
+    presets().undoDelete();
+    EXPECT_THAT(presetNames(), ElementsAre("Third", "Fourth"));
+    presets().deletePreset(third);
+    preferences().clearPresets();
+    presets().undoDelete();
+    EXPECT_THAT(presetNames(), ElementsAre("Third"));
+}
+
+TEST_F(PresetViewModelTests, TellsWhenARowChanges) {
+    int changes = 0;
+    const auto subscription = presets().observe([&] { ++changes; });
+    const auto expectChange = [&](std::string_view what, const std::function<void()>& change) {
+        changes = 0;
+        change();
+        run();
+        EXPECT_EQ(changes, 1) << what;
+    };
+    expectChange("a flag", [&] { presets().toggleFavorite(first); });
+    expectChange("a device", [&] { world.unplug("bluetooth"); });
+    expectChange("renaming", [&] { presets().beginRename(first); });
+    expectChange("deleting", [&] { presets().deletePreset(first); });
+    expectChange("undoing", [&] { presets().undoDelete(); });
+    expectChange("an error", [&] { presets().activate(first); });
+}
+
+} // namespace
+} // namespace velto
