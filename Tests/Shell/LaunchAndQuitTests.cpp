@@ -246,6 +246,20 @@ TEST_F(AudioServiceTests, FollowsTheDevicesWithoutASessionToo) {
     context.alertOutputs.clear();
 }
 
+TEST_F(AudioServiceTests, MakesGoodForWhatCameWhileItWasAway) {
+    play("bluetooth", "builtin");
+    presets().toggleAutoConnect(save("Desk"));
+    preferences().setAutoConnect(true);
+    menuBar().stop();
+    run();
+    unplug("bluetooth");
+    world.stopAudioService();
+    world.replug("bluetooth");
+    world.startAudioService();
+    run();
+    EXPECT_TRUE(menuBar().isPlaying());
+}
+
 TEST_F(AudioServiceTests, IsLeftAloneOnceTheProgramEnds) {
     quit();
     world.restartAudioService();

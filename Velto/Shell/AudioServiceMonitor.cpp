@@ -15,9 +15,9 @@ constexpr const Logger& logger = LoggingService::audioDevices;
 
 AudioServiceMonitor::AudioServiceMonitor(CoreAudioClient& client, AudioDeviceManager& deviceManager,
                                          DeviceVolumeController& volumeController,
-                                         DualOutputCoordinator& coordinator)
+                                         DualOutputCoordinator& coordinator, MainActor& actor)
     : client_(client), deviceManager_(deviceManager), volumeController_(volumeController),
-      coordinator_(coordinator) {}
+      coordinator_(coordinator), actor_(actor) {}
 
 AudioServiceMonitor::~AudioServiceMonitor() = default;
 
@@ -47,6 +47,10 @@ void AudioServiceMonitor::handleRestart() {
     // It reads the devices anew, before anybody is told of their changes: a session that has lost its
     // aggregate is rebuilt, not given up because the default output is another one.
     coordinator_.handleWake();
+    // What changed while nobody listened. By then a rebuild is under way.
+    actor_.post([this, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired() && token_) deviceManager_.handleChange();
+    });
 }
 
 } // namespace velto

@@ -4,6 +4,7 @@
 // before and gives every device another object ID: what listens is made anew, then all is as after a wake.
 #pragma once
 
+#include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
@@ -18,7 +19,8 @@ class AudioServiceMonitor {
   public:
     /// All must outlive the monitor.
     AudioServiceMonitor(CoreAudioClient& client, AudioDeviceManager& deviceManager,
-                        DeviceVolumeController& volumeController, DualOutputCoordinator& coordinator);
+                        DeviceVolumeController& volumeController, DualOutputCoordinator& coordinator,
+                        MainActor& actor);
     AudioServiceMonitor(const AudioServiceMonitor&) = delete;
     AudioServiceMonitor& operator=(const AudioServiceMonitor&) = delete;
     /// A listener still registered stays so, and is harmless from then on.
@@ -37,6 +39,7 @@ class AudioServiceMonitor {
     AudioDeviceManager& deviceManager_;
     DeviceVolumeController& volumeController_;
     DualOutputCoordinator& coordinator_;
+    MainActor& actor_;
     PropertyListenerTokenRef token_;
     /// The listener holds it weakly: it says whether the monitor still exists.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

@@ -63,6 +63,9 @@ class AudioDeviceManager {
     void startObserving();
     /// Ends listening; nothing when it doesn't listen. It may start again.
     void stopObserving();
+    /// As when the hardware layer says that something changed: for changes that it may not have told of.
+    /// Nothing when it doesn't listen.
+    void handleChange();
 
     /// Calls the handler after every change, in no particular order among handlers. Handlers may register and
     /// remove any handler while they are called.
@@ -87,7 +90,6 @@ class AudioDeviceManager {
     std::optional<AudioOutputDevice> readDefaultOutputDevice(const std::vector<AudioOutputDevice>& devices);
     std::optional<AudioOutputDevice> makeDevice(AudioObjectID id);
     void recordConnectionTimes(const std::vector<AudioOutputDevice>& devices);
-    void handleChange();
 
     CoreAudioClient& client_;
     const Clock& clock_;
