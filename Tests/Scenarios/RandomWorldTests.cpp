@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <rapidcheck.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -100,9 +101,10 @@ rc::Gen<Step> anyStep() {
     const auto turns = rc::gen::weightedOneOf<std::optional<int>>(
         {{2, rc::gen::just(std::optional<int>())},
          {1, rc::gen::map(rc::gen::inRange(0, 12), [](int turns) { return std::optional(turns); })}});
-    return rc::gen::apply([](Act act, int which, int other,
-                             std::optional<int> turns) { return Step{act, which, other, turns}; },
-                          act, rc::gen::inRange(0, 60), rc::gen::inRange(0, 60), turns);
+    const auto step = rc::gen::apply([](Act act, int which, int other,
+                                        std::optional<int> turns) { return Step{act, which, other, turns}; },
+                                     act, rc::gen::inRange(0, 60), rc::gen::inRange(0, 60), turns);
+    return rc::gen::resize(rc::kNominalSize, step); // at a smaller size the ranges are cut short
 }
 
 /// Five devices, a program, and what an observer can say about where sound belongs.
@@ -138,7 +140,7 @@ class RandomStory {
         app_->quit();
         app_.reset();
         machine_.loop.runUntilIdle();
-        RC_ASSERT(machine_.leftovers() == std::vector<std::string>());
+        RC_ASSERT(withoutStrays(machine_.leftovers()) == std::vector<std::string>());
     }
 
   private:
@@ -160,6 +162,15 @@ class RandomStory {
     void callsMayFail() {
         mayFail_ = true;
         loseTrack();
+    }
+
+    /// What is wrong, but for listeners that could not be removed: they stay until the program dies.
+    std::vector<std::string> withoutStrays(std::vector<std::string> faults) const {
+        const auto lines = machine_.log.linesWith("RemovePropertyListenerBlock failed");
+        const std::string unknown = coreAudioDescription(kAudioHardwareIllegalOperationError);
+        if (!std::ranges::all_of(lines, [&](const auto& line) { return line.ends_with(unknown); }))
+            std::erase_if(faults, [](const std::string& fault) { return fault.starts_with("listener"); });
+        return faults;
     }
 
     void perform(const Step& step);
@@ -297,7 +308,7 @@ void RandomStory::pickDefault(const std::string& uid) {
     // Picked at once after its return, an output of the session is not taken for a choice.
     const auto session = app_->coordinator.state().session();
     const bool isOfSession = session && (session->first.uid == uid || session->second.uid == uid);
-    if (isQuiet_ && !isOfSession) {
+    if (isQuiet_ && !isOfSession && !mayFail_) {
         home_ = uid;
     } else {
         loseTrack();
@@ -331,6 +342,7 @@ void RandomStory::breakSomething(const Step& step) {
     case Act::crash:
         begun_.clear();
         Application::crash(app_);
+        machine_.log.clear();
         loseTrack();
         launch();
         break;
@@ -351,7 +363,7 @@ void RandomStory::checkQuietPoint() {
                              .mayHaveLostSession = mayFail_ || hasMeddled_,
                              .mayMissListeners = mayFail_};
     if (home_ && machine_.world.isPlugged(*home_)) context.defaultOutputs = {*home_};
-    RC_ASSERT(violations(*app_, context) == std::vector<std::string>());
+    RC_ASSERT(withoutStrays(violations(*app_, context)) == std::vector<std::string>());
     for (const Started<void>& task : begun_)
         RC_ASSERT(task.isDone());
     for (const Started<void>& task : begun_)
@@ -359,9 +371,7 @@ void RandomStory::checkQuietPoint() {
     begun_.clear();
     if (hasSession) return;
     hasMeddled_ = false;
-    if (machine_.world.calls.unconsumed().empty() && machine_.world.aggregates().empty() &&
-        machine_.world.listenerCount() == 3)
-        mayFail_ = false;
+    if (machine_.world.calls.unconsumed().empty() && violations(*app_).empty()) mayFail_ = false;
     if (!mayFail_) home_ = machine_.world.defaultOutputUID();
 }
 
