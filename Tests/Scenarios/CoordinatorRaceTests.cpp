@@ -126,7 +126,10 @@ TEST_P(CoordinatorRaceTests, AStartIsIgnoredWhileItWouldDisturb) {
             const auto last = stage.application.preferences.lastPreset();
             const auto started = stage.application.begin(stage.application.playing("hdmi", "hdmi"));
             if (!isIgnored) return;
-            while (!started.isDone())
+            const AudioOutputDevice gone = stage.application.device("gone");
+            const auto absent = AudioPreset::create("Absent", gone, gone, {});
+            const auto activated = stage.application.begin(stage.coordinator().activatePreset(absent));
+            while (!started.isDone() || !activated.isDone())
                 stage.machine.loop.runNextTurn();
             EXPECT_EQ(stage.coordinator().lastError(), error);
             EXPECT_EQ(stage.coordinator().activePresetID(), preset);

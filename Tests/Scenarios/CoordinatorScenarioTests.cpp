@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -106,13 +107,15 @@ TEST_F(CoordinatorScenarioTests, LaunchCleansUpBeforeItLooksAtDevices) {
     unplug("bluetooth");
     world.faults.lingersAfterDestroy = 200ms;
     app = std::make_unique<Application>(*this);
-    const auto launched = app->begin(coordinator().start());
+    const auto launched = app->begin(app->state.launch());
     loop.runReady();
     ASSERT_FALSE(launched.isDone());
     world.replug("bluetooth"); // while it cleans up: that is no appearance
     loop.runUntilIdle();
     EXPECT_TRUE(app->isIdle());
     expectSilentEnd();
+    unplug("usb");
+    EXPECT_TRUE(app->isIdle()) << "what was there at launch has not appeared";
     unplug("bluetooth");
     replug("bluetooth");
     EXPECT_TRUE(app->isPlaying());
@@ -127,6 +130,17 @@ TEST_F(CoordinatorScenarioTests, QuitEndsTheSessionWhateverFails) {
     EXPECT_EQ(world.defaultOutputUID(), "usb");
     app->play("bluetooth", "builtin");
     EXPECT_TRUE(app->isIdle()) << "too late";
+
+    launch();
+    play();
+    Application::crash(app);
+    world.faults.lingersAfterDestroy = 200ms;
+    app = std::make_unique<Application>(*this);
+    app->begin(app->state.launch());
+    loop.runReady();
+    app->quit(); // while it still cleans up
+    EXPECT_THAT(world.aggregates(), IsEmpty());
+    EXPECT_EQ(world.listenerCount(), 0U);
 
     launch();
     play();
@@ -147,6 +161,7 @@ TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
     EXPECT_EQ(coordinator().activePresetID(), saved->id);
     EXPECT_EQ(app->preferences.preset(saved->id), saved);
     EXPECT_EQ(saved->deviceSettings.at("bluetooth").volume, 0.25F);
+    EXPECT_EQ(saved->masterVolume, app->volumes.masterVolume());
     const auto stored = [&] { return app->preferences.preset(saved->id)->deviceSettings; };
 
     app->volumes.setMuted(true, "builtin");
@@ -157,7 +172,11 @@ TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
     EXPECT_EQ(app->preferences.preset(saved->id)->masterVolume, app->volumes.masterVolume());
 
     // One is gone: what it had is kept, though the other one changes.
-    unplug("bluetooth");
+    world.setVolume("bluetooth", 0.7F);
+    world.unplug("bluetooth");
+    loop.runNextTurn(); // the volume's listener is the first to find it gone
+    app->volumes.setVolume(0.2F, "builtin");
+    loop.runUntilIdle();
     app->volumes.setVolume(0.1F, "builtin");
     EXPECT_EQ(stored().at("bluetooth").volume, 0.75F);
     replug("bluetooth");
@@ -198,6 +217,9 @@ TEST_F(CoordinatorScenarioTests, PresetNeedsItsOutputs) {
     EXPECT_EQ(coordinator().status(), VeltoStatus(VeltoStatus::Error{*coordinator().lastError()}));
     coordinator().dismissError();
     EXPECT_EQ(title(), "Not playing");
+    app->activate(saved.id);
+    app->stop(); // an answer, too
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
 }
 
 TEST_F(CoordinatorScenarioTests, FailuresAreShownUntilDismissedAndClearThePreset) {
@@ -216,8 +238,12 @@ TEST_F(CoordinatorScenarioTests, FailuresAreShownUntilDismissedAndClearThePreset
         EXPECT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
         EXPECT_TRUE(coordinator().lastError());
         EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
-        app->reset(); // also takes away what could not be removed
-        EXPECT_TRUE(app->isIdle());
+        defaults.set(PreferencesManager::Key::recoveryState, std::string("unreadable"));
+        const auto isReset = app->begin(coordinator().resetAudioConfiguration());
+        app->reset(); // once is enough
+        ASSERT_TRUE(isReset.isDone());
+        EXPECT_EQ(defaults.storedValue(PreferencesManager::Key::recoveryState), std::nullopt);
+        EXPECT_TRUE(app->isIdle()) << "what could not be removed is gone, too";
         EXPECT_EQ(coordinator().lastError(), std::nullopt);
         expectSound();
     }
@@ -280,11 +306,25 @@ TEST_F(CoordinatorScenarioTests, AsksWhatToDoWhenAnOutputGoes) {
         expectSound();
         replug("builtin");
     }
-    play();
-    unplug("builtin");
-    app->play("usb", "bluetooth"); // an answer, too
-    EXPECT_EQ(coordinator().pendingDisconnectDecision(), std::nullopt);
-    expectSound();
+    // Other answers.
+    world.faults.doesNotRejoin = true;
+    const std::vector<std::function<void()>> answers{
+        [&] { app->play("usb", "bluetooth"); },
+        [&] { app->stop(); },
+        [&] {
+            replug("builtin");
+            ASSERT_TRUE(coordinator().pendingDisconnectDecision()) << "its return alone is none";
+            app->finish(coordinator().reconnect());
+        },
+    };
+    for (const auto& answer : answers) {
+        play();
+        unplug("builtin");
+        answer();
+        EXPECT_EQ(coordinator().pendingDisconnectDecision(), std::nullopt);
+        expectSound();
+        if (!world.isPlugged("builtin")) replug("builtin");
+    }
 }
 
 TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
@@ -294,6 +334,8 @@ TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
     unplug("bluetooth");
     replug("bluetooth");
     EXPECT_EQ(title(), "Headphones reconnected");
+    app->volumes.setVolume(0.44F, "builtin");
+    EXPECT_EQ(app->preferences.preset(preset.id), preset) << "nothing is written back while degraded";
     expectSound();
 
     unplug("bluetooth");
@@ -317,6 +359,13 @@ TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
     EXPECT_EQ(coordinator().activePresetID(), preset.id);
     EXPECT_EQ(coordinator().lastError(), std::nullopt);
     EXPECT_EQ(app->preferences.lastPreset(), lastUsed);
+    expectSound();
+
+    world.faults.aliveAfter = 100ms;
+    app->begin(coordinator().reconnect());
+    loop.advance(50ms);
+    world.setVolume("builtin", 1); // as devices do that begin to play anew
+    loop.runUntilIdle();
     EXPECT_EQ(volumeOf("builtin"), 0.33F);
     expectSound();
 
@@ -330,17 +379,23 @@ TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
 
 TEST_F(CoordinatorScenarioTests, TakesTheOutputBackForFifteenSecondsOnly) {
     play();
-    for (const auto& [wait, isReasserted] :
-         {std::pair{10s, true}, std::pair{15s, true}, std::pair{20s, false}}) {
-        unplug("bluetooth");
-        replug("bluetooth");
-        loop.advance(wait);
+    struct Return {
+        std::string uid;
+        Duration timeAgo;
+        bool isReasserted;
+    };
+    for (const auto& [uid, timeAgo, isReasserted] :
+         {Return{"bluetooth", 10s, true}, Return{"builtin", 15s, true},
+          Return{"bluetooth", 15001ms, false}}) {
+        unplug(uid);
+        replug(uid);
+        loop.advance(timeAgo);
         log.clear();
-        pickDefault("bluetooth");
-        EXPECT_EQ(app->isPlaying(), isReasserted) << wait.count();
+        pickDefault(uid);
+        EXPECT_EQ(app->isPlaying(), isReasserted) << timeAgo.count();
         EXPECT_EQ(log.count("Routing notice: macOS routed output to a reconnected session device"),
                   isReasserted ? 1U : 0U);
-        expectSound({.defaultOutputs = {"bluetooth"}});
+        expectSound({.defaultOutputs = {uid}});
     }
     EXPECT_TRUE(app->isIdle());
 }
@@ -375,15 +430,24 @@ TEST_F(CoordinatorScenarioTests, WakesWithWhatIsLeft) {
     EXPECT_TRUE(app->isPlaying()) << "rebuilt";
     expectSound();
 
-    // Asleep, one output went, and the aggregate with it: no rebuild is tried without it.
+    // What happened asleep is seen at once, before anybody is told of it.
+    world.unplug("builtin");
+    coordinator().handleWake();
+    EXPECT_EQ(app->missing(), "builtin");
+    replug("builtin");
+    EXPECT_TRUE(app->isPlaying());
+
+    // One output went, and the aggregate with it: no rebuild is tried without it.
+    app->devices.stopObserving(); // nobody is told
     world.calls.clear();
     world.removeAggregate(ours);
     world.unplug("builtin");
-    coordinator().handleWake();
-    loop.runUntilIdle();
+    wake();
     EXPECT_EQ(world.calls.count(Operation::createAggregateDevice), 0U);
-    EXPECT_FALSE(app->isPlaying());
+    EXPECT_EQ(app->missing(), "builtin");
+    EXPECT_FALSE(app->volumes.state("builtin")->isConnected);
     EXPECT_FALSE(coordinator().isReconnecting());
+    app->devices.startObserving();
 }
 
 // Auto Connect
@@ -415,7 +479,14 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
 
     appear(); // during a session nothing starts
     EXPECT_EQ(log.count("Auto Connect"), 1U);
+    unplug("bluetooth");
+    world.faults.aliveAfter = 300ms;
+    app->begin(app->playing("usb", "builtin"));
+    loop.advance(200ms);
+    replug("bluetooth"); // nor during a start
     app->stop();
+    pickDefault("usb");
+    EXPECT_EQ(log.count("Auto Connect"), 1U) << "nor later: what appeared then has been seen";
 
     // Removed by the time it would start.
     unplug("bluetooth");
@@ -429,17 +500,22 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     EXPECT_EQ(coordinator().activePresetID(), two);
 }
 
-TEST_F(CoordinatorScenarioTests, LooksAgainAtWhatHappenedDuringAStart) {
+TEST_F(CoordinatorScenarioTests, LooksAgainAtWhatHappenedDuringAStartOrARebuild) {
     app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
     world.faults.aliveAfter = 300ms;
     world.faults.notifiesSynchronously = true; // so that nothing is heard after it
-    const auto started = app->begin(app->playing("bluetooth", "builtin"));
-    loop.advance(200ms);
-    world.unplug("bluetooth");
-    loop.runUntilIdle();
-    EXPECT_EQ(app->missing(), "bluetooth");
-    EXPECT_TRUE(coordinator().pendingDisconnectDecision());
-    expectSound();
+    for (const bool isRebuild : {false, true}) {
+        if (isRebuild) play();
+        app->begin(isRebuild ? coordinator().reconnect() : app->playing("bluetooth", "builtin"));
+        loop.advance(200ms);
+        world.unplug("bluetooth");
+        app->play("usb", "hdmi"); // ignored
+        EXPECT_EQ(app->missing(), "bluetooth");
+        EXPECT_TRUE(coordinator().pendingDisconnectDecision());
+        expectSound();
+        app->stop();
+        replug("bluetooth");
+    }
 }
 
 } // namespace
