@@ -4,17 +4,17 @@
 // type than the one asked for reads as absent: whoever asks decides what absence means.
 #pragma once
 
+#include "VeltoCore/Foundation/Data.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 namespace velto {
 
-using Data = std::vector<std::uint8_t>;
 using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, Data>;
 using DefaultsDictionary = std::map<std::string, DefaultsValue, std::less<>>;
 
