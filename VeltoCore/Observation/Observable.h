@@ -65,6 +65,10 @@ class HandlerMap {
 /// The handlers of one observable object.
 class ObserverList {
   public:
+    ObserverList() = default;
+    ObserverList(const ObserverList&) = delete; // copies would share the handlers
+    ObserverList& operator=(const ObserverList&) = delete;
+
     Subscription observe(std::function<void()> handler) {
         const std::uint64_t id = core_->nextID++;
         core_->handlers.add(id, std::move(handler));

@@ -155,9 +155,9 @@ void DeviceVolumeController::replace(DeviceVolumeState state) {
     if (found == states.end()) return;
     const bool isAdjustment = !isApplying_ && isAdjusted(*found, state);
     *found = std::move(state);
-    const ObserverList adjustments = adjustments_; // an observer may end the controller
+    const std::weak_ptr alive(alive_); // an observer may end the controller
     states_.set(std::move(states));
-    if (isAdjustment) adjustments.notify();
+    if (isAdjustment && !alive.expired()) adjustments_.notify();
 }
 
 // Setters
