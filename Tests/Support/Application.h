@@ -99,8 +99,9 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
     std::multiset<std::string> due;
     if (!state.isShuttingDown())
         due = {listener(kAudioHardwarePropertyDevices, kAudioObjectSystemObject),
-               listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject),
-               listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject)};
+               listener(kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectSystemObject)};
+    if (state.audioServiceMonitor().isListening())
+        due.insert(listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject));
     std::vector<std::string> tracked;
     if (const auto session = coordinator.state().session()) {
         for (const AudioOutputDevice& device : session->devices()) {
