@@ -101,9 +101,12 @@ void playNothingLeft(Stage& stage) {
         stage.mark("Quit");
         stage.session().process().signal(SIGTERM);
         Stage::check(stage.session().process().wait(3s) == 0, "the session program did not end by itself");
-        Stage::check(!stage.lab().exists(aggregate), "the aggregate is still there");
+        // The lab may learn of it a bit later.
+        SoundLab& lab = stage.lab();
+        Stage::check(lab.waitUntil([&] { return !lab.exists(aggregate); }), "the aggregate is still there");
         for (const char* key : {"velto.previous.configured.sink", "velto.previous.force-rate"})
-            Stage::check(!stage.lab().settingsMetadata(key), std::string("the server still holds ") + key);
+            Stage::check(lab.waitUntil([&] { return !lab.settingsMetadata(key); }),
+                         std::string("the server still holds ") + key);
     });
 }
 
