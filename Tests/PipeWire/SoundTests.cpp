@@ -132,6 +132,34 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
     EXPECT_TRUE(becomesForced("44100"));
 }
 
+TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
+    record({"desk", "usb"});
+    const auto music = play();
+    Session session(server);
+    ASSERT_EQ(session.perform("reset"), "") << "of nothing";
+    ASSERT_EQ(session.perform("start desk usb"), "");
+    ASSERT_EQ(session.perform("volume usb 0.5"), "");
+    ASSERT_EQ(session.perform("save Evening"), "");
+    ASSERT_TRUE(isHeard("desk") && isHeard("usb"));
+    lab->unplug("usb"); // degraded, as it may be when somebody resorts to this
+    EXPECT_EQ(session.perform("reset"), "");
+    EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
+    EXPECT_EQ(alertUID(), "desk");
+    EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
+    EXPECT_TRUE(isHeard("desk"));
+
+    lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+    lab->setChannelVolumes("usb", 1);
+    EXPECT_TRUE(isSilent("usb"));
+    EXPECT_EQ(session.perform("recover"), "There was nothing to recover");
+    EXPECT_EQ(session.perform("activate Evening"), "");
+    EXPECT_TRUE(isHeard("desk") && isHeard("usb"));
+    EXPECT_FLOAT_EQ(lab->channelVolume("usb"), 0.125F) << "half of the cubic scale";
+    session.process().signal(SIGTERM);
+    EXPECT_EQ(session.process().wait(std::chrono::seconds(10)), 0);
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
+}
+
 TEST_F(SoundTests, EveryReplugWhilePlayingIsHeardAgain) {
     const char* wanted = std::getenv("VELTO_SOAK");
     const int count = wanted ? std::atoi(wanted) : 20;
