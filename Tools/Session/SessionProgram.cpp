@@ -47,14 +47,13 @@ SessionProgram::SessionProgram()
       preferences_(defaults_, actor_), session_(client_, devices_, aggregates_, preferences_, actor_),
       syncProfiles_(defaults_, actor_), volumes_(client_),
       coordinator_(devices_, session_, preferences_, volumes_, syncEngine_, syncProfiles_, actor_),
-      engine_(client_, actor_), syncTest_(actor_, engine_), tasks_(actor_) {
+      serviceMonitor_(client_, devices_, volumes_, coordinator_, actor_), engine_(client_, actor_),
+      syncTest_(actor_, engine_), tasks_(actor_) {
     subscriptions_.push_back(session_.observeState([this] { reportState(); }));
     subscriptions_.push_back(coordinator_.observe([this] { reportQuestion(); }));
     subscriptions_.push_back(volumes_.observeStates([this] { reportVolumes(); }));
     subscriptions_.push_back(syncTest_.observeIsPlaying([this] { reportClick(); }));
-    serviceListener_ =
-        client_.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted,
-                                    kAudioObjectPropertyScopeGlobal, [this] { coordinator_.handleWake(); });
+    serviceMonitor_.start();
     actor_.watchReadable(terminationSignals_, [this] {
         signalfd_siginfo received{};
         [[maybe_unused]] const ssize_t size = read(terminationSignals_, &received, sizeof received);
@@ -64,7 +63,7 @@ SessionProgram::SessionProgram()
 }
 
 SessionProgram::~SessionProgram() {
-    client_.removePropertyListener(serviceListener_);
+    serviceMonitor_.stop();
     close(terminationSignals_);
 }
 
@@ -244,6 +243,7 @@ Task<void> SessionProgram::answerState(std::string command) {
 
 Task<void> SessionProgram::endProgram() {
     if (std::exchange(isEnding_, true)) co_return;
+    serviceMonitor_.stop();
     co_await coordinator_.shutdown();
     actor_.quit();
 }

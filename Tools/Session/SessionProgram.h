@@ -14,6 +14,7 @@
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
+#include "Velto/Shell/AudioServiceMonitor.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
@@ -85,13 +86,13 @@ class SessionProgram {
     DeviceVolumeController volumes_;
     SystemMultiOutputEngine syncEngine_;
     DualOutputCoordinator coordinator_;
+    AudioServiceMonitor serviceMonitor_;
     PipeWireAudioEngine engine_;
     SyncTestPlayer syncTest_;
     /// As last reported.
     std::string question_;
     std::vector<DeviceVolumeState> volumeStates_;
     std::vector<Subscription> subscriptions_;
-    PropertyListenerTokenRef serviceListener_;
     TaskScope tasks_;
     std::string input_;
     bool isLaunched_ = false;
