@@ -164,11 +164,13 @@ class RandomStory {
         loseTrack();
     }
 
-    /// What is wrong, but for listeners that could not be removed: they stay until the program dies.
+    /// What is wrong, but for listeners that could not be added or removed: until the program dies, one that
+    /// stays is called, and nobody is told of what one that is missing would have heard.
     std::vector<std::string> withoutStrays(std::vector<std::string> faults) const {
-        const auto lines = machine_.log.linesWith("RemovePropertyListenerBlock failed");
+        const auto removals = machine_.log.linesWith("RemovePropertyListenerBlock failed");
         const std::string unknown = coreAudioDescription(kAudioHardwareIllegalOperationError);
-        if (!std::ranges::all_of(lines, [&](const auto& line) { return line.ends_with(unknown); }))
+        if (machine_.log.count("Could not observe") > 0 ||
+            !std::ranges::all_of(removals, [&](const auto& line) { return line.ends_with(unknown); }))
             std::erase_if(faults, [](const std::string& fault) { return fault.starts_with("listener"); });
         return faults;
     }
