@@ -1,0 +1,94 @@
+#include "Platform/Linux/LogindSleepMonitor.h"
+
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <systemd/sd-bus.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+/// A connection to the bus, for as long as somebody observes.
+class LogindSleepMonitor::Bus {
+  public:
+    Bus(FileDescriptorWatcher& watcher, const std::string& address, SleepObserver observer)
+        : watcher_(watcher), observer_(std::move(observer)) {
+        try {
+            connect(address);
+            require(sd_bus_match_signal_async(bus_, nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
+                                              "org.freedesktop.login1.Manager", "PrepareForSleep",
+                                              &Bus::prepareForSleep, nullptr, this));
+            require(sd_bus_flush(bus_));
+        } catch (...) {
+            sd_bus_unref(bus_);
+            throw;
+        }
+        watcher_.watchReadable(sd_bus_get_fd(bus_), [this] { process(); });
+    }
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+    ~Bus() {
+        if (sd_bus_is_open(bus_) > 0) watcher_.unwatch(sd_bus_get_fd(bus_));
+        sd_bus_close_unref(bus_);
+    }
+
+  private:
+    static void require(int result) {
+        if (result < 0) throw std::runtime_error(std::strerror(-result));
+    }
+
+    void connect(const std::string& address) {
+        if (address.empty()) {
+            require(sd_bus_open_system(&bus_));
+            return;
+        }
+        require(sd_bus_new(&bus_));
+        require(sd_bus_set_address(bus_, address.c_str()));
+        require(sd_bus_set_bus_client(bus_, 1));
+        require(sd_bus_start(bus_));
+    }
+
+    void process() {
+        int result = 1;
+        while (result > 0)
+            result = sd_bus_process(bus_, nullptr);
+        if (result == 0) return;
+        LoggingService::lifecycle.error("Sleep and wake are not announced any more: {}", std::strerror(-result));
+        watcher_.unwatch(sd_bus_get_fd(bus_));
+    }
+
+    static int prepareForSleep(sd_bus_message* message, void* self, sd_bus_error*) {
+        int isFallingAsleep = 0;
+        if (sd_bus_message_read(message, "b", &isFallingAsleep) < 0) return 0;
+        const SleepObserver observer = static_cast<Bus*>(self)->observer_;
+        if (isFallingAsleep) {
+            if (observer.willSleep) observer.willSleep();
+        } else if (observer.didWake) {
+            observer.didWake();
+        }
+        return 0;
+    }
+
+    FileDescriptorWatcher& watcher_;
+    SleepObserver observer_;
+    sd_bus* bus_ = nullptr;
+};
+
+LogindSleepMonitor::LogindSleepMonitor(FileDescriptorWatcher& watcher, std::string busAddress)
+    : watcher_(watcher), busAddress_(std::move(busAddress)) {}
+
+LogindSleepMonitor::~LogindSleepMonitor() = default;
+
+void LogindSleepMonitor::observe(SleepObserver observer) {
+    bus_.reset();
+    if (!observer.willSleep && !observer.didWake) return;
+    try {
+        bus_ = std::make_unique<Bus>(watcher_, busAddress_, std::move(observer));
+    } catch (const std::runtime_error& error) {
+        LoggingService::lifecycle.error("Sleep and wake are not announced: {}", error.what());
+    }
+}
+
+} // namespace velto

@@ -1,0 +1,31 @@
+// LogindSleepMonitor: the machine's sleep and wake, as the login manager announces them on the system bus.
+//
+// Owned by the program's entry point, used on the main actor. Without a bus or a login manager nothing is ever
+// announced, which is logged once.
+#pragma once
+
+#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "VeltoCore/Services/SleepMonitor.h"
+
+#include <memory>
+#include <string>
+
+namespace velto {
+
+class LogindSleepMonitor final : public SleepMonitor {
+  public:
+    /// `busAddress` is a D-Bus address; empty for the machine's system bus.
+    explicit LogindSleepMonitor(FileDescriptorWatcher& watcher, std::string busAddress = {});
+    ~LogindSleepMonitor() override;
+
+    void observe(SleepObserver observer) override;
+
+  private:
+    class Bus;
+
+    FileDescriptorWatcher& watcher_;
+    std::string busAddress_;
+    std::unique_ptr<Bus> bus_; // none while nobody observes
+};
+
+} // namespace velto

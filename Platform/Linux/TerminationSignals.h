@@ -1,0 +1,27 @@
+// TerminationSignals: SIGTERM, SIGINT and SIGHUP, as events of the main loop instead of the program's end.
+//
+// Made first of all in main(): threads that are started before would still be ended by them.
+#pragma once
+
+#include "Platform/Linux/FileDescriptorWatcher.h"
+
+#include <functional>
+
+namespace velto {
+
+class TerminationSignals {
+  public:
+    TerminationSignals();
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
+    ~TerminationSignals();
+
+    /// Calls the handler for every signal from now on, those that came before included. Once.
+    void observe(FileDescriptorWatcher& watcher, std::function<void()> handler);
+
+  private:
+    int descriptor_ = -1;
+    FileDescriptorWatcher* watcher_ = nullptr; // none until observed
+};
+
+} // namespace velto

@@ -1,0 +1,71 @@
+// Appearance: how the desktop wants programs to look, for the views.
+//
+// Owned by the user interface; main actor only. Light or dark, and the accent colour, come from the desktop's
+// settings portal where there is one, else from the palette.
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class QDBusVariant;
+
+namespace velto {
+
+class Appearance final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isDark READ isDark NOTIFY changed)
+    Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor accentInk READ accentInk NOTIFY changed)
+    Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY changed)
+    Q_PROPERTY(bool isComposited READ isComposited NOTIFY changed)
+    Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
+
+  public:
+    struct Wishes {
+        std::optional<bool> isDark;
+        std::optional<QColor> accent;
+        std::optional<bool> reducesMotion;
+        std::optional<bool> isComposited;
+
+        friend bool operator==(const Wishes&, const Wishes&) = default;
+    };
+
+    Appearance();
+
+    bool isDark() const;
+    /// White text on it has a contrast of at least 4.5.
+    QColor accent() const;
+    /// The accent as text or symbol on a window: a contrast of at least 4.5.
+    QColor accentInk() const;
+    bool reducesMotion() const { return wishes_.reducesMotion.value_or(false); }
+    /// Whether windows are blended, so that a corner can be round.
+    bool isComposited() const;
+    /// Inter where it is installed, else the desktop's own.
+    QString fontFamily() const;
+
+    /// Overrules what the desktop says, field by field.
+    void overrule(Wishes wishes);
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+    /// From 1 to 21, as the accessibility guidelines define it. Both are opaque.
+    static double contrast(const QColor& one, const QColor& other);
+
+  Q_SIGNALS:
+    void changed();
+
+  private Q_SLOTS:
+    void portalChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+  private:
+    void askPortal();
+    void note(const QString& group, const QString& key, const QVariant& value);
+    QColor chosenAccent() const;
+
+    Wishes wishes_;
+    Wishes overruled_;
+};
+
+} // namespace velto

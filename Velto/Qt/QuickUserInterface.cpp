@@ -1,0 +1,159 @@
+#include "Velto/Qt/QuickUserInterface.h"
+
+#include "Velto/Qt/SymbolImageProvider.h"
+
+#include <QGuiApplication>
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QScreen>
+#include <QTimer>
+#include <QUrl>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+constexpr int gap = 6;            // between the status item and the panel, in pixels
+constexpr qint64 sameClick = 300; // milliseconds
+
+/// The welcome window, as the plain half of the program sees it. The window itself goes with the interface.
+class QuickOnboardingWindow final : public OnboardingWindow {
+  public:
+    QuickOnboardingWindow(QQuickWindow* window, std::function<void()> closedHandler)
+        : window_(window), closedHandler_(std::move(closedHandler)) {
+        closing_ = QObject::connect(window, &QQuickWindow::visibleChanged, window, [this](bool isVisible) {
+            if (!isVisible) closedHandler_();
+        });
+    }
+    ~QuickOnboardingWindow() override {
+        QObject::disconnect(closing_);
+        if (window_) window_->close();
+    }
+
+    void show() override {
+        if (!window_) return;
+        const QRect area = window_->screen()->availableGeometry();
+        if (!window_->isVisible())
+            window_->setPosition(area.center() - QPoint(window_->width() / 2, window_->height() / 2));
+        window_->show();
+        window_->raise();
+        window_->requestActivate();
+    }
+    void close() override {
+        if (window_) window_->close();
+    }
+
+  private:
+    QPointer<QQuickWindow> window_;
+    std::function<void()> closedHandler_;
+    QMetaObject::Connection closing_;
+};
+
+} // namespace
+
+QuickUserInterface::QuickUserInterface(Context context)
+    : context_(std::move(context)), menuBar_(context_.app.menuBar()), presets_(context_.app.presets()) {
+    engine_.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    engine_.addImportPath(QStringLiteral("qrc:/velto"));
+    engine_.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance_);
+}
+
+QuickUserInterface::~QuickUserInterface() {
+    if (panel_) panel_->disconnect(this);
+    if (settingsWindow_) settingsWindow_->disconnect(this);
+    if (onboardingWindow_) onboardingWindow_->disconnect(); // to close it now is not the user's doing
+}
+
+std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, const QVariantMap& properties) {
+    QQmlComponent component(&engine_, QUrl(QStringLiteral("qrc:/velto/Velto/%1.qml").arg(view)));
+    QObject* object = component.createWithInitialProperties(properties);
+    auto* window = qobject_cast<QQuickWindow*>(object);
+    if (!window) {
+        delete object;
+        throw std::runtime_error("The window could not be made: " + component.errorString().toStdString());
+    }
+    QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
+    return std::unique_ptr<QQuickWindow>(window);
+}
+
+void QuickUserInterface::setPanelStyle(PanelStyle style) {
+    panelStyle_ = style;
+    if (panel_) panel_->setProperty("isOrdinary", style == PanelStyle::window);
+}
+
+void QuickUserInterface::makePanel() {
+    panel_ = make(QStringLiteral("PanelWindow"), {{"model", QVariant::fromValue(&menuBar_)},
+                                                  {"presets", QVariant::fromValue(&presets_)},
+                                                  {"isOrdinary", panelStyle_ == PanelStyle::window}});
+    connect(panel_.get(), SIGNAL(dismissed()), this, SLOT(hidePanel()));
+    connect(panel_.get(), SIGNAL(settingsRequested()), this, SLOT(openSettings()));
+    connect(panel_.get(), SIGNAL(quitRequested()), this, SLOT(requestQuit()));
+}
+
+void QuickUserInterface::hidePanel() {
+    panel_->hide();
+    sinceHidden_.start();
+}
+
+void QuickUserInterface::showPanel(const QRect& statusItem) {
+    if (!panel_) makePanel();
+    if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) place(statusItem);
+    panel_->show();
+    panel_->raise();
+    panel_->requestActivate();
+}
+
+void QuickUserInterface::togglePanel(const QRect& statusItem) {
+    if (panel_ && panel_->isVisible()) {
+        hidePanel();
+    } else if (!sinceHidden_.isValid() || sinceHidden_.elapsed() > sameClick) {
+        showPanel(statusItem);
+    }
+}
+
+void QuickUserInterface::place(const QRect& statusItem) {
+    QScreen* screen = statusItem.isValid() ? QGuiApplication::screenAt(statusItem.center()) : nullptr;
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    const QRect area = screen->availableGeometry();
+    const QSize size = panel_->size();
+    QPoint corner(area.right() - size.width() - gap, area.top() + gap);
+    if (statusItem.isValid()) {
+        const bool isAtTop = statusItem.center().y() < screen->geometry().center().y();
+        corner = {statusItem.center().x() - size.width() / 2,
+                  isAtTop ? statusItem.bottom() + gap : statusItem.top() - gap - size.height()};
+    }
+    const auto within = [](int position, int from, int to) { return std::max(from, std::min(position, to)); };
+    panel_->setPosition(within(corner.x(), area.left() + gap, area.right() - size.width() - gap),
+                        within(corner.y(), area.top() + gap, area.bottom() - size.height() - gap));
+}
+
+void QuickUserInterface::showSettings() {
+    if (panel_ && panelStyle_ == PanelStyle::dropDown) hidePanel();
+    if (!settingsWindow_) {
+        context_.app.settings().refreshLaunchAtLogin();
+        settings_ = std::make_unique<SettingsAdapter>(context_.app.settings());
+        settingsWindow_ =
+            make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())}});
+        connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
+            if (isVisible) return;
+            settingsWindow_.release()->deleteLater(); // it is in the middle of closing
+            settings_.release()->deleteLater();
+        });
+    }
+    settingsWindow_->show();
+    settingsWindow_->raise();
+    settingsWindow_->requestActivate();
+}
+
+std::unique_ptr<OnboardingWindow>
+QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
+    onboardingWindow_ = make(QStringLiteral("OnboardingWindow"), {});
+    return std::make_unique<QuickOnboardingWindow>(onboardingWindow_.get(), std::move(closedHandler));
+}
+
+} // namespace velto

@@ -1,0 +1,69 @@
+// QuickUserInterface: the windows, drawn by Qt Quick.
+//
+// Lives in a module of its own, loaded at the first opening. Owned by VeltoApplication; main actor only. It
+// places and shows windows; what is in them is in Velto/Views.
+#pragma once
+
+#include "Velto/Qt/Appearance.h"
+#include "Velto/Qt/MenuBarAdapter.h"
+#include "Velto/Qt/PresetAdapter.h"
+#include "Velto/Qt/SettingsAdapter.h"
+#include "Velto/Qt/UserInterface.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QQmlEngine>
+#include <QQuickWindow>
+
+#include <memory>
+
+namespace velto {
+
+class QuickUserInterface final : public QObject, public UserInterface {
+    Q_OBJECT
+
+  public:
+    explicit QuickUserInterface(Context context);
+    ~QuickUserInterface() override;
+
+    void setPanelStyle(PanelStyle style) override;
+    void showPanel(const QRect& statusItem) override;
+    void togglePanel(const QRect& statusItem) override;
+    void showSettings() override;
+    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()> closedHandler) override;
+
+    Appearance& appearance() { return appearance_; }
+    QQmlEngine& engine() { return engine_; }
+    /// Null before the first opening.
+    QQuickWindow* panel() const { return panel_.get(); }
+    /// Null before it was first shown.
+    QQuickWindow* onboardingWindow() const { return onboardingWindow_.get(); }
+    /// Null while the window is closed.
+    QQuickWindow* settingsWindow() const { return settingsWindow_.get(); }
+
+    /// A window from the views, by its file's name. Throws std::runtime_error.
+    std::unique_ptr<QQuickWindow> make(const QString& view, const QVariantMap& properties);
+
+  private Q_SLOTS:
+    void hidePanel();
+    void openSettings() { showSettings(); }
+    void requestQuit() { context_.requestQuit(); }
+
+  private:
+    void makePanel();
+    void place(const QRect& statusItem);
+
+    Context context_;
+    Appearance appearance_;
+    QQmlEngine engine_;
+    MenuBarAdapter menuBar_;
+    PresetAdapter presets_;
+    std::unique_ptr<SettingsAdapter> settings_; // while its window is open
+    std::unique_ptr<QQuickWindow> settingsWindow_;
+    std::unique_ptr<QQuickWindow> onboardingWindow_;
+    std::unique_ptr<QQuickWindow> panel_;
+    PanelStyle panelStyle_ = PanelStyle::dropDown;
+    QElapsedTimer sinceHidden_;
+};
+
+} // namespace velto

@@ -1,0 +1,11 @@
+// Compiled into the module.
+#include "Velto/Qt/UserInterfaceModule.h"
+
+#include "Velto/Qt/QuickUserInterface.h"
+
+#include <utility>
+
+extern "C" [[gnu::visibility("default")]] velto::UserInterface*
+veltoMakeUserInterface(velto::UserInterface::Context* context) {
+    return new velto::QuickUserInterface(std::move(*context));
+}

@@ -1,0 +1,146 @@
+#include "Velto/Qt/VeltoApplication.h"
+
+#include "Velto/Qt/Text.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+
+#include <chrono>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+/// How long a desktop that has just started may take until it has a status area.
+constexpr std::chrono::seconds statusAreaDelay{4};
+/// What one notch of the wheel over the status item changes the volume by.
+constexpr double volumePerNotch = 0.04;
+
+} // namespace
+
+VeltoApplication::VeltoApplication(PlatformServices platform, QtApplicationHost& host,
+                                   UserInterfaceFactory makeUserInterface)
+    : makeUserInterface_(std::move(makeUserInterface)), host_(host),
+      delegate_(std::move(platform), [this](std::function<void()> closedHandler) {
+          UserInterface* windows = userInterface();
+          return windows ? windows->makeOnboardingWindow(std::move(closedHandler)) : nullptr;
+      }) {
+    host_.setHandlers({.policyChanged =
+                           [this](ApplicationHost::ActivationPolicy policy) {
+                               policy_ = policy;
+                               applyPanelStyle();
+                           },
+                       .activate = {},
+                       .terminate =
+                           [this] {
+                               isTerminated_ = true;
+                               QCoreApplication::quit();
+                           }});
+}
+
+VeltoApplication::~VeltoApplication() { host_.setHandlers({}); }
+
+void VeltoApplication::start() {
+    statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
+    delegate_.applicationDidFinishLaunching();
+    if (StatusItem::isAvailable()) {
+        makeStatusItem();
+    } else {
+        awaitStatusArea();
+    }
+}
+
+/// At login the status area may come later than the program.
+void VeltoApplication::awaitStatusArea() {
+    statusAreaWatcher_ = std::make_unique<QDBusServiceWatcher>(
+        QStringLiteral("org.kde.StatusNotifierWatcher"), QDBusConnection::sessionBus(),
+        QDBusServiceWatcher::WatchForRegistration);
+    connect(statusAreaWatcher_.get(), &QDBusServiceWatcher::serviceRegistered, this,
+            [this] { makeStatusItem(); });
+    QTimer::singleShot(statusAreaDelay, this, [this] {
+        if (statusItem_) return;
+        if (StatusItem::isAvailable()) {
+            makeStatusItem();
+        } else {
+            withoutStatusItem();
+        }
+    });
+}
+
+void VeltoApplication::makeStatusItem() {
+    if (statusItem_) return;
+    statusItem_ = std::make_unique<StatusItem>(
+        StatusItem::Handlers{.activated =
+                                 [this](const QRect& place) {
+                                     if (UserInterface* windows = userInterface())
+                                         windows->togglePanel(place);
+                                 },
+                             .scrolled =
+                                 [this](double notches) {
+                                     delegate_.appState().menuBar().adjustMasterVolume(
+                                         static_cast<float>(notches * volumePerNotch));
+                                 },
+                             .settingsChosen =
+                                 [this] {
+                                     if (UserInterface* windows = userInterface()) windows->showSettings();
+                                 },
+                             .quitChosen = [this] { requestQuit(); }});
+    updateStatusItem();
+    applyPanelStyle();
+}
+
+void VeltoApplication::withoutStatusItem() {
+    LoggingService::ui.notice("This desktop has no status area; the panel is a window");
+    applyPanelStyle();
+    if (!delegate_.isShuttingDown()) raise();
+}
+
+void VeltoApplication::updateStatusItem() {
+    if (!statusItem_) return;
+    const MenuBarViewModel& menuBar = delegate_.appState().menuBar();
+    statusItem_->setLabel(toQString(menuBar.statusItemSymbol()),
+                          toQString(menuBar.statusItemAccessibilityText()));
+}
+
+UserInterface::PanelStyle VeltoApplication::panelStyle() const {
+    const bool isProgramInTaskBar = policy_ == ApplicationHost::ActivationPolicy::regular;
+    return statusItem_ && !isProgramInTaskBar ? UserInterface::PanelStyle::dropDown
+                                              : UserInterface::PanelStyle::window;
+}
+
+void VeltoApplication::applyPanelStyle() {
+    if (userInterface_) userInterface_->setPanelStyle(panelStyle());
+}
+
+UserInterface* VeltoApplication::userInterface() {
+    if (userInterface_) return userInterface_.get();
+    try {
+        userInterface_ = makeUserInterface_({delegate_.appState(), [this] { requestQuit(); }});
+        userInterface_->setPanelStyle(panelStyle());
+    } catch (const std::runtime_error& error) {
+        LoggingService::ui.error("{}", publicText(error.what()));
+    }
+    return userInterface_.get();
+}
+
+void VeltoApplication::raise() {
+    if (UserInterface* windows = userInterface()) windows->showPanel({});
+}
+
+void VeltoApplication::requestQuit() {
+    if (delegate_.applicationShouldTerminate() == AppDelegate::TerminationReply::later) return;
+    // What the delegate has begun runs in the next turn of the loop; the end comes after it.
+    delegate_.appState().actor().post(
+        [this] { delegate_.appState().actor().post([this] { host_.replyToTermination(); }); });
+}
+
+void VeltoApplication::endSession(const WaitUntil& waitUntil) {
+    requestQuit();
+    if (!waitUntil([this] { return isTerminated_; }))
+        LoggingService::ui.error("The session ended before all outputs were put back");
+}
+
+} // namespace velto

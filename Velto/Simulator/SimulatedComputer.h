@@ -1,0 +1,54 @@
+// SimulatedComputer: a whole computer that Velto can run on without any hardware: outputs, settings, sleep.
+//
+// Owned by the simulator's entry point, or a test; main actor only. Nothing outlives it but what it is given.
+#pragma once
+
+#include "Simulation/InMemoryUserDefaults.h"
+#include "Simulation/SimulatedAudioSystem.h"
+#include "Simulation/SimulatedLoginItemService.h"
+#include "Velto/Qt/QtApplicationHost.h"
+#include "Velto/Shell/PlatformServices.h"
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Services/SleepMonitor.h"
+#include "VeltoCore/Services/TextCollation.h"
+
+#include <memory>
+
+namespace velto {
+
+class SimulatedComputer {
+  public:
+    /// Both must outlive the computer.
+    SimulatedComputer(MainActor& actor, const TextCollation& collation);
+
+    /// Some outputs of every kind, the built-in speakers among them.
+    void plugUsualDevices();
+
+    /// What Velto runs on.
+    PlatformServices platform();
+    SimulatedAudioSystem& world() { return *world_; }
+    InMemoryUserDefaults& defaults() { return defaults_; }
+    SimulatedLoginItemService& loginItems() { return loginItems_; }
+    QtApplicationHost& host() { return host_; }
+    MainActor& actor() { return actor_; }
+
+    /// The machine announces that it falls asleep, or that it woke.
+    void fallAsleep();
+    void wakeUp();
+
+  private:
+    struct Sleep final : SleepMonitor {
+        void observe(SleepObserver newObserver) override { observer = std::move(newObserver); }
+        SleepObserver observer;
+    };
+
+    MainActor& actor_;
+    const TextCollation& collation_;
+    std::shared_ptr<SimulatedAudioSystem> world_;
+    InMemoryUserDefaults defaults_;
+    SimulatedLoginItemService loginItems_;
+    Sleep sleep_;
+    QtApplicationHost host_{sleep_};
+};
+
+} // namespace velto

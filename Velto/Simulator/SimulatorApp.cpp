@@ -1,0 +1,69 @@
+// The simulator's entry point: Velto on a simulated computer, and a second window to play the world in.
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Platform/Linux/JournalLogSink.h"
+#include "Platform/Linux/LinuxMainActor.h"
+#include "Platform/Linux/TerminationSignals.h"
+#include "Velto/Qt/QtLoop.h"
+#include "Velto/Qt/QuickUserInterface.h"
+#include "Velto/Qt/VeltoApplication.h"
+#include "Velto/Simulator/DeviceBench.h"
+#include "Velto/Simulator/DeviceBenchAdapter.h"
+#include "Velto/Simulator/SimulatedComputer.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+namespace velto {
+
+namespace {
+
+int run(int argumentCount, char** arguments) {
+    TerminationSignals terminationSignals;
+    JournalLogSink log(LogLevel::info, JournalLogSink::Destination::standardError);
+    LoggingService::install(&log);
+    if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) qputenv("QT_QUICK_BACKEND", "software");
+    LinuxMainActor actor;
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    QApplication qt(argumentCount, arguments);
+    QApplication::setApplicationName(QStringLiteral("Velto Simulator"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
+    QApplication::setQuitOnLastWindowClosed(false);
+    QtLoop loop(actor);
+
+    IcuTextCollation collation;
+    SimulatedComputer computer(actor, collation);
+    computer.plugUsualDevices();
+    DeviceBench bench(computer);
+    DeviceBenchAdapter adapter(bench);
+    QuickUserInterface* windows = nullptr;
+    VeltoApplication application(computer.platform(), computer.host(), [&](UserInterface::Context context) {
+        auto made = std::make_unique<QuickUserInterface>(std::move(context));
+        windows = made.get();
+        return made;
+    });
+    terminationSignals.observe(actor, [&application] { application.requestQuit(); });
+    application.start();
+    application.raise();
+    const std::unique_ptr<QQuickWindow> benchWindow =
+        windows->make(QStringLiteral("Bench/DeviceBenchWindow"), {{"bench", QVariant::fromValue(&adapter)}});
+    benchWindow->show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+} // namespace velto
+
+int main(int argumentCount, char** arguments) {
+    try {
+        return velto::run(argumentCount, arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velto-simulator: %s\n", error.what());
+        return 1;
+    }
+}

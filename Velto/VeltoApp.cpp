@@ -1,0 +1,87 @@
+// The entry point on Linux: the platform's services, Qt's loop, and the application on them.
+#include "Platform/Linux/FileUserDefaults.h"
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Platform/Linux/JournalLogSink.h"
+#include "Platform/Linux/LinuxMainActor.h"
+#include "Platform/Linux/LogindSleepMonitor.h"
+#include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
+#include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
+#include "Platform/Linux/SingleInstance.h"
+#include "Platform/Linux/TerminationSignals.h"
+#include "Platform/Linux/XdgAutostart.h"
+#include "Velto/Qt/QtApplicationHost.h"
+#include "Velto/Qt/QtLoop.h"
+#include "Velto/Qt/UserInterfaceModule.h"
+#include "Velto/Qt/VeltoApplication.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+namespace velto {
+
+namespace {
+
+constexpr std::chrono::seconds sessionEndPatience{5};
+
+int run(int argumentCount, char** arguments) {
+    TerminationSignals terminationSignals;
+    SingleInstance instance(SingleInstance::standardFolder());
+    if (!instance.isFirst()) {
+        if (instance.raiseFirst()) return 0;
+        std::fputs("velto: Velto is running already, but does not answer.\n", stderr);
+        return 1;
+    }
+    JournalLogSink log(LogLevel::info);
+    LoggingService::install(&log);
+    LinuxMainActor actor;
+    QApplication qt(argumentCount, arguments);
+    QApplication::setApplicationName(QStringLiteral("Velto"));
+    QApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
+    QApplication::setQuitOnLastWindowClosed(false);
+    QtLoop loop(actor);
+
+    FileUserDefaults defaults(FileUserDefaults::standardFile(), actor);
+    IcuTextCollation collation;
+    XdgAutostart loginItems(XdgAutostart::runningProgram(), XdgAutostart::standardFile());
+    LogindSleepMonitor sleep(actor);
+    QtApplicationHost host(sleep);
+    PlatformServices platform{.actor = actor,
+                              .client = std::make_shared<PipeWireAudioClient>(actor, actor),
+                              .defaults = defaults,
+                              .collation = collation,
+                              .loginItems = loginItems,
+                              .host = host,
+                              .makeAudioEngine = [&actor](CoreAudioClient& client) {
+                                  return std::make_unique<PipeWireAudioEngine>(client, actor);
+                              }};
+    VeltoApplication application(std::move(platform), host, loadUserInterface);
+    terminationSignals.observe(actor, [&application] { application.requestQuit(); });
+    instance.observeRaise(actor, [&application] { application.raise(); });
+    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &application, [&] {
+        application.endSession([&actor](const std::function<bool()>& condition) {
+            return actor.runUntil(condition, sessionEndPatience);
+        });
+    });
+    application.start();
+    return QApplication::exec();
+}
+
+} // namespace
+
+} // namespace velto
+
+int main(int argumentCount, char** arguments) {
+    try {
+        return velto::run(argumentCount, arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velto: %s\n", error.what());
+        return 1;
+    }
+}

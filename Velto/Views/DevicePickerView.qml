@@ -1,0 +1,148 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// Which output plays in one slot. Rows may come, go and move while it is open: what is chosen is the UID.
+T.ComboBox {
+    id: picker
+
+    required property string label   // "First output"
+    required property var entry      // the choice: uid, name, symbol, badge, isConnected; uid "" for none
+    signal picked(string uid)
+
+    implicitHeight: 52
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
+    textRole: "name"
+    valueRole: "uid"
+    onActivated: index => picked(valueAt(index))
+
+    function followEntry() { currentIndex = model ? model.indexOf("uid", entry.uid) : -1 }
+    onEntryChanged: followEntry()
+    onModelChanged: followEntry()
+    Connections {
+        target: picker.model
+        function onContentChanged() { picker.followEntry() }
+    }
+
+    Accessible.role: Accessible.ComboBox
+    Accessible.name: label
+    Accessible.description: entry.name
+    Accessible.onPressAction: picker.popup.open()
+    Keys.onReturnPressed: popup.open()
+    Keys.onEnterPressed: popup.open()
+
+    background: Rectangle {
+        radius: Theme.cornerRadius - 2
+        color: picker.down || picker.popup.visible ? Theme.pressed : picker.hovered ? Theme.hover : "transparent"
+        Behavior on color { ColorAnimation { duration: Theme.quick } }
+    }
+    contentItem: Item {
+        DeviceDisc {
+            id: disc
+            x: 10
+            anchors.verticalCenter: parent.verticalCenter
+            symbol: picker.entry.uid ? picker.entry.symbol : "plus"
+            faded: !picker.entry.isConnected
+        }
+        Column {
+            anchors { left: disc.right; leftMargin: 10; right: parent.right; rightMargin: 34 }
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 1
+            TextLabel {
+                width: parent.width
+                text: picker.entry.uid ? picker.entry.name : "Choose an output"
+                color: picker.entry.isConnected ? Theme.label : Theme.secondary
+                font.weight: Font.Medium
+            }
+            TextLabel {
+                width: parent.width
+                text: picker.entry.uid ? picker.entry.badge : picker.label
+                color: picker.entry.isMissing ? Theme.warn : Theme.secondary
+                font.pixelSize: Theme.small
+            }
+        }
+    }
+    indicator: Symbol {
+        x: picker.width - width - 12
+        anchors.verticalCenter: parent.verticalCenter
+        name: "chevron.up.chevron.down"
+        size: 16
+        color: Theme.secondary
+    }
+    delegate: T.ItemDelegate {
+        id: row
+
+        required property int index
+        required property string uid
+        required property string name
+        required property string symbol
+        required property string badge
+        readonly property color ink: highlighted ? Theme.accentText : Theme.label
+
+        width: ListView.view ? ListView.view.width : 0
+        implicitHeight: 34
+        hoverEnabled: true
+        highlighted: picker.highlightedIndex === index
+
+        Accessible.role: Accessible.ListItem
+        Accessible.name: name
+        Accessible.description: badge
+        Accessible.onPressAction: { picker.picked(row.uid); picker.popup.close() }
+
+        background: Rectangle {
+            radius: 7
+            color: row.highlighted ? Theme.accent : "transparent"
+        }
+        contentItem: Item {
+            Symbol {
+                x: 6
+                anchors.verticalCenter: parent.verticalCenter
+                visible: row.uid === picker.entry.uid
+                name: "checkmark"
+                size: 15
+                color: row.ink
+            }
+            Symbol {
+                id: symbol
+                x: 27
+                anchors.verticalCenter: parent.verticalCenter
+                name: row.symbol
+                size: 18
+                color: row.ink
+            }
+            TextLabel {
+                anchors { left: symbol.right; leftMargin: 9; right: badge.left; rightMargin: 8 }
+                anchors.verticalCenter: parent.verticalCenter
+                text: row.name
+                color: row.ink
+            }
+            TextLabel {
+                id: badge
+                anchors { right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
+                text: row.badge
+                font.pixelSize: Theme.small
+                color: row.highlighted ? Theme.accentText : Theme.secondary
+            }
+        }
+    }
+    popup: T.Popup {
+        y: picker.height + 4
+        width: picker.width
+        padding: 5
+        margins: 8
+        implicitHeight: Math.min(list.contentHeight + 2 * padding, 5 * 34 + 17 + 2 * padding)
+        enter: Transition { NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.quick } }
+        exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.quick } }
+        contentItem: ListView {
+            id: list
+            clip: true
+            model: picker.popup.visible ? picker.delegateModel : null
+            currentIndex: picker.highlightedIndex
+            boundsBehavior: Flickable.StopAtBounds
+            highlightMoveDuration: 0
+            T.ScrollBar.vertical: SlimScrollBar {}
+        }
+        background: PopupSurface {}
+    }
+    FocusRing { control: picker; inset: 1 }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+
+// One of the outputs has gone, and the user wants to be asked.
+Rectangle {
+    id: view
+
+    required property string question
+    signal keepChosen()
+    signal stopChosen()
+
+    implicitHeight: column.height + 22
+    radius: Theme.cornerRadius
+    color: Theme.warnGround
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: question
+
+    Column {
+        id: column
+        x: 11
+        y: 11
+        width: parent.width - 22
+        spacing: 7
+        TextLabel {
+            width: parent.width
+            text: view.question
+            wrapMode: Text.Wrap
+            font.weight: Font.Medium
+            bottomPadding: 3
+        }
+        PushButton {
+            width: parent.width
+            prominent: true
+            text: "Keep playing on remaining outputs"
+            onClicked: view.keepChosen()
+        }
+        PushButton {
+            width: parent.width
+            text: "Stop playing together"
+            onClicked: view.stopChosen()
+        }
+    }
+}

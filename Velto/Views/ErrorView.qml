@@ -1,0 +1,55 @@
+import QtQuick
+
+// What went wrong, and what can be done about it.
+Rectangle {
+    id: view
+
+    required property string error
+    required property string recovery
+    signal dismissed()
+
+    implicitHeight: text.height + 20
+    radius: Theme.cornerRadius
+    color: Theme.badGround
+
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: error
+    Accessible.description: recovery
+
+    Symbol {
+        id: symbol
+        x: 11
+        y: 11
+        name: "exclamationmark.triangle.fill"
+        size: 17
+        color: Theme.bad
+    }
+    Column {
+        id: text
+        anchors { left: symbol.right; leftMargin: 8; right: dismiss.left; rightMargin: 4; top: parent.top; topMargin: 10 }
+        spacing: 3
+        TextLabel {
+            width: parent.width
+            text: view.error
+            wrapMode: Text.Wrap
+            font.pixelSize: 12
+            font.weight: Font.Medium
+        }
+        TextLabel {
+            width: parent.width
+            visible: text.length > 0
+            text: view.recovery
+            wrapMode: Text.Wrap
+            color: Theme.secondary
+            font.pixelSize: Theme.small
+        }
+    }
+    IconButton {
+        id: dismiss
+        anchors { right: parent.right; rightMargin: 5; top: parent.top; topMargin: 5 }
+        symbol: "xmark"
+        symbolSize: 16
+        text: "Dismiss"
+        onClicked: view.dismissed()
+    }
+}

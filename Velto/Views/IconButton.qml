@@ -1,0 +1,39 @@
+import QtQuick
+import QtQuick.Templates as T
+
+T.AbstractButton {
+    id: button
+
+    property string symbol
+    property color color: Theme.secondary
+    property int symbolSize: 18
+
+    implicitWidth: Theme.hitSize
+    implicitHeight: Theme.hitSize
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
+    opacity: enabled ? 1 : 0.4
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: if (button.enabled) button.clicked()
+
+    background: Rectangle {
+        radius: 8
+        color: button.down ? Theme.pressed : button.hovered ? Theme.hover : "transparent"
+        Behavior on color { ColorAnimation { duration: Theme.quick } }
+    }
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: button.symbol
+            color: button.color
+            size: button.symbolSize
+        }
+    }
+
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+    FocusRing { control: button; inset: 0 }
+    ToolTipLabel { control: button }
+}

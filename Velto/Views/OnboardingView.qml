@@ -1,0 +1,53 @@
+import QtQuick
+
+// The first thing that anybody sees of Velto.
+Item {
+    id: view
+
+    signal continued()
+
+    implicitWidth: 440
+    implicitHeight: column.height + 76
+
+    Column {
+        id: column
+        x: 40
+        y: 44
+        width: parent.width - 80
+        spacing: 14
+        Image {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: 96
+            height: 96
+            sourceSize: Qt.size(192, 192)
+            source: "image://symbol/application-icon"
+        }
+        TextLabel {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "Welcome to Velto"
+            font.pixelSize: 22
+            font.weight: Font.Bold
+        }
+        TextLabel {
+            width: parent.width
+            text: "Velto lives in the menu bar. Click its icon whenever you want to play together."
+            wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignHCenter
+            lineHeight: 1.25
+            color: Theme.secondary
+            Accessible.ignored: false
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        Item { width: 1; height: 4 }
+        PushButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            implicitWidth: 160
+            implicitHeight: 36
+            prominent: true
+            focus: true
+            text: "Continue"
+            onClicked: view.continued()
+        }
+    }
+}

@@ -1,0 +1,18 @@
+import QtQuick
+
+// The ground of the panel. Where nothing blends windows it is square and opaque.
+Rectangle {
+    id: surface
+
+    radius: appearance.isComposited ? 15 : 0
+    color: appearance.isComposited ? "transparent" : Theme.windowOpaque
+    border.width: 1
+    border.color: Theme.windowEdge
+    gradient: appearance.isComposited ? glass : null
+
+    Gradient {
+        id: glass
+        GradientStop { position: 0; color: Theme.windowTop }
+        GradientStop { position: 1; color: Theme.windowBottom }
+    }
+}

@@ -1,0 +1,41 @@
+import QtQuick
+
+Window {
+    id: window
+
+    required property QtObject model
+    required property QtObject presets
+    required property bool isOrdinary   // has a frame, and stays when another window is active
+    signal dismissed()
+    signal settingsRequested()
+    signal quitRequested()
+
+    title: "Velto"
+    color: appearance.isComposited && !isOrdinary ? "transparent" : Theme.windowOpaque
+    flags: isOrdinary ? Qt.Window | Qt.WindowTitleHint | Qt.WindowCloseButtonHint | Qt.WindowMinimizeButtonHint
+                      : Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | Qt.NoDropShadowWindowHint
+    width: view.implicitWidth
+    height: view.implicitHeight
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+
+    onClosing: dismissed()
+    onActiveChanged: if (!active && !isOrdinary && visible) dismissed()
+
+    VeltoMenuBarView {
+        id: view
+        anchors.fill: parent
+        focus: true
+        model: window.model
+        presets: window.presets
+        longestHeight: window.screen ? Screen.desktopAvailableHeight - 40 : 10000
+        onSettingsRequested: window.settingsRequested()
+        onQuitRequested: window.quitRequested()
+        Keys.onEscapePressed: window.dismissed()
+    }
+    Shortcut { sequences: [StandardKey.Close]; onActivated: window.dismissed() }
+    Shortcut { sequences: [StandardKey.Quit]; onActivated: window.quitRequested() }
+    Shortcut { sequences: [StandardKey.Preferences, "Ctrl+,"]; onActivated: window.settingsRequested() }
+}

@@ -1,0 +1,38 @@
+import QtQuick
+
+// The status in one line: a symbol, or a spinner while something is under way, and the status in words.
+Item {
+    id: status
+
+    required property QtObject model
+    readonly property color tint: ({ good: Theme.good, warning: Theme.warn, bad: Theme.bad })[model.statusTone]
+                                  ?? Theme.secondary
+
+    implicitHeight: 18
+
+    Accessible.role: Accessible.StaticText
+    Accessible.name: model.statusTitle
+    Accessible.description: model.syncSummary
+
+    Symbol {
+        id: symbol
+        anchors.verticalCenter: parent.verticalCenter
+        visible: !status.model.isBusy
+        name: status.model.statusSymbol
+        size: 15
+        color: status.tint
+    }
+    Spinner {
+        anchors.verticalCenter: parent.verticalCenter
+        visible: status.model.isBusy
+        size: 15
+        color: status.tint
+    }
+    TextLabel {
+        anchors { left: symbol.right; leftMargin: 5; right: parent.right; verticalCenter: parent.verticalCenter }
+        text: status.model.syncSummary ? status.model.statusTitle + "  ·  " + status.model.syncSummary
+                                       : status.model.statusTitle
+        color: Theme.secondary
+        font.pixelSize: 12
+    }
+}

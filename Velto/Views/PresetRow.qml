@@ -1,0 +1,142 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// One saved setup: a click plays it, the menu holds what else can be done with it.
+T.ItemDelegate {
+    id: row
+
+    required property string presetID
+    required property string name
+    required property string outputs
+    required property string favoriteTitle
+    required property bool isReady
+    required property bool isFavorite
+    required property bool isAutoConnect
+    required property bool isActive
+    required property bool isRenaming
+    required property QtObject presets   // the presets' model
+
+    implicitHeight: 46
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
+    text: name
+    onClicked: if (row.isReady) presets.activate(presetID)
+    onIsRenamingChanged: if (isRenaming) nameField.begin()
+
+    Accessible.role: Accessible.Button
+    Accessible.name: name
+    Accessible.description: outputs + (isReady ? "" : ", not connected")
+    Accessible.onPressAction: row.clicked()
+
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+    Keys.onDeletePressed: presets.remove(presetID)
+    Keys.onMenuPressed: menu.open()
+    Keys.onPressed: event => { if (event.key === Qt.Key_F2) presets.beginRename(presetID) }
+
+    background: Rectangle {
+        radius: 9
+        color: row.down ? Theme.pressed : row.hovered ? Theme.hover : "transparent"
+        Behavior on color { ColorAnimation { duration: Theme.quick } }
+    }
+    contentItem: Item {
+        DeviceDisc {
+            id: disc
+            x: 8
+            anchors.verticalCenter: parent.verticalCenter
+            width: 30
+            height: 30
+            symbol: "hifispeaker.2"
+            playing: row.isActive
+            faded: !row.isReady
+        }
+        NameField {
+            id: nameField
+            anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
+            visible: row.isRenaming
+            label: "Name of the preset"
+            text: row.presets.renameText
+            onTextEdited: row.presets.renameText = text
+            onCommitted: row.presets.commitRename()
+            onCancelled: row.presets.cancelRename()
+            onActiveFocusChanged: if (!activeFocus && visible) row.presets.commitRename()
+            function begin() { forceActiveFocus(); selectAll() }
+        }
+        Column {
+            anchors { left: disc.right; leftMargin: 10; right: buttons.left; rightMargin: 4; verticalCenter: parent.verticalCenter }
+            visible: !row.isRenaming
+            spacing: 1
+            Row {
+                width: parent.width
+                spacing: 4
+                TextLabel {
+                    width: Math.min(implicitWidth, parent.width - (bolt.visible ? 18 : 0))
+                    text: row.name
+                    color: row.isReady ? Theme.label : Theme.secondary
+                    font.weight: Font.Medium
+                }
+                Symbol {
+                    id: bolt
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: row.isAutoConnect
+                    name: "bolt.fill"
+                    size: 14
+                    color: Theme.secondary
+                }
+            }
+            TextLabel {
+                width: parent.width
+                text: row.outputs
+                color: Theme.secondary
+                font.pixelSize: Theme.small
+            }
+        }
+        Row {
+            id: buttons
+            anchors { right: parent.right; rightMargin: 4; verticalCenter: parent.verticalCenter }
+            visible: !row.isRenaming
+            IconButton {
+                symbol: row.isFavorite ? "star.fill" : "star"
+                color: row.isFavorite ? Theme.star : Theme.faint
+                text: row.favoriteTitle
+                Accessible.name: row.favoriteTitle + ": " + row.name
+                onClicked: row.presets.toggleFavorite(row.presetID)
+            }
+            IconButton {
+                symbol: "ellipsis"
+                text: "More"
+                Accessible.name: "More for " + row.name
+                onClicked: menu.open()
+
+                PopupMenu {
+                    id: menu
+                    x: parent.width - width
+                    y: parent.height + 2
+                    PopupMenuItem {
+                        text: "Rename"
+                        symbol: "pencil"
+                        onTriggered: row.presets.beginRename(row.presetID)
+                    }
+                    PopupMenuItem {
+                        text: row.favoriteTitle
+                        symbol: "star"
+                        onTriggered: row.presets.toggleFavorite(row.presetID)
+                    }
+                    PopupMenuItem {
+                        text: "Auto Connect"
+                        checkable: true
+                        checked: row.isAutoConnect
+                        onTriggered: row.presets.toggleAutoConnect(row.presetID)
+                    }
+                    PopupMenuItem {
+                        text: "Delete"
+                        symbol: "trash"
+                        destructive: true
+                        onTriggered: row.presets.remove(row.presetID)
+                    }
+                }
+            }
+        }
+    }
+    FocusRing { control: row; inset: 0 }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+
+// A label with its help text on the left, the control on the right.
+Item {
+    id: row
+
+    property string label
+    property string help
+    property bool available: true
+    default property alias control: holder.data
+
+    width: parent ? parent.width : 0
+    implicitHeight: Math.max(40, text.height + 18, holder.childrenRect.height + 12)
+
+    Column {
+        id: text
+        x: 14
+        width: parent.width - holder.width - 42
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 2
+        TextLabel {
+            width: parent.width
+            text: row.label
+            wrapMode: Text.Wrap
+            color: row.available ? Theme.label : Theme.secondary
+        }
+        TextLabel {
+            width: parent.width
+            visible: row.help.length > 0
+            text: row.help
+            wrapMode: Text.Wrap
+            color: Theme.secondary
+            font.pixelSize: Theme.small
+            lineHeight: 1.1
+        }
+    }
+    Item {
+        id: holder
+        anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
+        width: childrenRect.width
+        height: childrenRect.height
+    }
+}

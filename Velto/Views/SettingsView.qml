@@ -1,0 +1,77 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// The settings: a row of tabs above the one that is chosen.
+FocusScope {
+    id: view
+
+    required property QtObject model
+    property int tab: 0
+    readonly property var tabs: [
+        { title: "General", symbol: "gearshape", view: "GeneralSettingsView.qml" },
+        { title: "Audio", symbol: "hifispeaker.2", view: "AudioSettingsView.qml" },
+        { title: "Sync", symbol: "stopwatch", view: "SyncSettingsView.qml" },
+        { title: "Advanced", symbol: "slider.horizontal.3", view: "AdvancedSettingsView.qml" },
+        { title: "About", symbol: "info.circle", view: "AboutSettingsView.qml" }
+    ]
+
+    Rectangle {
+        id: bar
+        width: parent.width
+        height: 74
+        color: Theme.card
+
+        Row {
+            id: buttons
+            anchors.centerIn: parent
+            spacing: 6
+            Accessible.role: Accessible.PageTabList
+            Accessible.name: "Settings"
+            Repeater {
+                model: view.tabs
+                SettingsTabButton {
+                    required property var modelData
+                    required property int index
+                    text: modelData.title
+                    symbol: modelData.symbol
+                    checked: view.tab === index
+                    focus: index === 0
+                    onChosen: view.tab = index
+                    onMoved: step => buttons.move(step)
+                }
+            }
+            function move(step) {
+                view.tab = (view.tab + step + view.tabs.length) % view.tabs.length
+                children[view.tab].forceActiveFocus(Qt.TabFocusReason)
+            }
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 1
+            color: Theme.separator
+        }
+    }
+    Flickable {
+        id: flickable
+        anchors { top: bar.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
+        clip: true
+        contentHeight: page.height + 40
+        interactive: contentHeight > height
+        boundsBehavior: Flickable.StopAtBounds
+        T.ScrollBar.vertical: SlimScrollBar {}
+
+        Loader {
+            id: page
+            x: 24
+            y: 20
+            width: flickable.width - 48
+            Component.onCompleted: load()
+            function load() { setSource(view.tabs[view.tab].view, { model: view.model }) }
+            Connections {
+                target: view
+                function onTabChanged() { page.load(); flickable.contentY = 0 }
+            }
+        }
+    }
+}

@@ -1,0 +1,20 @@
+import QtQuick
+
+Rectangle {
+    property alias text: label.text
+    property color ink: Theme.secondary
+    property color ground: Theme.disc
+
+    implicitWidth: label.implicitWidth + 14
+    implicitHeight: 18
+    radius: 9
+    color: ground
+
+    TextLabel {
+        id: label
+        anchors.centerIn: parent
+        color: parent.ink
+        font.pixelSize: 10
+        font.weight: Font.Medium
+    }
+}

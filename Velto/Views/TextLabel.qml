@@ -1,0 +1,13 @@
+import QtQuick
+
+// Text that is only looked at: the control around it carries the accessible name. Names of devices and presets
+// come from elsewhere and are never markup.
+Text {
+    color: Theme.label
+    font.family: Theme.family
+    font.pixelSize: Theme.body
+    elide: Text.ElideRight
+    verticalAlignment: Text.AlignVCenter
+    textFormat: Text.PlainText
+    Accessible.ignored: true
+}

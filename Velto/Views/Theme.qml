@@ -1,0 +1,47 @@
+pragma Singleton
+import QtQuick
+
+// Every colour, size and duration of the views. Text colours keep a contrast of 4.5 : 1 on every surface they
+// are used on, what carries meaning without being text 3 : 1.
+QtObject {
+    readonly property bool dark: appearance.isDark
+    readonly property string family: appearance.fontFamily
+
+    readonly property color accent: appearance.accent           // white text is readable on it
+    readonly property color accentInk: appearance.accentInk     // readable on the window itself
+    readonly property color accentText: "#ffffff"
+
+    readonly property color label: dark ? "#f5f5f7" : "#1d1d1f"
+    readonly property color secondary: dark ? "#b0b0b8" : "#5f5f66"
+    readonly property color faint: dark ? "#8a8a93" : "#86868c" // symbols only
+    readonly property color good: dark ? "#32d365" : "#1a7f37"
+    readonly property color warn: dark ? "#ffb340" : "#9a5b00"
+    readonly property color bad: dark ? "#ff7a70" : "#c4291c"
+    readonly property color star: dark ? "#ffc933" : "#b27b00"
+
+    readonly property color windowTop: dark ? "#f62f2f35" : "#f8fbfbfd"
+    readonly property color windowBottom: dark ? "#f6242429" : "#f8f0f0f5"
+    readonly property color windowEdge: dark ? "#3dffffff" : "#2e000000"
+    readonly property color windowOpaque: dark ? "#28282d" : "#f4f4f8"
+    readonly property color card: dark ? "#12ffffff" : "#ffffff"
+    readonly property color cardEdge: dark ? "#1affffff" : "#16000000"
+    readonly property color control: dark ? "#24ffffff" : "#ffffff"
+    readonly property color controlEdge: dark ? "#2effffff" : "#30000000"
+    readonly property color hover: dark ? "#16ffffff" : "#0c000000"
+    readonly property color pressed: dark ? "#26ffffff" : "#1a000000"
+    readonly property color track: dark ? "#40ffffff" : "#26000000"
+    readonly property color disc: dark ? "#2effffff" : "#12000000"
+    readonly property color popup: dark ? "#36363c" : "#fdfdfe"
+    readonly property color separator: dark ? "#1fffffff" : "#17000000"
+    readonly property color warnGround: dark ? "#2effb340" : "#1cff9500"
+    readonly property color badGround: dark ? "#2eff5a4f" : "#14d92d20"
+
+    readonly property int title: 17
+    readonly property int body: 13
+    readonly property int small: 11
+    readonly property int hitSize: 28
+    readonly property int inset: 14
+    readonly property int cornerRadius: 12
+    readonly property int quick: appearance.reducesMotion ? 0 : 150
+    readonly property int calm: appearance.reducesMotion ? 0 : 190
+}

@@ -1,0 +1,202 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// The panel: what plays, where, how loud, and the saved setups.
+FocusScope {
+    id: panel
+
+    required property QtObject model
+    required property QtObject presets
+    property real longestHeight: 10000
+    signal settingsRequested()
+    signal quitRequested()
+
+    implicitWidth: 356
+    implicitHeight: Math.min(longestHeight, content.height + 2 * 12)
+
+    PanelSurface { anchors.fill: parent }
+
+    Flickable {
+        id: flickable
+        anchors { fill: parent; topMargin: 12; bottomMargin: 12 }
+        clip: true
+        contentHeight: content.height
+        interactive: contentHeight > height
+        boundsBehavior: Flickable.StopAtBounds
+        T.ScrollBar.vertical: SlimScrollBar {}
+
+        Column {
+            id: content
+            x: Theme.inset
+            width: panel.width - 2 * Theme.inset
+            spacing: 9
+
+            Item {
+                width: parent.width
+                height: 42
+                TextLabel {
+                    id: title
+                    x: 2
+                    text: "Velto"
+                    font.pixelSize: Theme.title
+                    font.weight: Font.Bold
+                }
+                PlayingStatusView {
+                    anchors { left: title.left; right: buttons.left; rightMargin: 6; top: title.bottom; topMargin: 2 }
+                    model: panel.model
+                }
+                Row {
+                    id: buttons
+                    anchors.right: parent.right
+                    IconButton {
+                        visible: panel.model.isPlaying
+                        checkable: true
+                        checked: panel.model.isChoosingOutputs
+                        symbol: "arrow.left.arrow.right"
+                        text: "Choose other outputs"
+                        onClicked: panel.model.isChoosingOutputs = !panel.model.isChoosingOutputs
+                    }
+                    IconButton {
+                        symbol: "gearshape"
+                        text: "Settings"
+                        onClicked: panel.settingsRequested()
+                    }
+                    IconButton {
+                        symbol: "power"
+                        text: "Quit Velto"
+                        onClicked: panel.quitRequested()
+                    }
+                }
+            }
+
+            ErrorView {
+                width: parent.width
+                visible: error.length > 0
+                error: panel.model.errorText
+                recovery: panel.model.recoveryText
+                onDismissed: panel.model.dismissError()
+            }
+            DisconnectQuestionView {
+                width: parent.width
+                visible: question.length > 0
+                question: panel.model.disconnectQuestion
+                onKeepChosen: panel.model.keepPlaying()
+                onStopChosen: panel.model.stopPlaying()
+            }
+
+            GlassCard {
+                width: parent.width
+                height: pickers.height + 8
+                visible: panel.model.showsPickers
+                Column {
+                    id: pickers
+                    x: 4
+                    y: 4
+                    width: parent.width - 8
+                    DevicePickerView {
+                        width: parent.width
+                        label: "First output"
+                        entry: panel.model.firstEntry
+                        model: panel.model.firstRows
+                        onPicked: uid => panel.model.firstUID = uid
+                    }
+                    Rectangle {
+                        x: 54
+                        width: parent.width - x - 8
+                        height: 1
+                        color: Theme.separator
+                    }
+                    DevicePickerView {
+                        width: parent.width
+                        label: "Second output"
+                        entry: panel.model.secondEntry
+                        model: panel.model.secondRows
+                        onPicked: uid => panel.model.secondUID = uid
+                    }
+                }
+            }
+            TextLabel {
+                width: parent.width
+                visible: text.length > 0
+                text: panel.model.hint
+                color: Theme.secondary
+                font.pixelSize: 12
+                wrapMode: Text.Wrap
+                horizontalAlignment: Text.AlignHCenter
+            }
+            PushButton {
+                width: parent.width
+                implicitHeight: 36
+                visible: panel.model.canSwitchOutputs
+                prominent: true
+                symbol: "play.fill"
+                text: "Play Together"
+                onClicked: panel.model.play()
+            }
+
+            Repeater {
+                model: panel.model.outputs
+                OutputDeviceCard {
+                    width: content.width
+                    onVolumeMoved: volume => panel.model.setVolume(uid, volume)
+                    onMuteToggled: panel.model.toggleMute(uid)
+                }
+            }
+            Item {
+                width: parent.width
+                height: 30
+                visible: panel.model.hasMasterVolume
+                Symbol {
+                    x: 19
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: "slider.horizontal.3"
+                    size: 18
+                    color: Theme.secondary
+                }
+                TextLabel {
+                    x: 56
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "All"
+                    font.weight: Font.Medium
+                }
+                VolumeSlider {
+                    anchors { left: parent.left; leftMargin: 84; right: percent.left; rightMargin: 6; verticalCenter: parent.verticalCenter }
+                    volume: panel.model.masterVolume
+                    Accessible.name: "Volume of all outputs"
+                    onVolumeMoved: volume => panel.model.masterVolume = volume
+                }
+                TextLabel {
+                    id: percent
+                    anchors { right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
+                    width: 36
+                    horizontalAlignment: Text.AlignRight
+                    text: panel.model.masterVolumeText
+                    color: Theme.secondary
+                    font.pixelSize: Theme.small
+                }
+            }
+
+            PushButton {
+                width: parent.width
+                implicitHeight: 36
+                visible: panel.model.showsPrimaryAction
+                prominent: panel.model.isPrimaryActionProminent
+                busy: panel.model.isPrimaryActionBusy
+                enabled: panel.model.isPrimaryActionEnabled
+                symbol: panel.model.primaryActionSymbol
+                text: panel.model.primaryActionTitle
+                onClicked: panel.model.performPrimaryAction()
+            }
+            Rectangle {
+                width: parent.width
+                height: 1
+                color: Theme.separator
+            }
+            PresetsView {
+                width: parent.width
+                model: panel.model
+                presets: panel.presets
+            }
+        }
+    }
+}
