@@ -133,6 +133,7 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
 }
 
 TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
+    lab->pickDefault("desk"); // chosen, not only in force
     record({"desk", "usb"});
     const auto music = play();
     Session session(server);
@@ -158,6 +159,7 @@ TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
     session.process().signal(SIGTERM);
     EXPECT_EQ(session.process().wait(std::chrono::seconds(10)), 0);
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
+    EXPECT_TRUE(leavesNoNotes()) << "taken away before the program ended";
 }
 
 TEST_F(SoundTests, EveryReplugWhilePlayingIsHeardAgain) {

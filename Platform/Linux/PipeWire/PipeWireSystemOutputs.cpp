@@ -142,14 +142,13 @@ void PipeWireSystemOutputs::restoreAfterAggregate(const std::string& aggregateNa
     PipeWireMetadata* metadata = graph_.defaultMetadata();
     const auto configured = metadata ? metadata->name(PipeWireKey::configuredSink) : std::nullopt;
     // A choice that somebody else has made since then stays.
-    if (configured == *previous || (configured != aggregateName && configured != restoredOutput_)) return;
-    if (!configured) return;
-    if (previous->empty()) {
+    const bool isOurs = configured && (configured == aggregateName || configured == restoredOutput_);
+    if (isOurs && previous->empty()) {
         metadata->remove(PipeWireKey::configuredSink);
-    } else {
+    } else if (isOurs && configured != *previous) {
         metadata->setName(PipeWireKey::configuredSink, *previous);
     }
-    connection_.roundTrip();
+    connection_.roundTrip(); // in any case: a program that ends now would take what was not sent with it
 }
 
 void PipeWireSystemOutputs::restoreSampleRate() {
