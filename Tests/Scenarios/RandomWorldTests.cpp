@@ -343,6 +343,7 @@ void RandomStory::breakSomething(const Step& step) {
         break;
     case Act::crash:
         begun_.clear();
+        machine_.loop.advance(30ms); // a call that blocks ends before the program can
         Application::crash(app_);
         machine_.log.clear();
         loseTrack();
