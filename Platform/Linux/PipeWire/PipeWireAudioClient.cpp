@@ -25,72 +25,19 @@ constexpr std::chrono::seconds longestAskAgainDelay{10};
 
 } // namespace
 
-struct PipeWireAudioClient::Published {
-    struct Device {
-        std::vector<float> channelVolumes;
-        std::optional<bool> isMuted;
-        bool isRunning = false;
-        bool isAlive = false;
-        std::string name;
-        bool canPlay = false;
-    };
-    std::map<AudioObjectID, Device> devices;
-    AudioObjectID defaultOutput = kAudioObjectUnknown;
-    AudioObjectID alertOutput = kAudioObjectUnknown;
-    double sampleRate = 0;
-
-    /// The properties in which the two differ.
-    std::set<ListenedProperty> differences(const Published& next) const;
-};
-
-std::set<ListenedProperty> PipeWireAudioClient::Published::differences(const Published& next) const {
-    std::set<ListenedProperty> result;
-    const auto system = [&](bool differs, AudioObjectPropertySelector selector) {
-        if (differs) result.emplace(kAudioObjectSystemObject, selector);
-    };
-    const auto sameDevice = [](const auto& a, const auto& b) {
-        return a.first == b.first && a.second.canPlay == b.second.canPlay;
-    };
-    system(!std::ranges::equal(devices, next.devices, sameDevice), kAudioHardwarePropertyDevices);
-    system(defaultOutput != next.defaultOutput, kAudioHardwarePropertyDefaultOutputDevice);
-    system(alertOutput != next.alertOutput, kAudioHardwarePropertyDefaultSystemOutputDevice);
-
-    for (const auto& [objectID, before] : devices) {
-        const auto found = next.devices.find(objectID);
-        const auto property = [&](bool differs, AudioObjectPropertySelector selector) {
-            if (differs) result.emplace(objectID, selector);
-        };
-        if (found == next.devices.end()) {
-            property(true, kAudioDevicePropertyDeviceIsAlive);
-            continue;
-        }
-        const Device& after = found->second;
-        const bool volumeDiffers = before.channelVolumes != after.channelVolumes;
-        property(volumeDiffers, kAudioHardwareServiceDeviceProperty_VirtualMainVolume);
-        property(volumeDiffers, kAudioDevicePropertyVolumeScalar);
-        property(before.isMuted != after.isMuted, kAudioDevicePropertyMute);
-        property(before.isRunning != after.isRunning, kAudioDevicePropertyDeviceIsRunningSomewhere);
-        property(before.isAlive != after.isAlive, kAudioDevicePropertyDeviceIsAlive);
-        property(before.name != after.name, kAudioObjectPropertyName);
-        property(sampleRate != next.sampleRate, kAudioDevicePropertyNominalSampleRate);
-    }
-    return result;
-}
-
 // Life
 
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote)
     : actor_(actor), connection_(actor, watcher, std::move(remote), *this),
       graph_([this] { graphChanged(); }), aggregates_(actor, connection_, graph_, [this] { publishLater(); }),
-      outputs_(connection_, graph_), published_(std::make_unique<Published>()),
-      askAgainDelay_(firstAskAgainDelay) {
+      outputs_(connection_, graph_), askAgainDelay_(firstAskAgainDelay) {
     connection_.connect();
     // The first answer brings what there is, the second what each of them says of itself.
     connection_.roundTrip();
     connection_.roundTrip();
     undoAbandonedChanges();
     hasLostServer_ = !connection_.isConnected();
-    *published_ = current();
+    published_ = current();
     askAgainForDefault();
 }
 
@@ -140,9 +87,9 @@ void PipeWireAudioClient::publishLater() {
 }
 
 void PipeWireAudioClient::publish() {
-    Published next = current();
-    std::set<ListenedProperty> changed = published_->differences(next);
-    *published_ = std::move(next);
+    PipeWireSnapshot next = current();
+    std::set<ListenedProperty> changed = published_.differences(next);
+    published_ = std::move(next);
     // A server that came back has its devices, and a session manager that has chosen among them.
     if (hasLostServer_ && connection_.isConnected() && outputs_.defaultOutput()) {
         hasLostServer_ = false;
@@ -168,20 +115,8 @@ void PipeWireAudioClient::askAgainForDefault() {
     }
 }
 
-PipeWireAudioClient::Published PipeWireAudioClient::current() const {
-    Published result;
-    for (const PipeWireNode* node : graph_.devices()) {
-        if (aggregates_.isJoining(*node)) continue;
-        result.devices.emplace(
-            node->objectID(),
-            Published::Device{node->channelVolumes(), node->isMuted(), node->isRunning(), !node->hasFailed(),
-                              std::string(node->displayName()),
-                              PipeWireDeviceProperties::outputChannelCount(graph_, *node) > 0});
-    }
-    if (const PipeWireNode* node = outputs_.defaultOutput()) result.defaultOutput = node->objectID();
-    if (const PipeWireNode* node = outputs_.alertOutput()) result.alertOutput = node->objectID();
-    if (graph_.settingsMetadata()) result.sampleRate = outputs_.sampleRate();
-    return result;
+PipeWireSnapshot PipeWireAudioClient::current() const {
+    return PipeWireSnapshot::of(graph_, aggregates_, outputs_);
 }
 
 PropertyListenerTokenRef PipeWireAudioClient::addOutputVolumeListener(AudioObjectID device,

@@ -10,6 +10,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 #include "Platform/Linux/PipeWire/PipeWireListeners.h"
+#include "Platform/Linux/PipeWire/PipeWireSnapshot.h"
 #include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
@@ -79,9 +80,6 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     void removePropertyListener(const PropertyListenerTokenRef& token) noexcept override;
 
   private:
-    /// What listeners were last told of.
-    struct Published;
-
     void connectionMade(pw_core* core, pw_registry* registry) override;
     void connectionLost() override;
 
@@ -97,7 +95,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     void askAgainForDefault();
     void publishLater();
     void publish();
-    Published current() const;
+    PipeWireSnapshot current() const;
 
     MainActor& actor_;
     PipeWireConnection connection_;
@@ -107,7 +105,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     PipeWireListeners listeners_;
     /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
     std::map<std::string, bool, std::less<>> driftCompensation_;
-    std::unique_ptr<Published> published_;
+    /// What listeners were last told of.
+    PipeWireSnapshot published_;
     bool isPublishing_ = false;
     std::optional<MainActor::TimerID> askAgain_;
     Duration askAgainDelay_{};
