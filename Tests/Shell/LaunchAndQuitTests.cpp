@@ -94,6 +94,7 @@ class QuitTests : public ShellTest {
         EXPECT_EQ(app->applicationShouldTerminate(), Reply::now) << "there is nothing left to wait for";
         run();
         EXPECT_EQ(desktop.terminationReplies, 1);
+        EXPECT_EQ(log.count("Lifecycle notice: Velto terminating"), 1U) << "the others started nothing";
     }
     template <class State>
     void runUntil() {
@@ -104,8 +105,9 @@ class QuitTests : public ShellTest {
 
 TEST_F(QuitTests, AnswersAtOnceWhenIdleAndStartsNothingMore) {
     choose("bluetooth", "builtin");
+    menuBar().play(); // it has not had its first turn when the user quits
     EXPECT_EQ(app->applicationShouldTerminate(), Reply::now);
-    menuBar().play(); // before the clean-up had its first turn
+    menuBar().play();
     run();
     EXPECT_FALSE(menuBar().isPlaying());
     EXPECT_EQ(world.calls.count(CoreAudioOperation::createAggregateDevice), 0U);
@@ -230,6 +232,11 @@ TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
     world.setVolume("bluetooth", 0.75F);
     run();
     EXPECT_FLOAT_EQ(menuBar().volumeBinding("bluetooth").value(), 0.75F);
+    state().volumeController().renewListeners(); // as after a restart that left all object IDs
+    EXPECT_THAT(violations(*this, state()), IsEmpty());
+    world.setMuted("bluetooth", true);
+    run();
+    EXPECT_TRUE(menuBar().muteBinding("bluetooth").value());
     unplug("bluetooth");
     EXPECT_EQ(menuBar().statusTitle(), "Headphones disconnected");
     context = {};
