@@ -30,7 +30,8 @@ namespace {
 constexpr std::chrono::seconds sessionEndPatience{5};
 
 int run(int argumentCount, char** arguments) {
-    TerminationSignals terminationSignals;
+    LinuxMainActor actor;
+    TerminationSignals terminationSignals; // before any thread
     SingleInstance instance(SingleInstance::standardFolder());
     if (!instance.isFirst()) {
         if (instance.raiseFirst()) return 0;
@@ -39,7 +40,6 @@ int run(int argumentCount, char** arguments) {
     }
     JournalLogSink log(LogLevel::info);
     LoggingService::install(&log);
-    LinuxMainActor actor;
     QApplication qt(argumentCount, arguments);
     QApplication::setApplicationName(QStringLiteral("Velto"));
     QApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));

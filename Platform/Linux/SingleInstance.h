@@ -1,6 +1,6 @@
 // SingleInstance: one running program a user and session; a second start raises the first.
 //
-// Made first of all in main(). The first one holds a lock in the user's runtime folder and listens on a socket
+// Made early in main(). The first one holds a lock in the user's runtime folder and listens on a socket
 // beside it; both go with the process, however it ends.
 #pragma once
 
@@ -23,7 +23,8 @@ class SingleInstance {
     static std::filesystem::path standardFolder();
 
     bool isFirst() const noexcept { return listener_ >= 0; }
-    /// For the first one: calls the handler whenever the program is started again. Once.
+    /// For the first one: calls the handler whenever the program is started again. Once; the
+    /// watcher must outlive this.
     void observeRaise(FileDescriptorWatcher& watcher, std::function<void()> handler);
     /// For a later one: false when the first doesn't answer within two seconds.
     bool raiseFirst() const;

@@ -1,6 +1,6 @@
 // TerminationSignals: SIGTERM, SIGINT and SIGHUP, as events of the main loop instead of the program's end.
 //
-// Made first of all in main(): threads that are started before would still be ended by them.
+// Made in main() before any thread: one that is started earlier would still be ended by them.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
@@ -16,7 +16,8 @@ class TerminationSignals {
     TerminationSignals& operator=(const TerminationSignals&) = delete;
     ~TerminationSignals();
 
-    /// Calls the handler for every signal from now on, those that came before included. Once.
+    /// Calls the handler for every signal from now on, those that came before included. Once; the
+    /// watcher must outlive this.
     void observe(FileDescriptorWatcher& watcher, std::function<void()> handler);
 
   private:

@@ -23,11 +23,11 @@ namespace velto {
 namespace {
 
 int run(int argumentCount, char** arguments) {
-    TerminationSignals terminationSignals;
+    LinuxMainActor actor;
+    TerminationSignals terminationSignals; // before any thread
     JournalLogSink log(LogLevel::info, JournalLogSink::Destination::standardError);
     LoggingService::install(&log);
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) qputenv("QT_QUICK_BACKEND", "software");
-    LinuxMainActor actor;
     QQuickWindow::setDefaultAlphaBuffer(true);
     QApplication qt(argumentCount, arguments);
     QApplication::setApplicationName(QStringLiteral("Velto Simulator"));

@@ -103,7 +103,7 @@ T.ComboBox {
                 color: row.ink
             }
             Symbol {
-                id: symbol
+                id: glyph
                 x: 27
                 anchors.verticalCenter: parent.verticalCenter
                 name: row.symbol
@@ -111,13 +111,13 @@ T.ComboBox {
                 color: row.ink
             }
             TextLabel {
-                anchors { left: symbol.right; leftMargin: 9; right: badge.left; rightMargin: 8 }
+                anchors { left: glyph.right; leftMargin: 9; right: badgeLabel.left; rightMargin: 8 }
                 anchors.verticalCenter: parent.verticalCenter
                 text: row.name
                 color: row.ink
             }
             TextLabel {
-                id: badge
+                id: badgeLabel
                 anchors { right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
                 text: row.badge
                 font.pixelSize: Theme.small

@@ -32,13 +32,13 @@ GlassCard {
         faded: !card.isConnected
     }
     TextLabel {
-        anchors { left: disc.right; leftMargin: 10; right: badge.left; rightMargin: 8; verticalCenter: badge.verticalCenter }
+        anchors { left: disc.right; leftMargin: 10; right: badgeLabel.left; rightMargin: 8; verticalCenter: badgeLabel.verticalCenter }
         text: card.name
         color: card.isConnected ? Theme.label : Theme.secondary
         font.weight: Font.Medium
     }
     StatusBadge {
-        id: badge
+        id: badgeLabel
         anchors { right: parent.right; rightMargin: 10; top: parent.top; topMargin: 11 }
         text: card.badge
         ink: card.isConnected ? Theme.secondary : Theme.warn

@@ -29,7 +29,7 @@ T.AbstractButton {
     }
     contentItem: Item {
         Symbol {
-            id: symbol
+            id: glyph
             anchors.horizontalCenter: parent.horizontalCenter
             y: 9
             name: button.symbol
@@ -37,7 +37,7 @@ T.AbstractButton {
             color: button.checked ? Theme.accentInk : Theme.secondary
         }
         TextLabel {
-            anchors { top: symbol.bottom; topMargin: 4; horizontalCenter: parent.horizontalCenter }
+            anchors { top: glyph.bottom; topMargin: 4; horizontalCenter: parent.horizontalCenter }
             text: button.text
             font.pixelSize: Theme.small
             font.weight: button.checked ? Font.DemiBold : Font.Normal
