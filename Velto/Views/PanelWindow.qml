@@ -15,11 +15,17 @@ Window {
     flags: isOrdinary ? Qt.Window | Qt.WindowTitleHint | Qt.WindowCloseButtonHint | Qt.WindowMinimizeButtonHint
                       : Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | Qt.NoDropShadowWindowHint
     width: view.implicitWidth
-    height: view.implicitHeight
-    minimumWidth: width
-    maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    Component.onCompleted: fit()
+
+    // As high as its content. Limits that still hold the old height would keep a window manager from following.
+    function fit() {
+        minimumHeight = 0
+        maximumHeight = 16777215
+        height = view.implicitHeight
+        if (!isOrdinary) return
+        minimumWidth = maximumWidth = width
+        minimumHeight = maximumHeight = height
+    }
 
     onClosing: dismissed()
     onActiveChanged: if (!active && !isOrdinary && visible) dismissed()
@@ -28,6 +34,7 @@ Window {
         id: view
         anchors.fill: parent
         focus: true
+        onImplicitHeightChanged: window.fit()
         model: window.model
         presets: window.presets
         longestHeight: window.screen ? Screen.desktopAvailableHeight - 40 : 10000

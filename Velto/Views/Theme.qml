@@ -19,8 +19,9 @@ QtObject {
     readonly property color bad: dark ? "#ff7a70" : "#c4291c"
     readonly property color star: dark ? "#ffc933" : "#b27b00"
 
-    readonly property color windowTop: dark ? "#f62f2f35" : "#f8fbfbfd"
-    readonly property color windowBottom: dark ? "#f6242429" : "#f8f0f0f5"
+    // Opaque: the software renderer blends what it draws anew with what it drew before.
+    readonly property color windowTop: dark ? "#2f2f35" : "#fafafd"
+    readonly property color windowBottom: dark ? "#25252a" : "#f0f0f5"
     readonly property color windowEdge: dark ? "#3dffffff" : "#2e000000"
     readonly property color windowOpaque: dark ? "#28282d" : "#f4f4f8"
     readonly property color card: dark ? "#12ffffff" : "#ffffff"

@@ -8,7 +8,7 @@ T.ToolTip {
     required property Item control
 
     parent: control
-    visible: control.hovered && control.text.length > 0 && !control.down
+    visible: control.hovered && control.text.length > 0 && !control.down && !control.checked
     delay: 700
     text: control.text
     margins: 6
