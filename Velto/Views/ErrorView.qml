@@ -20,7 +20,7 @@ Rectangle {
         id: symbol
         x: 11
         y: 11
-        name: "exclamationmark.triangle.fill"
+        name: "xmark.circle.fill"
         size: 17
         color: Theme.bad
     }

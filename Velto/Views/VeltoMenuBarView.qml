@@ -33,7 +33,7 @@ FocusScope {
 
             Item {
                 width: parent.width
-                height: 42
+                height: status.visible ? 42 : 30
                 TextLabel {
                     id: title
                     x: 2
@@ -42,6 +42,8 @@ FocusScope {
                     font.weight: Font.Bold
                 }
                 PlayingStatusView {
+                    id: status
+                    visible: !errorView.visible   // which says the same, and more
                     anchors { left: title.left; right: buttons.left; rightMargin: 6; top: title.bottom; topMargin: 2 }
                     model: panel.model
                 }
@@ -70,6 +72,7 @@ FocusScope {
             }
 
             ErrorView {
+                id: errorView
                 width: parent.width
                 visible: error.length > 0
                 error: panel.model.errorText
