@@ -6,10 +6,14 @@ fail() {
 }
 
 build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
-    libicu-dev libsystemd-dev qt6-base-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libcli11-dev
-    pipewire pipewire-bin wireplumber alsa-utils"
-test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev"
-benchmark_packages="libbenchmark-dev"
+    libicu-dev libsystemd-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libcli11-dev
+    pipewire pipewire-bin wireplumber alsa-utils
+    qt6-base-dev qt6-svg-dev qt6-declarative-dev libxcb1-dev qml6-module-qtqml qml6-module-qtqml-models
+    qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-window
+    fonts-inter"
+test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev xvfb dbus-daemon"
+benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb dbus-daemon pasystray pavucontrol"
+package_packages="dpkg-dev desktop-file-utils appstream"
 
 # install_packages NAME…: the missing ones of them, through apt.
 install_packages() {
@@ -46,14 +50,20 @@ install_packages() {
     rm -f "$log"
 }
 
-# build_preset PRESET [CMAKE-OPTION…]: configures and builds; quiet unless it fails.
+# build_preset PRESET [CMAKE-OPTION…] [-- TARGET…]: configures and builds those targets, or all; quiet unless it fails.
 build_preset() {
-    local preset=$1 log
+    local preset=$1 log options=()
     shift
+    while [ $# -gt 0 ] && [ "$1" != -- ]; do
+        options+=("$1")
+        shift
+    done
     mkdir -p build
     log=build/$preset.log
     printf 'Building (%s) …\n' "$preset"
-    if ! { cmake --preset "$preset" "$@" && cmake --build "build/$preset"; } >"$log" 2>&1; then
+    # "-- NAME…" is what is left of the arguments.
+    if ! { cmake --preset "$preset" "${options[@]}" && cmake --build "build/$preset" ${1:+--target "${@:2}"}; } \
+        >"$log" 2>&1; then
         grep -E 'error|Error|FAILED' "$log" | head -n 20 >&2
         fail "the build failed; all it said is in $log."
     fi
