@@ -158,5 +158,15 @@ TEST_P(CoordinatorRaceTests, TheMachineWakes) {
     atEachTurn([](Stage& stage) { stage.coordinator().handleWake(); }, [](Stage&) {});
 }
 
+TEST(CoordinatorRaces, AChoiceThatANewStartOvertakesEndsNothing) {
+    Stage stage(true);
+    stage.machine.world.pickDefault("hdmi");
+    stage.application.begin(stage.application.playing("usb", "builtin"));
+    stage.machine.loop.runUntilIdle();
+    ASSERT_TRUE(stage.application.isPlaying()) << "the choice was about the session before";
+    EXPECT_EQ(stage.coordinator().state().session()->first.uid, "usb");
+    EXPECT_THAT(violations(stage.application), IsEmpty());
+}
+
 } // namespace
 } // namespace velto

@@ -483,7 +483,9 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     world.faults.aliveAfter = 300ms;
     app->begin(app->playing("usb", "builtin"));
     loop.advance(200ms);
-    replug("bluetooth"); // nor during a start
+    world.replug("bluetooth"); // nor during a start
+    loop.runUntilIdle();
+    ASSERT_TRUE(app->isPlaying());
     app->stop();
     pickDefault("usb");
     EXPECT_EQ(log.count("Auto Connect"), 1U) << "nor later: what appeared then has been seen";
