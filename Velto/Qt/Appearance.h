@@ -40,7 +40,9 @@ class Appearance final : public QObject {
     QColor accent() const;
     /// The accent as text or symbol on a window: a contrast of at least 4.5.
     QColor accentInk() const;
-    bool reducesMotion() const { return wishes_.reducesMotion.value_or(false); }
+    bool reducesMotion() const {
+        return overruled_.reducesMotion.value_or(wishes_.reducesMotion.value_or(false));
+    }
     /// Whether windows are blended, so that a corner can be round.
     bool isComposited() const;
     /// Inter where it is installed, else the desktop's own.

@@ -28,7 +28,7 @@ Column {
             help: page.model.texts.aggregateDeviceName.help
             NameField {
                 id: field
-                implicitWidth: 236
+                implicitWidth: Theme.fieldWidth
                 label: page.model.texts.aggregateDeviceName.label
                 text: page.model.aggregateDeviceName
                 onTextEdited: page.model.aggregateDeviceName = text

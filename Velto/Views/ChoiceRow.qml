@@ -12,10 +12,10 @@ SettingsRow {
 
     T.ComboBox {
         id: box
-        implicitWidth: 236
+        implicitWidth: Theme.fieldWidth
         implicitHeight: 30
         hoverEnabled: true
-        focusPolicy: Qt.TabFocus
+        focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
         model: row.choices
         textRole: "title"
         valueRole: "value"
@@ -26,7 +26,13 @@ SettingsRow {
         Accessible.name: row.label
         Accessible.description: row.chosen ? row.chosen.title : ""
         Accessible.onPressAction: box.popup.open()
-        Keys.onReturnPressed: popup.open()
+        Keys.onReturnPressed: event => openBy(event)
+        Keys.onEnterPressed: event => openBy(event)
+
+        function openBy(event) {
+            event.accepted = !popup.visible     // else the list takes it
+            if (event.accepted) popup.open()
+        }
 
         background: Rectangle {
             radius: 8

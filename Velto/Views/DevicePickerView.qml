@@ -11,7 +11,7 @@ T.ComboBox {
 
     implicitHeight: 52
     hoverEnabled: true
-    focusPolicy: Qt.TabFocus
+    focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
     textRole: "name"
     valueRole: "uid"
     onActivated: index => picked(valueAt(index))
@@ -28,8 +28,13 @@ T.ComboBox {
     Accessible.name: label
     Accessible.description: entry.name
     Accessible.onPressAction: picker.popup.open()
-    Keys.onReturnPressed: popup.open()
-    Keys.onEnterPressed: popup.open()
+    Keys.onReturnPressed: event => openBy(event)
+    Keys.onEnterPressed: event => openBy(event)
+
+    function openBy(event) {
+        event.accepted = !popup.visible     // else the list takes it
+        if (event.accepted) popup.open()
+    }
 
     background: Rectangle {
         radius: Theme.cornerRadius - 2

@@ -21,7 +21,7 @@ T.ItemDelegate {
     focusPolicy: Qt.TabFocus
     text: name
     onClicked: if (row.isReady) presets.activate(presetID)
-    onIsRenamingChanged: if (isRenaming) nameField.begin()
+    onIsRenamingChanged: if (isRenaming) Qt.callLater(nameField.begin)  // its text comes after it
 
     Accessible.role: Accessible.Button
     Accessible.name: name

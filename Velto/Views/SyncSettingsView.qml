@@ -21,7 +21,7 @@ Column {
         SettingsRow {
             label: page.model.texts.syncTestVolume.label
             VolumeSlider {
-                implicitWidth: 236
+                implicitWidth: Theme.fieldWidth
                 volume: page.model.syncTestVolume
                 Accessible.name: page.model.texts.syncTestVolume.label
                 onVolumeMoved: volume => page.model.syncTestVolume = volume

@@ -42,6 +42,7 @@ QtObject {
     readonly property int small: 11
     readonly property int hitSize: 28
     readonly property int inset: 14
+    readonly property int fieldWidth: 268
     readonly property int cornerRadius: 12
     readonly property int quick: appearance.reducesMotion ? 0 : 150
     readonly property int calm: appearance.reducesMotion ? 0 : 190
