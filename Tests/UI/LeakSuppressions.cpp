@@ -1,0 +1,8 @@
+// What LeakSanitizer finds in libraries that keep things for the life of the process.
+
+extern "C" const char* __lsan_default_suppressions();
+
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig.so\n"
+           "leak:libQt6XcbQpa.so\n";
+}

@@ -1,0 +1,340 @@
+// Every state that the windows can be in, by name, in light and dark: a picture of it, and what must hold of
+// it.
+#include "Tests/UI/Stage.h"
+
+#include <QDir>
+#include <QSet>
+
+#include <algorithm>
+#include <cmath>
+
+namespace velto {
+
+namespace {
+
+/// The verbs of the stage, for those who set up a state.
+class Scene : public Stage {
+  public:
+    using Stage::actor;
+    using Stage::advance;
+    using Stage::bench;
+    using Stage::benchPage;
+    using Stage::choose;
+    using Stage::computer;
+    using Stage::menuBar;
+    using Stage::panel;
+    using Stage::play;
+    using Stage::preferences;
+    using Stage::replug;
+    using Stage::savedPreset;
+    using Stage::settings;
+    using Stage::settle;
+    using Stage::state;
+    using Stage::unplug;
+    using Stage::welcome;
+    using Stage::windows;
+    using Stage::world;
+
+    void openSettings(const QString& tab) {
+        windows->showSettings();
+        settle();
+        settings().click(tab);
+    }
+    void threePresets() {
+        const auto evening = savedPreset("Evening", "airpods", "flip");
+        const auto desk = savedPreset("Desk", "dac", "studio");
+        savedPreset("Kitchen", "airpods", "kitchen-radio");
+        preferences().setFavorite(true, evening.id);
+        preferences().setAutoConnect(true, desk.id);
+        settle();
+    }
+    void ask(std::string_view missing) {
+        preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+        play("airpods", "flip");
+        unplug(missing);
+    }
+    void nineOutputs() {
+        for (int count = 0; count < 4; ++count)
+            bench.plugAnother();
+        actor.runUntilIdle();
+        settle();
+    }
+    void nameOutputs(const std::string& first, const std::string& second) {
+        world().rename("airpods", first);
+        world().rename("flip", second);
+        actor.runUntilIdle();
+        play("airpods", "flip");
+        savedPreset(first, "airpods", "flip");
+    }
+};
+
+enum class Shows { panel, settings, welcome, bench };
+
+struct NamedState {
+    const char* name;
+    void (*setUp)(Scene& scene);
+    Shows window = Shows::panel;
+    /// Names too long for their place may end in an ellipsis.
+    bool mayElide = false;
+    /// A list or menu lies on top of other controls.
+    bool hasPopup = false;
+};
+
+void PrintTo(const NamedState& state, std::ostream* stream) { *stream << state.name; }
+
+const NamedState states[]{
+    {"panel-idle-empty", [](Scene&) {}},
+    {"panel-idle-chosen", [](Scene& s) { s.choose("airpods", "flip"); }},
+    {"panel-one-output",
+     [](Scene& s) {
+         for (const char* uid : {"airpods", "flip", "dac", "studio"})
+             s.unplug(uid);
+     }},
+    {"panel-no-outputs",
+     [](Scene& s) {
+         for (const char* uid : {"airpods", "flip", "dac", "studio", "builtin"})
+             s.unplug(uid);
+     }},
+    {"panel-choice-missing",
+     [](Scene& s) {
+         s.choose("airpods", "flip");
+         s.unplug("flip");
+     }},
+    {"picker-5-outputs", [](Scene& s) { s.panel().click("First output"); }, Shows::panel, false, true},
+    {"picker-9-outputs",
+     [](Scene& s) {
+         s.nineOutputs();
+         s.choose("airpods", "flip");
+         s.panel().click("Second output");
+     },
+     Shows::panel, true, true},
+    {"panel-preparing",
+     [](Scene& s) {
+         s.world().faults.aliveAfter = std::chrono::milliseconds(200);
+         s.choose("airpods", "flip");
+         s.menuBar().play();
+         s.advance(std::chrono::milliseconds(60));
+     }},
+    {"panel-playing", [](Scene& s) { s.play("airpods", "flip"); }},
+    {"panel-playing-without-estimate", [](Scene& s) { s.play("dac", "studio"); }},
+    {"panel-playing-choosing",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.panel().click("Choose other outputs");
+         s.choose("airpods", "dac");
+     }},
+    {"panel-muted",
+     [](Scene& s) {
+         s.play("airpods", "studio");
+         s.panel().click("Mute AirPods Pro");
+     }},
+    {"panel-degraded",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.unplug("flip");
+     }},
+    {"panel-asking", [](Scene& s) { s.ask("airpods"); }},
+    {"panel-reconnected",
+     [](Scene& s) {
+         s.world().faults.doesNotRejoin = true;
+         s.play("airpods", "flip");
+         s.unplug("flip");
+         s.replug("flip");
+     }},
+    {"panel-reconnecting",
+     [](Scene& s) {
+         s.preferences().setAutoReconnect(true);
+         s.play("airpods", "flip");
+         s.unplug("flip");
+         s.world().faults.aliveAfter = std::chrono::milliseconds(200);
+         s.world().replug("flip");
+         while (!s.state().coordinator().isReconnecting() && s.actor.runNextTurn()) {}
+         s.settle();
+     }},
+    {"panel-error",
+     [](Scene& s) {
+         s.bench.failNextStart();
+         s.play("airpods", "flip");
+     }},
+    {"presets",
+     [](Scene& s) {
+         s.threePresets();
+         s.panel().click("Evening");
+         s.actor.runUntilIdle();
+     }},
+    {"presets-30",
+     [](Scene& s) {
+         for (int number = 1; number <= 30; ++number)
+             s.savedPreset("Setup " + std::to_string(number), "airpods", "flip");
+     }},
+    {"presets-renaming",
+     [](Scene& s) {
+         s.threePresets();
+         s.panel().click("More for Evening");
+         s.panel().click("Rename");
+     }},
+    {"presets-saving",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.panel().click("Save current setup");
+     }},
+    {"presets-menu",
+     [](Scene& s) {
+         s.threePresets();
+         s.panel().click("More for Desk");
+     },
+     Shows::panel, false, true},
+    {"presets-undo",
+     [](Scene& s) {
+         s.threePresets();
+         s.panel().click("More for Desk");
+         s.panel().click("Delete");
+     }},
+    {"names-long",
+     [](Scene& s) {
+         s.nameOutputs("Wohnzimmer-Lautsprecherverstärker-Kopfhörerausgang",
+                       "Bluetooth-Schlafzimmerradiowecker mit Freisprecheinrichtung");
+     },
+     Shows::panel, true},
+    {"names-right-to-left", [](Scene& s) { s.nameOutputs("سماعات المكتب", "רמקול בסלון"); }},
+    {"settings-general", [](Scene& s) { s.openSettings("General"); }, Shows::settings},
+    {"settings-audio", [](Scene& s) { s.openSettings("Audio"); }, Shows::settings},
+    {"settings-audio-clock",
+     [](Scene& s) {
+         s.openSettings("Audio");
+         s.settings().click("Clock");
+     },
+     Shows::settings, false, true},
+    {"settings-sync",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.play("airpods", "builtin");
+         s.openSettings("Sync");
+     },
+     Shows::settings},
+    {"settings-sync-testing",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.openSettings("Sync");
+         s.settings().click("Play Test");
+     },
+     Shows::settings},
+    {"settings-advanced", [](Scene& s) { s.openSettings("Advanced"); }, Shows::settings},
+    {"settings-advanced-playing",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.openSettings("Advanced");
+         s.settings().window().resize(560, 1000);
+         s.settle();
+         s.settings().click("Copy Debug Information");
+     },
+     Shows::settings},
+    {"settings-advanced-resetting",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.openSettings("Advanced");
+         s.world().faults.lingersAfterDestroy = std::chrono::milliseconds(200);
+         s.settings().window().resize(560, 1000);
+         s.settle();
+         s.settings().click("Reset Audio Configuration");
+     },
+     Shows::settings},
+    {"settings-about", [](Scene& s) { s.openSettings("About"); }, Shows::settings},
+    {"welcome", [](Scene& s) { s.state(); }, Shows::welcome},
+    {"bench",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.bench.togglePlug("studio");
+         s.benchPage();
+     },
+     Shows::bench, true},
+};
+
+std::vector<QString> cutLabels(const Page& page) {
+    std::vector<QString> cut;
+    for (const QQuickItem* label : page.labels()) {
+        const bool isTooWide = label->property("contentWidth").toDouble() > label->width() + 1;
+        if (label->property("truncated").toBool() || isTooWide)
+            cut.push_back(label->property("text").toString());
+    }
+    return cut;
+}
+
+/// Pairs of controls of which neither is in the other, and that lie on each other.
+std::vector<QString> overlaps(const Page& page) {
+    std::vector<QString> found;
+    std::vector<Control> controls = page.controls();
+    std::erase_if(controls,
+                  [](const Control& control) { return !control.isOperable() || control.isOffscreen; });
+    for (auto one = controls.begin(); one != controls.end(); ++one)
+        for (auto other = one + 1; other != controls.end(); ++other)
+            if (one->place.intersects(other->place) && !one->item->isAncestorOf(other->item))
+                found.push_back(one->name + " and " + other->name);
+    return found;
+}
+
+class PictureTests : public Scene, public testing::WithParamInterface<NamedState> {
+  protected:
+    Page shown() {
+        switch (GetParam().window) {
+        case Shows::panel:
+            return panel();
+        case Shows::settings:
+            return settings();
+        case Shows::welcome:
+            return welcome();
+        case Shows::bench:
+            return benchPage();
+        }
+        throw std::logic_error("no such window");
+    }
+    /// Kept for people to look at.
+    QImage keep(const QString& scheme) {
+        const QImage picture = shown().picture();
+        const double scale = shown().window().devicePixelRatio();
+        const QString suffix = scale == 1 ? QString() : QStringLiteral("@%1x").arg(scale);
+        QDir().mkpath(QStringLiteral(VELTO_SCREENSHOTS));
+        picture.save(QStringLiteral(VELTO_SCREENSHOTS "/%1-%2%3.png").arg(GetParam().name, scheme, suffix));
+        return picture;
+    }
+    static qsizetype colorCount(const QImage& picture) {
+        QSet<QRgb> colors;
+        for (int y = 0; y < picture.height(); y += 2)
+            for (int x = 0; x < picture.width(); x += 2)
+                colors.insert(picture.pixel(x, y));
+        return colors.size();
+    }
+};
+
+TEST_P(PictureTests, isWholeReadableAndApart) {
+    if (GetParam().window == Shows::welcome) {
+        launchForTheFirstTime();
+    } else {
+        launch();
+        dropPanel();
+    }
+    GetParam().setUp(*this);
+    settle();
+
+    const QImage light = keep("light");
+    EXPECT_GT(colorCount(light), 60);
+    setDark(true);
+    const QImage dark = keep("dark");
+    EXPECT_GT(colorCount(dark), 60);
+    const QPoint ground(light.width() / 2, 4);
+    EXPECT_GT(light.pixelColor(ground).lightness(), 180);
+    EXPECT_LT(dark.pixelColor(ground).lightness(), 80);
+
+    if (!GetParam().mayElide) EXPECT_THAT(cutLabels(shown()), testing::IsEmpty());
+    if (!GetParam().hasPopup) EXPECT_THAT(overlaps(shown()), testing::IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(States, PictureTests, testing::ValuesIn(states), [](const auto& info) {
+    std::string name = info.param.name;
+    std::ranges::replace(name, '-', '_');
+    return name;
+});
+
+} // namespace
+
+} // namespace velto

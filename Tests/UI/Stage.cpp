@@ -1,0 +1,177 @@
+#include "Tests/UI/Stage.h"
+
+#include "Tests/UI/ServerRoundTrip.h"
+
+#include <QApplication>
+#include <QEvent>
+
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+void failOnWarning(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtDebugMsg || type == QtInfoMsg) return;
+    ADD_FAILURE() << "Qt warns: " << message.toStdString();
+}
+
+} // namespace
+
+/// Counts what shows that a window is still at work.
+class Stage::Watcher final : public QObject {
+  public:
+    Watcher() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* object, QEvent* event) override {
+        switch (event->type()) {
+        case QEvent::UpdateRequest:
+        case QEvent::Expose:
+        case QEvent::Resize:
+        case QEvent::WindowActivate:
+            if (object->isWindowType()) ++count;
+            return false;
+        default:
+            return false;
+        }
+    }
+    int count = 0;
+};
+
+Stage::Stage() : watcher_(std::make_unique<Watcher>()) {
+    qInstallMessageHandler(failOnWarning);
+    QAccessible::setActive(true);
+    computer.plugUsualDevices();
+}
+
+Stage::~Stage() {
+    if (application) {
+        quit();
+        EXPECT_THAT(world().listeners(), testing::IsEmpty());
+        EXPECT_TRUE(world().aggregates().empty());
+    }
+    benchWindow.reset();
+    application.reset();
+    actor.runUntilIdle();
+    qInstallMessageHandler(nullptr);
+}
+
+void Stage::launch() {
+    computer.defaults().set(PreferencesManager::Key::hasCompletedOnboarding, true);
+    launchForTheFirstTime();
+}
+
+void Stage::launchForTheFirstTime() {
+    application = std::make_unique<VeltoApplication>(
+        computer.platform(), computer.host(), [this](UserInterface::Context context) {
+            auto made = std::make_unique<QuickUserInterface>(std::move(context));
+            made->appearance().overrule({.isDark = false,
+                                         .accent = QColor(0x2f, 0x6b, 0xe8),
+                                         .reducesMotion = true,
+                                         .isComposited = true});
+            windows = made.get();
+            return made;
+        });
+    application->start();
+    application->raise();
+    settle();
+}
+
+void Stage::dropPanel() {
+    panel().window().hide();
+    windows->setPanelStyle(UserInterface::PanelStyle::dropDown);
+    windows->showPanel({});
+    settle();
+}
+
+void Stage::quit() {
+    application->requestQuit();
+    actor.runUntilIdle();
+    settle();
+}
+
+Page Stage::page(QQuickWindow* window, std::string_view what) {
+    if (!window || !window->isVisible()) throw std::runtime_error(std::string(what) + " is not open");
+    return {*window, [this] { settle(); }};
+}
+
+Page Stage::panel() { return page(windows->panel(), "The panel"); }
+Page Stage::settings() { return page(windows->settingsWindow(), "The settings window"); }
+Page Stage::welcome() { return page(windows->onboardingWindow(), "The welcome window"); }
+
+Page Stage::benchPage() {
+    if (!benchWindow) {
+        benchWindow = windows->make(QStringLiteral("Bench/DeviceBenchWindow"),
+                                    {{"bench", QVariant::fromValue(&benchAdapter)}});
+        benchWindow->show();
+        settle();
+    }
+    return page(benchWindow.get(), "The bench");
+}
+
+void Stage::settle() {
+    constexpr int limit = 1000;
+    for (int quietTurns = 0, turn = 0; quietTurns < 2; ++turn) {
+        if (turn == limit) {
+            ADD_FAILURE() << "The windows don't come to rest";
+            return;
+        }
+        const int count = watcher_->count;
+        const bool wasReady = actor.isReady();
+        actor.runReady();
+        awaitServer(); // what it has to say of all that is in the queue then
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        quietTurns = wasReady || watcher_->count != count ? 0 : quietTurns + 1;
+    }
+}
+
+void Stage::advance(Duration interval) {
+    actor.advance(interval);
+    settle();
+}
+
+void Stage::unplug(std::string_view uid) {
+    world().unplug(uid);
+    actor.runUntilIdle();
+    settle();
+}
+
+void Stage::replug(std::string_view uid) {
+    world().replug(uid);
+    actor.runUntilIdle();
+    settle();
+}
+
+void Stage::choose(std::string_view first, std::string_view second) {
+    menuBar().binding(MenuBarViewModel::Slot::first).set(std::string(first));
+    menuBar().binding(MenuBarViewModel::Slot::second).set(std::string(second));
+    settle();
+}
+
+void Stage::play(std::string_view first, std::string_view second) {
+    choose(first, second);
+    menuBar().play();
+    actor.runUntilIdle();
+    settle();
+}
+
+void Stage::setDark(bool isDark) {
+    windows->appearance().overrule(
+        {.isDark = isDark, .accent = QColor(0x2f, 0x6b, 0xe8), .reducesMotion = true, .isComposited = true});
+    settle();
+}
+
+AudioPreset Stage::savedPreset(std::string name, std::string_view first, std::string_view second) {
+    const auto device = [this](std::string_view uid) {
+        return state().deviceManager().device(uid).value_or(AudioOutputDevice::disconnected(
+            std::string(uid), std::string(uid), AudioTransportType::Kind::usb));
+    };
+    const AudioPreset preset =
+        AudioPreset::create(std::move(name), device(first), device(second), actor.now());
+    preferences().savePreset(preset);
+    settle();
+    return preset;
+}
+
+} // namespace velto

@@ -1,0 +1,248 @@
+// What people do with Velto, from the first start on, by mouse and keys.
+#include "Tests/UI/Stage.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace velto {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+class StoryTests : public Stage {
+  protected:
+    QString value(const QString& slider) {
+        return QString::number(std::lround(panel().find(slider).value * 100));
+    }
+    std::vector<std::string> presetNames() {
+        std::vector<std::string> names;
+        for (const AudioPreset& preset : preferences().userPresets())
+            names.push_back(preset.name);
+        return names;
+    }
+};
+
+TEST_F(StoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
+    for (const bool byButton : {true, false}) {
+        computer.defaults() = InMemoryUserDefaults();
+        launchForTheFirstTime();
+        EXPECT_FALSE(preferences().hasCompletedOnboarding());
+        if (byButton) {
+            welcome().click("Continue");
+        } else {
+            welcome().window().close(); // what the window manager asks for when its box is clicked
+            settle();
+        }
+        EXPECT_TRUE(preferences().hasCompletedOnboarding());
+        EXPECT_FALSE(windows->onboardingWindow()->isVisible());
+        quit();
+        application.reset();
+        launchForTheFirstTime();
+        EXPECT_EQ(windows->onboardingWindow(), nullptr);
+        quit();
+        application.reset();
+    }
+}
+
+TEST_F(StoryTests, twoOutputsAreChosenByMouseAndPlay) {
+    launch();
+    EXPECT_FALSE(panel().find("Play Together").isEnabled);
+    panel().click("First output");
+    panel().click("JBL Flip 6");
+    panel().click("Second output");
+    EXPECT_FALSE(panel().has("JBL Flip 6")); // it is taken
+    panel().click("AirPods Pro");
+    EXPECT_EQ(panel().find("First output").description, "JBL Flip 6");
+    panel().click("Play Together");
+    actor.runUntilIdle();
+    settle();
+    EXPECT_TRUE(panel().has("Playing Together"));
+    EXPECT_EQ(world().defaultOutputUID(), AggregateDeviceManager::aggregateUID);
+
+    panel().click("Stop");
+    actor.runUntilIdle();
+    settle();
+    EXPECT_EQ(world().defaultOutputUID(), "builtin");
+    EXPECT_TRUE(panel().has("Not playing"));
+}
+
+TEST_F(StoryTests, theWholeWayIsOpenToTheKeyboard) {
+    launch();
+    panel().tabTo("First output");
+    panel().key(Qt::Key_Space);
+    panel().key(Qt::Key_Down);
+    panel().key(Qt::Key_Return);
+    const std::string first = menuBar().firstDeviceUID().value_or("none");
+    panel().tabTo("Second output");
+    panel().key(Qt::Key_Return);
+    panel().key(Qt::Key_Down);
+    panel().key(Qt::Key_Return);
+    const std::string second = menuBar().secondDeviceUID().value_or("none");
+    EXPECT_TRUE(world().isPlugged(first) && world().isPlugged(second) && first != second)
+        << first << " and " << second;
+    panel().tabTo("Play Together");
+    panel().key(Qt::Key_Space);
+    actor.runUntilIdle();
+    settle();
+    ASSERT_TRUE(menuBar().isPlaying());
+    panel().tabTo("Stop");
+    panel().key(Qt::Key_Return);
+    actor.runUntilIdle();
+    settle();
+    EXPECT_FALSE(menuBar().isPlaying());
+}
+
+TEST_F(StoryTests, volumesFollowPointerKeysAndWheel) {
+    launch();
+    play("airpods", "flip");
+    panel().dragTo("Volume of AirPods Pro", 0.25);
+    EXPECT_NEAR(volumeOf("airpods"), 0.25, 0.02);
+    panel().tabTo("Volume of JBL Flip 6");
+    const float before = volumeOf("flip");
+    panel().key(Qt::Key_Right);
+    panel().key(Qt::Key_Up);
+    EXPECT_NEAR(volumeOf("flip"), before + 0.1, 0.001);
+    panel().wheel("Volume of JBL Flip 6", -2);
+    EXPECT_NEAR(volumeOf("flip"), before, 0.001);
+    EXPECT_NEAR(panel().find("Volume of JBL Flip 6").value, before, 0.001);
+
+    panel().click("Mute AirPods Pro");
+    EXPECT_TRUE(world().device("airpods").isMuted.value());
+    panel().click("Unmute AirPods Pro");
+    EXPECT_FALSE(world().device("airpods").isMuted.value());
+
+    panel().dragTo("Volume of all outputs", 0.9);
+    EXPECT_NEAR(panel().find("Volume of all outputs").value, 0.9, 0.02);
+    EXPECT_GT(volumeOf("airpods"), 0.3F);
+    benchPage().dragTo("Bench volume of JBL Flip 6", 0.1); // on the device itself
+    EXPECT_NEAR(panel().find("Volume of JBL Flip 6").value, 0.1, 0.02);
+}
+
+TEST_F(StoryTests, aLostOutputAsksAndBothAnswersAreKept) {
+    launch();
+    preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+    for (const bool keeps : {true, false}) {
+        play("airpods", "flip");
+        benchPage().click("Unplug JBL Flip 6");
+        actor.runUntilIdle();
+        settle();
+        EXPECT_TRUE(panel().has("Keep playing on the remaining output, or stop playing together?"));
+        EXPECT_FALSE(panel().has("Stop"));
+        panel().click(keeps ? "Keep playing on remaining outputs" : "Stop playing together");
+        actor.runUntilIdle();
+        settle();
+        EXPECT_FALSE(panel().has("Stop playing together"));
+        EXPECT_EQ(menuBar().isPlaying(), keeps);
+        EXPECT_EQ(panel().has("JBL Flip 6 disconnected"), keeps);
+        benchPage().click("Plug JBL Flip 6");
+        actor.runUntilIdle();
+        settle();
+        EXPECT_EQ(panel().has("Playing Together"), keeps);
+        if (keeps) panel().click("Stop");
+        actor.runUntilIdle();
+    }
+    EXPECT_EQ(world().defaultOutputUID(), "builtin");
+}
+
+TEST_F(StoryTests, aSetupIsSavedRenamedMarkedDeletedAndTakenBack) {
+    launch();
+    play("airpods", "flip");
+    panel().click("Save current setup");
+    panel().type("  Evening ");
+    panel().click("Save");
+    EXPECT_THAT(presetNames(), ElementsAre("Evening"));
+
+    panel().click("More for Evening");
+    panel().click("Rename");
+    panel().type("Kitchen");
+    panel().key(Qt::Key_Return);
+    EXPECT_THAT(presetNames(), ElementsAre("Kitchen"));
+    panel().tabTo("Kitchen");
+    panel().key(Qt::Key_F2);
+    panel().type("Nothing of it");
+    panel().key(Qt::Key_Escape);
+    EXPECT_THAT(presetNames(), ElementsAre("Kitchen"));
+    EXPECT_TRUE(panel().window().isVisible());
+
+    panel().click("Add to Favourites: Kitchen");
+    panel().click("More for Kitchen");
+    panel().click("Auto Connect");
+    EXPECT_TRUE(preferences().userPresets().front().isFavorite);
+    EXPECT_TRUE(preferences().userPresets().front().autoConnect);
+    const auto whole = preferences().presets();
+
+    panel().click("More for Kitchen");
+    panel().click("Delete");
+    EXPECT_THAT(presetNames(), ElementsAre());
+    EXPECT_TRUE(panel().shows("Deleted “Kitchen”"));
+    panel().click("Undo");
+    EXPECT_EQ(preferences().presets(), whole);
+
+    panel().click("Stop");
+    actor.runUntilIdle();
+    settle();
+    panel().click("Kitchen");
+    actor.runUntilIdle();
+    settle();
+    EXPECT_TRUE(panel().has("Playing Together"));
+}
+
+TEST_F(StoryTests, aFailedStartSaysWhatToDoAndIsDismissed) {
+    launch();
+    benchPage().click("Fail Next Start");
+    play("airpods", "flip");
+    const std::string error = menuBar().errorText().value_or("");
+    EXPECT_THAT(panel().names(), testing::Contains(toQString(error)));
+    EXPECT_EQ(panel().find(toQString(error)).description, toQString(menuBar().recoveryText()));
+    panel().click("Dismiss");
+    EXPECT_FALSE(panel().has(toQString(error)));
+    EXPECT_EQ(world().defaultOutputUID(), "builtin");
+}
+
+TEST_F(StoryTests, otherOutputsAreChosenWhileItPlays) {
+    launch();
+    play("airpods", "flip");
+    panel().click("Choose other outputs");
+    EXPECT_FALSE(panel().has("Play Together"));
+    panel().click("Second output");
+    panel().click("Topping E30 USB DAC");
+    panel().click("Play Together");
+    actor.runUntilIdle();
+    settle();
+    ASSERT_EQ(world().aggregates().size(), 1U);
+    EXPECT_TRUE(panel().has("Topping E30 USB DAC"));
+    EXPECT_FALSE(panel().has("Volume of JBL Flip 6"));
+    EXPECT_FALSE(panel().has("Second output"));
+}
+
+TEST_F(StoryTests, quittingWhilePlayingPutsTheSoundBack) {
+    launch();
+    world().pickDefault("dac");
+    play("airpods", "flip");
+    panel().click("Quit Velto");
+    actor.runUntilIdle();
+    EXPECT_EQ(world().defaultOutputUID(), "dac");
+    EXPECT_TRUE(world().aggregates().empty());
+}
+
+TEST_F(StoryTests, escapeClosesWhatIsOnTopFirst) {
+    launch();
+    savedPreset("Evening", "airpods", "flip");
+    panel().click("First output");
+    ASSERT_TRUE(panel().has("JBL Flip 6"));
+    panel().key(Qt::Key_Escape);
+    EXPECT_FALSE(panel().has("JBL Flip 6"));
+    panel().click("More for Evening");
+    ASSERT_TRUE(panel().has("Delete"));
+    panel().key(Qt::Key_Escape);
+    EXPECT_FALSE(panel().has("Delete"));
+    panel().key(Qt::Key_Escape);
+    EXPECT_FALSE(windows->panel()->isVisible());
+}
+
+} // namespace
+
+} // namespace velto
