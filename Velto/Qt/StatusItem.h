@@ -3,19 +3,18 @@
 // Owned by VeltoApplication; main actor only. It shows what it is told and passes on what is done to it.
 #pragma once
 
-#include <QMenu>
-#include <QObject>
+#include "Velto/Qt/StatusArea.h"
+
 #include <QRect>
 #include <QString>
-#include <QSystemTrayIcon>
 
 #include <functional>
+#include <memory>
+#include <vector>
 
 namespace velto {
 
-class StatusItem final : public QObject {
-    Q_OBJECT
-
+class StatusItem {
   public:
     struct Handlers {
         /// Clicked. The item's place on the screen; empty where the desktop doesn't tell.
@@ -25,21 +24,22 @@ class StatusItem final : public QObject {
         std::function<void()> settingsChosen;
         std::function<void()> quitChosen;
     };
+    /// A line of the item's menu; a separator has no label.
+    struct MenuEntry {
+        QString label;
+        std::function<void()> chosen;
+    };
 
-    /// Whether the desktop has a status area now.
-    static bool isAvailable();
-
-    explicit StatusItem(Handlers handlers);
+    virtual ~StatusItem() = default;
 
     /// The name of a system symbol, and what is read out for it.
-    void setLabel(const QString& symbol, const QString& accessibilityText);
-    bool eventFilter(QObject* object, QEvent* event) override;
+    virtual void setLabel(const QString& symbol, const QString& accessibilityText) = 0;
 
-  private:
-    Handlers handlers_;
-    QMenu menu_;
-    QSystemTrayIcon icon_;
-    QString symbol_;
+    /// The menu of every item. The handlers must outlive it.
+    static std::vector<MenuEntry> menuEntries(const Handlers& handlers);
 };
+
+/// For a status area of this kind; null for none.
+std::unique_ptr<StatusItem> makeStatusItem(StatusArea::Kind kind, StatusItem::Handlers handlers);
 
 } // namespace velto

@@ -4,7 +4,6 @@
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 
 #include <chrono>
 #include <stdexcept>
@@ -41,55 +40,50 @@ VeltoApplication::VeltoApplication(PlatformServices platform, QtApplicationHost&
                            }});
 }
 
-VeltoApplication::~VeltoApplication() { host_.setHandlers({}); }
+VeltoApplication::~VeltoApplication() {
+    if (statusAreaTimer_) delegate_.appState().actor().cancelTimer(*statusAreaTimer_);
+    host_.setHandlers({});
+}
 
 void VeltoApplication::start() {
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
     delegate_.applicationDidFinishLaunching();
-    if (StatusItem::isAvailable()) {
-        makeStatusItem();
-    } else {
-        awaitStatusArea();
-    }
-}
-
-/// At login the status area may come later than the program.
-void VeltoApplication::awaitStatusArea() {
-    statusAreaWatcher_ = std::make_unique<QDBusServiceWatcher>(
-        QStringLiteral("org.kde.StatusNotifierWatcher"), QDBusConnection::sessionBus(),
-        QDBusServiceWatcher::WatchForRegistration);
-    connect(statusAreaWatcher_.get(), &QDBusServiceWatcher::serviceRegistered, this,
-            [this] { makeStatusItem(); });
-    QTimer::singleShot(statusAreaDelay, this, [this] {
-        if (statusItem_) return;
-        if (StatusItem::isAvailable()) {
-            makeStatusItem();
-        } else {
-            withoutStatusItem();
-        }
+    statusArea_.emplace([this] { followStatusArea(); });
+    followStatusArea();
+    if (statusItem_) return;
+    statusAreaTimer_ = delegate_.appState().actor().postAfter(statusAreaDelay, [this] {
+        statusAreaTimer_.reset();
+        if (!statusItem_) withoutStatusItem();
     });
 }
 
-void VeltoApplication::makeStatusItem() {
-    if (statusItem_) return;
-    statusItem_ = std::make_unique<StatusItem>(
-        StatusItem::Handlers{.activated =
-                                 [this](const QRect& place) {
-                                     if (UserInterface* windows = userInterface())
-                                         windows->togglePanel(place);
-                                 },
-                             .scrolled =
-                                 [this](double notches) {
-                                     delegate_.appState().menuBar().adjustMasterVolume(
-                                         static_cast<float>(notches * volumePerNotch));
-                                 },
-                             .settingsChosen =
-                                 [this] {
-                                     if (UserInterface* windows = userInterface()) windows->showSettings();
-                                 },
-                             .quitChosen = [this] { requestQuit(); }});
+/// At login the status area may come later than the program, and it goes for a while when the desktop's shell
+/// is started again or the screen is locked: then no window is opened, but the panel can be had as one.
+void VeltoApplication::followStatusArea() {
+    const StatusArea::Kind kind = statusArea_->kind();
+    if (std::exchange(statusItemKind_, kind) == kind) return;
+    statusItem_.reset(); // first: an item is known by the program's own name
+    statusItem_ = makeStatusItem(kind, statusItemHandlers());
+    if (!statusItem_) LoggingService::ui.notice("The status area has gone; the panel is a window");
     updateStatusItem();
     applyPanelStyle();
+}
+
+StatusItem::Handlers VeltoApplication::statusItemHandlers() {
+    return {.activated =
+                [this](const QRect& place) {
+                    if (UserInterface* windows = userInterface()) windows->togglePanel(place);
+                },
+            .scrolled =
+                [this](double notches) {
+                    delegate_.appState().menuBar().adjustMasterVolume(
+                        static_cast<float>(notches * volumePerNotch));
+                },
+            .settingsChosen =
+                [this] {
+                    if (UserInterface* windows = userInterface()) windows->showSettings();
+                },
+            .quitChosen = [this] { requestQuit(); }};
 }
 
 void VeltoApplication::withoutStatusItem() {

@@ -1,23 +1,25 @@
 // VeltoApplication: the program on a Qt desktop: the plain half of it, its status item and its windows.
 //
 // Owned by the entry point, which gives it the platform; main actor only. The windows are made when something
-// is first opened. Where there is no status area, the panel is an ordinary window and opens at the start.
+// is first opened. Where there is no status area, the panel is an ordinary window and opens at the start. The
+// status item comes and goes with the desktop's status area.
 #pragma once
 
 #include "Velto/Qt/QtApplicationHost.h"
+#include "Velto/Qt/StatusArea.h"
 #include "Velto/Qt/StatusItem.h"
 #include "Velto/Qt/UserInterface.h"
 #include "Velto/Shell/AppDelegate.h"
 #include "Velto/Shell/PlatformServices.h"
+#include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Observation/Observable.h"
 
-#include <QDBusServiceWatcher>
 #include <QObject>
 #include <QSessionManager>
-#include <QTimer>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace velto {
 
@@ -43,14 +45,14 @@ class VeltoApplication final : public QObject {
     void endSession(const WaitUntil& waitUntil);
 
     AppDelegate& delegate() { return delegate_; }
-    /// Null until the desktop has a status area.
+    /// Null while the desktop has no status area.
     StatusItem* statusItem() const { return statusItem_.get(); }
     /// Makes the windows if need be; null, with a message logged, when they can't be had.
     UserInterface* userInterface();
 
   private:
-    void awaitStatusArea();
-    void makeStatusItem();
+    void followStatusArea();
+    StatusItem::Handlers statusItemHandlers();
     void updateStatusItem();
     void withoutStatusItem();
     UserInterface::PanelStyle panelStyle() const;
@@ -63,8 +65,10 @@ class VeltoApplication final : public QObject {
     AppDelegate delegate_;
     Subscription statusSubscription_;
     std::unique_ptr<UserInterface> userInterface_;
+    std::optional<StatusArea> statusArea_; // none before the start
+    StatusArea::Kind statusItemKind_ = StatusArea::Kind::none;
     std::unique_ptr<StatusItem> statusItem_;
-    std::unique_ptr<QDBusServiceWatcher> statusAreaWatcher_;
+    std::optional<MainActor::TimerID> statusAreaTimer_; // while a late status area may still come
 };
 
 } // namespace velto

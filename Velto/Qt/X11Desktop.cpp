@@ -4,28 +4,14 @@
 
 #include <xcb/xcb.h>
 
-#include <cstdlib>
-#include <memory>
-#include <string>
+#include <cstring>
 
 namespace velto {
 
-namespace {
-
-struct Freed {
-    void operator()(void* reply) const noexcept { std::free(reply); }
-};
-
-/// Whether anybody owns the selection: so X11's compositors and trays make themselves known.
-bool isOwned(xcb_connection_t* connection, const std::string& selection) {
-    const auto question =
-        xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(selection.size()), selection.c_str());
-    const std::unique_ptr<xcb_intern_atom_reply_t, Freed> atom(
-        xcb_intern_atom_reply(connection, question, nullptr));
-    if (!atom) return false;
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, Freed> owner(
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
-    return owner && owner->owner != XCB_WINDOW_NONE;
+bool windowsAreBlended() {
+    xcb_connection_t* connection = x11Connection();
+    if (!connection) return true; // only X11 may have no compositor
+    return x11SelectionOwner(connection, x11Atom(connection, "_NET_WM_CM_S0")) != 0;
 }
 
 xcb_connection_t* x11Connection() {
@@ -33,16 +19,17 @@ xcb_connection_t* x11Connection() {
     return x11 ? x11->connection() : nullptr;
 }
 
-} // namespace
-
-bool windowsAreBlended() {
-    xcb_connection_t* connection = x11Connection();
-    return !connection || isOwned(connection, "_NET_WM_CM_S0"); // only X11 may have no compositor
+std::uint32_t x11Atom(xcb_connection_t* connection, const char* name) {
+    const auto question = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
+    const X11Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, question, nullptr));
+    return reply ? reply->atom : 0;
 }
 
-bool hasSystemTray() {
-    xcb_connection_t* connection = x11Connection();
-    return connection && isOwned(connection, "_NET_SYSTEM_TRAY_S0");
+std::uint32_t x11SelectionOwner(xcb_connection_t* connection, std::uint32_t selection) {
+    const auto question = xcb_get_selection_owner(connection, selection);
+    const X11Reply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection, question, nullptr));
+    return reply ? reply->owner : 0;
 }
 
 } // namespace velto
