@@ -10,28 +10,35 @@
 
 namespace velto {
 
-/// A connection to the bus, for as long as somebody observes.
-class LogindSleepMonitor::Bus {
+/// A connection to the bus, for as long as somebody observes; it may be ended from within an observer.
+class LogindSleepMonitor::Bus : public std::enable_shared_from_this<Bus> {
   public:
     Bus(FileDescriptorWatcher& watcher, const std::string& address, SleepObserver observer)
         : watcher_(watcher), observer_(std::move(observer)) {
         try {
             connect(address);
-            require(sd_bus_match_signal_async(bus_, nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
-                                              "org.freedesktop.login1.Manager", "PrepareForSleep",
-                                              &Bus::prepareForSleep, nullptr, this));
+            require(sd_bus_match_signal_async(bus_, nullptr, "org.freedesktop.login1",
+                                              "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                                              "PrepareForSleep", &Bus::prepareForSleep, nullptr, this));
             require(sd_bus_flush(bus_));
         } catch (...) {
             sd_bus_unref(bus_);
             throw;
         }
-        watcher_.watchReadable(sd_bus_get_fd(bus_), [this] { process(); });
+        descriptor_ = sd_bus_get_fd(bus_);
+        watcher_.watchReadable(descriptor_, [this] { process(); });
     }
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
     ~Bus() {
-        if (sd_bus_is_open(bus_) > 0) watcher_.unwatch(sd_bus_get_fd(bus_));
+        end();
         sd_bus_close_unref(bus_);
+    }
+
+    /// Nothing is announced from now on.
+    void end() {
+        observer_ = {};
+        if (descriptor_ >= 0) watcher_.unwatch(std::exchange(descriptor_, -1));
     }
 
   private:
@@ -51,12 +58,14 @@ class LogindSleepMonitor::Bus {
     }
 
     void process() {
+        const auto alive = shared_from_this();
         int result = 1;
         while (result > 0)
             result = sd_bus_process(bus_, nullptr);
         if (result == 0) return;
-        LoggingService::lifecycle.error("Sleep and wake are not announced any more: {}", std::strerror(-result));
-        watcher_.unwatch(sd_bus_get_fd(bus_));
+        LoggingService::lifecycle.error("Sleep and wake are not announced any more: {}",
+                                        std::strerror(-result));
+        end();
     }
 
     static int prepareForSleep(sd_bus_message* message, void* self, sd_bus_error*) {
@@ -74,18 +83,19 @@ class LogindSleepMonitor::Bus {
     FileDescriptorWatcher& watcher_;
     SleepObserver observer_;
     sd_bus* bus_ = nullptr;
+    int descriptor_ = -1; // the bus's, while it is watched: the bus itself forgets it when it breaks
 };
 
 LogindSleepMonitor::LogindSleepMonitor(FileDescriptorWatcher& watcher, std::string busAddress)
     : watcher_(watcher), busAddress_(std::move(busAddress)) {}
 
-LogindSleepMonitor::~LogindSleepMonitor() = default;
+LogindSleepMonitor::~LogindSleepMonitor() { observe({}); }
 
 void LogindSleepMonitor::observe(SleepObserver observer) {
-    bus_.reset();
+    if (const auto old = std::exchange(bus_, nullptr)) old->end();
     if (!observer.willSleep && !observer.didWake) return;
     try {
-        bus_ = std::make_unique<Bus>(watcher_, busAddress_, std::move(observer));
+        bus_ = std::make_shared<Bus>(watcher_, busAddress_, std::move(observer));
     } catch (const std::runtime_error& error) {
         LoggingService::lifecycle.error("Sleep and wake are not announced: {}", error.what());
     }

@@ -1,7 +1,7 @@
 // LogindSleepMonitor: the machine's sleep and wake, as the login manager announces them on the system bus.
 //
-// Owned by the program's entry point, used on the main actor. Without a bus or a login manager nothing is ever
-// announced, which is logged once.
+// Owned by the program's entry point, used on the main actor. Without a bus or a login manager nothing is
+// ever announced, which is logged once.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
@@ -25,7 +25,7 @@ class LogindSleepMonitor final : public SleepMonitor {
 
     FileDescriptorWatcher& watcher_;
     std::string busAddress_;
-    std::unique_ptr<Bus> bus_; // none while nobody observes
+    std::shared_ptr<Bus> bus_; // none while nobody observes
 };
 
 } // namespace velto

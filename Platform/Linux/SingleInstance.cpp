@@ -25,7 +25,6 @@ namespace {
 using SteadyClock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr auto patience = 2s;
 constexpr auto pause = 20ms;
 
 [[noreturn]] void fail(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
@@ -62,20 +61,26 @@ SingleInstance::SingleInstance(std::filesystem::path folder) : socket_(folder / 
     const std::filesystem::path lock = folder / "com.corlent.velto.lock";
     lock_ = open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lock_ < 0) fail("The lock of the running program could not be made");
-    if (flock(lock_, LOCK_EX | LOCK_NB) == 0) {
-        listen();
-    } else if (errno != EWOULDBLOCK) {
-        close(lock_);
-        fail("The lock of the running program could not be taken");
+    try {
+        if (flock(lock_, LOCK_EX | LOCK_NB) == 0) {
+            listen();
+        } else if (errno != EWOULDBLOCK) {
+            fail("The lock of the running program could not be taken");
+        }
+    } catch (...) {
+        closeAll();
+        throw;
     }
 }
 
 SingleInstance::~SingleInstance() {
-    if (listener_ >= 0) {
-        if (watcher_) watcher_->unwatch(listener_);
-        unlink(socket_.c_str());
-        close(listener_);
-    }
+    if (watcher_) watcher_->unwatch(listener_);
+    if (isFirst()) unlink(socket_.c_str());
+    closeAll();
+}
+
+void SingleInstance::closeAll() noexcept {
+    if (listener_ >= 0) close(listener_);
     close(lock_);
 }
 
@@ -102,16 +107,17 @@ void SingleInstance::observeRaise(FileDescriptorWatcher& watcher, std::function<
     });
 }
 
-bool SingleInstance::raiseFirst() const {
+bool SingleInstance::raiseFirst(std::chrono::milliseconds patience) const {
     const sockaddr_un name = address(socket_);
     const auto deadline = SteadyClock::now() + patience;
     do {
-        const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        // Without waiting: where many wait already for one that hangs, connecting would take for ever.
+        const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         const bool isConnected =
             connect(connection, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
         // The first one closes the connection once it has seen it.
         pollfd answer{connection, POLLIN, 0};
-        const bool isSeen = isConnected && poll(&answer, 1, std::chrono::milliseconds(patience).count()) == 1;
+        const bool isSeen = isConnected && poll(&answer, 1, static_cast<int>(patience.count())) == 1;
         close(connection);
         if (isConnected) return isSeen;
         poll(nullptr, 0, std::chrono::milliseconds(pause).count()); // the first one is only just starting

@@ -6,6 +6,7 @@
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 
@@ -26,11 +27,12 @@ class SingleInstance {
     /// For the first one: calls the handler whenever the program is started again. Once; the
     /// watcher must outlive this.
     void observeRaise(FileDescriptorWatcher& watcher, std::function<void()> handler);
-    /// For a later one: false when the first doesn't answer within two seconds.
-    bool raiseFirst() const;
+    /// For a later one: false when the first doesn't answer in time.
+    bool raiseFirst(std::chrono::milliseconds patience = std::chrono::seconds(2)) const;
 
   private:
     void listen();
+    void closeAll() noexcept;
 
     std::filesystem::path socket_;
     int lock_ = -1;
