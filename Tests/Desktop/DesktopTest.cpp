@@ -1,0 +1,50 @@
+#include "Tests/Desktop/DesktopTest.h"
+
+#include "Tests/Desktop/PrivateBus.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <exception>
+#include <iostream>
+
+namespace velto {
+
+namespace {
+
+constexpr std::chrono::seconds patience{10};
+
+} // namespace
+
+bool runUntil(const std::function<bool()>& condition) {
+    const QDeadlineTimer deadline(patience);
+    QTimer wakeUp; // or the loop would wait for something to happen even after that
+    wakeUp.setSingleShot(true);
+    wakeUp.start(patience);
+    while (!condition()) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+} // namespace velto
+
+int main(int argumentCount, char** arguments) {
+    testing::InitGoogleMock(&argumentCount, arguments);
+    if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
+    try {
+        const velto::PrivateBus sessionBus;
+        qputenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().c_str());
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        const QApplication application(argumentCount, arguments);
+        return RUN_ALL_TESTS();
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,11 @@
+// A desktop for tests: Qt without a display, on a session bus that is the test program's own.
+#pragma once
+
+#include <functional>
+
+namespace velto {
+
+/// Runs Qt's loop until the condition holds; false after a long while.
+bool runUntil(const std::function<bool()>& condition);
+
+} // namespace velto

@@ -1,0 +1,26 @@
+// PrivateBus: a message bus for tests alone, ended with its owner.
+#pragma once
+
+#include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/OwnedFolder.h"
+
+#include <string>
+
+namespace velto {
+
+class PrivateBus {
+  public:
+    /// Throws std::runtime_error when there can be none.
+    PrivateBus();
+
+    const std::string& address() const noexcept { return address_; }
+    /// As if it had crashed.
+    void kill() { daemon_.kill(); }
+
+  private:
+    OwnedFolder folder_;
+    ChildProcess daemon_;
+    std::string address_;
+};
+
+} // namespace velto

@@ -1,0 +1,175 @@
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Simulation/SimulatedAudioEngine.h"
+#include "Tests/Desktop/DesktopShell.h"
+#include "Tests/Desktop/DesktopTest.h"
+#include "Tests/Support/Machine.h"
+#include "Velto/Qt/NotifierStatusItemTypes.h"
+#include "Velto/Qt/VeltoApplication.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::SizeIs;
+
+/// What was asked of the program's windows, which nobody sees.
+struct Windows {
+    UserInterface::PanelStyle style = UserInterface::PanelStyle::dropDown;
+    int panelsShown = 0;
+    QRect place;
+    int settingsShown = 0;
+};
+
+class UnseenUserInterface final : public UserInterface {
+  public:
+    explicit UnseenUserInterface(Windows& windows) : windows_(windows) {}
+
+    void setPanelStyle(PanelStyle style) override { windows_.style = style; }
+    void showPanel(const QRect& statusItem) override {
+        ++windows_.panelsShown;
+        windows_.place = statusItem;
+    }
+    void togglePanel(const QRect& statusItem) override { showPanel(statusItem); }
+    void showSettings() override { ++windows_.settingsShown; }
+    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()>) override { return nullptr; }
+
+  private:
+    Windows& windows_;
+};
+
+/// The program on a simulated computer, in virtual time, and its status item on a real bus.
+class StatusAreaTests : public MachineTest {
+  protected:
+    using PanelStyle = UserInterface::PanelStyle;
+
+    StatusAreaTests() { plugUsualOutputs(); }
+    ~StatusAreaTests() override {
+        if (application) application->requestQuit();
+        loop.runUntilIdle();
+    }
+
+    /// Starts the program; its user has been welcomed before.
+    void start() {
+        defaults.set(PreferencesManager::Key::hasCompletedOnboarding, true);
+        application.emplace(platform(), host,
+                            [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });
+        application->start();
+        loop.runReady();
+    }
+    /// The desktop shows the program's item, perhaps in a moment.
+    bool isShown() {
+        return runUntil([this] { return !shell->items().empty(); });
+    }
+    bool losesItem() {
+        return runUntil([this] { return !hasItem(); });
+    }
+    bool hasItem() const { return application->statusItem() != nullptr; }
+    void play() {
+        menuBar().binding(MenuBarViewModel::Slot::first).set("builtin");
+        menuBar().binding(MenuBarViewModel::Slot::second).set("bluetooth");
+        menuBar().play();
+        loop.runUntilIdle();
+        ASSERT_TRUE(menuBar().isPlaying());
+    }
+    MenuBarViewModel& menuBar() { return application->delegate().appState().menuBar(); }
+    PlatformServices platform() {
+        return {.actor = loop,
+                .client = std::shared_ptr<CoreAudioClient>(std::shared_ptr<void>(), &world), // not owned
+                .defaults = defaults,
+                .collation = collation,
+                .loginItems = loginItems,
+                .host = host,
+                .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); }};
+    }
+
+    struct : SleepMonitor {
+        void observe(SleepObserver) override {}
+    } sleep;
+    QtApplicationHost host{sleep};
+    const IcuTextCollation collation;
+    Windows windows;
+    std::optional<DesktopShell> shell;
+    std::optional<VeltoApplication> application;
+};
+
+TEST_F(StatusAreaTests, WithoutOneThePanelIsAWindowThatOpensOnceItIsClearThatNoneComes) {
+    start();
+    loop.advance(3s);
+    EXPECT_EQ(windows.panelsShown, 0);
+    loop.advance(2s);
+    EXPECT_EQ(windows.panelsShown, 1);
+    EXPECT_EQ(windows.style, PanelStyle::window);
+    EXPECT_EQ(log.count("This desktop has no status area"), 1U);
+    EXPECT_EQ(loop.pendingTimers(), 0U);
+
+    shell.emplace(); // much later
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(windows.style, PanelStyle::dropDown);
+}
+
+TEST_F(StatusAreaTests, OneThatComesALittleLaterThanTheProgramIsWaitedFor) {
+    start();
+    loop.advance(3s);
+    shell.emplace();
+    ASSERT_TRUE(isShown());
+    loop.advance(10s);
+    EXPECT_EQ(windows.panelsShown, 0);
+    EXPECT_EQ(log.count("no status area"), 0U);
+}
+
+TEST_F(StatusAreaTests, WhileItIsAwayThePanelIsAWindowAndNothingPopsUp) {
+    shell.emplace();
+    start();
+    ASSERT_TRUE(isShown());
+    shell->callItem("Activate", {200, 10});
+    EXPECT_EQ(windows.place.center(), QPoint(200, 10));
+    EXPECT_EQ(windows.style, PanelStyle::dropDown);
+    for (int round = 1; round <= 2; ++round) {
+        shell.reset();
+        ASSERT_TRUE(losesItem());
+        loop.advance(10s);
+        EXPECT_EQ(windows.style, PanelStyle::window);
+        EXPECT_EQ(windows.panelsShown, 1);
+        shell.emplace();
+        ASSERT_TRUE(isShown());
+        EXPECT_THAT(shell->items(), SizeIs(1));
+        EXPECT_EQ(windows.style, PanelStyle::dropDown);
+    }
+}
+
+TEST_F(StatusAreaTests, TheItemShowsWhatPlaysAndAnswersTheWheelAndTheMenu) {
+    shell.emplace();
+    start();
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(shell->property("Title"), "Velto");
+    const auto idle = qdbus_cast<NotifierPixmaps>(shell->property("IconPixmap"));
+    play();
+    EXPECT_THAT(shell->takeSignals(), testing::Contains("NewIcon"));
+    EXPECT_EQ(shell->property("Title"), "Velto, playing together");
+    EXPECT_NE(qdbus_cast<NotifierPixmaps>(shell->property("IconPixmap")).front().bytes, idle.front().bytes);
+
+    ASSERT_TRUE(menuBar().hasMasterVolume());
+    menuBar().masterVolume().set(0.5F);
+    shell->callItem("Scroll", {240, "vertical"});
+    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.58F);
+    shell->callItem("Scroll", {-120, "vertical"});
+    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.54F);
+
+    EXPECT_TRUE(shell->choose("Settings…"));
+    EXPECT_EQ(windows.settingsShown, 1);
+    EXPECT_TRUE(shell->choose("Quit Velto"));
+    EXPECT_TRUE(application->delegate().isShuttingDown());
+    loop.runUntilIdle();
+    EXPECT_THAT(world.aggregates(), testing::IsEmpty());
+}
+
+} // namespace
+} // namespace velto
