@@ -3,6 +3,7 @@
 // Prints one table; the exit status is 0 when every figure is within its limit. Machines are noisy: medians
 // and ratios within one run count.
 
+#include "Benchmarks/FigureTable.h"
 #include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
@@ -38,31 +39,13 @@ struct Workshop {
     fs::path source() const { return folder / "source.wav"; }
 };
 
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
-
-bool isEveryFigureWithin = true;
-
-void report(const char* what, const std::string& measured, const std::string& limit, bool isWithin) {
-    std::printf("%-44s %-44s %-24s %s\n", what, measured.c_str(), limit.c_str(),
-                isWithin ? "within" : "BEYOND");
-    isEveryFigureWithin = isEveryFigureWithin && isWithin;
-}
-
-template <class... Values>
-std::string text(const char* format, Values... values) {
-    char line[160];
-    std::snprintf(line, sizeof line, format, values...);
-    return line;
-}
+FigureTable table;
 
 void reportTimes(const char* what, const std::vector<double>& times) {
-    report(what,
-           text("median %.1f ms, most %.1f ms, of %zu", median(times), std::ranges::max(times), times.size()),
-           "median <= 25 ms", median(times) <= 25);
+    table.add(
+        what,
+        text("median %.1f ms, most %.1f ms, of %zu", median(times), std::ranges::max(times), times.size()),
+        "median <= 25 ms", median(times) <= 25);
 }
 
 void startsAndStops(const Workshop& workshop) {
@@ -135,14 +118,14 @@ void survivors(const Workshop& workshop) {
     std::int64_t most = 0;
     for (int round = 0; round < 3; ++round)
         most = std::max(most, lossOfSurvivor(workshop, 0, quantum));
-    report("survivor of an unplug", text("most %lld samples of 3 rounds", static_cast<long long>(most)),
-           "no sample lost", most == 0);
+    table.add("survivor of an unplug", text("most %lld samples of 3 rounds", static_cast<long long>(most)),
+              "no sample lost", most == 0);
     most = 0;
     for (int round = 0; round < 3; ++round)
         most = std::max(most, lossOfSurvivor(workshop, 3000, quantum));
-    report("survivor, the graph's driver unplugged",
-           text("most %.2f quanta of 3 rounds", static_cast<double>(most) / static_cast<double>(quantum)),
-           "<= 2 quanta", most <= 2 * quantum);
+    table.add("survivor, the graph's driver unplugged",
+              text("most %.2f quanta of 3 rounds", static_cast<double>(most) / static_cast<double>(quantum)),
+              "<= 2 quanta", most <= 2 * quantum);
 }
 
 void replugs(const Workshop& workshop) {
@@ -173,10 +156,10 @@ void replugs(const Workshop& workshop) {
         silences.push_back((static_cast<double>(sample) / 2 / OutputRecorder::sampleRate - event) * 1000);
         if (silences.back() <= limit) ++within;
     }
-    report("replugged output sounds again",
-           text("%d of %zu; median %.1f ms, most %.1f ms", within, events.size(), median(silences),
-                std::ranges::max(silences)),
-           text("100 of 100 in <= %.1f ms", limit), within == 100);
+    table.add("replugged output sounds again",
+              text("%d of %zu; median %.1f ms, most %.1f ms", within, events.size(), median(silences),
+                   std::ranges::max(silences)),
+              text("100 of 100 in <= %.1f ms", limit), within == 100);
 }
 
 /// What one would build by hand: a null sink, linked to both outputs, as the default.
@@ -214,9 +197,9 @@ void cpu(const Workshop& workshop) {
         bench.stop();
         ratios.push_back(ours.back() / bare);
     }
-    report("CPU against a bare null sink with two links",
-           text("x %.2f; %.1f ms per second of audio", median(ratios), median(ours)), "<= 1.1 x",
-           median(ratios) <= 1.1);
+    table.add("CPU against a bare null sink with two links",
+              text("x %.2f; %.1f ms per second of audio", median(ratios), median(ours)), "<= 1.1 x",
+              median(ratios) <= 1.1);
 }
 
 } // namespace
@@ -233,5 +216,5 @@ int main() {
         std::fprintf(stderr, "velto-sound-benchmarks: %s\n", error.what());
         return 1;
     }
-    return isEveryFigureWithin ? 0 : 1;
+    return table.isEveryFigureWithin() ? 0 : 1;
 }

@@ -1,0 +1,101 @@
+#include "Benchmarks/ProcessFigures.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double kilobytesInMegabyte = 1024;
+
+fs::path folderOf(pid_t process) { return "/proc/" + std::to_string(process); }
+
+std::ifstream openFile(const fs::path& path) {
+    std::ifstream file(path);
+    if (!file) throw std::runtime_error("A program that was to be measured has ended");
+    return file;
+}
+
+/// Adds what a line such as "Pss:   12 kB" tells.
+void add(const std::string& line, ProcessMemory& memory) {
+    std::istringstream fields(line);
+    std::string name;
+    double kilobytes = 0;
+    fields >> name >> kilobytes;
+    if (name == "Pss:") memory.proportional += kilobytes / kilobytesInMegabyte;
+    if (name == "Private_Dirty:") memory.privateDirty += kilobytes / kilobytesInMegabyte;
+}
+
+/// The name in the first line of a mapping; none for other lines.
+std::string mappedFile(const std::string& line) {
+    std::istringstream fields(line);
+    std::string range, permissions, offset, device, inode, name;
+    fields >> range >> permissions >> offset >> device >> inode >> name;
+    return name.empty() ? "(anonymous)" : fs::path(name).filename().string();
+}
+
+} // namespace
+
+ProcessMemory memoryOf(pid_t process) {
+    std::ifstream file = openFile(folderOf(process) / "smaps_rollup");
+    ProcessMemory memory;
+    for (std::string line; std::getline(file, line);)
+        add(line, memory);
+    return memory;
+}
+
+std::vector<MemoryOfFile> memoryByFile(pid_t process) {
+    std::ifstream file = openFile(folderOf(process) / "smaps");
+    std::map<std::string, ProcessMemory> memories;
+    std::string name;
+    for (std::string line; std::getline(file, line);) {
+        const bool isField = !line.empty() && std::isupper(static_cast<unsigned char>(line.front()));
+        if (isField) {
+            add(line, memories[name]);
+        } else {
+            name = mappedFile(line);
+        }
+    }
+    std::vector<MemoryOfFile> result;
+    for (const auto& [key, memory] : memories)
+        result.push_back({key, memory});
+    std::ranges::sort(result, std::ranges::greater{},
+                      [](const MemoryOfFile& entry) { return entry.memory.proportional; });
+    return result;
+}
+
+int programsWith(const std::string& library) {
+    int count = 0;
+    for (const auto& entry : fs::directory_iterator("/proc", fs::directory_options::skip_permission_denied)) {
+        std::ifstream maps(entry.path() / "maps");
+        for (std::string line; std::getline(maps, line);) {
+            if (!line.contains("/" + library)) continue;
+            ++count;
+            break;
+        }
+    }
+    return count;
+}
+
+std::int64_t wakeUpsOf(pid_t process) {
+    std::int64_t count = 0;
+    for (const auto& thread : fs::directory_iterator(folderOf(process) / "task")) {
+        std::ifstream file(thread.path() / "status");
+        for (std::string name; file >> name;) {
+            std::int64_t value = 0;
+            if (name == "voluntary_ctxt_switches:" && file >> value) count += value;
+        }
+    }
+    return count;
+}
+
+} // namespace velto
