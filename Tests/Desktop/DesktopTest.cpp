@@ -23,7 +23,7 @@ constexpr std::chrono::seconds patience{10};
 bool runUntil(const std::function<bool()>& condition) {
     const QDeadlineTimer deadline(patience);
     QTimer wakeUp; // or the loop would wait for something to happen even after that
-    wakeUp.setSingleShot(true);
+    wakeUp.setTimerType(Qt::PreciseTimer);
     wakeUp.start(patience);
     while (!condition()) {
         if (deadline.hasExpired()) return false;

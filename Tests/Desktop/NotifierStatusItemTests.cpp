@@ -104,7 +104,7 @@ TEST_F(NotifierStatusItemTests, TheDesktopIsToldOfItOnceThereIsSomethingToShow) 
     EXPECT_EQ(shell->property("Status"), "Active");
     EXPECT_EQ(shell->property("ItemIsMenu"), false);
     const QVariant toolTip = shell->property("ToolTip");
-    EXPECT_EQ(signature(toolTip), "(sa(iiay)ss)");
+    ASSERT_EQ(signature(toolTip), "(sa(iiay)ss)");
     EXPECT_EQ(qdbus_cast<NotifierToolTip>(toolTip).title, "Velto");
 }
 
@@ -128,7 +128,7 @@ TEST_F(NotifierStatusItemTests, AShellThatIsStartedAgainOrReplacedIsToldAnew) {
 
 TEST_F(NotifierStatusItemTests, TheIconIsTheSymbolInTheColourOfText) {
     showItem();
-    EXPECT_EQ(signature(shell->property("IconPixmap")), "a(iiay)");
+    ASSERT_EQ(signature(shell->property("IconPixmap")), "a(iiay)");
     const NotifierPixmaps idle = icon();
     ASSERT_THAT(idle, SizeIs(Ge(3)));
     for (const NotifierPixmap& pixmap : idle) {
@@ -199,13 +199,13 @@ TEST_F(NotifierStatusItemTests, TheMenuIsDescribedByItsInterface) {
     std::vector<std::string> lines;
     QList<int> ids;
     for (const QVariant& child : layout.children) {
-        EXPECT_EQ(signature(child), "(ia{sv}av)");
+        ASSERT_EQ(signature(child), "(ia{sv}av)");
         const auto entry = qdbus_cast<NotifierMenuLayout>(child);
         ids.append(entry.id);
         lines.push_back(
             entry.properties.value("type", entry.properties.value("label")).toString().toStdString());
     }
-    EXPECT_THAT(lines, ElementsAre("Open Velto", "Settings…", "separator", "Quit Velto"));
+    ASSERT_THAT(lines, ElementsAre("Open Velto", "Settings…", "separator", "Quit Velto"));
     const QDBusMessage flat = shell->callMenu("GetLayout", {0, 0, QStringList()});
     EXPECT_THAT(qdbus_cast<NotifierMenuLayout>(flat.arguments()[1]).children, IsEmpty());
 

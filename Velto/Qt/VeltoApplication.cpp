@@ -62,7 +62,6 @@ void VeltoApplication::start() {
 void VeltoApplication::followStatusArea() {
     const StatusArea::Kind kind = statusArea_->kind();
     if (std::exchange(statusItemKind_, kind) == kind) return;
-    statusItem_.reset(); // first: an item is known by the program's own name
     statusItem_ = makeStatusItem(kind, statusItemHandlers());
     if (!statusItem_) LoggingService::ui.notice("The status area has gone; the panel is a window");
     updateStatusItem();
