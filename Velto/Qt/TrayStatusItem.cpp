@@ -2,7 +2,7 @@
 
 #include "Velto/Qt/SymbolImage.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QPalette>
 #include <QWheelEvent>
 
@@ -23,6 +23,7 @@ TrayStatusItem::TrayStatusItem(Handlers handlers) : handlers_(std::move(handlers
     }
     icon_.setContextMenu(&menu_);
     icon_.installEventFilter(this);
+    qApp->installEventFilter(this);
     connect(&icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         // Two quick clicks arrive as one and a double click: both are clicks.
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
@@ -32,12 +33,17 @@ TrayStatusItem::TrayStatusItem(Handlers handlers) : handlers_(std::move(handlers
 
 void TrayStatusItem::setLabel(const QString& symbol, const QString& accessibilityText) {
     if (std::exchange(symbol_, symbol) == symbol) return;
-    icon_.setIcon(symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText)));
+    draw();
     icon_.setToolTip(accessibilityText);
     icon_.show();
 }
 
+void TrayStatusItem::draw() {
+    icon_.setIcon(symbolIcon(symbol_, QApplication::palette().color(QPalette::WindowText)));
+}
+
 bool TrayStatusItem::eventFilter(QObject* object, QEvent* event) {
+    if (object == qApp && event->type() == QEvent::ApplicationPaletteChange) draw();
     if (object != &icon_ || event->type() != QEvent::Wheel) return false;
     handlers_.scrolled(static_cast<QWheelEvent*>(event)->angleDelta().y() / 120.0);
     return true;

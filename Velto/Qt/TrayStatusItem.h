@@ -22,6 +22,8 @@ class TrayStatusItem final : public QObject, public StatusItem {
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
+    void draw();
+
     Handlers handlers_;
     QMenu menu_;
     QSystemTrayIcon icon_;
