@@ -486,7 +486,12 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     world.replug("bluetooth"); // nor during a start
     loop.runUntilIdle();
     ASSERT_TRUE(app->isPlaying());
-    app->stop();
+    unplug("bluetooth");
+    world.faults.lingersAfterDestroy = 250ms;
+    app->begin(coordinator().stopDualOutput());
+    loop.advance(100ms);
+    world.replug("bluetooth"); // nor during a stop
+    loop.runUntilIdle();
     pickDefault("usb");
     EXPECT_EQ(log.count("Auto Connect"), 1U) << "nor later: what appeared then has been seen";
 
