@@ -94,7 +94,7 @@ QColor Appearance::chosenAccent() const {
 QColor Appearance::accent() const { return readableOn(chosenAccent(), Qt::white); }
 
 QColor Appearance::accentInk() const {
-    return readableOn(chosenAccent(), isDark() ? QColor(0x36, 0x36, 0x3c) : QColor(0xf0, 0xf0, 0xf5));
+    return readableOn(chosenAccent(), isDark() ? QColor(0x50, 0x50, 0x56) : QColor(0xe8, 0xe8, 0xec));
 }
 
 bool Appearance::isComposited() const { return overruled_.isComposited.value_or(windowsAreBlended()); }

@@ -37,7 +37,7 @@ Rectangle {
         }
         TextLabel {
             width: parent.width
-            visible: text.length > 0
+            visible: view.recovery.length > 0
             text: view.recovery
             wrapMode: Text.Wrap
             color: Theme.secondary

@@ -39,10 +39,10 @@ GlassCard {
     }
     StatusBadge {
         id: badgeLabel
-        anchors { right: parent.right; rightMargin: 10; top: parent.top; topMargin: 11 }
+        anchors { right: parent.right; rightMargin: 10; top: parent.top; topMargin: card.volumeText ? 11 : (card.height - height) / 2 }
         text: card.badge
         ink: card.isConnected ? Theme.secondary : Theme.warn
-        ground: card.isConnected ? Theme.disc : Theme.warnGround
+        ground: card.isConnected ? Theme.badge : Theme.warnGround
     }
     TextLabel {
         anchors { left: disc.right; leftMargin: 10; bottom: parent.bottom; bottomMargin: 13; right: parent.right }

@@ -45,8 +45,8 @@ Item {
             NameField {
                 id: nameField
                 anchors { left: parent.left; right: save.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
-                label: "Save current setup"
-                placeholderText: "Name of this setup"
+                label: "Name of this setup"
+                placeholderText: label
                 text: view.model.newPresetName
                 onTextEdited: view.model.newPresetName = text
                 onCommitted: view.model.saveCurrentAsPreset()

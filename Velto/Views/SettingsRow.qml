@@ -20,6 +20,7 @@ Item {
         spacing: 2
         TextLabel {
             width: parent.width
+            visible: row.label.length > 0
             text: row.label
             wrapMode: Text.Wrap
             color: row.available ? Theme.label : Theme.secondary

@@ -24,7 +24,7 @@ T.AbstractButton {
 
     background: Rectangle {
         radius: 9
-        color: button.checked ? Theme.disc : button.hovered ? Theme.hover : "transparent"
+        color: button.checked ? Theme.badge : button.hovered ? Theme.hover : "transparent"
         Behavior on color { ColorAnimation { duration: Theme.quick } }
     }
     contentItem: Item {

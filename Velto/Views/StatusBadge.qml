@@ -3,7 +3,7 @@ import QtQuick
 Rectangle {
     property alias text: label.text
     property color ink: Theme.secondary
-    property color ground: Theme.disc
+    property color ground: Theme.badge
 
     implicitWidth: label.implicitWidth + 14
     implicitHeight: 18

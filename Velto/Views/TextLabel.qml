@@ -7,6 +7,7 @@ Text {
     font.family: Theme.family
     font.pixelSize: Theme.body
     elide: Text.ElideRight
+    horizontalAlignment: Text.AlignLeft // right-to-left names too: the windows are laid out left to right
     verticalAlignment: Text.AlignVCenter
     textFormat: Text.PlainText
     Accessible.ignored: true

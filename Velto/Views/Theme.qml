@@ -12,10 +12,10 @@ QtObject {
     readonly property color accentText: "#ffffff"
 
     readonly property color label: dark ? "#f5f5f7" : "#1d1d1f"
-    readonly property color secondary: dark ? "#b0b0b8" : "#5f5f66"
+    readonly property color secondary: dark ? "#c4c4cc" : "#5a5a61"
     readonly property color faint: dark ? "#8a8a93" : "#86868c" // symbols only
     readonly property color good: dark ? "#32d365" : "#1a7f37"
-    readonly property color warn: dark ? "#ffb340" : "#9a5b00"
+    readonly property color warn: dark ? "#ffbf5c" : "#9a5b00"
     readonly property color bad: dark ? "#ff7a70" : "#c4291c"
     readonly property color star: dark ? "#ffc933" : "#b27b00"
 
@@ -26,15 +26,16 @@ QtObject {
     readonly property color windowOpaque: dark ? "#28282d" : "#f4f4f8"
     readonly property color card: dark ? "#12ffffff" : "#ffffff"
     readonly property color cardEdge: dark ? "#1affffff" : "#16000000"
-    readonly property color control: dark ? "#24ffffff" : "#ffffff"
+    readonly property color control: dark ? "#1effffff" : "#ffffff"
     readonly property color controlEdge: dark ? "#2effffff" : "#30000000"
     readonly property color hover: dark ? "#16ffffff" : "#0c000000"
-    readonly property color pressed: dark ? "#26ffffff" : "#1a000000"
+    readonly property color pressed: dark ? "#1fffffff" : "#1a000000"
     readonly property color track: dark ? "#40ffffff" : "#26000000"
     readonly property color disc: dark ? "#2effffff" : "#12000000"
+    readonly property color badge: dark ? "#10ffffff" : "#12000000"
     readonly property color popup: dark ? "#36363c" : "#fdfdfe"
     readonly property color separator: dark ? "#1fffffff" : "#17000000"
-    readonly property color warnGround: dark ? "#2effb340" : "#1cff9500"
+    readonly property color warnGround: dark ? "#1affb340" : "#1cff9500"
     readonly property color badGround: dark ? "#2eff5a4f" : "#14d92d20"
 
     readonly property int title: 17

@@ -10,7 +10,7 @@ Window {
 
     title: "Velto Device Bench"
     color: Theme.windowOpaque
-    width: 640
+    width: 760
     height: 620
     minimumWidth: 560
     minimumHeight: 420
