@@ -48,6 +48,10 @@ class Scene : public Stage {
         preferences().setAutoConnect(true, desk.id);
         settle();
     }
+    void estimate(const std::string& one, const std::string& other) {
+        state().syncProfiles().save(
+            {{one, other}, one, {{other, 182}}, SyncProfile::Kind::estimated, actor.now()});
+    }
     void ask(std::string_view missing) {
         preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
         play("airpods", "flip");
@@ -116,7 +120,11 @@ const NamedState states[]{
          s.advance(std::chrono::milliseconds(60));
      }},
     {"panel-playing", [](Scene& s) { s.play("airpods", "flip"); }},
-    {"panel-playing-without-estimate", [](Scene& s) { s.play("dac", "studio"); }},
+    {"panel-playing-estimated",
+     [](Scene& s) {
+         s.estimate("airpods", "flip");
+         s.play("airpods", "flip");
+     }},
     {"panel-playing-choosing",
      [](Scene& s) {
          s.play("airpods", "flip");
@@ -207,8 +215,8 @@ const NamedState states[]{
      Shows::settings, false, true},
     {"settings-sync",
      [](Scene& s) {
-         s.play("airpods", "flip");
-         s.play("airpods", "builtin");
+         s.estimate("airpods", "flip");
+         s.estimate("airpods", "dac");
          s.openSettings("Sync");
      },
      Shows::settings},

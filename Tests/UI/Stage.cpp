@@ -73,6 +73,7 @@ void Stage::launchForTheFirstTime() {
             return made;
         });
     application->start();
+    actor.runUntilIdle(); // there is no status area, now or later
     application->raise();
     settle();
 }
@@ -92,6 +93,10 @@ void Stage::quit() {
 
 Page Stage::page(QQuickWindow* window, std::string_view what) {
     if (!window || !window->isVisible()) throw std::runtime_error(std::string(what) + " is not open");
+    if (!window->isActive()) {
+        window->requestActivate(); // as by a click on its title
+        settle();
+    }
     return {*window, [this] { settle(); }};
 }
 

@@ -1,0 +1,117 @@
+// The settings window: each control, and what it changes.
+#include "Tests/UI/Stage.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+#include <functional>
+
+namespace velto {
+
+namespace {
+
+class SettingsTests : public Stage {
+  protected:
+    void open(const QString& tab) {
+        if (!windows->settingsWindow()) panel().click("Settings");
+        settings().window().resize(560, 1100);
+        settle();
+        settings().click(tab);
+    }
+    void pick(const QString& setting, const QString& choice) {
+        settings().click(setting);
+        settings().click(choice);
+    }
+};
+
+TEST_F(SettingsTests, switchesAreTurnedByMouseAndKeyboard) {
+    launch();
+    open("General");
+    PreferencesManager& stored = preferences();
+    const std::pair<const char*, std::function<bool()>> switches[]{
+        {"Launch Velto at Login",
+         [this] { return computer.loginItems().current == LoginItemService::Status::enabled; }},
+        {"Show Velto in the Dock", [&] { return stored.showInDock(); }},
+        {"Remember the last outputs", [&] { return stored.rememberSelectedDevices(); }},
+        {"Auto Connect saved setups", [&] { return stored.autoConnect(); }},
+        {"Reconnect automatically", [&] { return stored.autoReconnect(); }},
+    };
+    for (const auto& [name, isOn] : switches) {
+        SCOPED_TRACE(name);
+        const bool before = isOn();
+        EXPECT_EQ(settings().find(name).isChecked, before);
+        settings().click(name);
+        EXPECT_NE(isOn(), before);
+        EXPECT_NE(settings().find(name).isChecked, before);
+        settings().tabTo(name);
+        settings().key(Qt::Key_Space);
+        EXPECT_EQ(isOn(), before);
+        EXPECT_EQ(settings().find(name).isChecked, before);
+    }
+}
+
+TEST_F(SettingsTests, choicesAndNamesAreKept) {
+    launch();
+    open("General");
+    pick("When an output disconnects", "Ask me");
+    open("Audio");
+    pick("Preferred sample rate", "48 kHz");
+    pick("Clock", "Lowest latency output");
+    settings().click("Output name");
+    settings().key(Qt::Key_A, Qt::ControlModifier);
+    settings().type("Both Rooms");
+    open("Sync");
+    pick("Reference output", "JBL Flip 6");
+    settings().click("Remember sync profiles");
+    settings().dragTo("Click volume", 0.75);
+
+    EXPECT_EQ(preferences().disconnectBehavior(), DisconnectBehavior::askUser);
+    EXPECT_EQ(preferences().preferredSampleRate(), PreferredSampleRate::rate48000);
+    EXPECT_EQ(preferences().clockStrategy(), ClockStrategy::lowestLatency);
+    EXPECT_EQ(preferences().aggregateDeviceName(), "Both Rooms");
+    EXPECT_EQ(preferences().defaultReferenceDeviceUID(), "flip");
+    EXPECT_FALSE(preferences().rememberSyncProfiles());
+    EXPECT_NEAR(preferences().syncTestVolume(), 0.75F, 0.02F);
+}
+
+TEST_F(SettingsTests, theSyncTestEndsWhenAskedOrByItself) {
+    launch();
+    play("airpods", "flip");
+    open("Sync");
+    for (const bool byHand : {true, false}) {
+        settings().click("Play Test");
+        EXPECT_TRUE(state().syncTestPlayer().isPlaying());
+        if (byHand) settings().click("Stop");
+        if (!byHand) advance(std::chrono::milliseconds(6100));
+        EXPECT_FALSE(state().syncTestPlayer().isPlaying());
+        EXPECT_TRUE(settings().has("Play Test"));
+    }
+}
+
+TEST_F(SettingsTests, profilesAreRemovedTheReportCopiedAndTheSetupReset) {
+    launch();
+    play("airpods", "flip");
+    state().syncProfiles().save(
+        {{"airpods", "flip"}, "airpods", {{"flip", 12}}, SyncProfile::Kind::manual, actor.now()});
+    open("Sync");
+    settings().click("Remove AirPods Pro + JBL Flip 6");
+    EXPECT_TRUE(state().syncProfiles().profiles().empty());
+
+    open("Advanced");
+    settings().click("Copy Debug Information");
+    EXPECT_THAT(QGuiApplication::clipboard()->text().toStdString(),
+                testing::HasSubstr("AirPods Pro — Transport: Bluetooth"));
+    EXPECT_TRUE(settings().shows("Copied"));
+
+    settings().window().resize(560, 1500);
+    settle();
+    settings().click("Reset Audio Configuration");
+    actor.runUntilIdle();
+    settle();
+    EXPECT_TRUE(world().aggregates().empty());
+    EXPECT_EQ(settings().find("Status").description, "idle");
+}
+
+} // namespace
+
+} // namespace velto
