@@ -13,7 +13,7 @@ build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohman
     fonts-inter"
 test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev xvfb dbus-daemon"
 benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb dbus-daemon pasystray pavucontrol"
-package_packages="dpkg-dev desktop-file-utils appstream"
+package_packages="dpkg-dev file desktop-file-utils appstream"
 
 # install_packages NAME…: the missing ones of them, through apt.
 install_packages() {
