@@ -29,6 +29,12 @@ namespace {
 
 constexpr std::chrono::seconds sessionEndPatience{5};
 
+/// Without one Qt would end the program with a signal.
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
 int run(int argumentCount, char** arguments) {
     LinuxMainActor actor;
     TerminationSignals terminationSignals; // before any thread
@@ -36,6 +42,10 @@ int run(int argumentCount, char** arguments) {
     if (!instance.isFirst()) {
         if (instance.raiseFirst()) return 0;
         std::fputs("velto: Velto is running already, but does not answer.\n", stderr);
+        return 1;
+    }
+    if (!hasDisplay()) {
+        std::fputs("velto: There is no display; start Velto from a desktop.\n", stderr);
         return 1;
     }
     JournalLogSink log(LogLevel::info);
