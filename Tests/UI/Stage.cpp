@@ -73,8 +73,7 @@ void Stage::launchForTheFirstTime() {
             return made;
         });
     application->start();
-    actor.runUntilIdle(); // there is no status area, now or later
-    application->raise();
+    actor.runUntilIdle(); // where no status area appears, the panel does
     settle();
 }
 
