@@ -10,6 +10,11 @@ install(FILES ${files}/com.corlent.velto.metainfo.xml DESTINATION ${CMAKE_INSTAL
 set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
 install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/com.corlent.velto.svg DESTINATION ${icons}/scalable/apps)
 install(FILES ${files}/com.corlent.velto-symbolic.svg DESTINATION ${icons}/symbolic/apps)
+# What a desktop draws in its status area, in its own colour.
+foreach(symbol speaker.wave.2 hifispeaker.2)
+  install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/symbols/${symbol}.svg DESTINATION ${icons}/symbolic/status
+    RENAME com.corlent.velto.${symbol}-symbolic.svg)
+endforeach()
 install(FILES ${files}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/velto)
 install(FILES ${files}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME velto)
 

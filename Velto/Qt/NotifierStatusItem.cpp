@@ -99,12 +99,10 @@ NotifierPixmaps NotifierStatusItem::iconPixmap() const {
 QDBusObjectPath NotifierStatusItem::menu() const { return QDBusObjectPath(QString::fromLatin1(menuPath)); }
 
 void NotifierStatusItem::Activate(int x, int y) {
-    const QPoint place(x, y);
-    if (place.isNull()) { // what desktops say that don't know
-        handlers_.activated({});
-    } else {
-        handlers_.activated(QRect(place - QPoint(reach, reach), place + QPoint(reach, reach)));
-    }
+    const QPoint point(x, y);
+    // The origin is what desktops say that don't know.
+    place_ = point.isNull() ? QRect() : QRect(point - QPoint(reach, reach), point + QPoint(reach, reach));
+    handlers_.activated(place_);
 }
 
 void NotifierStatusItem::Scroll(int delta, const QString& orientation) {

@@ -36,6 +36,7 @@ class NotifierStatusItem final : public QObject, public StatusItem {
     ~NotifierStatusItem() override;
 
     void setLabel(const QString& symbol, const QString& accessibilityText) override;
+    QRect place() const override { return place_; }
     bool eventFilter(QObject* object, QEvent* event) override;
 
     QString category() const { return QStringLiteral("ApplicationStatus"); }
@@ -69,6 +70,7 @@ class NotifierStatusItem final : public QObject, public StatusItem {
 
     Handlers handlers_;
     StatusItemMenu menu_;
+    QRect place_; // of the last click
     QString symbol_;
     QString accessibilityText_;
     QDBusConnection bus_;

@@ -35,6 +35,9 @@ class StatusItem {
     /// The name of a system symbol, and what is read out for it.
     virtual void setLabel(const QString& symbol, const QString& accessibilityText) = 0;
 
+    /// Where it is on the screen, as far as the desktop has told; else empty.
+    virtual QRect place() const = 0;
+
     /// The menu of every item. The handlers must outlive it.
     static std::vector<MenuEntry> menuEntries(const Handlers& handlers);
 };

@@ -19,6 +19,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
     explicit TrayStatusItem(Handlers handlers);
 
     void setLabel(const QString& symbol, const QString& accessibilityText) override;
+    QRect place() const override { return icon_.geometry(); }
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:

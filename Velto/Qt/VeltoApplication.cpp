@@ -120,7 +120,8 @@ UserInterface* VeltoApplication::userInterface() {
 }
 
 void VeltoApplication::raise() {
-    if (UserInterface* windows = userInterface()) windows->showPanel({});
+    if (UserInterface* windows = userInterface())
+        windows->showPanel(statusItem_ ? statusItem_->place() : QRect());
 }
 
 void VeltoApplication::requestQuit() {

@@ -21,7 +21,7 @@ class OnboardingWindow {
 };
 
 /// Makes a window that is not open yet. It calls the handler each time it was closed, whichever way; it may
-/// not be destroyed from there.
+/// not be destroyed from there. None when windows can't be had at all.
 using OnboardingWindowFactory =
     std::function<std::unique_ptr<OnboardingWindow>(std::function<void()> closedHandler)>;
 

@@ -7,6 +7,8 @@ OnboardingWindowController::OnboardingWindowController(PreferencesManager& prefe
     : preferences_(preferences),
       window_(makeWindow([this] { preferences_.setHasCompletedOnboarding(true); })) {}
 
-void OnboardingWindowController::show() { window_->show(); }
+void OnboardingWindowController::show() {
+    if (window_) window_->show();
+}
 
 } // namespace velto
