@@ -76,6 +76,8 @@ enum class Shows { panel, settings, welcome, bench };
 
 struct NamedState {
     const char* name;
+    /// A text that only this state has, or few others.
+    const char* evidence;
     void (*setUp)(Scene& scene);
     Shows window = Shows::panel;
     /// Names too long for their place may end in an ellipsis.
@@ -87,148 +89,149 @@ struct NamedState {
 void PrintTo(const NamedState& state, std::ostream* stream) { *stream << state.name; }
 
 const NamedState states[]{
-    {"panel-idle-empty", [](Scene&) {}},
-    {"panel-idle-chosen", [](Scene& s) { s.choose("airpods", "flip"); }},
-    {"panel-one-output",
+    {"panel-idle-empty", "Choose two outputs to play together.", [](Scene&) {}},
+    {"panel-idle-chosen", "Play Together", [](Scene& s) { s.choose("airpods", "flip"); }},
+    {"panel-one-output", "Connect a second output to play together.",
      [](Scene& s) {
          for (const char* uid : {"airpods", "flip", "dac", "studio"})
              s.unplug(uid);
      }},
-    {"panel-no-outputs",
+    {"panel-no-outputs", "Connect a second output to play together.",
      [](Scene& s) {
          for (const char* uid : {"airpods", "flip", "dac", "studio", "builtin"})
              s.unplug(uid);
      }},
-    {"panel-choice-missing",
+    {"panel-choice-missing", "Not connected",
      [](Scene& s) {
          s.choose("airpods", "flip");
          s.unplug("flip");
      }},
-    {"picker-5-outputs", [](Scene& s) { s.panel().click("First output"); }, Shows::panel, false, true},
-    {"picker-9-outputs",
+    {"picker-5-outputs", "DisplayPort", [](Scene& s) { s.panel().click("First output"); }, Shows::panel,
+     false, true},
+    {"picker-9-outputs", "Monitor 4",
      [](Scene& s) {
          s.nineOutputs();
          s.choose("airpods", "flip");
          s.panel().click("Second output");
      },
      Shows::panel, true, true},
-    {"panel-preparing",
+    {"panel-preparing", "Creating audio group…",
      [](Scene& s) {
          s.world().faults.aliveAfter = std::chrono::milliseconds(200);
          s.choose("airpods", "flip");
          s.menuBar().play();
          s.advance(std::chrono::milliseconds(60));
      }},
-    {"panel-playing", [](Scene& s) { s.play("airpods", "flip"); }},
-    {"panel-playing-estimated",
+    {"panel-playing", "Playing Together", [](Scene& s) { s.play("airpods", "flip"); }},
+    {"panel-playing-estimated", "182 ms estimated",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.play("airpods", "flip");
      }},
-    {"panel-playing-choosing",
+    {"panel-playing-choosing", "Topping E30 USB DAC",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.panel().click("Choose other outputs");
          s.choose("airpods", "dac");
      }},
-    {"panel-muted",
+    {"panel-muted", "Volume is set on the device",
      [](Scene& s) {
          s.play("airpods", "studio");
          s.panel().click("Mute AirPods Pro");
      }},
-    {"panel-degraded",
+    {"panel-degraded", "JBL Flip 6 disconnected",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.unplug("flip");
      }},
-    {"panel-asking", [](Scene& s) { s.ask("airpods"); }},
-    {"panel-reconnected",
+    {"panel-asking", "Stop playing together", [](Scene& s) { s.ask("airpods"); }},
+    {"panel-reconnected", "JBL Flip 6 reconnected",
      [](Scene& s) {
          s.world().faults.doesNotRejoin = true;
          s.play("airpods", "flip");
          s.unplug("flip");
          s.replug("flip");
      }},
-    {"panel-reconnecting",
+    {"panel-reconnecting", "Reconnecting…",
      [](Scene& s) {
-         s.preferences().setAutoReconnect(true);
          s.play("airpods", "flip");
-         s.unplug("flip");
          s.world().faults.aliveAfter = std::chrono::milliseconds(200);
-         s.world().replug("flip");
+         s.world().restartAudioService();
          while (!s.state().coordinator().isReconnecting() && s.actor.runNextTurn()) {}
          s.settle();
      }},
-    {"panel-error",
+    {"panel-error", "Use Reset Audio Configuration",
      [](Scene& s) {
          s.bench.failNextStart();
          s.play("airpods", "flip");
      }},
-    {"presets",
+    {"presets", "Topping E30 USB DAC + Studio Display",
      [](Scene& s) {
          s.threePresets();
          s.panel().click("Evening");
          s.actor.runUntilIdle();
      }},
-    {"presets-30",
+    {"presets-30", "Setup 6",
      [](Scene& s) {
          for (int number = 1; number <= 30; ++number)
              s.savedPreset("Setup " + std::to_string(number), "airpods", "flip");
      }},
-    {"presets-renaming",
+    {"presets-renaming", "Desk",
      [](Scene& s) {
          s.threePresets();
          s.panel().click("More for Evening");
          s.panel().click("Rename");
      }},
-    {"presets-saving",
+    {"presets-saving", "Name of this setup",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.panel().click("Save current setup");
      }},
-    {"presets-menu",
+    {"presets-menu", "Rename",
      [](Scene& s) {
          s.threePresets();
          s.panel().click("More for Desk");
      },
      Shows::panel, false, true},
-    {"presets-undo",
+    {"presets-undo", "Deleted “Desk”",
      [](Scene& s) {
          s.threePresets();
          s.panel().click("More for Desk");
          s.panel().click("Delete");
      }},
-    {"names-long",
+    {"names-long", "Bluetooth-Schlafzimmerradiowecker",
      [](Scene& s) {
          s.nameOutputs("Wohnzimmer-Lautsprecherverstärker-Kopfhörerausgang",
                        "Bluetooth-Schlafzimmerradiowecker mit Freisprecheinrichtung");
      },
      Shows::panel, true},
-    {"names-right-to-left", [](Scene& s) { s.nameOutputs("سماعات المكتب", "רמקול בסלון"); }},
-    {"settings-general", [](Scene& s) { s.openSettings("General"); }, Shows::settings},
-    {"settings-audio", [](Scene& s) { s.openSettings("Audio"); }, Shows::settings},
-    {"settings-audio-clock",
+    {"names-right-to-left", "רמקול בסלון", [](Scene& s) { s.nameOutputs("سماعات المكتب", "רמקול בסלון"); }},
+    {"settings-general", "Auto Connect saved setups", [](Scene& s) { s.openSettings("General"); },
+     Shows::settings},
+    {"settings-audio", "Preferred sample rate", [](Scene& s) { s.openSettings("Audio"); }, Shows::settings},
+    {"settings-audio-clock", "Lowest latency output",
      [](Scene& s) {
          s.openSettings("Audio");
          s.settings().click("Clock");
      },
      Shows::settings, false, true},
-    {"settings-sync",
+    {"settings-sync", "AirPods Pro + JBL Flip 6",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.estimate("airpods", "dac");
          s.openSettings("Sync");
      },
      Shows::settings},
-    {"settings-sync-testing",
+    {"settings-sync-testing", "Playing…",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.openSettings("Sync");
          s.settings().click("Play Test");
      },
      Shows::settings},
-    {"settings-advanced", [](Scene& s) { s.openSettings("Advanced"); }, Shows::settings},
-    {"settings-advanced-playing",
+    {"settings-advanced", "Copy Debug Information", [](Scene& s) { s.openSettings("Advanced"); },
+     Shows::settings},
+    {"settings-advanced-playing", "Copied",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.openSettings("Advanced");
@@ -237,7 +240,7 @@ const NamedState states[]{
          s.settings().click("Copy Debug Information");
      },
      Shows::settings},
-    {"settings-advanced-resetting",
+    {"settings-advanced-resetting", "stopping",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.openSettings("Advanced");
@@ -247,9 +250,9 @@ const NamedState states[]{
          s.settings().click("Reset Audio Configuration");
      },
      Shows::settings},
-    {"settings-about", [](Scene& s) { s.openSettings("About"); }, Shows::settings},
-    {"welcome", [](Scene& s) { s.state(); }, Shows::welcome},
-    {"bench",
+    {"settings-about", "Version", [](Scene& s) { s.openSettings("About"); }, Shows::settings},
+    {"welcome", "Welcome to Velto", [](Scene& s) { s.state(); }, Shows::welcome},
+    {"bench", "Fail Next Start",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.bench.togglePlug("studio");
@@ -323,6 +326,7 @@ TEST_P(PictureTests, isWholeReadableAndApart) {
     }
     GetParam().setUp(*this);
     settle();
+    EXPECT_TRUE(shown().shows(GetParam().evidence)) << "This is another state";
 
     const QImage light = keep("light");
     EXPECT_GT(colorCount(light), 60);
