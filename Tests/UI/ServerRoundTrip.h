@@ -1,9 +1,10 @@
-// A question to the X server and its answer, by which all that was asked of it before is done.
+// A message to the program itself by way of the X server: what was asked of the server before is done, and
+// has reached the program, when it comes back.
 #pragma once
 
 namespace velto {
 
-/// The events that this has caused are in the program's queue then.
+/// Handles all events up to the message, in the order in which the server sent them.
 void awaitServer();
 
 } // namespace velto
