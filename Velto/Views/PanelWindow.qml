@@ -28,8 +28,8 @@ Window {
     }
 
     onClosing: dismissed()
-    // A menu that closes leaves the keyboard to nobody: it goes back to where it was.
-    onActiveFocusItemChanged: if (activeFocusItem === contentItem) view.forceActiveFocus(Qt.TabFocusReason)
+    // A menu that closes, and a field that is hidden, leave the keyboard to nobody: it goes back to where it was.
+    onActiveFocusItemChanged: if (!activeFocusItem || activeFocusItem === contentItem) view.forceActiveFocus(Qt.TabFocusReason)
     onActiveChanged: if (!active && !isOrdinary && visible) dismissed()
 
     VeltoMenuBarView {

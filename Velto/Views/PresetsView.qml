@@ -28,6 +28,7 @@ Item {
                 font.weight: Font.DemiBold
             }
             IconButton {
+                id: opener
                 anchors.right: parent.right
                 visible: view.model.canSavePreset
                 checkable: true
@@ -41,7 +42,7 @@ Item {
             width: parent.width
             height: visible ? 38 : 0
             visible: view.model.isShowingPresetEditor && view.model.canSavePreset
-            onVisibleChanged: if (visible) nameField.forceActiveFocus()
+            onVisibleChanged: (visible ? nameField : opener).forceActiveFocus()
             NameField {
                 id: nameField
                 anchors { left: parent.left; right: save.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
