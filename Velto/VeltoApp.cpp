@@ -15,7 +15,7 @@
 #include "Velto/Qt/VeltoApplication.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QIcon>
 
 #include <chrono>
@@ -50,11 +50,11 @@ int run(int argumentCount, char** arguments) {
     }
     JournalLogSink log(LogLevel::info);
     LoggingService::install(&log);
-    QApplication qt(argumentCount, arguments);
-    QApplication::setApplicationName(QStringLiteral("Velto"));
-    QApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
-    QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication qt(argumentCount, arguments);
+    QGuiApplication::setApplicationName(QStringLiteral("Velto"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     QtLoop loop(actor);
 
     FileUserDefaults defaults(FileUserDefaults::standardFile(), actor);
@@ -80,7 +80,7 @@ int run(int argumentCount, char** arguments) {
         });
     });
     application.start();
-    return QApplication::exec();
+    return QGuiApplication::exec();
 }
 
 } // namespace

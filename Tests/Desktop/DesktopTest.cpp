@@ -2,7 +2,7 @@
 
 #include "Tests/Desktop/PrivateBus.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QDeadlineTimer>
 #include <QTimer>
 
@@ -41,7 +41,7 @@ int main(int argumentCount, char** arguments) {
         const velto::PrivateBus sessionBus;
         qputenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().c_str());
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        const QApplication application(argumentCount, arguments);
+        const QGuiApplication application(argumentCount, arguments);
         return RUN_ALL_TESTS();
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';

@@ -2,7 +2,7 @@
 
 #include "Tests/UI/ServerRoundTrip.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QEvent>
 
 #include <stdexcept>

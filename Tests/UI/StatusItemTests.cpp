@@ -1,13 +1,13 @@
 // The status item in a tray: what is done to its icon.
 #include "Tests/UI/Stage.h"
 #include "Tests/UI/TestTray.h"
+#include "Velto/Qt/TrayStatusItem.h"
 
-#include <QApplication>
 #include <QTest>
 #include <QWheelEvent>
-#include <QWidget>
+#include <QWindow>
 
-#include <algorithm>
+#include <stdexcept>
 
 namespace velto {
 
@@ -15,16 +15,13 @@ namespace {
 
 class StatusItemTests : public Stage {
   protected:
-    /// Where the icon is drawn.
-    static QWidget& icon() {
-        const QWidgetList all = QApplication::topLevelWidgets();
-        const auto found = std::ranges::find_if(
-            all, [](const QWidget* widget) { return widget->inherits("QSystemTrayIconSys"); });
-        if (found == all.end()) throw std::runtime_error("There is no icon");
-        return **found;
+    QWindow& icon() {
+        auto* item = dynamic_cast<TrayStatusItem*>(application->statusItem());
+        if (!item) throw std::runtime_error("There is no item in the tray");
+        return *item;
     }
     void turnWheel(int notches) {
-        const QPointF middle(icon().rect().center());
+        const QPointF middle(icon().width() / 2.0, icon().height() / 2.0);
         QWheelEvent event(middle, icon().mapToGlobal(middle), {}, QPoint(0, notches * 120), Qt::NoButton,
                           Qt::NoModifier, Qt::NoScrollPhase, false);
         QCoreApplication::sendEvent(&icon(), &event);

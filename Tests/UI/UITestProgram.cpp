@@ -1,7 +1,7 @@
 // The entry point of the UI tests: a screen, then Qt, then the tests. No bus, nobody's settings.
 #include "Tests/UI/VirtualScreen.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QStyleHints>
 
@@ -26,8 +26,8 @@ int runTests(int argumentCount, char** arguments) {
     qunsetenv("QT_QPA_PLATFORMTHEME");
     qunsetenv("XDG_CURRENT_DESKTOP");
     QQuickWindow::setDefaultAlphaBuffer(true);
-    const QApplication qt(argumentCount, arguments);
-    QApplication::setQuitOnLastWindowClosed(false);
+    const QGuiApplication qt(argumentCount, arguments);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::styleHints()->setCursorFlashTime(0);
     return RUN_ALL_TESTS();
 }

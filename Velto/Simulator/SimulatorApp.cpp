@@ -11,7 +11,7 @@
 #include "Velto/Simulator/SimulatedComputer.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QIcon>
 
 #include <cstdio>
@@ -29,10 +29,10 @@ int run(int argumentCount, char** arguments) {
     LoggingService::install(&log);
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) qputenv("QT_QUICK_BACKEND", "software");
     QQuickWindow::setDefaultAlphaBuffer(true);
-    QApplication qt(argumentCount, arguments);
-    QApplication::setApplicationName(QStringLiteral("Velto Simulator"));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
-    QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication qt(argumentCount, arguments);
+    QGuiApplication::setApplicationName(QStringLiteral("Velto Simulator"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     QtLoop loop(actor);
 
     IcuTextCollation collation;
@@ -52,7 +52,7 @@ int run(int argumentCount, char** arguments) {
     const std::unique_ptr<QQuickWindow> benchWindow =
         windows->make(QStringLiteral("Bench/DeviceBenchWindow"), {{"bench", QVariant::fromValue(&adapter)}});
     benchWindow->show();
-    return QApplication::exec();
+    return QGuiApplication::exec();
 }
 
 } // namespace
