@@ -133,6 +133,20 @@ TEST_F(SystemOutputTests, AChoiceLeftByACrashThatNamesTheAggregateIsForgotten) {
     }
 }
 
+TEST_F(SystemOutputTests, AChoiceOfAnAggregateThatWentWithItsServerIsForgottenAtTheStart) {
+    const auto startAgainWithChoice = [&](const std::string& name) {
+        setDefaultMetadata(PipeWireKey::configuredSink, R"({ "name": ")" + name + R"(" })");
+        ASSERT_TRUE(becomesConfigured(name));
+        stopClient();
+        startClient();
+    };
+    startAgainWithChoice("com.corlent.velto.aggregate");
+    EXPECT_TRUE(becomesConfigured(std::nullopt));
+    startAgainWithChoice("blue");
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == "blue"; })) << "any other choice stays";
+    client->setDefaultOutputDevice(id("desk"));
+}
+
 TEST_F(SystemOutputTests, AlertsFollowTheDefaultUntilTheyHaveAnOutputOfTheirOwn) {
     lab->pickDefault("usb");
     EXPECT_TRUE(runUntil([&] { return alertUID() == "usb"; }));

@@ -1,6 +1,7 @@
 #include "Velto/Qt/QuickUserInterface.h"
 
 #include "Velto/Qt/SymbolImageProvider.h"
+#include "VeltoCore/Services/LoggingService.h"
 
 #include <QGuiApplication>
 #include <QPointer>
@@ -148,6 +149,15 @@ void QuickUserInterface::showSettings() {
     settingsWindow_->show();
     settingsWindow_->raise();
     settingsWindow_->requestActivate();
+}
+
+/// From within a view, where nothing may be thrown.
+void QuickUserInterface::openSettings() {
+    try {
+        showSettings();
+    } catch (const std::runtime_error& error) {
+        LoggingService::ui.error("{}", publicText(error.what()));
+    }
 }
 
 std::unique_ptr<OnboardingWindow>

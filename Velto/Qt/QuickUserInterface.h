@@ -46,7 +46,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
 
   private Q_SLOTS:
     void hidePanel();
-    void openSettings() { showSettings(); }
+    void openSettings();
     void requestQuit() { context_.requestQuit(); }
 
   private:

@@ -24,8 +24,11 @@ VeltoApplication::VeltoApplication(PlatformServices platform, QtApplicationHost&
                                    UserInterfaceFactory makeUserInterface)
     : makeUserInterface_(std::move(makeUserInterface)), host_(host),
       delegate_(std::move(platform), [this](std::function<void()> closedHandler) {
-          UserInterface* windows = userInterface();
-          return windows ? windows->makeOnboardingWindow(std::move(closedHandler)) : nullptr;
+          std::unique_ptr<OnboardingWindow> window;
+          withWindows([&](UserInterface& windows) {
+              window = windows.makeOnboardingWindow(std::move(closedHandler));
+          });
+          return window;
       }) {
     host_.setHandlers({.policyChanged =
                            [this](ApplicationHost::ActivationPolicy policy) {
@@ -71,17 +74,14 @@ void VeltoApplication::followStatusArea() {
 StatusItem::Handlers VeltoApplication::statusItemHandlers() {
     return {.activated =
                 [this](const QRect& place) {
-                    if (UserInterface* windows = userInterface()) windows->togglePanel(place);
+                    withWindows([&](UserInterface& windows) { windows.togglePanel(place); });
                 },
             .scrolled =
                 [this](double notches) {
                     delegate_.appState().menuBar().adjustMasterVolume(
                         static_cast<float>(notches * volumePerNotch));
                 },
-            .settingsChosen =
-                [this] {
-                    if (UserInterface* windows = userInterface()) windows->showSettings();
-                },
+            .settingsChosen = [this] { withWindows([](UserInterface& windows) { windows.showSettings(); }); },
             .quitChosen = [this] { requestQuit(); }};
 }
 
@@ -108,20 +108,26 @@ void VeltoApplication::applyPanelStyle() {
     if (userInterface_) userInterface_->setPanelStyle(panelStyle());
 }
 
-UserInterface* VeltoApplication::userInterface() {
-    if (userInterface_) return userInterface_.get();
-    try {
+UserInterface& VeltoApplication::userInterface() {
+    if (!userInterface_) {
         userInterface_ = makeUserInterface_({delegate_.appState(), [this] { requestQuit(); }});
         userInterface_->setPanelStyle(panelStyle());
+    }
+    return *userInterface_;
+}
+
+/// Windows that can't be had are no reason to end: what plays goes on.
+void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& action) {
+    try {
+        action(userInterface());
     } catch (const std::runtime_error& error) {
         LoggingService::ui.error("{}", publicText(error.what()));
     }
-    return userInterface_.get();
 }
 
 void VeltoApplication::raise() {
-    if (UserInterface* windows = userInterface())
-        windows->showPanel(statusItem_ ? statusItem_->place() : QRect());
+    withWindows(
+        [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });
 }
 
 void VeltoApplication::requestQuit() {

@@ -47,10 +47,11 @@ class VeltoApplication final : public QObject {
     AppDelegate& delegate() { return delegate_; }
     /// Null while the desktop has no status area.
     StatusItem* statusItem() const { return statusItem_.get(); }
-    /// Makes the windows if need be; null, with a message logged, when they can't be had.
-    UserInterface* userInterface();
 
   private:
+    /// Makes the windows if need be. Throws std::runtime_error when they can't be had.
+    UserInterface& userInterface();
+    void withWindows(const std::function<void(UserInterface&)>& action);
     void followStatusArea();
     StatusItem::Handlers statusItemHandlers();
     void updateStatusItem();

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireDeviceProperties.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -63,10 +64,12 @@ void PipeWireAudioClient::connectionLost() {
 
 void PipeWireAudioClient::undoAbandonedChanges() {
     // A run that ended between forcing a rate and creating its aggregate left nothing that recovery would
-    // remove.
+    // remove; nor does recovery know what the session manager had stored before it was killed.
     const bool hasAggregate = std::ranges::any_of(
         graph_.devices(), [](const PipeWireNode* node) { return PipeWireAggregates::isAggregate(*node); });
-    if (!hasAggregate) outputs_.restoreSampleRate();
+    if (hasAggregate) return;
+    outputs_.restoreSampleRate();
+    outputs_.forgetChoiceOf(std::string(AggregateDeviceManager::aggregateUID));
 }
 
 // Notification

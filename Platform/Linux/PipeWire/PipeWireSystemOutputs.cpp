@@ -73,14 +73,19 @@ void PipeWireSystemOutputs::rememberConfiguredOutput(const std::string& aggregat
 }
 
 void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName) {
-    if (!connection_.roundTrip()) throwNotReady(); // also, what was stored a moment ago counts
-    PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!metadata) throwNotReady(); // nobody would give the aggregate its ports
-    if (metadata->name(PipeWireKey::configuredSink) == aggregateName)
-        metadata->remove(PipeWireKey::configuredSink);
+    if (!connection_.roundTrip()) throwNotReady();  // also, what was stored a moment ago counts
+    if (!graph_.defaultMetadata()) throwNotReady(); // nobody would give the aggregate its ports
+    forgetChoiceOf(aggregateName);
     PipeWireMetadata* settings = graph_.settingsMetadata();
     if (settings && settings->value(PipeWireKey::previousConfiguredSink))
         settings->remove(PipeWireKey::previousConfiguredSink);
+}
+
+void PipeWireSystemOutputs::forgetChoiceOf(const std::string& aggregateName) {
+    PipeWireMetadata* metadata = graph_.defaultMetadata();
+    if (!metadata || metadata->name(PipeWireKey::configuredSink) != aggregateName) return;
+    metadata->remove(PipeWireKey::configuredSink);
+    connection_.roundTrip();
 }
 
 const PipeWireNode* PipeWireSystemOutputs::alertOutput() const {

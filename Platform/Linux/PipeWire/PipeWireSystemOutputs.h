@@ -37,6 +37,8 @@ class PipeWireSystemOutputs {
     /// machine goes down during a session, and the note of an aborted removal. Throws 'nrdy' when the
     /// server doesn't answer or has no session manager.
     void prepareForAggregate(const std::string& aggregateName);
+    /// Where there is no aggregate of that name: a choice of it that outlived its server is no choice.
+    void forgetChoiceOf(const std::string& aggregateName);
     /// After an aggregate has gone: puts back the configured output and the rate from before it.
     void restoreAfterAggregate(const std::string& aggregateName);
     void restoreSampleRate();
