@@ -20,8 +20,11 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace velto {
 
@@ -34,6 +37,27 @@ bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
+
+/// What is still to be done when the display is lost: Qt ends the program by exit() then.
+class LostDisplay {
+  public:
+    explicit LostDisplay(std::function<void()> action) {
+        pending() = std::move(action);
+        static const int registered = std::atexit([] {
+            if (const auto action = std::exchange(pending(), {})) action();
+        });
+        static_cast<void>(registered);
+    }
+    LostDisplay(const LostDisplay&) = delete;
+    LostDisplay& operator=(const LostDisplay&) = delete;
+    ~LostDisplay() { pending() = {}; }
+
+  private:
+    static std::function<void()>& pending() {
+        static std::function<void()> action;
+        return action;
+    }
+};
 
 int run(int argumentCount, char** arguments) {
     LinuxMainActor actor;
@@ -74,11 +98,12 @@ int run(int argumentCount, char** arguments) {
     VeltoApplication application(std::move(platform), host, loadUserInterface);
     terminationSignals.observe(actor, [&application] { application.requestQuit(); });
     instance.observeRaise(actor, [&application] { application.raise(); });
-    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &application, [&] {
-        application.endSession([&actor](const std::function<bool()>& condition) {
-            return actor.runUntil(condition, sessionEndPatience);
-        });
-    });
+    const auto waitUntil = [&actor](const std::function<bool()>& condition) {
+        return actor.runUntil(condition, sessionEndPatience);
+    };
+    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &application,
+                     [&] { application.endSession(waitUntil); });
+    const LostDisplay lostDisplay([&] { application.endWithoutDisplay(waitUntil); });
     application.start();
     return QGuiApplication::exec();
 }

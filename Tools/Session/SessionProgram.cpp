@@ -2,8 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,23 +27,13 @@ void print(const json& object) {
     std::cout << object.dump(-1, ' ', false, json::error_handler_t::replace) << std::endl;
 }
 
-/// Takes SIGTERM and SIGINT from their default action; they are read from the descriptor instead.
-int terminationDescriptor() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
 } // namespace
 
 SessionProgram::SessionProgram()
-    : terminationSignals_(terminationDescriptor()), defaults_(FileUserDefaults::standardFile(), actor_),
-      client_(actor_, actor_), devices_(client_, actor_, collation_), aggregates_(client_, actor_),
-      preferences_(defaults_, actor_), session_(client_, devices_, aggregates_, preferences_, actor_),
-      syncProfiles_(defaults_, actor_), volumes_(client_),
+    : defaults_(FileUserDefaults::standardFile(), actor_), client_(actor_, actor_),
+      devices_(client_, actor_, collation_), aggregates_(client_, actor_), preferences_(defaults_, actor_),
+      session_(client_, devices_, aggregates_, preferences_, actor_), syncProfiles_(defaults_, actor_),
+      volumes_(client_),
       coordinator_(devices_, session_, preferences_, volumes_, syncEngine_, syncProfiles_, actor_),
       serviceMonitor_(client_, devices_, volumes_, coordinator_, actor_), engine_(client_, actor_),
       syncTest_(actor_, engine_), tasks_(actor_) {
@@ -54,18 +42,11 @@ SessionProgram::SessionProgram()
     subscriptions_.push_back(volumes_.observeStates([this] { reportVolumes(); }));
     subscriptions_.push_back(syncTest_.observeIsPlaying([this] { reportClick(); }));
     serviceMonitor_.start();
-    actor_.watchReadable(terminationSignals_, [this] {
-        signalfd_siginfo received{};
-        [[maybe_unused]] const ssize_t size = read(terminationSignals_, &received, sizeof received);
-        tasks_.spawn(endProgram());
-    });
+    terminationSignals_.observe(actor_, [this] { tasks_.spawn(endProgram()); });
     actor_.watchReadable(STDIN_FILENO, [this] { readInput(); });
 }
 
-SessionProgram::~SessionProgram() {
-    serviceMonitor_.stop();
-    close(terminationSignals_);
-}
+SessionProgram::~SessionProgram() { serviceMonitor_.stop(); }
 
 void SessionProgram::run() {
     print({{"event", "ready"}, {"connected", client_.isConnected()}});

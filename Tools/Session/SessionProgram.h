@@ -14,6 +14,7 @@
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
+#include "Platform/Linux/TerminationSignals.h"
 #include "Velto/Shell/AudioServiceMonitor.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
@@ -73,8 +74,8 @@ class SessionProgram {
     void answerPreset(const std::string& command, const std::string& name);
 
     /// Before anything that starts a thread: the signals must be blocked in all of them.
-    int terminationSignals_;
     LinuxMainActor actor_;
+    TerminationSignals terminationSignals_; // before any thread
     FileUserDefaults defaults_;
     PipeWireAudioClient client_;
     IcuTextCollation collation_;

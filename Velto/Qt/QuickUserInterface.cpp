@@ -97,6 +97,7 @@ void QuickUserInterface::makePanel() {
 }
 
 void QuickUserInterface::hidePanel() {
+    context_.app.presets().forgetDeleted(); // a deletion is taken back while the panel is open, or not at all
     panel_->hide();
     sinceHidden_.start();
 }
@@ -104,13 +105,17 @@ void QuickUserInterface::hidePanel() {
 void QuickUserInterface::showPanel(const QRect& statusItem) {
     if (!panel_) makePanel();
     if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) place(statusItem);
+    panel_->setWindowStates(panel_->windowStates() & ~Qt::WindowMinimized);
     panel_->show();
     panel_->raise();
     panel_->requestActivate();
 }
 
 void QuickUserInterface::togglePanel(const QRect& statusItem) {
-    if (panel_ && panel_->isVisible()) {
+    // An ordinary window may be minimised, or behind others: then it is wanted.
+    const bool isInFront =
+        panel_ && panel_->isVisible() && (panelStyle_ == PanelStyle::dropDown || panel_->isActive());
+    if (isInFront) {
         hidePanel();
     } else if (!sinceHidden_.isValid() || sinceHidden_.elapsed() > sameClick) {
         showPanel(statusItem);

@@ -9,6 +9,7 @@
 #include <QDBusServiceWatcher>
 #include <QObject>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -33,6 +34,8 @@ class StatusArea final : public QObject {
     explicit StatusArea(std::function<void()> changed);
 
     Kind kind() const;
+    /// Tells one tray from another that has taken its place; 0 unless the kind is a tray.
+    std::uint32_t trayWindow() const { return kind() == Kind::tray ? tray_.window() : 0; }
 
   private:
     std::unique_ptr<QDBusServiceWatcher> notifierWatcher_; // none without a bus

@@ -17,6 +17,8 @@ namespace {
 constexpr std::chrono::seconds statusAreaDelay{4};
 /// What one notch of the wheel over the status item changes the volume by.
 constexpr double volumePerNotch = 0.04;
+/// How often the end asks whether all is done.
+constexpr std::chrono::milliseconds operationPoll{10};
 
 } // namespace
 
@@ -64,7 +66,10 @@ void VeltoApplication::start() {
 /// is started again or the screen is locked: then no window is opened, but the panel can be had as one.
 void VeltoApplication::followStatusArea() {
     const StatusArea::Kind kind = statusArea_->kind();
-    if (std::exchange(statusItemKind_, kind) == kind) return;
+    const std::uint32_t tray = statusArea_->trayWindow();
+    const bool isSameTray = std::exchange(statusItemTray_, tray) == tray;
+    if (std::exchange(statusItemKind_, kind) == kind && isSameTray) return;
+    statusItem_.reset(); // before another one: the old one's tray may be gone
     statusItem_ = makeStatusItem(kind, statusItemHandlers());
     if (!statusItem_) LoggingService::ui.notice("The status area has gone; the panel is a window");
     updateStatusItem();
@@ -132,15 +137,31 @@ void VeltoApplication::raise() {
 
 void VeltoApplication::requestQuit() {
     if (delegate_.applicationShouldTerminate() == AppDelegate::TerminationReply::later) return;
-    // What the delegate has begun runs in the next turn of the loop; the end comes after it.
-    delegate_.appState().actor().post(
-        [this] { delegate_.appState().actor().post([this] { host_.replyToTermination(); }); });
+    endWhenDone();
+}
+
+/// What the delegate has begun runs in the next turn of the loop, and waits for what may still be under way,
+/// such as the clean-up after an earlier run.
+void VeltoApplication::endWhenDone() {
+    MainActor& actor = delegate_.appState().actor();
+    actor.post([this, &actor] {
+        if (delegate_.appState().systemAudio().isOperationRunning()) {
+            actor.postAfter(operationPoll, [this] { endWhenDone(); });
+        } else {
+            actor.post([this] { host_.replyToTermination(); });
+        }
+    });
 }
 
 void VeltoApplication::endSession(const WaitUntil& waitUntil) {
     requestQuit();
     if (!waitUntil([this] { return isTerminated_; }))
         LoggingService::ui.error("The session ended before all outputs were put back");
+}
+
+void VeltoApplication::endWithoutDisplay(const WaitUntil& waitUntil) {
+    host_.setHandlers({.policyChanged = {}, .activate = {}, .terminate = [this] { isTerminated_ = true; }});
+    endSession(waitUntil);
 }
 
 } // namespace velto

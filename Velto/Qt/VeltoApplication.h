@@ -17,6 +17,7 @@
 #include <QObject>
 #include <QSessionManager>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -43,6 +44,8 @@ class VeltoApplication final : public QObject {
     void requestQuit();
     /// The desktop's session ends: returns when all is put back.
     void endSession(const WaitUntil& waitUntil);
+    /// The same, when the windows and the status item have nothing to be drawn on any more.
+    void endWithoutDisplay(const WaitUntil& waitUntil);
 
     AppDelegate& delegate() { return delegate_; }
     /// Null while the desktop has no status area.
@@ -56,6 +59,7 @@ class VeltoApplication final : public QObject {
     StatusItem::Handlers statusItemHandlers();
     void updateStatusItem();
     void withoutStatusItem();
+    void endWhenDone();
     UserInterface::PanelStyle panelStyle() const;
     void applyPanelStyle();
 
@@ -69,6 +73,7 @@ class VeltoApplication final : public QObject {
     std::optional<StatusArea> statusArea_; // none before the start
     StatusArea::Kind statusItemKind_ = StatusArea::Kind::none;
     std::unique_ptr<StatusItem> statusItem_;
+    std::uint32_t statusItemTray_ = 0;                  // the tray that it is in
     std::optional<MainActor::TimerID> statusAreaTimer_; // while a late status area may still come
 };
 

@@ -18,6 +18,8 @@ class X11SystemTray final : public QAbstractNativeEventFilter {
     ~X11SystemTray() override;
 
     bool isPresent() const noexcept { return window_ != 0; }
+    /// 0 for none.
+    std::uint32_t window() const noexcept { return window_; }
 
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
 

@@ -25,6 +25,7 @@ GlassCard {
         enabled: row.isPlugged
         label: "Name of " + row.name
         text: row.name
+        onCommitted: row.bench.rename(row.uid, text)
         onEditingFinished: row.bench.rename(row.uid, text)
     }
     TextLabel {
