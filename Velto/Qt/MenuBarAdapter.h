@@ -35,6 +35,8 @@ class MenuBarAdapter final : public ModelAdapter {
     Q_PROPERTY(QString recoveryText READ recoveryText NOTIFY changed)
     Q_PROPERTY(QString syncSummary READ syncSummary NOTIFY changed)
     Q_PROPERTY(QString disconnectQuestion READ disconnectQuestion NOTIFY changed)
+    Q_PROPERTY(QString keepPlayingTitle READ keepPlayingTitle CONSTANT)
+    Q_PROPERTY(QString stopPlayingTitle READ stopPlayingTitle CONSTANT)
     Q_PROPERTY(bool showsPrimaryAction READ showsPrimaryAction NOTIFY changed)
     Q_PROPERTY(QString primaryActionTitle READ primaryActionTitle NOTIFY changed)
     Q_PROPERTY(QString primaryActionSymbol READ primaryActionSymbol NOTIFY changed)
@@ -78,6 +80,12 @@ class MenuBarAdapter final : public ModelAdapter {
     QString syncSummary() const { return toQString(model_.syncSummary()); }
     QString disconnectQuestion() const { return toQString(model_.disconnectQuestion()); }
 
+    QString keepPlayingTitle() const {
+        return toQString(MenuBarViewModel::title(MenuBarViewModel::DisconnectAnswer::keepPlaying));
+    }
+    QString stopPlayingTitle() const {
+        return toQString(MenuBarViewModel::title(MenuBarViewModel::DisconnectAnswer::stopPlaying));
+    }
     /// The disconnect question has its own buttons.
     bool showsPrimaryAction() const { return !model_.disconnectQuestion(); }
     QString primaryActionTitle() const { return toQString(model_.primaryActionTitle()); }

@@ -1,6 +1,8 @@
 #include "Velto/Qt/QuickUserInterface.h"
 
 #include "Velto/Qt/SymbolImageProvider.h"
+#include "Velto/Qt/Text.h"
+#include "Velto/Shell/OnboardingWindowController.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QGuiApplication>
@@ -167,7 +169,10 @@ void QuickUserInterface::openSettings() {
 
 std::unique_ptr<OnboardingWindow>
 QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
-    onboardingWindow_ = make(QStringLiteral("OnboardingWindow"), {});
+    onboardingWindow_ = make(QStringLiteral("OnboardingWindow"),
+                             {{"title", toQString(OnboardingWindowController::title)},
+                              {"message", toQString(OnboardingWindowController::message)},
+                              {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
     return std::make_unique<QuickOnboardingWindow>(onboardingWindow_.get(), std::move(closedHandler));
 }
 

@@ -5,6 +5,8 @@ Rectangle {
     id: view
 
     required property string question
+    required property string keepTitle
+    required property string stopTitle
     signal keepChosen()
     signal stopChosen()
 
@@ -31,12 +33,12 @@ Rectangle {
         PushButton {
             width: parent.width
             prominent: true
-            text: "Keep playing on remaining outputs"
+            text: view.keepTitle
             onClicked: view.keepChosen()
         }
         PushButton {
             width: parent.width
-            text: "Stop playing together"
+            text: view.stopTitle
             onClicked: view.stopChosen()
         }
     }

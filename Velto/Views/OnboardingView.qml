@@ -4,6 +4,9 @@ import QtQuick
 Item {
     id: view
 
+    required property string heading
+    required property string message
+    required property string buttonTitle
     signal continued()
 
     implicitWidth: 440
@@ -24,13 +27,13 @@ Item {
         }
         TextLabel {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Welcome to Velto"
+            text: view.heading
             font.pixelSize: 22
             font.weight: Font.Bold
         }
         TextLabel {
             width: parent.width
-            text: "Velto lives in the menu bar. Click its icon whenever you want to play together."
+            text: view.message
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignHCenter
             lineHeight: 1.25
@@ -46,7 +49,7 @@ Item {
             implicitHeight: 36
             prominent: true
             focus: true
-            text: "Continue"
+            text: view.buttonTitle
             onClicked: view.continued()
         }
     }

@@ -3,7 +3,9 @@ import QtQuick
 Window {
     id: window
 
-    title: "Welcome to Velto"
+    required property string message
+    required property string buttonTitle
+
     color: Theme.windowOpaque
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
     width: view.implicitWidth
@@ -22,6 +24,9 @@ Window {
         id: view
         anchors.fill: parent
         focus: true
+        heading: window.title
+        message: window.message
+        buttonTitle: window.buttonTitle
         onContinued: window.close()
         Keys.onEscapePressed: window.close()
         Keys.onReturnPressed: window.close()

@@ -83,6 +83,8 @@ FocusScope {
                 width: parent.width
                 visible: question.length > 0
                 question: panel.model.disconnectQuestion
+                keepTitle: panel.model.keepPlayingTitle
+                stopTitle: panel.model.stopPlayingTitle
                 onKeepChosen: panel.model.keepPlaying()
                 onStopChosen: panel.model.stopPlaying()
             }
