@@ -15,7 +15,6 @@
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Services/TextCollation.h"
 
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -33,7 +32,7 @@ class AudioDeviceManager {
     /// The receipt of onChange().
     struct ChangeSubscription {
         UUID id;
-        friend auto operator<=>(const ChangeSubscription&, const ChangeSubscription&) = default;
+        friend bool operator==(const ChangeSubscription&, const ChangeSubscription&) = default;
     };
 
     /// Reads the devices once; observes nothing yet. All three must outlive the manager.

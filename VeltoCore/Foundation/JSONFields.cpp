@@ -69,7 +69,8 @@ class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
 
 Result<Value> parse(const Data& data) {
     ValueBuilder builder;
-    if (!nlohmann::json::sax_parse(data.data(), data.data() + data.size(), &builder))
+    const auto* text = reinterpret_cast<const char*>(data.data()); // not every library has text of other types
+    if (!nlohmann::json::sax_parse(text, text + data.size(), &builder))
         return failure("The data is not valid JSON, or nested too deep.");
     return builder.take();
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,7 +19,8 @@ class UUID {
     /// The canonical form in upper case.
     std::string string() const;
 
-    friend auto operator<=>(const UUID&, const UUID&) = default;
+    friend bool operator==(const UUID&, const UUID&) = default;
+    friend bool operator<(const UUID& first, const UUID& second) { return first.bytes_ < second.bytes_; }
 
   private:
     std::array<std::uint8_t, 16> bytes_{};
