@@ -23,15 +23,17 @@ class PluggedDevices {
     };
 
     /// Null when there is none.
-    auto* find(this auto& self, AudioObjectID id) noexcept {
-        const auto found = self.positions_.find(id);
-        return found == self.positions_.end() ? nullptr : &self.entries_[found->second];
+    const Entry* find(AudioObjectID id) const noexcept {
+        const auto found = positions_.find(id);
+        return found == positions_.end() ? nullptr : &entries_[found->second];
     }
-    auto* find(this auto& self, std::string_view uid) noexcept {
-        const auto found = std::ranges::find_if(
-            self.entries_, [uid](const Entry& entry) { return entry.device.uid == uid; });
-        return found == self.entries_.end() ? nullptr : &*found;
+    const Entry* find(std::string_view uid) const noexcept {
+        const auto found =
+            std::ranges::find_if(entries_, [uid](const Entry& entry) { return entry.device.uid == uid; });
+        return found == entries_.end() ? nullptr : &*found;
     }
+    Entry* find(AudioObjectID id) noexcept { return const_cast<Entry*>(std::as_const(*this).find(id)); }
+    Entry* find(std::string_view uid) noexcept { return const_cast<Entry*>(std::as_const(*this).find(uid)); }
     void add(Entry entry) {
         positions_.emplace(entry.id, entries_.size());
         entries_.push_back(std::move(entry));

@@ -158,9 +158,8 @@ class MenuBarViewModel {
         std::optional<AudioOutputDevice> lastSeen;
     };
 
-    auto& choice(this auto& self, Slot slot) noexcept {
-        return slot == Slot::first ? self.first_ : self.second_;
-    }
+    Choice& choice(Slot slot) noexcept { return slot == Slot::first ? first_ : second_; }
+    const Choice& choice(Slot slot) const noexcept { return slot == Slot::first ? first_ : second_; }
     void choose(Slot slot, std::optional<std::string> uid);
     std::optional<AudioOutputDevice> device(Slot slot) const;
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
