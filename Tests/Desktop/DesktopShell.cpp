@@ -1,7 +1,7 @@
 #include "Tests/Desktop/DesktopShell.h"
 
 #include "Tests/Desktop/DesktopTest.h"
-#include "Velto/Qt/NotifierStatusItemTypes.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>

@@ -1,4 +1,4 @@
-#include "Velto/Qt/NotifierStatusItem.h"
+#include "Velto/Linux/NotifierStatusItem.h"
 
 #include "Simulation/RecordingLogSink.h"
 #include "Tests/Desktop/DesktopShell.h"

@@ -3,8 +3,8 @@
 #include "Tests/Desktop/DesktopShell.h"
 #include "Tests/Desktop/DesktopTest.h"
 #include "Tests/Support/Machine.h"
-#include "Velto/Qt/NotifierStatusItemTypes.h"
-#include "Velto/Qt/VeltoApplication.h"
+#include "Velto/Linux/LinuxApplication.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
 
 #include <gmock/gmock.h>
 
@@ -97,7 +97,7 @@ class StatusAreaTests : public MachineTest {
     const IcuTextCollation collation;
     Windows windows;
     std::optional<DesktopShell> shell;
-    std::optional<VeltoApplication> application;
+    std::optional<LinuxApplication> application;
 };
 
 TEST_F(StatusAreaTests, WithoutOneThePanelIsAWindowThatOpensOnceItIsClearThatNoneComes) {

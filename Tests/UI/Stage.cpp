@@ -2,8 +2,8 @@
 
 #include "Tests/UI/ServerRoundTrip.h"
 
-#include <QGuiApplication>
 #include <QEvent>
+#include <QGuiApplication>
 
 #include <stdexcept>
 #include <utility>
@@ -62,7 +62,7 @@ void Stage::launch() {
 }
 
 void Stage::launchForTheFirstTime() {
-    application = std::make_unique<VeltoApplication>(
+    application = std::make_unique<LinuxApplication>(
         computer.platform(), computer.host(), [this](UserInterface::Context context) {
             auto made = std::make_unique<QuickUserInterface>(std::move(context));
             made->appearance().overrule({.isDark = false,

@@ -9,8 +9,8 @@
 #include "Simulation/RecordingLogSink.h"
 #include "Simulation/SimulatedMainActor.h"
 #include "Tests/UI/Page.h"
+#include "Velto/Linux/LinuxApplication.h"
 #include "Velto/Qt/QuickUserInterface.h"
-#include "Velto/Qt/VeltoApplication.h"
 #include "Velto/Simulator/DeviceBench.h"
 #include "Velto/Simulator/DeviceBenchAdapter.h"
 #include "Velto/Simulator/SimulatedComputer.h"
@@ -64,7 +64,7 @@ class Stage : public testing::Test {
     SimulatedComputer computer{actor, collation};
     DeviceBench bench{computer};
     DeviceBenchAdapter benchAdapter{bench};
-    std::unique_ptr<VeltoApplication> application;
+    std::unique_ptr<LinuxApplication> application;
     QuickUserInterface* windows = nullptr; // the application's
     std::unique_ptr<QQuickWindow> benchWindow;
 

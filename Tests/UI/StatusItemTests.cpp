@@ -1,7 +1,7 @@
 // The status item in a tray: what is done to its icon.
 #include "Tests/UI/Stage.h"
 #include "Tests/UI/TestTray.h"
-#include "Velto/Qt/TrayStatusItem.h"
+#include "Velto/Linux/TrayStatusItem.h"
 
 #include <QTest>
 #include <QWheelEvent>

@@ -1,16 +1,17 @@
 // Appearance: how the desktop wants programs to look, for the views.
 //
-// Owned by the user interface; main actor only. Light or dark, and the accent colour, come from the desktop's
-// settings portal where there is one, else from the palette.
+// Owned by the user interface; main actor only. Light or dark, and the accent colour, are what the desktop
+// says, else what the palette has.
 #pragma once
+
+#include "Velto/Qt/DesktopAppearance.h"
 
 #include <QColor>
 #include <QObject>
 #include <QString>
 
+#include <memory>
 #include <optional>
-
-class QDBusVariant;
 
 namespace velto {
 
@@ -21,6 +22,7 @@ class Appearance final : public QObject {
     Q_PROPERTY(QColor accentInk READ accentInk NOTIFY changed)
     Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY changed)
     Q_PROPERTY(bool isComposited READ isComposited NOTIFY changed)
+    Q_PROPERTY(bool hasMaterial READ hasMaterial CONSTANT)
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
 
   public:
@@ -40,13 +42,14 @@ class Appearance final : public QObject {
     QColor accent() const;
     /// The accent as text or symbol on a window: a contrast of at least 4.5.
     QColor accentInk() const;
-    bool reducesMotion() const {
-        return overruled_.reducesMotion.value_or(wishes_.reducesMotion.value_or(false));
-    }
+    bool reducesMotion() const;
     /// Whether windows are blended, so that a corner can be round.
     bool isComposited() const;
-    /// Inter where it is installed, else the desktop's own.
-    QString fontFamily() const;
+    /// Whether the panel stands on a material of the desktop's own, in place of a colour.
+    bool hasMaterial() const { return desktop_->hasMaterial(); }
+    QString fontFamily() const { return desktop_->fontFamily(); }
+
+    DesktopAppearance& desktop() { return *desktop_; }
 
     /// Overrules what the desktop says, field by field.
     void overrule(Wishes wishes);
@@ -58,15 +61,10 @@ class Appearance final : public QObject {
   Q_SIGNALS:
     void changed();
 
-  private Q_SLOTS:
-    void portalChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
   private:
-    void askPortal();
-    void note(const QString& group, const QString& key, const QVariant& value);
     QColor chosenAccent() const;
 
-    Wishes wishes_;
+    std::unique_ptr<DesktopAppearance> desktop_;
     Wishes overruled_;
 };
 

@@ -108,6 +108,9 @@ void QuickUserInterface::showPanel(const QRect& statusItem) {
     if (!panel_) makePanel();
     if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) place(statusItem);
     panel_->setWindowStates(panel_->windowStates() & ~Qt::WindowMinimized);
+    if (panelStyle_ == PanelStyle::dropDown)
+        appearance_.desktop().dressPanel(*panel_, panel_->property("cornerRadius").toInt());
+    activateProgram();
     panel_->show();
     panel_->raise();
     panel_->requestActivate();
@@ -140,6 +143,9 @@ void QuickUserInterface::place(const QRect& statusItem) {
                         within(corner.y(), area.top() + gap, area.bottom() - size.height() - gap));
 }
 
+/// Without it, a program that is no more than a status item would open its windows behind those of others.
+void QuickUserInterface::activateProgram() { context_.app.host().activateIgnoringOtherApplications(); }
+
 void QuickUserInterface::showSettings() {
     if (panel_ && panelStyle_ == PanelStyle::dropDown) hidePanel();
     if (!settingsWindow_) {
@@ -153,6 +159,7 @@ void QuickUserInterface::showSettings() {
             settings_.release()->deleteLater();
         });
     }
+    activateProgram();
     settingsWindow_->show();
     settingsWindow_->raise();
     settingsWindow_->requestActivate();

@@ -51,6 +51,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
 
   private:
     void makePanel();
+    void activateProgram();
     void place(const QRect& statusItem);
 
     Context context_;

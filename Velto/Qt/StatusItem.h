@@ -3,8 +3,6 @@
 // Owned by VeltoApplication; main actor only. It shows what it is told and passes on what is done to it.
 #pragma once
 
-#include "Velto/Qt/StatusArea.h"
-
 #include <QRect>
 #include <QString>
 
@@ -42,7 +40,12 @@ class StatusItem {
     static std::vector<MenuEntry> menuEntries(const Handlers& handlers);
 };
 
-/// For a status area of this kind; null for none.
-std::unique_ptr<StatusItem> makeStatusItem(StatusArea::Kind kind, StatusItem::Handlers handlers);
+/// Where the desktop shows status items. Owned by VeltoApplication.
+class StatusArea {
+  public:
+    virtual ~StatusArea() = default;
+    /// Null while the desktop has no status area.
+    virtual std::unique_ptr<StatusItem> makeStatusItem(StatusItem::Handlers handlers) = 0;
+};
 
 } // namespace velto

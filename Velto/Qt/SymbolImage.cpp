@@ -7,7 +7,9 @@
 
 namespace velto {
 
-QImage symbolImage(const QString& name, const QColor& color, const QSize& size) {
+namespace {
+
+QImage shippedSymbolImage(const QString& name, const QSize& size) {
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     const QString file = QStringLiteral(":/velto/symbols/%1.svg").arg(name);
@@ -15,6 +17,15 @@ QImage symbolImage(const QString& name, const QColor& color, const QSize& size) 
     QSvgRenderer drawing(file);
     QPainter painter(&image);
     drawing.render(&painter, QRectF(QPointF(), size));
+    return image;
+}
+
+} // namespace
+
+QImage symbolImage(const QString& name, const QColor& color, const QSize& size) {
+    QImage image = systemSymbolImage(name, size);
+    if (image.isNull()) image = shippedSymbolImage(name, size);
+    QPainter painter(&image);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(image.rect(), color);
     return image;

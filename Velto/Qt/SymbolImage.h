@@ -1,4 +1,4 @@
-// The symbols that the program is shipped with, drawn in one colour.
+// Symbols by their names, drawn in one colour.
 #pragma once
 
 #include <QColor>
@@ -9,7 +9,11 @@
 
 namespace velto {
 
-/// Transparent where the symbol isn't, and all over for a name that there is no symbol of.
+/// The system's own drawing of the symbol, in any colour; null where the system has none of that name.
+QImage systemSymbolImage(const QString& name, const QSize& size);
+
+/// The system's own drawing, else the one that the program is shipped with, in the colour. Transparent where
+/// the symbol isn't, and all over for a name that there is no symbol of.
 QImage symbolImage(const QString& name, const QColor& color, const QSize& size);
 /// In the sizes that status areas ask for.
 QIcon symbolIcon(const QString& name, const QColor& color);

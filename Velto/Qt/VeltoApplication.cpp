@@ -3,8 +3,6 @@
 #include "Velto/Qt/Text.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <QCoreApplication>
-
 #include <chrono>
 #include <stdexcept>
 #include <utility>
@@ -22,39 +20,25 @@ constexpr std::chrono::milliseconds operationPoll{10};
 
 } // namespace
 
-VeltoApplication::VeltoApplication(PlatformServices platform, QtApplicationHost& host,
-                                   UserInterfaceFactory makeUserInterface)
-    : makeUserInterface_(std::move(makeUserInterface)), host_(host),
+VeltoApplication::VeltoApplication(PlatformServices platform, UserInterfaceFactory makeUserInterface)
+    : makeUserInterface_(std::move(makeUserInterface)),
       delegate_(std::move(platform), [this](std::function<void()> closedHandler) {
           std::unique_ptr<OnboardingWindow> window;
           withWindows([&](UserInterface& windows) {
               window = windows.makeOnboardingWindow(std::move(closedHandler));
           });
           return window;
-      }) {
-    host_.setHandlers({.policyChanged =
-                           [this](ApplicationHost::ActivationPolicy policy) {
-                               policy_ = policy;
-                               applyPanelStyle();
-                           },
-                       .activate = {},
-                       .terminate =
-                           [this] {
-                               isTerminated_ = true;
-                               QCoreApplication::quit();
-                           }});
-}
+      }) {}
 
 VeltoApplication::~VeltoApplication() {
     if (statusAreaTimer_) delegate_.appState().actor().cancelTimer(*statusAreaTimer_);
-    host_.setHandlers({});
 }
 
 void VeltoApplication::start() {
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
     delegate_.applicationDidFinishLaunching();
-    statusArea_.emplace([this] { followStatusArea(); });
-    followStatusArea();
+    statusArea_ = makeStatusArea([this] { followStatusArea(); });
+    makeStatusItem();
     if (statusItem_) return;
     statusAreaTimer_ = delegate_.appState().actor().postAfter(statusAreaDelay, [this] {
         statusAreaTimer_.reset();
@@ -65,13 +49,13 @@ void VeltoApplication::start() {
 /// At login the status area may come later than the program, and it goes for a while when the desktop's shell
 /// is started again or the screen is locked: then no window is opened, but the panel can be had as one.
 void VeltoApplication::followStatusArea() {
-    const StatusArea::Kind kind = statusArea_->kind();
-    const std::uint32_t tray = statusArea_->trayWindow();
-    const bool isSameTray = std::exchange(statusItemTray_, tray) == tray;
-    if (std::exchange(statusItemKind_, kind) == kind && isSameTray) return;
-    statusItem_.reset(); // before another one: the old one's tray may be gone
-    statusItem_ = makeStatusItem(kind, statusItemHandlers());
+    makeStatusItem();
     if (!statusItem_) LoggingService::ui.notice("The status area has gone; the panel is a window");
+}
+
+void VeltoApplication::makeStatusItem() {
+    statusItem_.reset(); // before another one: the old one's tray may be gone
+    statusItem_ = statusArea_->makeStatusItem(statusItemHandlers());
     updateStatusItem();
     applyPanelStyle();
 }
@@ -104,9 +88,8 @@ void VeltoApplication::updateStatusItem() {
 }
 
 UserInterface::PanelStyle VeltoApplication::panelStyle() const {
-    const bool isProgramInTaskBar = policy_ == ApplicationHost::ActivationPolicy::regular;
-    return statusItem_ && !isProgramInTaskBar ? UserInterface::PanelStyle::dropDown
-                                              : UserInterface::PanelStyle::window;
+    return statusItem_ && dropsPanel() ? UserInterface::PanelStyle::dropDown
+                                       : UserInterface::PanelStyle::window;
 }
 
 void VeltoApplication::applyPanelStyle() {
@@ -135,33 +118,17 @@ void VeltoApplication::raise() {
         [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });
 }
 
-void VeltoApplication::requestQuit() {
-    if (delegate_.applicationShouldTerminate() == AppDelegate::TerminationReply::later) return;
-    endWhenDone();
-}
-
-/// What the delegate has begun runs in the next turn of the loop, and waits for what may still be under way,
-/// such as the clean-up after an earlier run.
-void VeltoApplication::endWhenDone() {
+void VeltoApplication::whenNothingRuns(std::function<void()> action) {
     MainActor& actor = delegate_.appState().actor();
-    actor.post([this, &actor] {
+    actor.post([this, &actor, action = std::move(action)]() mutable {
         if (delegate_.appState().systemAudio().isOperationRunning()) {
-            actor.postAfter(operationPoll, [this] { endWhenDone(); });
+            actor.postAfter(operationPoll, [this, action = std::move(action)]() mutable {
+                whenNothingRuns(std::move(action));
+            });
         } else {
-            actor.post([this] { host_.replyToTermination(); });
+            actor.post(std::move(action));
         }
     });
-}
-
-void VeltoApplication::endSession(const WaitUntil& waitUntil) {
-    requestQuit();
-    if (!waitUntil([this] { return isTerminated_; }))
-        LoggingService::ui.error("The session ended before all outputs were put back");
-}
-
-void VeltoApplication::endWithoutDisplay(const WaitUntil& waitUntil) {
-    host_.setHandlers({.policyChanged = {}, .activate = {}, .terminate = [this] { isTerminated_ = true; }});
-    endSession(waitUntil);
 }
 
 } // namespace velto

@@ -3,9 +3,9 @@
 #include "Platform/Linux/JournalLogSink.h"
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/TerminationSignals.h"
-#include "Velto/Qt/QtLoop.h"
+#include "Velto/Linux/LinuxApplication.h"
+#include "Velto/Linux/QtLoop.h"
 #include "Velto/Qt/QuickUserInterface.h"
-#include "Velto/Qt/VeltoApplication.h"
 #include "Velto/Simulator/DeviceBench.h"
 #include "Velto/Simulator/DeviceBenchAdapter.h"
 #include "Velto/Simulator/SimulatedComputer.h"
@@ -41,7 +41,7 @@ int run(int argumentCount, char** arguments) {
     DeviceBench bench(computer);
     DeviceBenchAdapter adapter(bench);
     QuickUserInterface* windows = nullptr;
-    VeltoApplication application(computer.platform(), computer.host(), [&](UserInterface::Context context) {
+    LinuxApplication application(computer.platform(), computer.host(), [&](UserInterface::Context context) {
         auto made = std::make_unique<QuickUserInterface>(std::move(context));
         windows = made.get();
         return made;

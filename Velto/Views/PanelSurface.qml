@@ -1,14 +1,15 @@
 import QtQuick
 
-// The ground of the panel. Where nothing blends windows it is square and opaque.
+// The ground of the panel: the desktop's own material shows through where it has one. Where nothing blends windows it
+// is square and opaque.
 Rectangle {
     id: surface
 
-    radius: appearance.isComposited ? 15 : 0
+    radius: appearance.isComposited ? Theme.panelRadius : 0
     color: appearance.isComposited ? "transparent" : Theme.windowOpaque
     border.width: 1
     border.color: Theme.windowEdge
-    gradient: appearance.isComposited ? glass : null
+    gradient: appearance.isComposited && !appearance.hasMaterial ? glass : null
 
     Gradient {
         id: glass

@@ -5,6 +5,7 @@ Window {
 
     required property QtObject model
     required property QtObject presets
+    readonly property int cornerRadius: Theme.panelRadius
     required property bool isOrdinary   // has a frame, and stays when another window is active
     signal dismissed()
     signal settingsRequested()

@@ -45,6 +45,7 @@ QtObject {
     readonly property int inset: 14
     readonly property int fieldWidth: 268
     readonly property int cornerRadius: 12
+    readonly property int panelRadius: 15
     readonly property int quick: appearance.reducesMotion ? 0 : 150
     readonly property int calm: appearance.reducesMotion ? 0 : 190
 }

@@ -1,7 +1,7 @@
-#include "Velto/Qt/TrayStatusItem.h"
+#include "Velto/Linux/TrayStatusItem.h"
 
+#include "Velto/Linux/X11Desktop.h"
 #include "Velto/Qt/SymbolImage.h"
-#include "Velto/Qt/X11Desktop.h"
 
 #include <QGuiApplication>
 #include <QMouseEvent>

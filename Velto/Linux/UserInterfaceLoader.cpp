@@ -1,5 +1,5 @@
 // Compiled into the program.
-#include "Velto/Qt/UserInterfaceModule.h"
+#include "Velto/Linux/UserInterfaceModule.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

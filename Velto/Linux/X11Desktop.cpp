@@ -1,4 +1,4 @@
-#include "Velto/Qt/X11Desktop.h"
+#include "Velto/Linux/X11Desktop.h"
 
 #include <QGuiApplication>
 

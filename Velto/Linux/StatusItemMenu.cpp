@@ -1,4 +1,4 @@
-#include "Velto/Qt/StatusItemMenu.h"
+#include "Velto/Linux/StatusItemMenu.h"
 
 #include <QDBusError>
 

@@ -3,7 +3,7 @@
 // Owned by NotifierStatusItem; main actor only. Speaks com.canonical.dbusmenu. Its entries never change.
 #pragma once
 
-#include "Velto/Qt/NotifierStatusItemTypes.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
 #include "Velto/Qt/StatusItem.h"
 
 #include <QDBusContext>

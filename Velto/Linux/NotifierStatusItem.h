@@ -4,9 +4,9 @@
 // long as the item lives.
 #pragma once
 
-#include "Velto/Qt/NotifierStatusItemTypes.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
+#include "Velto/Linux/StatusItemMenu.h"
 #include "Velto/Qt/StatusItem.h"
-#include "Velto/Qt/StatusItemMenu.h"
 
 #include <QDBusConnection>
 #include <QDBusObjectPath>
@@ -32,6 +32,9 @@ class NotifierStatusItem final : public QObject, public StatusItem {
     Q_PROPERTY(QDBusObjectPath Menu READ menu SCRIPTABLE true)
 
   public:
+    /// Whom items of this kind make themselves known to.
+    static constexpr const char* watcherService = "org.kde.StatusNotifierWatcher";
+
     explicit NotifierStatusItem(Handlers handlers);
     ~NotifierStatusItem() override;
 

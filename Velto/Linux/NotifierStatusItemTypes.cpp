@@ -1,4 +1,4 @@
-#include "Velto/Qt/NotifierStatusItemTypes.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
 
 #include <QDBusMetaType>
 #include <QImage>

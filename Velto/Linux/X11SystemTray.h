@@ -1,6 +1,6 @@
 // X11SystemTray: whether an X11 desktop has an XEmbed tray, kept up to date by the server's own events.
 //
-// Owned by StatusArea; main actor only. On a desktop without X11 there is never one.
+// Owned by DesktopStatusArea; main actor only. On a desktop without X11 there is never one.
 #pragma once
 
 #include <QAbstractNativeEventFilter>

@@ -9,10 +9,10 @@
 #include "Platform/Linux/SingleInstance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/XdgAutostart.h"
+#include "Velto/Linux/LinuxApplication.h"
+#include "Velto/Linux/QtLoop.h"
+#include "Velto/Linux/UserInterfaceModule.h"
 #include "Velto/Qt/QtApplicationHost.h"
-#include "Velto/Qt/QtLoop.h"
-#include "Velto/Qt/UserInterfaceModule.h"
-#include "Velto/Qt/VeltoApplication.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QGuiApplication>
@@ -95,13 +95,13 @@ int run(int argumentCount, char** arguments) {
                               .makeAudioEngine = [&actor](CoreAudioClient& client) {
                                   return std::make_unique<PipeWireAudioEngine>(client, actor);
                               }};
-    VeltoApplication application(std::move(platform), host, loadUserInterface);
+    LinuxApplication application(std::move(platform), host, loadUserInterface);
     terminationSignals.observe(actor, [&application] { application.requestQuit(); });
     instance.observeRaise(actor, [&application] { application.raise(); });
     const auto waitUntil = [&actor](const std::function<bool()>& condition) {
         return actor.runUntil(condition, sessionEndPatience);
     };
-    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &application,
+    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &loop,
                      [&] { application.endSession(waitUntil); });
     const LostDisplay lostDisplay([&] { application.endWithoutDisplay(waitUntil); });
     application.start();

@@ -1,5 +1,5 @@
 // Compiled into the module.
-#include "Velto/Qt/UserInterfaceModule.h"
+#include "Velto/Linux/UserInterfaceModule.h"
 
 #include "Velto/Qt/QuickUserInterface.h"
 

@@ -1,6 +1,6 @@
-#include "Velto/Qt/X11SystemTray.h"
+#include "Velto/Linux/X11SystemTray.h"
 
-#include "Velto/Qt/X11Desktop.h"
+#include "Velto/Linux/X11Desktop.h"
 
 #include <QCoreApplication>
 

@@ -1,4 +1,4 @@
-#include "Velto/Qt/NotifierStatusItem.h"
+#include "Velto/Linux/NotifierStatusItem.h"
 
 #include "Velto/Qt/SymbolImage.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -32,7 +32,7 @@ constexpr int mostNotchesAtOnce = 14;
 NotifierStatusItem::NotifierStatusItem(Handlers handlers)
     : handlers_(std::move(handlers)), menu_(menuEntries(handlers_)), bus_(QDBusConnection::sessionBus()),
       service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid())),
-      watcher_(QString::fromLatin1(StatusArea::notifierService), bus_) {
+      watcher_(QString::fromLatin1(watcherService), bus_) {
     registerNotifierTypes();
     bus_.registerObject(QString::fromLatin1(menuPath), &menu_, QDBusConnection::ExportScriptableContents);
     bus_.registerObject(QString::fromLatin1(itemPath), this, QDBusConnection::ExportScriptableContents);
@@ -53,7 +53,7 @@ NotifierStatusItem::~NotifierStatusItem() {
 }
 
 void NotifierStatusItem::registerAtWatcher() {
-    const QString watcher = QString::fromLatin1(StatusArea::notifierService);
+    const QString watcher = QString::fromLatin1(watcherService);
     QDBusMessage request =
         QDBusMessage::createMethodCall(watcher, QStringLiteral("/StatusNotifierWatcher"), watcher,
                                        QStringLiteral("RegisterStatusNotifierItem"));

@@ -1,0 +1,53 @@
+// PortalAppearance: how a Linux desktop wants programs to look, from its settings portal.
+//
+// Where there is no portal it has no wishes.
+#pragma once
+
+#include "Velto/Qt/DesktopAppearance.h"
+
+#include <QColor>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class QDBusVariant;
+
+namespace velto {
+
+class PortalAppearance final : public QObject, public DesktopAppearance {
+    Q_OBJECT
+
+  public:
+    explicit PortalAppearance(std::function<void()> changed);
+
+    std::optional<bool> isDark() const override { return wishes_.isDark; }
+    std::optional<QColor> accent() const override { return wishes_.accent; }
+    std::optional<bool> reducesMotion() const override { return wishes_.reducesMotion; }
+    /// Inter where it is installed, else the desktop's own.
+    QString fontFamily() const override;
+    bool isComposited() const override;
+    bool hasMaterial() const override { return false; }
+    void dressPanel(QWindow&, int) override {}
+
+  private Q_SLOTS:
+    void portalChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+  private:
+    struct Wishes {
+        std::optional<bool> isDark;
+        std::optional<QColor> accent;
+        std::optional<bool> reducesMotion;
+
+        friend bool operator==(const Wishes&, const Wishes&) = default;
+    };
+
+    void ask(const QString& group, const QString& key);
+    void note(const QString& group, const QString& key, const QVariant& value);
+
+    std::function<void()> changed_;
+    Wishes wishes_;
+};
+
+} // namespace velto

@@ -1,0 +1,21 @@
+# What Linux adds to the libraries of every platform.
+find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb)
+set(VELTO_PLATFORM_LIBRARIES Qt6::DBus PkgConfig::xcb)
+
+set(VELTO_PLATFORM_DESKTOP_SOURCES
+  Linux/DesktopStatusArea.cpp Linux/DesktopStatusArea.h
+  Linux/LinuxApplication.cpp Linux/LinuxApplication.h
+  Linux/NotifierStatusItem.cpp Linux/NotifierStatusItem.h
+  Linux/NotifierStatusItemTypes.cpp Linux/NotifierStatusItemTypes.h
+  Linux/StatusItemMenu.cpp Linux/StatusItemMenu.h
+  Linux/SystemSymbolImage.cpp
+  Linux/TrayStatusItem.cpp Linux/TrayStatusItem.h
+  Linux/X11Desktop.cpp Linux/X11Desktop.h
+  Linux/X11SystemTray.cpp Linux/X11SystemTray.h
+  Qt/QtApplicationHost.cpp Qt/QtApplicationHost.h)
+set(VELTO_PLATFORM_WINDOWS_SOURCES
+  Linux/PortalAppearance.cpp Linux/PortalAppearance.h)
+set_source_files_properties(Qt/QtApplicationHost.cpp PROPERTIES COMPILE_DEFINITIONS
+  "VELTO_VERSION=\"${PROJECT_VERSION}\";VELTO_BUILD_NUMBER=\"${VELTO_BUILD_NUMBER}\"")
