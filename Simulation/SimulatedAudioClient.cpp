@@ -305,6 +305,11 @@ void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice
 
 // Volume and mute
 
+const SimulatedDevice& SimulatedAudioSystem::requireControls(AudioObjectID id) const {
+    if (aggregate(id)) refuse(kAudioHardwareUnsupportedOperationError); // it has none
+    return requireDevice(id);
+}
+
 bool SimulatedAudioSystem::supportsOutputVolume(AudioObjectID device) noexcept {
     return answer(Operation::supportsOutputVolume, device, false, [&] {
         const Plugged* found = plugged_.find(device);
@@ -314,7 +319,7 @@ bool SimulatedAudioSystem::supportsOutputVolume(AudioObjectID device) noexcept {
 
 float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
     return perform(Operation::outputVolume, device, [&] {
-        const auto& volume = requireDevice(device).volume;
+        const auto& volume = requireControls(device).volume;
         if (!volume) refuse(kAudioHardwareUnsupportedOperationError);
         return *volume;
     });
@@ -322,7 +327,7 @@ float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
 
 void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
     perform(Operation::setOutputVolume, device, [&] {
-        SimulatedDevice changed = requireDevice(device);
+        SimulatedDevice changed = requireControls(device);
         if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
         changed.volume = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
         replace(requirePlugged(changed.uid), changed);
@@ -338,7 +343,7 @@ bool SimulatedAudioSystem::supportsOutputMute(AudioObjectID device) noexcept {
 
 bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
     return perform(Operation::outputMute, device, [&] {
-        const auto& isMuted = requireDevice(device).isMuted;
+        const auto& isMuted = requireControls(device).isMuted;
         if (!isMuted) refuse(kAudioHardwareUnsupportedOperationError);
         return *isMuted;
     });
@@ -346,7 +351,7 @@ bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
 
 void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
     perform(Operation::setOutputMute, device, [&] {
-        SimulatedDevice changed = requireDevice(device);
+        SimulatedDevice changed = requireControls(device);
         if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
         changed.isMuted = isMuted;
         replace(requirePlugged(changed.uid), changed);

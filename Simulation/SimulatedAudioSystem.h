@@ -163,6 +163,7 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     // The world's rules (SimulatedAudioRules.cpp). Only verbs and the client publish what has changed.
     Plugged& requirePlugged(std::string_view uid);
     const SimulatedDevice& requireDevice(AudioObjectID id) const;
+    const SimulatedDevice& requireControls(AudioObjectID id) const;
     const Aggregate* aggregate(AudioObjectID id) const noexcept;
     const Aggregate* aggregate(std::string_view uid) const noexcept;
     const Aggregate& requireAggregate(AudioObjectID id) const;

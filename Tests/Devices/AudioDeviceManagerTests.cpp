@@ -1,6 +1,6 @@
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Simulation/RecordingLogSink.h"
 #include "Simulation/SimulatedAudioSystem.h"
 #include "Simulation/SimulatedMainActor.h"
@@ -34,7 +34,7 @@ class AudioDeviceManagerTests : public testing::Test {
     ~AudioDeviceManagerTests() override { EXPECT_THAT(world.unconsumedFaults(), IsEmpty()); }
 
     void makeManager() {
-        manager = std::make_unique<AudioDeviceManager>(world, actor, collation);
+        manager = std::make_unique<AudioDeviceManager>(world, actor, *collation);
         log.clear();
         world.calls.clear();
     }
@@ -55,7 +55,7 @@ class AudioDeviceManagerTests : public testing::Test {
 
     SimulatedMainActor actor;
     SimulatedAudioSystem world{actor};
-    const IcuTextCollation collation;
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     RecordingLogSink log;
     std::unique_ptr<AudioDeviceManager> manager;
     int handlerCalls = 0;

@@ -1,6 +1,6 @@
 #include "VeltoCore/Devices/DeviceSelectionRules.h"
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 
 #include <gmock/gmock.h>
 
@@ -27,9 +27,9 @@ AudioOutputDevice output(std::string name, AudioTransportType transport, std::in
 
 std::vector<std::string> selectable(const std::vector<AudioOutputDevice>& devices,
                                     std::optional<std::string_view> excludingUID = std::nullopt) {
-    const IcuTextCollation collation;
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     std::vector<std::string> uids;
-    for (const auto& device : DeviceSelectionRules::selectableOutputDevices(devices, excludingUID, collation))
+    for (const auto& device : DeviceSelectionRules::selectableOutputDevices(devices, excludingUID, *collation))
         uids.push_back(device.uid);
     return uids;
 }

@@ -50,6 +50,18 @@ FakeHAL::Property& FakeHAL::replace(AudioObjectID objectID, Address address, Pro
     return place = std::move(property);
 }
 
+void FakeHAL::removeObject(AudioObjectID objectID) {
+    std::erase_if(properties_, [&](const auto& entry) {
+        if (entry.first.first != objectID) return false;
+        if (entry.second.object) CFRelease(entry.second.object);
+        return true;
+    });
+}
+
+bool FakeHAL::hasObject(AudioObjectID objectID) const {
+    return std::ranges::any_of(properties_, [&](const auto& entry) { return entry.first.first == objectID; });
+}
+
 void FakeHAL::notify(AudioObjectID objectID, std::vector<Address> addresses) {
     std::vector<::AudioObjectPropertyAddress> all;
     for (const Address& address : addresses)
@@ -191,6 +203,7 @@ OSStatus AudioObjectSetPropertyData(AudioObjectID inObjectID, const AudioObjectP
     if (!property) return velto::kAudioHardwareUnknownPropertyError;
     if (property->bytes.size() != inDataSize) return velto::kAudioHardwareBadPropertySizeError;
     std::memcpy(property->bytes.data(), inData, inDataSize);
+    if (current->onWrite) current->onWrite(inObjectID, Functions::place(inAddress));
     return noErr;
 }
 
@@ -199,6 +212,8 @@ OSStatus AudioObjectAddPropertyListenerBlock(AudioObjectID inObjectID,
                                              dispatch_queue_t inDispatchQueue,
                                              AudioObjectPropertyListenerBlock inListener) {
     if (const OSStatus status = Functions::begin("AddPropertyListenerBlock")) return status;
+    if (current->refusesUnknownObjects && !current->hasObject(inObjectID))
+        return velto::kAudioHardwareBadObjectError;
     current->listeners.push_back(
         {inObjectID, Functions::place(inAddress), inDispatchQueue, Block_copy(inListener)});
     return noErr;
@@ -223,13 +238,16 @@ OSStatus AudioHardwareCreateAggregateDevice(CFDictionaryRef inDescription, Audio
     std::memset(outDeviceID, 0xA5, sizeof *outDeviceID);
     if (const OSStatus status = Functions::begin("CreateAggregateDevice")) return status;
     current->composition = velto::fake::described(inDescription);
-    *outDeviceID = current->nextAggregateID;
+    const AudioObjectID created = current->nextAggregateID;
+    if (current->onCreate)
+        if (const OSStatus status = current->onCreate(inDescription, created)) return status;
+    *outDeviceID = created;
     return noErr;
 }
 
 OSStatus AudioHardwareDestroyAggregateDevice(AudioObjectID inDeviceID) {
     if (const OSStatus status = Functions::begin("DestroyAggregateDevice")) return status;
     current->destroyedAggregates.push_back(inDeviceID);
-    return noErr;
+    return current->onDestroy ? current->onDestroy(inDeviceID) : noErr;
 }
 }

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -74,11 +75,20 @@ class FakeHAL {
         replace(objectID, address, {});
         properties_.erase({objectID, address});
     }
+    /// Drops all its properties.
+    void removeObject(AudioObjectID objectID);
+    bool hasObject(AudioObjectID objectID) const;
     /// Makes one call fail, counted from 0 for the next; calls of AudioObjectHasProperty don't count.
     void fail(std::size_t callFromNow, OSStatus status) { fault_ = {calls.size() + callFromNow, status}; }
 
     std::map<std::string, AudioObjectID> devicesByUID;
     AudioObjectID nextAggregateID = 100;
+    /// Whether an object without properties is one that can't be listened to.
+    bool refusesUnknownObjects = false;
+    // What the HAL does besides, each where it is set.
+    std::function<OSStatus(CFDictionaryRef, AudioObjectID)> onCreate;
+    std::function<OSStatus(AudioObjectID)> onDestroy;
+    std::function<void(AudioObjectID, Address)> onWrite;
 
     // Tests read these
 

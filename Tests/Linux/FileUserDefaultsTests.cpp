@@ -93,52 +93,6 @@ class FileUserDefaultsTests : public testing::Test {
     fs::path file;
 };
 
-TEST_F(FileUserDefaultsTests, ValuesSurviveARestartWithTheirTypes) {
-    Data everyByte(256);
-    std::iota(everyByte.begin(), everyByte.end(), std::uint8_t{0});
-    const DefaultsDictionary values{
-        {"true", true},
-        {"false", false},
-        {"one", std::int64_t{1}},
-        {"one.0", 1.0},
-        {"least", std::numeric_limits<std::int64_t>::min()},
-        {"most", std::numeric_limits<std::int64_t>::max()},
-        {"tenth", 0.1},
-        {"whole and huge", 1e300},
-        {"smallest", std::numeric_limits<double>::denorm_min()},
-        {"2^53 + 1", std::int64_t{9007199254740993}},
-        {"empty", ""s},
-        {"text", "Küche 🎧\n\"\\\0\u2028"s},
-        {"looks like a number", "1.0"s},
-        {"no bytes", Data{}},
-        {"bytes", everyByte},
-        {"com.corlent.velto/ключ \"'", "key"s},
-    };
-    run([&](FileUserDefaults& defaults) {
-        for (const auto& [key, value] : values)
-            defaults.set(key, value);
-    });
-    run([&](FileUserDefaults& defaults) {
-        for (const auto& [key, value] : values)
-            EXPECT_EQ(defaults.storedValue(key), value) << key;
-        EXPECT_EQ(defaults.boolValue("one"), std::nullopt);
-        EXPECT_EQ(defaults.integerValue("one.0"), std::nullopt);
-        EXPECT_EQ(defaults.integerValue("true"), std::nullopt);
-        EXPECT_EQ(defaults.doubleValue("one"), 1.0);
-        EXPECT_EQ(defaults.stringValue("bytes"), std::nullopt);
-    });
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(FileUserDefaultsTests, AChangeOfTypeAloneIsAChange) {
-    run([](FileUserDefaults& defaults) { defaults.set("x", std::int64_t{1}); });
-    for (const DefaultsValue& value : {DefaultsValue(1.0), DefaultsValue(true), DefaultsValue("1"s),
-                                       DefaultsValue(Data{1}), DefaultsValue(std::int64_t{1})}) {
-        run([&](FileUserDefaults& defaults) { defaults.set("x", value); });
-        EXPECT_EQ(stored("x"), value);
-    }
-}
-
 TEST_F(FileUserDefaultsTests, EntriesOfOthersSurviveARewrite) {
     const json foreign = json::parse(R"({"null": null, "list": [1, {"a": [2.5]}], "record": {"data": 1},
         "big": 18446744073709551615, "no base64": {"data": "!!"}, "two": {"data": "AA==", "more": 1}})");
@@ -189,18 +143,6 @@ TEST_F(FileUserDefaultsTests, ChangesAreWrittenTogetherWithinASecond) {
     EXPECT_NE(after, before);
     loop.advance(1h);
     EXPECT_EQ(inode(file), after) << "written again without a change";
-}
-
-TEST_F(FileUserDefaultsTests, SynchronizeIsOnDiskWhenItReturns) {
-    FileUserDefaults defaults(file, loop);
-    defaults.set("record", Data{1, 2, 3});
-    defaults.synchronize();
-    EXPECT_EQ(stored("record"), DefaultsValue(Data{1, 2, 3}));
-    EXPECT_EQ(loop.pendingTimers(), 0u);
-    defaults.remove("record");
-    defaults.synchronize();
-    EXPECT_EQ(stored("record"), std::nullopt);
-    EXPECT_EQ(json::parse(contents(file)), json::object());
 }
 
 TEST_F(FileUserDefaultsTests, WhatChangesNothingWritesNothing) {

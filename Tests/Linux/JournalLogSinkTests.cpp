@@ -36,21 +36,7 @@ TEST(JournalLogSinkTests, EachLevelHasItsPriority) {
     EXPECT_EQ(priority(LogLevel::debug), "PRIORITY=7");
     EXPECT_EQ(priority(LogLevel::info), "PRIORITY=6");
     EXPECT_EQ(priority(LogLevel::notice), "PRIORITY=5");
-}
-
-TEST(JournalLogSinkTests, WithoutAJournalEachMessageIsOneLineOnStandardError) {
-    JournalLogSink sink(LogLevel::info, JournalLogSink::Destination::standardError);
-    LogSink* before = LoggingService::install(&sink);
-    testing::internal::CaptureStderr();
-    LoggingService::recovery.debug("too low");
-    LoggingService::recovery.notice("state of {}: {}", publicText(hostileName), true);
-    LoggingService::audioDevices.error("{}", std::string("100 %n\n"));
-    const std::string written = testing::internal::GetCapturedStderr();
-    LoggingService::install(before);
-
-    EXPECT_EQ(std::ranges::count(written, '\n'), 2) << written;
-    EXPECT_THAT(written, testing::StartsWith("velto [Recovery] notice: state of Desk\uFFFDPRIORITY=0"));
-    EXPECT_THAT(written, testing::EndsWith(": true\nvelto [AudioDevices] error: 100 %n\uFFFD\n"));
+    EXPECT_EQ(priority(LogLevel::fault), "PRIORITY=2");
 }
 
 } // namespace

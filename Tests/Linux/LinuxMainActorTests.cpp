@@ -51,18 +51,6 @@ class LinuxMainActorTests : public testing::Test {
     std::vector<std::string> trace;
 };
 
-TEST_F(LinuxMainActorTests, PostedWorkRunsInOrderAndWhatItPostsInALaterTurn) {
-    actor.post([&] {
-        trace.push_back("first");
-        actor.post([&] { trace.push_back("posted by first"); });
-    });
-    actor.post([&] { trace.push_back("second"); });
-    runPosted();
-    EXPECT_THAT(trace, ElementsAre("first", "second"));
-    runPosted();
-    EXPECT_THAT(trace, ElementsAre("first", "second", "posted by first"));
-}
-
 TEST_F(LinuxMainActorTests, WorkThatPostsItselfForEverStarvesNobody) {
     Signal signal;
     bool wasTimerRun = false;
@@ -76,57 +64,6 @@ TEST_F(LinuxMainActorTests, WorkThatPostsItselfForEverStarvesNobody) {
     });
     signal.raise();
     EXPECT_TRUE(actor.runUntil([&] { return wasTimerRun && wasRead; }, 10s));
-}
-
-TEST_F(LinuxMainActorTests, TimersRunByTimeThenByPostingAndNeverEarly) {
-    const ContinuousInstant begin = actor.continuousNow();
-    const auto note = [&](const char* name, Duration due) {
-        return [this, name, due, begin] {
-            trace.push_back(name);
-            EXPECT_GE(actor.continuousNow() - begin, due) << name;
-        };
-    };
-    actor.postAfter(6ms, note("late", 6ms));
-    actor.postAfter(-1s, note("overdue", 0ms));
-    actor.postAfter(0s, note("now", 0ms));
-    actor.postAfter(3ms, note("soon", 3ms));
-    EXPECT_TRUE(actor.runUntil([&] { return trace.size() == 4; }, 10s));
-    EXPECT_THAT(trace, ElementsAre("overdue", "now", "soon", "late"));
-}
-
-TEST_F(LinuxMainActorTests, ACancelledTimerNeverRunsEvenWhenItIsDue) {
-    MainActor::TimerID second = 0;
-    MainActor::TimerID first = 0;
-    first = actor.postAfter(0s, [&] {
-        trace.push_back("first");
-        actor.cancelTimer(first); // itself, too late
-        actor.cancelTimer(second);
-    });
-    second = actor.postAfter(0s, [&] { trace.push_back("second"); });
-    actor.postAfter(0s, [&] { trace.push_back("third"); });
-    actor.cancelTimer(12345);
-    EXPECT_TRUE(actor.runUntil([&] { return trace.size() == 2; }, 10s));
-    runPosted();
-    EXPECT_THAT(trace, ElementsAre("first", "third"));
-}
-
-TEST_F(LinuxMainActorTests, OtherThreadsWakeASleepingLoopAndKeepTheirOrder) {
-    constexpr int count = 2000;
-    std::array<std::vector<int>, 2> received;
-    std::vector<std::jthread> threads;
-    const std::thread::id here = std::this_thread::get_id();
-    for (std::size_t sender = 0; sender < received.size(); ++sender)
-        threads.emplace_back([&, sender] {
-            for (int i = 0; i < count; ++i)
-                actor.post([&, sender, i] {
-                    received[sender].push_back(i);
-                    EXPECT_EQ(std::this_thread::get_id(), here);
-                });
-        });
-    EXPECT_TRUE(
-        actor.runUntil([&] { return received[0].size() == count && received[1].size() == count; }, 30s));
-    for (const auto& numbers : received)
-        EXPECT_TRUE(std::ranges::is_sorted(numbers));
 }
 
 TEST_F(LinuxMainActorTests, CallsTheReaderForAsLongAsThereIsSomethingToRead) {

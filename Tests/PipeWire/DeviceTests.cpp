@@ -40,43 +40,6 @@ TEST_F(DeviceTests, ADeviceSaysWhatItIs) {
     EXPECT_EQ(client->deviceID("nobody"), std::nullopt);
 }
 
-TEST_F(DeviceTests, AnUnknownDeviceThrowsOrAnswersAsAbsent) {
-    for (const AudioObjectID device : {AudioObjectID{0}, AudioObjectID{1}, AudioObjectID{4'000'000'000}}) {
-        const auto expectThrow = [&](const auto& operation) {
-            EXPECT_EQ(statusThrown(operation), kAudioHardwareBadDeviceError) << device;
-        };
-        expectThrow([&] { client->deviceUID(device); });
-        expectThrow([&] { client->deviceName(device); });
-        expectThrow([&] { client->transportType(device); });
-        expectThrow([&] { client->outputChannelCount(device); });
-        expectThrow([&] { client->nominalSampleRate(device); });
-        expectThrow([&] { client->availableSampleRates(device); });
-        expectThrow([&] { client->setNominalSampleRate(device, 48000); });
-        expectThrow([&] { client->setDefaultOutputDevice(device); });
-        expectThrow([&] { client->setDefaultSystemOutputDevice(device); });
-        expectThrow([&] { client->aggregateComposition(device); });
-        expectThrow([&] { client->aggregateFullSubDeviceUIDs(device); });
-        expectThrow([&] { client->aggregateActiveSubDeviceIDs(device); });
-        expectThrow([&] { client->aggregateMainSubDeviceUID(device); });
-        expectThrow([&] { client->subDeviceDriftCompensation(device); });
-        expectThrow([&] { client->setSubDeviceDriftCompensation(device, true); });
-        expectThrow([&] { client->outputVolume(device); });
-        expectThrow([&] { client->setOutputVolume(device, 1); });
-        expectThrow([&] { client->outputMute(device); });
-        expectThrow([&] { client->setOutputMute(device, true); });
-        EXPECT_EQ(statusThrown([&] { client->destroyAggregateDevice(device); }),
-                  kAudioHardwareBadObjectError);
-        EXPECT_EQ(client->deviceManufacturer(device), std::nullopt);
-        EXPECT_EQ(client->outputLatencyFrames(device), std::nullopt);
-        EXPECT_FALSE(client->isAlive(device) || client->isHidden(device) ||
-                     client->isRunningSomewhere(device) || client->supportsOutputVolume(device) ||
-                     client->supportsOutputMute(device) ||
-                     client->supportsSubDeviceDriftCompensation(device));
-        EXPECT_EQ(client->addOutputVolumeListener(device, [] {}), nullptr);
-        EXPECT_EQ(client->addOutputMuteListener(device, [] {}), nullptr);
-    }
-}
-
 TEST_F(DeviceTests, TransportComesFromBusInterfaceAndProfile) {
     struct Case {
         std::map<std::string, std::string> properties;

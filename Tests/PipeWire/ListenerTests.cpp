@@ -117,31 +117,6 @@ TEST_F(ListenerTests, HandlersMayAddAndRemoveListeners) {
     client->setOutputVolume(id("desk"), 1);
 }
 
-TEST_F(ListenerTests, OnlyRemovalEndsAListener) {
-    auto token = client->addPropertyListener(systemObject, kAudioHardwarePropertyDevices,
-                                             kAudioObjectPropertyScopeGlobal, note("devices"));
-    const auto receipt =
-        std::make_shared<PropertyListenerToken>(token->objectID, token->address, token->queue, token->block);
-    token.reset();
-    lab->unplug("blue");
-    EXPECT_TRUE(isTold("devices")) << "a dropped token unregisters nothing";
-    client->removePropertyListener(receipt);
-    calls.clear();
-    lab->unplug("usb");
-    settle();
-    EXPECT_THAT(calls, IsEmpty());
-
-    client->removePropertyListener(receipt);
-    client->removePropertyListener(nullptr);
-    EXPECT_EQ(log.count("AudioDevices error: RemovePropertyListenerBlock failed: "), 2u);
-}
-
-TEST_F(ListenerTests, AnUnknownObjectCannotBeListenedTo) {
-    for (const AudioObjectID object : {AudioObjectID{0}, AudioObjectID{4'000'000'000}})
-        EXPECT_EQ(statusThrown([&] { listen(object, kAudioDevicePropertyDeviceIsAlive, [] {}); }),
-                  kAudioHardwareBadObjectError);
-}
-
 class ServerLifeTests : public ListenerTests {};
 
 TEST_F(ServerLifeTests, ASessionManagerThatDiesAndReturnsIsNoRestart) {

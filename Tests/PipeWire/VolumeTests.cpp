@@ -90,25 +90,6 @@ TEST_F(VolumeTests, EveryChannelOfEveryOutputHasIt) {
     client->destroyAggregateDevice(aggregate);
 }
 
-TEST_F(VolumeTests, ADeviceWithoutControlsSaysSo) {
-    const ServedDevice output(*lab, "plain", "Audio/Sink", SPA_DIRECTION_INPUT);
-    const ServedDevice input(*lab, "microphone", "Audio/Source", SPA_DIRECTION_OUTPUT);
-    for (const char* name : {"plain", "microphone"}) {
-        ASSERT_TRUE(runUntil([&] { return id(name) != kAudioObjectUnknown; }));
-        const AudioObjectID device = id(name);
-        EXPECT_FALSE(client->supportsOutputVolume(device) || client->supportsOutputMute(device)) << name;
-        EXPECT_EQ(statusThrown([&] { client->outputVolume(device); }),
-                  kAudioHardwareUnsupportedOperationError);
-        EXPECT_EQ(statusThrown([&] { client->setOutputVolume(device, 1); }),
-                  kAudioHardwareUnsupportedOperationError);
-        EXPECT_EQ(statusThrown([&] { client->outputMute(device); }), kAudioHardwareUnsupportedOperationError);
-        EXPECT_EQ(statusThrown([&] { client->setOutputMute(device, true); }),
-                  kAudioHardwareUnsupportedOperationError);
-        EXPECT_EQ(client->addOutputVolumeListener(device, [] {}), nullptr);
-        EXPECT_EQ(client->addOutputMuteListener(device, [] {}), nullptr);
-    }
-}
-
 TEST_F(VolumeTests, ACardWithARouteCarriesTheVolume) {
     FakeCard card(server.socket(), {{"device.bus", "usb"}, {"device.vendor.name", "Cardmaker"}});
     lab->plug({"speakers",

@@ -4,7 +4,7 @@
 // must hold then is checked without being asked for.
 #pragma once
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Application.h"
 #include "Velto/Shell/AppDelegate.h"
 
@@ -61,7 +61,7 @@ class ShellTest : public MachineTest {
     void run() { loop.runUntilIdle(); }
     /// Starts the program, up to where its loop begins.
     void boot() {
-        app = std::make_unique<AppDelegate>(platformOf(*this, collation), [this](auto closed) {
+        app = std::make_unique<AppDelegate>(platformOf(*this, *collation), [this](auto closed) {
             ++windowsMade;
             auto made = std::make_unique<SimulatedOnboardingWindow>(isWindowOpen, std::move(closed));
             window = made.get();
@@ -121,7 +121,7 @@ class ShellTest : public MachineTest {
         return names;
     }
 
-    const IcuTextCollation collation;
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     /// What the story makes due at its end.
     InvariantContext context;
     bool isWindowOpen = false;

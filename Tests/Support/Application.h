@@ -3,7 +3,7 @@
 // Verbs run until nothing is left to do. crash() ends it without a word, quit() as a user does.
 #pragma once
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Machine.h"
 #include "Tests/Support/Platform.h"
 #include "Tests/Support/SessionInvariants.h"
@@ -71,8 +71,8 @@ class Application {
     bool isIdle() const { return coordinator.state().is<AudioSessionState::Idle>(); }
 
     Machine& machine;
-    const IcuTextCollation collation;
-    mutable AppState state{platformOf(machine, collation)};
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
+    mutable AppState state{platformOf(machine, *collation)};
     PreferencesManager& preferences = state.preferences();
     AudioDeviceManager& devices = state.deviceManager();
     SystemAudioManager& session = state.systemAudio();

@@ -3,7 +3,7 @@
 // crash() ends it without a word: what is on disk and in the audio system stays.
 #pragma once
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Machine.h"
 #include "Tests/Support/Started.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
@@ -54,8 +54,8 @@ class Program {
     }
 
     Machine& machine;
-    const IcuTextCollation collation;
-    AudioDeviceManager devices{machine.world, machine.loop, collation};
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
+    AudioDeviceManager devices{machine.world, machine.loop, *collation};
     AggregateDeviceManager aggregates{machine.world, machine.loop};
     mutable UserDefaultsRecoveryStateStore store{machine.defaults};
     SystemAudioManager session{machine.world, devices, aggregates, store, machine.loop};

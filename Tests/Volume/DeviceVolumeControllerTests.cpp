@@ -1,6 +1,6 @@
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
-#include "Platform/Linux/IcuTextCollation.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Machine.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 
@@ -35,7 +35,7 @@ class DeviceVolumeControllerTests : public MachineTest {
     }
 
     void track(const std::vector<std::string>& uids) {
-        const AudioDeviceManager devices(world, loop, collation);
+        const AudioDeviceManager devices(world, loop, *collation);
         for (const std::string& uid : uids) {
             if (const auto device = devices.device(uid)) known.insert_or_assign(uid, *device);
         }
@@ -52,7 +52,7 @@ class DeviceVolumeControllerTests : public MachineTest {
     float volume(const std::string& uid) const { return controller->state(uid).value().volume; }
     bool isMuted(const std::string& uid) const { return controller->state(uid).value().isMuted; }
 
-    const IcuTextCollation collation;
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     std::map<std::string, AudioOutputDevice> known; // as they were when last there
     std::unique_ptr<DeviceVolumeController> controller = std::make_unique<DeviceVolumeController>(world);
     Subscription statesSubscription;
@@ -154,7 +154,7 @@ TEST_F(DeviceVolumeControllerTests, WhatCantBeReadStaysAsItWas) {
 TEST_F(DeviceVolumeControllerTests, TrackingGoesOnWithoutAListener) {
     world.calls.failNext(Operation::addOutputVolumeListener, kAudioHardwareBadObjectError);
     world.calls.failNext(Operation::addOutputMuteListener, {.foreignError = "no room"});
-    const AudioDeviceManager devices(world, loop, collation);
+    const AudioDeviceManager devices(world, loop, *collation);
     controller->track({*devices.device("left"), *devices.device("right")});
     EXPECT_THAT(
         log.linesWith("observe"),

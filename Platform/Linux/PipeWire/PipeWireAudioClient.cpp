@@ -146,7 +146,7 @@ PropertyListenerTokenRef PipeWireAudioClient::addPropertyListener(AudioObjectID 
 }
 
 void PipeWireAudioClient::removePropertyListener(const PropertyListenerTokenRef& token) noexcept {
-    if (token && listeners_.remove(*token)) return;
+    if (!token || listeners_.remove(*token)) return;
     LoggingService::audioDevices.error("RemovePropertyListenerBlock failed: {}",
                                        "The listener is not registered");
 }

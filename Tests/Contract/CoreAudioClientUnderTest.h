@@ -1,0 +1,32 @@
+// CoreAudioClientUnderTest: a client and the audio system that it speaks to, with at least one output.
+//
+// On a Mac that is the user's own: what a test changes there it puts back.
+#pragma once
+
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velto {
+
+class CoreAudioClientUnderTest {
+  public:
+    virtual ~CoreAudioClientUnderTest() = default;
+    virtual CoreAudioClient& client() = 0;
+    /// Runs the main actor until the condition holds; false after a long while, or when nothing can happen
+    /// any more.
+    virtual bool runUntil(const std::function<bool()>& condition) = 0;
+};
+
+struct CoreAudioClientMaker {
+    std::string name;
+    std::function<std::unique_ptr<CoreAudioClientUnderTest>()> make;
+};
+
+/// All that the test program has.
+std::vector<CoreAudioClientMaker> coreAudioClientsUnderTest();
+
+} // namespace velto
