@@ -1,5 +1,6 @@
 # Makes an installed Velto.app stand alone: libraries go into it, it is checked that it needs no others, and all is signed
 # again. Run by cmake --install and cpack, after the program is in its place.
+cmake_policy(VERSION 3.25)
 set(bundle "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/Velto.app")
 set(contents "${bundle}/Contents")
 
@@ -10,7 +11,7 @@ foreach(tool MACDEPLOYQT CODESIGN)
   endif()
 endforeach()
 
-# What the files hold that the system loads, with the load commands of each.
+# Every file in the bundle that the system loads code from.
 function(find_programs result)
   file(GLOB_RECURSE files "${contents}/MacOS/*" "${contents}/PlugIns/*.dylib" "${contents}/Frameworks/*.dylib")
   file(GLOB frameworks "${contents}/Frameworks/*.framework")
@@ -46,10 +47,11 @@ set(oldest_system 0)
 find_programs(programs)
 foreach(program ${programs})
   execute_process(COMMAND otool -l ${program} OUTPUT_VARIABLE commands COMMAND_ERROR_IS_FATAL ANY)
-  string(REGEX MATCHALL "LC_(ID|LOAD|LOAD_WEAK|REEXPORT)_DYLIB\n[^\n]*\n *name [^\n]*" libraries "${commands}")
+  string(REGEX MATCHALL "LC_(LOAD|LOAD_WEAK|REEXPORT)_DYLIB\n[^\n]*\n *name [^\n]*" libraries "${commands}")
   foreach(library ${libraries})
     string(REGEX REPLACE ".* name (.*) \\(offset [0-9]+\\)$" "\\1" path "${library}")
-    if(NOT path MATCHES "^(/usr/lib/|/System/Library/|@)")
+    string(REGEX REPLACE "^@(rpath|executable_path/../Frameworks)/" "${contents}/Frameworks/" path "${path}")
+    if(NOT path MATCHES "^(/usr/lib/|/System/Library/|@loader_path/)" AND NOT (path MATCHES "^${contents}/" AND EXISTS "${path}"))
       message(FATAL_ERROR "Velto.app would not run on another Mac: ${program} needs ${path}.")
     endif()
   endforeach()

@@ -2,6 +2,7 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
 find_program(VELTO_MACDEPLOYQT NAMES macdeployqt macdeployqt6 HINTS ${QT6_INSTALL_PREFIX}/bin)
 
+install(CODE "file(REMOVE_RECURSE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/Velto.app\")") # nothing of an earlier one stays
 install(TARGETS velto BUNDLE DESTINATION .)
 set(settings "set(VELTO_VIEWS [[${PROJECT_SOURCE_DIR}/Velto/Views]])\n")
 foreach(setting VELTO_MACDEPLOYQT VELTO_CODESIGN VELTO_CODESIGN_IDENTITY VELTO_ENTITLEMENTS)
