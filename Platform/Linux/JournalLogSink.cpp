@@ -23,6 +23,8 @@ int priority(LogLevel level) {
         return LOG_NOTICE;
     case LogLevel::error:
         return LOG_ERR;
+    case LogLevel::fault:
+        return LOG_CRIT;
     }
     return LOG_NOTICE;
 }

@@ -182,7 +182,7 @@ TEST_F(TaskTests, ScopeLogsWhatATaskThrowsAndGoesOn) {
     scope.spawn(failAlone());
     scope.spawn(note("next", trace));
     actor.runReady();
-    EXPECT_THAT(log.lines(), ElementsAre("Lifecycle error: A task ended with an error: no sound"));
+    EXPECT_THAT(log.lines(), ElementsAre("Lifecycle fault: A task ended with an error: no sound"));
     EXPECT_THAT(trace, ElementsAre("next"));
 }
 

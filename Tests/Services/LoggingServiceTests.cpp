@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace velto {
 namespace {
@@ -38,6 +41,17 @@ TEST(LoggingServiceTests, OnlyMarkedTextIsPublic) {
     EXPECT_FALSE(LogArgument("a reason").isPublic());
     EXPECT_FALSE(LogArgument(std::string("a reason")).isPublic());
     EXPECT_TRUE(publicText("Desk").isPublic());
+
+    const auto runs = [](std::string_view format, std::vector<LogArgument> arguments) {
+        return LogMessage{"UI", LogLevel::info, format, std::move(arguments)}.runs(4);
+    };
+    EXPECT_THAT(runs("all of {} {}", {publicText("Desk"), 1}), ElementsAre("all of Desk 1"));
+    EXPECT_THAT(runs("{} failed: {}", {"Start", "no"}), ElementsAre("", "Start", " failed: ", "no"));
+    EXPECT_THAT(runs("{}{}.", {"a", "b"}), ElementsAre("", "ab", "."));
+    EXPECT_THAT(runs("x", {}), ElementsAre("x"));
+    EXPECT_THAT(runs("{}, {}, {}, {}", {"a", "b", publicText("c"), "d"}),
+                ElementsAre("", "a", ", ", "b, c, d"))
+        << "what is private must never end in a public run";
     EXPECT_TRUE(LogArgument(true).isPublic());
     EXPECT_TRUE(LogArgument(1.5).isPublic());
     EXPECT_TRUE(LogArgument(1).isPublic());

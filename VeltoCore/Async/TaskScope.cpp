@@ -47,9 +47,9 @@ struct TaskScope::State : std::enable_shared_from_this<TaskScope::State> {
         try {
             co_await std::move(task);
         } catch (const std::exception& error) {
-            LoggingService::lifecycle.error("A task ended with an error: {}", error.what());
+            LoggingService::lifecycle.fault("A task ended with an error: {}", error.what());
         } catch (...) {
-            LoggingService::lifecycle.error("A task ended with an unknown error");
+            LoggingService::lifecycle.fault("A task ended with an unknown error");
         }
         // A frame can't free itself while it runs: a later turn does.
         actor.post([weak = state.weak_from_this(), id] {

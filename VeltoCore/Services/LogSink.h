@@ -2,14 +2,16 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace velto {
 
-/// debug: confirmations per device · info: progress · notice: notable, the platform's default level · error.
-enum class LogLevel { debug, info, notice, error };
+/// debug: confirmations per device · info: progress · notice: notable, the platform's default level · error ·
+/// fault: what only a mistake in the program explains.
+enum class LogLevel { debug, info, notice, error, fault };
 
 /// The level's own name, such as "notice".
 std::string_view name(LogLevel level) noexcept;
@@ -56,6 +58,9 @@ struct LogMessage {
 
     /// The whole line, private arguments included.
     std::string text() const;
+    /// The line in runs that are public and private by turns, the first of them public and perhaps empty. At
+    /// most so many, an even number: the last then holds all the rest, as private.
+    std::vector<std::string> runs(std::size_t most) const;
 };
 
 /// Main actor, or the thread of a blocking call: implementations must bear both.

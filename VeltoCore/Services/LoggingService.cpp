@@ -53,6 +53,8 @@ std::string_view name(LogLevel level) noexcept {
         return "notice";
     case LogLevel::error:
         return "error";
+    case LogLevel::fault:
+        return "fault";
     }
     return "notice";
 }
@@ -79,17 +81,37 @@ LogArgument::LogArgument(std::string_view text, bool isPublic)
 
 LogArgument publicText(std::string_view text) { return LogArgument(text, true); }
 
-std::string LogMessage::text() const {
-    std::string result;
-    std::string_view rest = format;
-    for (const LogArgument& argument : arguments) {
+namespace {
+
+/// Calls it with each piece of the message in order, and whether it is public.
+template <class Action>
+void forEachPiece(const LogMessage& message, const Action& action) {
+    std::string_view rest = message.format;
+    for (const LogArgument& argument : message.arguments) {
         const std::size_t place = rest.find("{}");
         if (place == std::string_view::npos) break;
-        result += rest.substr(0, place);
-        result += argument.text();
+        action(rest.substr(0, place), true);
+        action(argument.text(), argument.isPublic());
         rest.remove_prefix(place + 2);
     }
-    result += rest;
+    action(rest, true);
+}
+
+} // namespace
+
+std::string LogMessage::text() const {
+    std::string result;
+    forEachPiece(*this, [&](std::string_view piece, bool) { result += piece; });
+    return result;
+}
+
+std::vector<std::string> LogMessage::runs(std::size_t most) const {
+    std::vector<std::string> result(1);
+    forEachPiece(*this, [&](std::string_view piece, bool isPublic) {
+        const bool isRunPublic = result.size() % 2 == 1;
+        if (isPublic != isRunPublic && !piece.empty() && result.size() < most) result.emplace_back();
+        result.back() += piece;
+    });
     return result;
 }
 

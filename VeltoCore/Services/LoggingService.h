@@ -31,6 +31,10 @@ class Logger {
     void error(std::string_view format, Arguments&&... arguments) const {
         log(LogLevel::error, format, std::forward<Arguments>(arguments)...);
     }
+    template <class... Arguments>
+    void fault(std::string_view format, Arguments&&... arguments) const {
+        log(LogLevel::fault, format, std::forward<Arguments>(arguments)...);
+    }
     std::string_view category() const noexcept { return category_; }
 
   private:

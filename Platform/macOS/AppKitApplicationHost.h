@@ -1,0 +1,36 @@
+// AppKitApplicationHost: the Mac's desktop, as the program asks for it.
+//
+// Owned by the program's entry point; main actor only.
+#pragma once
+
+#include "VeltoCore/Services/ApplicationHost.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace velto {
+
+class AppKitApplicationHost final : public ApplicationHost {
+  public:
+    AppKitApplicationHost();
+    AppKitApplicationHost(const AppKitApplicationHost&) = delete;
+    AppKitApplicationHost& operator=(const AppKitApplicationHost&) = delete;
+    ~AppKitApplicationHost() override;
+
+    void setActivationPolicy(ActivationPolicy policy) override;
+    void activateIgnoringOtherApplications() override;
+    void replyToTermination() override;
+    void registerSleepObserver(SleepObserver observer) override;
+    void removeSleepObserver() override;
+    void setPasteboardText(std::string_view text) override;
+    std::optional<std::string> bundleValue(std::string_view key) const override;
+    std::string operatingSystemVersion() const override;
+
+  private:
+    struct SleepNotifications;
+    std::unique_ptr<SleepNotifications> sleep_; // none while nobody observes
+};
+
+} // namespace velto

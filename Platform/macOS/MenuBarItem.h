@@ -1,0 +1,51 @@
+// MenuBarItem: an item in the menu bar: a system symbol that can be clicked, scrolled over and removed.
+//
+// Main thread only. The user may drag it out of the menu bar; that ends a program which is nothing else, and
+// it does so the way that any request to quit goes.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+
+class MenuBarItem {
+  public:
+    /// On the desktop of all screens, in points, from the upper left corner of the first screen down.
+    struct Place {
+        double x = 0;
+        double y = 0;
+        double width = 0;
+        double height = 0;
+    };
+    /// A separator has no label.
+    struct MenuEntry {
+        std::string label;
+        std::function<void()> chosen;
+    };
+    struct Handlers {
+        std::function<void()> clicked;
+        /// Up is positive, one notch of a wheel is 1.
+        std::function<void(double)> scrolled;
+        /// Of the menu that a click with the second button, or with Control, shows.
+        std::vector<MenuEntry> menu;
+    };
+
+    explicit MenuBarItem(Handlers handlers);
+    MenuBarItem(const MenuBarItem&) = delete;
+    MenuBarItem& operator=(const MenuBarItem&) = delete;
+    ~MenuBarItem();
+
+    /// The name of a system symbol, and what VoiceOver reads for it.
+    void setLabel(std::string_view symbol, std::string_view accessibilityText);
+    Place place() const;
+
+  private:
+    struct Item;
+    std::unique_ptr<Item> item_;
+};
+
+} // namespace velto

@@ -1,0 +1,71 @@
+// The entry point on the Mac: the platform's services, Qt's loop, and the application on them.
+#include "Platform/macOS/AVFAudioEngine.h"
+#include "Platform/macOS/AppKitApplicationHost.h"
+#include "Platform/macOS/DispatchMainActor.h"
+#include "Platform/macOS/DispatchTerminationSignals.h"
+#include "Platform/macOS/FoundationTextCollation.h"
+#include "Platform/macOS/FoundationUserDefaults.h"
+#include "Platform/macOS/MainAppLoginItem.h"
+#include "Platform/macOS/RunningInstance.h"
+#include "Platform/macOS/TerminationDelegate.h"
+#include "Platform/macOS/UnifiedLogSink.h"
+#include "Velto/Qt/QuickUserInterface.h"
+#include "Velto/macOS/MacApplication.h"
+#include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <QGuiApplication>
+#include <QQuickWindow>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+int run(int argumentCount, char** arguments) {
+    if (handOverToRunningInstance()) return 0;
+    UnifiedLogSink log;
+    LoggingService::install(&log);
+    TerminationDelegate termination; // before Qt, which keeps the delegate that is there
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    QGuiApplication qt(argumentCount, arguments);
+    QGuiApplication::setApplicationName(QStringLiteral("Velto"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+
+    DispatchMainActor actor;
+    FoundationUserDefaults defaults;
+    FoundationTextCollation collation;
+    MainAppLoginItem loginItems;
+    AppKitApplicationHost host;
+    PlatformServices platform{
+        .actor = actor,
+        .client = std::make_shared<SystemCoreAudioClient>(),
+        .defaults = defaults,
+        .collation = collation,
+        .loginItems = loginItems,
+        .host = host,
+        .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<AVFAudioEngine>(); }};
+    MacApplication application(std::move(platform), termination, [](UserInterface::Context context) {
+        return std::make_unique<QuickUserInterface>(std::move(context));
+    });
+    const DispatchTerminationSignals terminationSignals([&application] { application.requestQuit(); });
+    application.start();
+    return QGuiApplication::exec();
+}
+
+} // namespace
+
+} // namespace velto
+
+int main(int argumentCount, char** arguments) {
+    try {
+        return velto::run(argumentCount, arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "Velto: %s\n", error.what());
+        return 1;
+    }
+}
