@@ -10,6 +10,7 @@ build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohman
 test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev xvfb dbus-daemon"
 benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb dbus-daemon pasystray pavucontrol"
 package_packages="dpkg-dev file desktop-file-utils appstream"
+macos_check_packages="python3 llvm-19 lld-19 libc++-19-dev"
 
 processor_count() { nproc; }
 
