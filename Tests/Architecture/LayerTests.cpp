@@ -53,4 +53,8 @@ TEST(Layers, TheCoreIncludesNothingAboveItselfAndNoPlatform) { expectNothingAbov
 
 TEST(Layers, TheShellIncludesOnlyTheCore) { expectNothingAbove({"Velto/Shell", "VeltoCore"}); }
 
+TEST(Layers, TheWindowsOfAllPlatformsIncludeNothingOfOne) {
+    expectNothingAbove({"Velto/Qt", "Velto/Shell", "VeltoCore"});
+}
+
 } // namespace
