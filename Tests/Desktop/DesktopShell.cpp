@@ -43,6 +43,15 @@ DesktopShell::DesktopShell()
 
 DesktopShell::~DesktopShell() { QDBusConnection::disconnectFromBus(connectionName_); }
 
+void DesktopShell::setDrawsItems(bool draws) {
+    drawsItems_ = draws;
+    if (draws) {
+        Q_EMIT StatusNotifierHostRegistered();
+    } else {
+        Q_EMIT StatusNotifierHostUnregistered();
+    }
+}
+
 void DesktopShell::settle() {
     // A bus answers a question after all that it was sent before; what it says to one program comes in order.
     for (int round = 0; round < 2; ++round)

@@ -16,11 +16,16 @@ namespace velto {
 class DesktopShell final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ drawsItems SCRIPTABLE true)
 
   public:
     /// Takes the place of one that is there.
     DesktopShell();
     ~DesktopShell() override;
+
+    /// Whether it has a panel to draw items in; without one it only keeps their list.
+    bool drawsItems() const { return drawsItems_; }
+    void setDrawsItems(bool draws);
 
     /// The services of those that have registered, in order.
     const QStringList& items() const { return items_; }
@@ -40,6 +45,10 @@ class DesktopShell final : public QObject {
   public Q_SLOTS:
     Q_SCRIPTABLE void RegisterStatusNotifierItem(const QString& service);
 
+  Q_SIGNALS:
+    Q_SCRIPTABLE void StatusNotifierHostRegistered();
+    Q_SCRIPTABLE void StatusNotifierHostUnregistered();
+
   private Q_SLOTS:
     void noteSignal(const QDBusMessage& message);
 
@@ -49,6 +58,7 @@ class DesktopShell final : public QObject {
 
     QString connectionName_;
     QDBusConnection bus_;
+    bool drawsItems_ = true;
     QStringList items_;
     QStringList signals_;
 };

@@ -145,6 +145,24 @@ TEST_F(StatusAreaTests, WhileItIsAwayThePanelIsAWindowAndNothingPopsUp) {
     }
 }
 
+TEST_F(StatusAreaTests, AListOfItemsThatNobodyDrawsIsNoStatusArea) {
+    shell.emplace();
+    shell->setDrawsItems(false);
+    start();
+    shell->settle();
+    EXPECT_FALSE(hasItem());
+    loop.advance(5s);
+    EXPECT_EQ(windows.panelsShown, 1);
+    EXPECT_EQ(windows.style, PanelStyle::window);
+
+    shell->setDrawsItems(true);
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(windows.style, PanelStyle::dropDown);
+    shell->setDrawsItems(false);
+    ASSERT_TRUE(losesItem());
+    EXPECT_EQ(windows.style, PanelStyle::window);
+}
+
 TEST_F(StatusAreaTests, TheItemShowsWhatPlaysAndAnswersTheWheelAndTheMenu) {
     shell.emplace();
     start();

@@ -25,6 +25,10 @@ class DesktopStatusArea final : public QObject, public StatusArea {
 
     std::unique_ptr<StatusItem> makeStatusItem(StatusItem::Handlers handlers) override;
 
+  private Q_SLOTS:
+    /// A watcher only keeps a list: whether somebody draws the items of it, it knows.
+    void askForHost();
+
   private:
     enum class Kind {
         none,
@@ -45,7 +49,8 @@ class DesktopStatusArea final : public QObject, public StatusArea {
 
     std::function<void()> changed_;
     std::unique_ptr<QDBusServiceWatcher> notifierWatcher_; // none without a bus
-    bool hasNotifier_ = false;
+    bool hasNotifier_ = false;                             // a watcher, and somebody who draws
+    int openQuestions_ = 0;                                // while one is, nothing changes
     X11SystemTray tray_;
     Area known_;
 };

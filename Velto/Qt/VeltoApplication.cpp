@@ -30,9 +30,7 @@ VeltoApplication::VeltoApplication(PlatformServices platform, UserInterfaceFacto
           return window;
       }) {}
 
-VeltoApplication::~VeltoApplication() {
-    if (statusAreaTimer_) delegate_.appState().actor().cancelTimer(*statusAreaTimer_);
-}
+VeltoApplication::~VeltoApplication() { stopWaitingForStatusArea(); }
 
 void VeltoApplication::start() {
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
@@ -56,8 +54,14 @@ void VeltoApplication::followStatusArea() {
 void VeltoApplication::makeStatusItem() {
     statusItem_.reset(); // before another one: the old one's tray may be gone
     statusItem_ = statusArea_->makeStatusItem(statusItemHandlers());
+    if (statusItem_) stopWaitingForStatusArea();
     updateStatusItem();
     applyPanelStyle();
+}
+
+void VeltoApplication::stopWaitingForStatusArea() {
+    if (statusAreaTimer_) delegate_.appState().actor().cancelTimer(*statusAreaTimer_);
+    statusAreaTimer_.reset();
 }
 
 StatusItem::Handlers VeltoApplication::statusItemHandlers() {

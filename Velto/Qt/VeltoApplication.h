@@ -58,6 +58,7 @@ class VeltoApplication {
     StatusItem::Handlers statusItemHandlers();
     void updateStatusItem();
     void withoutStatusItem();
+    void stopWaitingForStatusArea();
     UserInterface::PanelStyle panelStyle() const;
 
     UserInterfaceFactory makeUserInterface_;
