@@ -107,20 +107,6 @@ TEST_F(FileUserDefaultsTests, EntriesOfOthersSurviveARewrite) {
     EXPECT_EQ(json::parse(contents(file)), expected);
 }
 
-TEST_F(FileUserDefaultsTests, OddValuesAndTextDoNoHarm) {
-    run([](FileUserDefaults& defaults) {
-        defaults.set("rate", 48000.0);
-        defaults.set("rate", std::numeric_limits<double>::quiet_NaN());
-        defaults.set("level", -std::numeric_limits<double>::infinity());
-        defaults.set("broken", "a\xFF"s);
-        defaults.set("\xC3(", true);
-    });
-    EXPECT_EQ(stored("rate"), DefaultsValue(48000.0));
-    EXPECT_EQ(stored("level"), std::nullopt);
-    EXPECT_EQ(stored("broken"), DefaultsValue("a\uFFFD"s));
-    EXPECT_EQ(log.count("Persistence error: "), 2u);
-}
-
 TEST_F(FileUserDefaultsTests, ChangesAreWrittenTogetherWithinASecond) {
     FileUserDefaults defaults(file, loop);
     defaults.set("a", true);

@@ -153,21 +153,6 @@ TEST_F(SimulatedAudioSystemTests, TimedFaultsTakeTheirTime) {
     EXPECT_EQ(world.nominalSampleRate(world.objectID("usb")), 96000);
 }
 
-TEST_F(SimulatedAudioSystemTests, VolumesAreHeardWhoeverChangesThem) {
-    const AudioObjectID id = world.objectID("bluetooth");
-    tokens.push_back(world.addOutputVolumeListener(id, [this] { heard.emplace_back("volume"); }));
-    tokens.push_back(world.addOutputMuteListener(id, [this] { heard.emplace_back("mute"); }));
-    EXPECT_EQ(world.addOutputVolumeListener(world.objectID("usb"), [] {}), nullptr);
-    world.setVolume("bluetooth", 0.25F);
-    world.setOutputVolume(id, 1.7F);
-    world.setOutputVolume(id, 1.0F); // no change
-    world.setOutputMute(id, true);
-    EXPECT_THAT(takeHeard(), ElementsAre("volume", "volume", "mute"));
-    EXPECT_EQ(world.device("bluetooth").volume, 1.0F);
-    EXPECT_EQ(statusOf([&] { world.setOutputVolume(world.objectID("usb"), 1); }),
-              kAudioHardwareUnsupportedOperationError);
-}
-
 TEST_F(SimulatedAudioSystemTests, ListenersStayUntilTheyAreRemoved) {
     listenToSystem();
     tokens.clear(); // dropping a token unregisters nothing
