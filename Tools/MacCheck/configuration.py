@@ -42,6 +42,8 @@ class Build:
     def __init__(self, root, sdk):
         self.root = root
         self.sdk = sdk
+        self.frameworks = self._used_frameworks()
+        sdk.require(self.frameworks)
         self.folder = root / "build" / "check-macos"
         self.folder.mkdir(parents=True, exist_ok=True)
         self._install_packages()
@@ -51,8 +53,6 @@ class Build:
         self.commands = {}  # one a source: where it is compiled twice, the first
         for entry in commands:
             self.commands.setdefault(pathlib.Path(entry["file"]), shlex.split(entry["command"]))
-        self.frameworks = self._used_frameworks()
-        sdk.require(self.frameworks)
 
     def sources(self, only):
         """Those of the project, without what is generated."""
@@ -128,7 +128,6 @@ class Build:
 
     def _used_frameworks(self):
         """By what the sources import."""
-        names = set()
-        for source in self.sources(""):
-            names.update(re.findall(r"^#\s*(?:import|include) <([A-Z]\w+)/\1\.h>", source.read_text(), re.MULTILINE))
-        return names
+        folders = ("Platform/macOS", "Velto/macOS", "VeltoCore/CoreAudio")
+        texts = [file.read_text() for folder in folders for file in (self.root / folder).glob("*.*") if file.is_file()]
+        return set(re.findall(r"^#\s*(?:import|include) <([A-Z]\w+)/\1\.h>", "\n".join(texts), re.MULTILINE))

@@ -30,6 +30,7 @@ class PortalAppearance final : public QObject, public DesktopAppearance {
     bool isComposited() const override;
     bool hasMaterial() const override { return false; }
     void dressPanel(QWindow&, int) override {}
+    void dressWelcomeWindow(QWindow&) override {}
 
   private Q_SLOTS:
     void portalChanged(const QString& group, const QString& key, const QDBusVariant& value);

@@ -31,6 +31,8 @@ class DesktopAppearance {
     /// Puts the material behind the panel, with corners of the radius in pixels, and lets it stand over
     /// whatever the desktop shows; nothing where there is none. Again does no harm.
     virtual void dressPanel(QWindow& panel, int cornerRadius) = 0;
+    /// Gives the welcome window the frame that such windows have on the desktop, if that is a special one.
+    virtual void dressWelcomeWindow(QWindow& window) = 0;
 };
 
 /// The handler is called, from the main loop, when a wish may have changed.

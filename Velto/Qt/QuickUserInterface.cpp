@@ -180,6 +180,7 @@ QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
                              {{"title", toQString(OnboardingWindowController::title)},
                               {"message", toQString(OnboardingWindowController::message)},
                               {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
+    appearance_.desktop().dressWelcomeWindow(*onboardingWindow_);
     return std::make_unique<QuickOnboardingWindow>(onboardingWindow_.get(), std::move(closedHandler));
 }
 

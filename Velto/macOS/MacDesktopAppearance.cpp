@@ -1,6 +1,6 @@
 // How the Mac wants programs to look, for the views.
-#include "Platform/macOS/PanelMaterial.h"
 #include "Platform/macOS/SystemAppearance.h"
+#include "Platform/macOS/WindowDressing.h"
 #include "Velto/Qt/DesktopAppearance.h"
 
 #include <QFont>
@@ -27,11 +27,12 @@ class MacDesktopAppearance final : public DesktopAppearance {
     QString fontFamily() const override { return QGuiApplication::font().family(); }
     bool isComposited() const override { return true; }
     bool hasMaterial() const override { return true; }
-    void dressPanel(QWindow& panel, int cornerRadius) override {
-        putPanelMaterial(reinterpret_cast<void*>(panel.winId()), cornerRadius); // a view, on this platform
-    }
+    void dressPanel(QWindow& panel, int cornerRadius) override { dressAsPanel(viewOf(panel), cornerRadius); }
+    void dressWelcomeWindow(QWindow& window) override { extendUnderTitleBar(viewOf(window)); }
 
   private:
+    static void* viewOf(QWindow& window) { return reinterpret_cast<void*>(window.winId()); }
+
     SystemAppearance system_;
 };
 

@@ -1,4 +1,4 @@
-#import "Platform/macOS/PanelMaterial.h"
+#import "Platform/macOS/WindowDressing.h"
 
 #import <AppKit/AppKit.h>
 #import <QuartzCore/QuartzCore.h>
@@ -27,7 +27,7 @@ NSVisualEffectView* materialBelow(NSView* content) {
 
 } // namespace
 
-void putPanelMaterial(void* contentView, double cornerRadius) {
+void dressAsPanel(void* contentView, double cornerRadius) {
     NSView* content = (__bridge NSView*)contentView;
     NSWindow* window = content.window;
     materialBelow(content).layer.cornerRadius = cornerRadius;
@@ -38,6 +38,13 @@ void putPanelMaterial(void* contentView, double cornerRadius) {
     window.level = NSPopUpMenuWindowLevel;
     window.collectionBehavior =
         NSWindowCollectionBehaviorMoveToActiveSpace | NSWindowCollectionBehaviorFullScreenAuxiliary;
+}
+
+void extendUnderTitleBar(void* contentView) {
+    NSWindow* window = ((__bridge NSView*)contentView).window;
+    window.styleMask |= NSWindowStyleMaskFullSizeContentView;
+    window.titlebarAppearsTransparent = YES;
+    window.movableByWindowBackground = YES;
 }
 
 } // namespace velto
