@@ -3,6 +3,7 @@
 #include "Tests/Desktop/DesktopShell.h"
 #include "Tests/Desktop/DesktopTest.h"
 #include "Tests/Support/Machine.h"
+#include "Tests/Support/UnseenUserInterface.h"
 #include "Velto/Linux/LinuxApplication.h"
 #include "Velto/Linux/NotifierStatusItemTypes.h"
 
@@ -19,31 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::SizeIs;
-
-/// What was asked of the program's windows, which nobody sees.
-struct Windows {
-    UserInterface::PanelStyle style = UserInterface::PanelStyle::dropDown;
-    int panelsShown = 0;
-    QRect place;
-    int settingsShown = 0;
-};
-
-class UnseenUserInterface final : public UserInterface {
-  public:
-    explicit UnseenUserInterface(Windows& windows) : windows_(windows) {}
-
-    void setPanelStyle(PanelStyle style) override { windows_.style = style; }
-    void showPanel(const QRect& statusItem) override {
-        ++windows_.panelsShown;
-        windows_.place = statusItem;
-    }
-    void togglePanel(const QRect& statusItem) override { showPanel(statusItem); }
-    void showSettings() override { ++windows_.settingsShown; }
-    std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()>) override { return nullptr; }
-
-  private:
-    Windows& windows_;
-};
 
 /// The program on a simulated computer, in virtual time, and its status item on a real bus.
 class StatusAreaTests : public MachineTest {
@@ -95,7 +71,7 @@ class StatusAreaTests : public MachineTest {
     } sleep;
     QtApplicationHost host{sleep};
     const IcuTextCollation collation;
-    Windows windows;
+    UnseenWindows windows;
     std::optional<DesktopShell> shell;
     std::optional<LinuxApplication> application;
 };
