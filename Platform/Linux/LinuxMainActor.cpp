@@ -73,20 +73,13 @@ void LinuxMainActor::post(Work work) {
 }
 
 MainActor::TimerID LinuxMainActor::postAfter(Duration interval, Work work) {
-    const TimerID timer = nextTimer_++;
-    const ContinuousInstant date = continuousNow() + std::max(interval, Duration::zero());
-    timerDates_.emplace(timer, date);
-    timers_.emplace(std::pair(date, timer), std::move(work));
+    const TimerID timer =
+        timers_.add(continuousNow() + std::max(interval, Duration::zero()), std::move(work));
     setAlarm();
     return timer;
 }
 
-void LinuxMainActor::cancelTimer(TimerID timer) noexcept {
-    const auto found = timerDates_.find(timer);
-    if (found == timerDates_.end()) return;
-    timers_.erase({found->second, timer});
-    timerDates_.erase(found);
-}
+void LinuxMainActor::cancelTimer(TimerID timer) noexcept { timers_.cancel(timer); }
 
 void LinuxMainActor::watchReadable(int descriptor, std::function<void()> handler) {
     const bool isKnown = watched_.contains(descriptor);
@@ -128,7 +121,7 @@ void LinuxMainActor::turn(Duration longestWait) {
     isInTurn_ = true;
     wait(longestWait);
     runPosted();
-    runTimers();
+    timers_.runDue(continuousNow());
     setAlarm();
     isInTurn_ = false;
 }
@@ -141,17 +134,6 @@ void LinuxMainActor::runPosted() {
     }
     for (Work& work : ready)
         work();
-}
-
-void LinuxMainActor::runTimers() {
-    const ContinuousInstant date = continuousNow();
-    while (!timers_.empty() && timers_.begin()->first.first <= date) {
-        const auto first = timers_.begin();
-        const Work work = std::move(first->second);
-        timerDates_.erase(first->first.second);
-        timers_.erase(first);
-        work();
-    }
 }
 
 void LinuxMainActor::wait(Duration longest) {
@@ -181,8 +163,7 @@ void LinuxMainActor::callReader(int descriptor, std::uint64_t polled) {
 
 void LinuxMainActor::setAlarm(std::optional<ContinuousInstant> latest) {
     std::optional<ContinuousInstant> date = latest;
-    if (!timers_.empty())
-        date = std::min(timers_.begin()->first.first, latest.value_or(ContinuousInstant::max()));
+    if (const auto next = timers_.next()) date = std::min(*next, latest.value_or(ContinuousInstant::max()));
     if (date == alarmDate_) return;
     alarmDate_ = date;
     // A time that has passed sounds at once; zero would switch the alarm off.

@@ -6,6 +6,7 @@
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/TimerQueue.h"
 
 #include <cstdint>
 #include <deque>
@@ -13,7 +14,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <utility>
 
 namespace velto {
 
@@ -53,7 +53,6 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     /// Waits at most that long for something to do, then does all that is ready.
     void turn(Duration longestWait);
     void runPosted();
-    void runTimers();
     void wait(Duration longest);
     void callReader(int descriptor, std::uint64_t polled);
     /// Sets the alarm to the first timer, or to the given time if that comes first.
@@ -61,10 +60,8 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
 
     std::mutex mutex_; // guards posted_ only
     std::deque<Work> posted_;
-    std::map<std::pair<ContinuousInstant, TimerID>, Work> timers_;
-    std::map<TimerID, ContinuousInstant> timerDates_;
+    TimerQueue timers_;
     std::map<int, Watch> watched_;
-    TimerID nextTimer_ = 1;
     std::uint64_t nextWatch_ = 1;
     int poll_ = -1;
     int wakeUp_ = -1; // an eventfd

@@ -77,20 +77,15 @@ Date DispatchMainActor::now() const noexcept { return {CFAbsoluteTimeGetCurrent(
 void DispatchMainActor::post(Work work) { submit(dispatch_get_main_queue(), std::move(work)); }
 
 MainActor::TimerID DispatchMainActor::postAfter(Duration interval, Work work) {
-    const TimerID timer = nextTimer_++;
-    const ContinuousInstant date = continuousNow() + std::max(interval, Duration::zero());
-    timerDates_.emplace(timer, date);
-    timers_.emplace(std::pair(date, timer), std::move(work));
+    const TimerID timer =
+        timers_.add(continuousNow() + std::max(interval, Duration::zero()), std::move(work));
     setAlarms();
     return timer;
 }
 
 void DispatchMainActor::cancelTimer(TimerID timer) noexcept {
-    const auto found = timerDates_.find(timer);
-    if (found == timerDates_.end()) return;
-    timers_.erase({found->second, timer});
-    timerDates_.erase(found);
-    if (timers_.empty()) setAlarms(); // nothing to wake up for
+    timers_.cancel(timer);
+    if (!timers_.next()) setAlarms(); // nothing to wake up for
 }
 
 void DispatchMainActor::performBlocking(Work work, Work done) {
@@ -102,22 +97,15 @@ void DispatchMainActor::performBlocking(Work work, Work done) {
 }
 
 void DispatchMainActor::runTimers() {
-    const ContinuousInstant date = continuousNow();
-    while (!timers_.empty() && timers_.begin()->first.first <= date) {
-        const auto first = timers_.begin();
-        const Work work = std::move(first->second);
-        timerDates_.erase(first->first.second);
-        timers_.erase(first);
-        work();
-    }
+    timers_.runDue(continuousNow());
     setAlarms();
 }
 
 void DispatchMainActor::setAlarms() {
     dispatch_time_t awake = DISPATCH_TIME_FOREVER;
     dispatch_time_t wall = DISPATCH_TIME_FOREVER;
-    if (!timers_.empty()) {
-        const std::int64_t interval = nanoseconds(timers_.begin()->first.first - continuousNow());
+    if (const auto next = timers_.next()) {
+        const std::int64_t interval = nanoseconds(*next - continuousNow());
         awake = dispatch_time(DISPATCH_TIME_NOW, interval);
         wall = dispatch_walltime(nullptr, interval);
     }

@@ -6,11 +6,10 @@
 #pragma once
 
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/TimerQueue.h"
 
 #include <array>
 #include <functional>
-#include <map>
-#include <utility>
 
 namespace velto {
 
@@ -40,9 +39,7 @@ class DispatchMainActor final : public MainActor {
     /// Sets the alarms to the first timer.
     void setAlarms();
 
-    std::map<std::pair<ContinuousInstant, TimerID>, Work> timers_;
-    std::map<TimerID, ContinuousInstant> timerDates_;
-    TimerID nextTimer_ = 1;
+    TimerQueue timers_;
     /// Timer sources of the system, as opaque handles: one counts the time that the machine is awake, the
     /// other goes by the wall clock and so through its sleep. Either may come early or late: what is due is
     /// told by the continuous clock.
