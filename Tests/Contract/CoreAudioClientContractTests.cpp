@@ -59,10 +59,17 @@ class CoreAudioClientContractTests : public testing::TestWithParam<CoreAudioClie
     }
 
     bool runUntil(const std::function<bool()>& condition) { return underTest->runUntil(condition); }
-    /// Listens to the system until the end of the test.
-    void listen(AudioObjectPropertySelector selector, PropertyListenerHandler handler) {
-        tokens.push_back(client.addPropertyListener(kAudioObjectSystemObject, selector,
-                                                    kAudioObjectPropertyScopeGlobal, std::move(handler)));
+    /// Notes calls by name. A call that is on its way when its listener is removed may come after the test.
+    PropertyListenerHandler note(std::string name) const {
+        return [calls = calls, name = std::move(name)] { calls->push_back(name); };
+    }
+    bool isTold(std::string_view name) const { return std::ranges::count(*calls, name) > 0; }
+    bool becomesTold(std::string_view name) {
+        return runUntil([&] { return isTold(name); });
+    }
+    PropertyListenerTokenRef listen(AudioObjectPropertySelector selector, PropertyListenerHandler handler) {
+        return client.addPropertyListener(kAudioObjectSystemObject, selector, kAudioObjectPropertyScopeGlobal,
+                                          std::move(handler));
     }
 
     AggregateDeviceDescription description() const {
@@ -115,7 +122,9 @@ class CoreAudioClientContractTests : public testing::TestWithParam<CoreAudioClie
     CoreAudioClient& client = underTest->client();
     /// UIDs of one or two that an aggregate can have.
     std::vector<std::string> outputs;
+    /// Of listeners that stay until the end of the test.
     std::vector<PropertyListenerTokenRef> tokens;
+    const std::shared_ptr<std::vector<std::string>> calls = std::make_shared<std::vector<std::string>>();
     AudioObjectID defaultBefore = kAudioObjectUnknown;
     AudioObjectID alertBefore = kAudioObjectUnknown;
 };
@@ -244,18 +253,16 @@ TEST_P(CoreAudioClientContractTests, DriftCompensationIsSetWhereItIsSupported) {
 }
 
 TEST_P(CoreAudioClientContractTests, AnAggregateCanBeBothOutputsOfTheSystem) {
-    int defaultCalls = 0;
-    int alertCalls = 0;
-    listen(kAudioHardwarePropertyDefaultOutputDevice, [&] { ++defaultCalls; });
-    listen(kAudioHardwarePropertyDefaultSystemOutputDevice, [&] { ++alertCalls; });
+    tokens = {listen(kAudioHardwarePropertyDefaultOutputDevice, note("default")),
+              listen(kAudioHardwarePropertyDefaultSystemOutputDevice, note("alert"))};
     const AudioObjectID aggregate = createAggregate();
     chooseOutputs(aggregate, alertBefore);
     chooseOutputs(defaultBefore, aggregate);
     chooseOutputs(aggregate, aggregate);
-    EXPECT_TRUE(runUntil([&] { return defaultCalls > 0 && alertCalls > 0; }));
-    defaultCalls = 0;
+    EXPECT_TRUE(becomesTold("default") && becomesTold("alert"));
+    calls->clear();
     chooseOutputs(defaultBefore, alertBefore);
-    EXPECT_TRUE(runUntil([&] { return defaultCalls > 0; }));
+    EXPECT_TRUE(becomesTold("default"));
 
     chooseOutputs(aggregate, aggregate);
     client.destroyAggregateDevice(aggregate);
@@ -267,16 +274,12 @@ TEST_P(CoreAudioClientContractTests, AnAggregateCanBeBothOutputsOfTheSystem) {
 }
 
 TEST_P(CoreAudioClientContractTests, ListenersAreToldInALaterTurnUntilTheyAreRemoved) {
-    std::vector<std::string> calls;
-    const auto note = [&calls](const char* name) { return [&calls, name] { calls.emplace_back(name); }; };
-    const auto wasCalled = [&](const char* name) { return std::ranges::count(calls, name) > 0; };
     const auto onDevices = [&](PropertyListenerHandler handler) {
-        return client.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyDevices,
-                                          kAudioObjectPropertyScopeGlobal, std::move(handler));
+        return listen(kAudioHardwarePropertyDevices, std::move(handler));
     };
     PropertyListenerTokenRef self;
     self = onDevices([&] {
-        calls.emplace_back("self");
+        calls->emplace_back("self");
         client.removePropertyListener(std::exchange(self, nullptr));
         tokens.push_back(onDevices(note("added")));
     });
@@ -289,16 +292,16 @@ TEST_P(CoreAudioClientContractTests, ListenersAreToldInALaterTurnUntilTheyAreRem
     client.removePropertyListener(removed);
 
     createAggregate();
-    EXPECT_TRUE(runUntil([&] { return wasCalled("self") && wasCalled("dropped") && wasCalled("last"); }));
+    EXPECT_TRUE(becomesTold("self") && becomesTold("dropped") && becomesTold("last"));
     client.removePropertyListener(receipt);
     removeAggregate();
-    calls.clear();
+    calls->clear();
     client.createAggregateDevice(description());
-    EXPECT_THAT(calls, IsEmpty()) << "never within a call";
-    EXPECT_TRUE(runUntil([&] { return wasCalled("added") && wasCalled("last"); }));
-    EXPECT_THAT(calls, Not(Contains("self")));
-    EXPECT_THAT(calls, Not(Contains("dropped")));
-    EXPECT_THAT(calls, Not(Contains("removed")));
+    EXPECT_THAT(*calls, IsEmpty()) << "never within a call";
+    EXPECT_TRUE(becomesTold("added") && becomesTold("last"));
+    EXPECT_THAT(*calls, Not(Contains("self")));
+    EXPECT_THAT(*calls, Not(Contains("dropped")));
+    EXPECT_THAT(*calls, Not(Contains("removed")));
     client.removePropertyListener(removed); // a failure, which is only logged
     client.removePropertyListener(nullptr);
 }
@@ -324,32 +327,29 @@ TEST_P(CoreAudioClientContractTests, WithoutAControlVolumeAndMuteAreRefused) {
 }
 
 TEST_P(CoreAudioClientContractTests, VolumeAndMuteAreSetAndTold) {
-    int calls = 0;
-    const auto becomesTold = [&](const std::function<bool()>& condition) {
-        return runUntil([&] { return calls > 0 && condition(); });
-    };
     if (const auto device = deviceThat([&](auto id) { return client.supportsOutputMute(id); })) {
         const bool before = client.outputMute(*device);
-        tokens.push_back(client.addOutputMuteListener(*device, [&] { ++calls; }));
+        tokens.push_back(client.addOutputMuteListener(*device, note("mute")));
         for (const bool isMuted : {!before, before}) {
-            calls = 0;
+            calls->clear();
             client.setOutputMute(*device, isMuted);
-            EXPECT_TRUE(becomesTold([&] { return client.outputMute(*device) == isMuted; }));
+            EXPECT_TRUE(becomesTold("mute"));
+            EXPECT_TRUE(runUntil([&] { return client.outputMute(*device) == isMuted; }));
         }
         client.removePropertyListener(tokens.back());
         tokens.pop_back();
     }
     if (const auto device = deviceThat([&](auto id) { return client.supportsOutputVolume(id); })) {
         const float before = client.outputVolume(*device);
-        tokens.push_back(client.addOutputVolumeListener(*device, [&] { ++calls; }));
+        tokens.push_back(client.addOutputVolumeListener(*device, note("volume")));
         const float other = before / 2 + 0.1F;
         // Not a number counts as silence.
         for (const auto& [set, expected] : {std::pair(other, other), std::pair(-0.5F, 0.0F),
                                             std::pair(other, other), std::pair(std::nanf(""), 0.0F)}) {
-            calls = 0;
+            calls->clear();
             client.setOutputVolume(*device, set);
             const auto isThere = [&] { return std::abs(client.outputVolume(*device) - expected) < 0.05F; };
-            EXPECT_TRUE(becomesTold(isThere)) << set;
+            EXPECT_TRUE(becomesTold("volume") && runUntil(isThere)) << set;
         }
         client.setOutputVolume(*device, before);
         EXPECT_TRUE(runUntil([&] { return std::abs(client.outputVolume(*device) - before) < 0.05F; }));
