@@ -42,11 +42,6 @@ const AudioOutputDevice airPlay = output("airPlay", Kind::airPlay);
 const AudioOutputDevice bluetooth = output("bluetooth", Kind::bluetooth);
 const AudioOutputDevice lowEnergy = output("lowEnergy", Kind::bluetoothLE);
 
-TEST(AudioClockCoordinatorTests, EmptyGroupHasNoClock) {
-    for (const ClockStrategy strategy : allClockStrategies)
-        EXPECT_EQ(clockOf({}, strategy), "none");
-}
-
 TEST(AudioClockCoordinatorTests, AutomaticAvoidsOnlyBluetooth) {
     constexpr auto automatic = ClockStrategy::automatic;
     EXPECT_EQ(clockOf({bluetooth, usb}, automatic), "usb");
@@ -76,21 +71,6 @@ TEST(AudioClockCoordinatorTests, LowestLatencyCountsTimeNotFrames) {
     EXPECT_EQ(clockOf({output("strange", 1, 1, std::numeric_limits<double>::quiet_NaN()), slow}, lowest),
               "slow");
     EXPECT_EQ(clockOf({usb, airPlay}, lowest), "usb") << "none says: the first";
-}
-
-TEST(ClockSettingTests, RawValuesReadBackAndNothingElseDoes) {
-    for (const ClockStrategy strategy : allClockStrategies)
-        EXPECT_EQ(clockStrategy(rawValue(strategy)), strategy);
-    EXPECT_EQ(rawValue(ClockStrategy::builtInPreferred), "builtInPreferred");
-    EXPECT_EQ(clockStrategy("Automatic"), std::nullopt);
-    EXPECT_EQ(clockStrategy(""), std::nullopt);
-
-    for (const PreferredSampleRate rate : allPreferredSampleRates)
-        EXPECT_EQ(preferredSampleRate(rawValue(rate)), rate);
-    EXPECT_EQ(resolverValue(PreferredSampleRate::automatic), std::nullopt);
-    EXPECT_EQ(resolverValue(PreferredSampleRate::rate96000), 96000.0);
-    for (const double other : {32000.0, 88200.0, 48000.5, -1.0, std::numeric_limits<double>::quiet_NaN()})
-        EXPECT_EQ(preferredSampleRate(other), std::nullopt) << other;
 }
 
 } // namespace

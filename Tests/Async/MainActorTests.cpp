@@ -6,9 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -98,42 +95,6 @@ TEST_F(MainActorTests, EndBetweenCancellationAndItsTurnReachesNobody) {
     actor.runUntilIdle();
     EXPECT_THAT(trace, IsEmpty());
     EXPECT_EQ(actor.pendingTimers(), 0U);
-}
-
-Task<> block(MainActor& actor, std::function<std::string()> call, Trace& trace) {
-    try {
-        std::string value = co_await actor.runBlocking(std::move(call));
-        trace.push_back(value);
-    } catch (const std::runtime_error& error) {
-        trace.push_back(error.what());
-    }
-}
-
-TEST_F(MainActorTests, BlockingCallYieldsItsValueOrErrorLater) {
-    scope.spawn(block(actor, [] { return std::string("made"); }, trace));
-    scope.spawn(block(actor, []() -> std::string { throw std::runtime_error("refused"); }, trace));
-    actor.setBlockingCallDuration(2s);
-    actor.advance(1s);
-    EXPECT_THAT(trace, IsEmpty());
-    actor.advance(1s);
-    EXPECT_THAT(trace, ElementsAre("made", "refused"));
-}
-
-TEST_F(MainActorTests, BlockingCallOutlivesItsAwaiter) {
-    bool wasMade = false;
-    {
-        TaskScope shortLived(actor);
-        const auto call = [&] {
-            wasMade = true;
-            return std::string("too late");
-        };
-        shortLived.spawn(block(actor, call, trace));
-        actor.setBlockingCallDuration(2s);
-        actor.advance(1s);
-    }
-    actor.runUntilIdle();
-    EXPECT_TRUE(wasMade);
-    EXPECT_THAT(trace, IsEmpty());
 }
 
 } // namespace

@@ -44,16 +44,6 @@ Task<> wait(MainActor& actor, Marker& marker, std::string name, bool takesMarker
     co_await run(actor, marker, Operation::stop, trace);
 }
 
-TEST_F(OperationMarkerTests, MarksAnOperationForItsWholeLife) {
-    EXPECT_EQ(marker.running(), std::nullopt);
-    scope.spawn(run(actor, marker, Operation::start, trace));
-    actor.advance(500ms);
-    EXPECT_TRUE(marker.isRunning(Operation::start));
-    EXPECT_FALSE(marker.isRunning(Operation::stop));
-    actor.advance(500ms);
-    EXPECT_EQ(marker.running(), std::nullopt);
-}
-
 TEST_F(OperationMarkerTests, WakesWaitersInOrderUntilOneTakesTheMarker) {
     scope.spawn(run(actor, marker, Operation::start, trace));
     scope.spawn(wait(actor, marker, "first", false, trace));

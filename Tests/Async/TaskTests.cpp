@@ -34,29 +34,6 @@ class TaskTests : public testing::Test {
     Trace trace;
 };
 
-Task<int> value(int number, Trace& trace) {
-    trace.push_back("started");
-    co_return number;
-}
-
-Task<std::unique_ptr<int>> moveOnlyValue() { co_return std::make_unique<int>(7); }
-
-Task<> useValues(Trace& trace) {
-    Task<int> task = value(42, trace);
-    trace.push_back("made");
-    const int number = co_await std::move(task);
-    auto pointer = co_await moveOnlyValue();
-    trace.push_back(std::to_string(number + *pointer));
-}
-
-TEST_F(TaskTests, StartsWhenAwaitedAndYieldsItsValue) {
-    TaskScope scope(actor);
-    scope.spawn(useValues(trace));
-    EXPECT_THAT(trace, IsEmpty());
-    actor.runReady();
-    EXPECT_THAT(trace, ElementsAre("made", "started", "49"));
-}
-
 Task<int> fail(Trace& trace) {
     const Local local{"failing", trace};
     throw std::runtime_error("no sound");
@@ -140,23 +117,6 @@ TEST_F(TaskTests, EndOfASuspendedChainEndsItsFramesFromTheInnermost) {
 Task<> note(std::string name, Trace& trace) {
     trace.push_back(name);
     co_return;
-}
-
-Task<> spawnTwo(TaskScope& scope, Trace& trace) {
-    scope.spawn(note("third", trace));
-    scope.spawn(note("fourth", trace));
-    trace.push_back("first");
-    co_return;
-}
-
-TEST_F(TaskTests, ScopeStartsTasksInLaterTurnsInOrder) {
-    TaskScope scope(actor);
-    scope.spawn(spawnTwo(scope, trace));
-    scope.spawn(note("second", trace));
-    EXPECT_EQ(scope.count(), 2U);
-    actor.runReady();
-    EXPECT_THAT(trace, ElementsAre("first", "second", "third", "fourth"));
-    EXPECT_EQ(scope.count(), 0U);
 }
 
 TEST_F(TaskTests, ScopeEndsItsTasksFromTheLatest) {

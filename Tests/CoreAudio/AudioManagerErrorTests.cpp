@@ -53,20 +53,5 @@ TEST(AudioManagerErrorTests, TellsTheUserWhatHappenedAndWhatToDo) {
     }
 }
 
-TEST(AudioManagerErrorTests, EqualityIsTheCaseAndItsPayload) {
-    EXPECT_EQ(E::noOutputDevices(), E::noOutputDevices());
-    EXPECT_EQ(E::deviceNotFound("A"), E::deviceNotFound("A"));
-    EXPECT_NE(E::deviceNotFound("A"), E::deviceNotFound("B"));
-    EXPECT_NE(E::incompatibleSampleRates("A", "B"), E::incompatibleSampleRates("B", "A"));
-    // One text, two cases: callers tell a wireless loss from another.
-    EXPECT_NE(E::bluetoothDisconnected("A"), E::deviceDisconnected("A"));
-}
-
-TEST(AudioManagerErrorTests, OnlyAHardwareErrorHasAStatus) {
-    EXPECT_EQ(E::coreAudioError(kAudioHardwareBadDeviceError).status(), kAudioHardwareBadDeviceError);
-    EXPECT_EQ(E::coreAudioError(0).status(), 0);
-    EXPECT_EQ(E::permissionDenied().status(), std::nullopt);
-}
-
 } // namespace
 } // namespace velto

@@ -43,20 +43,5 @@ TEST(AudioOutputDeviceTests, SupportsTheRatesOfAnyOfItsRangesEndsIncluded) {
         EXPECT_FALSE(device.supports(rate)) << rate;
 }
 
-TEST(AudioOutputDeviceTests, APlaceholderKnowsOnlyWhoItIs) {
-    const auto device =
-        AudioOutputDevice::disconnected("uid", "AirPods", AudioTransportType::Kind::bluetooth);
-    EXPECT_EQ(device.id(), "uid");
-    EXPECT_EQ(device.name, "AirPods");
-    EXPECT_TRUE(device.isBluetooth());
-    EXPECT_EQ(device.deviceID, kAudioObjectUnknown);
-    EXPECT_FALSE(device.isConnected);
-    EXPECT_FALSE(device.supportsOutput());
-    EXPECT_EQ(device.sampleRate, 0);
-    EXPECT_TRUE(device.availableSampleRates.empty());
-    EXPECT_FALSE(device.manufacturer || device.latencyFrames || device.safetyOffsetFrames ||
-                 device.hasVolumeControl);
-}
-
 } // namespace
 } // namespace velto

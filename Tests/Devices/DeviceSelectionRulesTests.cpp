@@ -29,7 +29,8 @@ std::vector<std::string> selectable(const std::vector<AudioOutputDevice>& device
                                     std::optional<std::string_view> excludingUID = std::nullopt) {
     const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     std::vector<std::string> uids;
-    for (const auto& device : DeviceSelectionRules::selectableOutputDevices(devices, excludingUID, *collation))
+    for (const auto& device :
+         DeviceSelectionRules::selectableOutputDevices(devices, excludingUID, *collation))
         uids.push_back(device.uid);
     return uids;
 }
@@ -83,19 +84,6 @@ TEST(DeviceSelectionRulesTests, FallsBackToBuiltInElseTheFirstGiven) {
     const auto otherSpeakers = output("Line Out", Kind::builtIn);
     EXPECT_EQ(fallback({headphones, display, speakers, otherSpeakers}), "Speakers");
     EXPECT_EQ(fallback({headphones, display, speakers}, "Speakers"), "Wireless");
-}
-
-TEST(DeviceSelectionRulesTests, MasterOfAPairIsTheSecondOnlyToSpareABluetoothFirst) {
-    const auto airPods = output("AirPods", Kind::bluetoothLE);
-    const auto headset = output("Headset", Kind::bluetooth);
-    const auto dac = output("DAC", Kind::usb);
-    const auto master = [](const AudioOutputDevice& first, const AudioOutputDevice& second) {
-        return DeviceSelectionRules::masterDevice(first, second).uid;
-    };
-    EXPECT_EQ(master(airPods, dac), "DAC");
-    EXPECT_EQ(master(dac, airPods), "DAC");
-    EXPECT_EQ(master(headset, airPods), "Headset");
-    EXPECT_EQ(master(dac, output("Display", Kind::hdmi)), "DAC");
 }
 
 /// An order that contradicts itself: everything comes before everything.

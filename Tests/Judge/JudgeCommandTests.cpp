@@ -128,18 +128,15 @@ TEST_F(JudgeCommandTests, StoryThatFallsShort) {
     studio.play(usb, 0.5, 7, 480);
     writeRecordings();
     story["steps"][0]["recordActual"] = nullptr;
-    story["steps"].push_back(
-        {{"name", "later"}, {"expected", "both play"}, {"from", 4}, {"to", 5}, {"sound", {"desk", "usb"}}});
     EXPECT_EQ(run(), Status::stepFailed);
     EXPECT_THAT(output.str(),
                 HasSubstr("\n    ✗ The usb plays 480 samples later than The desk, 0 are allowed\n"
                           "    ✗ the recovery record is unknown, it should be present\n"));
-    EXPECT_THAT(output.str(), EndsWith("\n1 step passed, 1 failed\n"));
+    EXPECT_THAT(output.str(), EndsWith("\n0 steps passed, 1 failed\n"));
     const json report = json::parse(contentsOf(folder / "report.json"));
     EXPECT_EQ(report.at("verdict"), "fail");
     EXPECT_EQ(report.at("steps").at(0).at("skewSamples"), 480);
     EXPECT_EQ(report.at("steps").at(0).at("reasons").size(), 2);
-    EXPECT_THAT(contentsOf(folder / "timeline.svg"), HasSubstr("1 step passed, 1 failed"));
 }
 
 TEST_F(JudgeCommandTests, StoryThatCannotBeTakenAtItsWord) {
@@ -153,42 +150,22 @@ TEST_F(JudgeCommandTests, StoryThatCannotBeTakenAtItsWord) {
     const Case cases[] = {
         {"\"sampleRate\" must be 48000", [](json& story) { story["sampleRate"] = 44100; }},
         {"there are no steps", [](json& story) { story["steps"] = json::array(); }},
-        {"there are no outputs", [](json& story) { story["outputs"] = json::array(); }},
-        {"\"steps\" must be a list", [](json& story) { story["steps"] = "none"; }},
         {"step 1: it is no object", [](json& story) { story["steps"][0] = 1; }},
         {"two outputs have the UID desk", [](json& story) { story["outputs"][1]["uid"] = "desk"; }},
-        {"event 1: \"label\" is missing", [](json& story) { story["events"][0].erase("label"); }},
-        {"The event \"Play Together\"", [](json& story) { story["events"][0]["time"] = 8.1; }},
         {"\"from\" must be a number", inStep("from", true)},
         {"no output has the UID tv", inStep("sound", {"tv"})},
-        {"names an output twice", inStep("sound", {"usb", "usb"})},
-        {"must be a list of texts", inStep("sound", {1})},
         {"skew needs two outputs", inStep("sound", {"desk"})},
         {"outside of the recordings, which last 8.000 s", inStep("to", 8.01)},
-        {"outside of the recordings", inStep("from", -0.01)},
         {"too short to be judged", inStep("to", 1.05)},
-        {"too short to be judged", inStep("to", 0.5)},
         {"\"skewLimitSamples\" must be a whole number", inStep("skewLimitSamples", -1)},
-        {"\"lostLimitSamples\" must be a whole number", inStep("lostLimitSamples", 0.5)},
-        {"\"recordActual\" must be true or false", inStep("recordActual", 1)},
         {"the key \"lostLimit\" is unknown", inStep("lostLimit", 0)},
-        {"no output has the UID tv", inStep("survivor", "tv")},
-        {"\"survivor\" is missing", inStep("survivor", nullptr)},
-        {"\"survivorEvent\" is missing", inStep("survivorEvent", nullptr)},
         {"around the survivor's event", inStep("survivorEvent", 0.4)},
-        {"around the survivor's event", inStep("survivorEvent", 7.4)},
-        {"no sound is due", inStep("returned", "display")},
-        {"\"gains\" must be an object of numbers", inStep("gains", 1)},
         {"\"gains\" must be an object of numbers", inStep("gains", {{"usb", -1}})},
-        {"\"gains\" must be an object of numbers", inStep("gains", {{"usb", nullptr}})},
-        {"no output has the UID tv", inStep("gains", {{"tv", 1}})},
         {"\"gains\" names an output on which no sound is due", inStep("gains", {{"display", 1}})},
         {"\"clickIntervalSamples\" is missing", inStep("clickPeak", 0.5)},
-        {"\"clickPeak\" is missing", inStep("clickIntervalSamples", 4800)},
         {"clicks tell nothing of a loss",
          [](json& story) { story["steps"][0].update({{"clickPeak", 0.5}, {"clickIntervalSamples", 4800}}); }},
         {"not before the end of the window", inStep("returnedEvent", 3)},
-        {"The return in the step", inStep("returnedEvent", -1)},
     };
     const json sound = story;
     for (const Case& fault : cases) {
@@ -210,7 +187,6 @@ TEST_F(JudgeCommandTests, FilesThatCannotBeUsed) {
     std::vector<Frame> broken = studio.recording(usb);
     broken[5].right = std::numeric_limits<float>::quiet_NaN();
     const Case cases[] = {
-        {"usb.wav can't be read", [&] { fs::remove(usbFile); }},
         {"usb.wav can't be read", [&] { std::ofstream(usbFile) << "no sound"; }},
         {"usb.wav has 44100 Hz",
          [&] { writeSound(usbFile, studio.recording(usb), SF_FORMAT_FLOAT, 2, 44100); }},
@@ -233,9 +209,6 @@ TEST_F(JudgeCommandTests, FilesThatCannotBeUsed) {
     std::ofstream(folder / "story.json") << R"({"steps": [)";
     EXPECT_EQ(judgeStoryFile(), Status::unusable);
     EXPECT_THAT(errors.str(), HasSubstr("is not JSON"));
-    fs::remove(folder / "story.json");
-    EXPECT_EQ(judgeStoryFile(), Status::unusable);
-    EXPECT_THAT(errors.str(), HasSubstr("can't be opened"));
 }
 
 } // namespace

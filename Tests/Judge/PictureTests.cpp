@@ -1,13 +1,9 @@
 #include "Tests/Judge/Studio.h"
 #include "Tools/Judge/LabelPlaces.h"
-#include "Tools/Judge/PlainText.h"
-#include "Tools/Judge/TextTable.h"
 #include "Tools/Judge/Timeline.h"
-#include "Tools/Judge/Waveform.h"
 
 #include <gmock/gmock.h>
 
-#include <random>
 #include <regex>
 #include <set>
 
@@ -86,44 +82,6 @@ TEST(PictureTests, PictureStaysSmallAndWellFormedWhateverItShows) {
     EXPECT_LT(svg.size(), 500'000);
     EXPECT_THAT(svg,
                 AllOf(HasSubstr("&lt;script&gt;&amp;\"' [31m"), HasSubstr(">a b<"), Not(HasSubstr("\x1B"))));
-
-    std::fill(material.recordings.begin(), material.recordings.end(), std::vector<Frame>(5000));
-    material.story.steps[0].to = secondsAt(5000);
-    material.story.steps[0].from = 0;
-    EXPECT_THAT(timelineSVG(material, judgeStory(material.story, material.source, material.recordings)),
-                Not(HasSubstr("nan")));
-}
-
-TEST(PictureTests, WaveformShowsEverySample) {
-    std::vector<Frame> frames(10'007);
-    frames[0].left = 0.25f;
-    frames[5'000].right = -1;
-    frames[10'006].left = 0.5f;
-    const std::vector<Extent> waveform = waveformOf(frames, 1000);
-    EXPECT_EQ(waveform.front().highest, 0.25f);
-    EXPECT_EQ(waveform[499].lowest, -1);
-    EXPECT_EQ(waveform.back().highest, 0.5f);
-    EXPECT_EQ(peakOf(waveform), 1);
-    EXPECT_EQ(outlineOf(waveform, 1, 499, 0, 0, 1), "") << "silence";
-    EXPECT_EQ(outlineOf(waveform, 499, 500, 1, 10, 4), "M500 10.0L501 10.0L501 14.0L500 14.0Z");
-    EXPECT_EQ(waveformOf(Frames(frames).first(3), 1000).front().highest, 0) << "fewer samples than columns";
-}
-
-TEST(PictureTests, TableIsAlignedWhateverItsCellsHold) {
-    using enum TextTable::Align;
-    TextTable table({{"name", left, 12}, {"samples", right, 8}, {"verdict", left, 8}});
-    table.add({"Küche ünd Bäd", "480", "pass"}, {});
-    table.add({"TV\t\x1B[2J", "–", "FAIL"}, {"  a note that is longer than the table"});
-    EXPECT_EQ(table.text(), "name       samples  verdict\n"
-                            "───────────────────────────\n"
-                            "Küche ünd      480  pass\n"
-                            "Bäd\n"
-                            "TV [2J           –  FAIL\n"
-                            "  a note that is longer than the table\n");
-    EXPECT_EQ(shortened("Küche", 5), "Küche");
-    EXPECT_EQ(shortened("Küchen hier", 8), "Küchen…");
-    EXPECT_EQ(shortened("ÄÖÜß", 3), "ÄÖ…");
-    EXPECT_THAT(wrapped("one incomprehensible word", 6), ElementsAre("one", "incomprehensible", "word"));
 }
 
 } // namespace

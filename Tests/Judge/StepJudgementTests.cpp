@@ -4,18 +4,13 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
-
 namespace velto::judge {
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 using enum Studio::Output;
 
@@ -23,32 +18,6 @@ StoryStep inStep(std::int64_t skewLimit = 0) {
     StoryStep step = Studio::step({desk, usb});
     step.skewLimit = skewLimit;
     return step;
-}
-
-double dot(Frames a, Frames b) {
-    double sum = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        sum += double{a[i].left} * b[i].left + double{a[i].right} * b[i].right;
-    return sum;
-}
-
-/// Adds noise so that each half second has exactly that correlation with what it was.
-void spoil(std::span<Frame> samples, double correlation) {
-    for (std::size_t begin = 0; begin < samples.size(); begin += sampleRate / 2) {
-        const auto piece = samples.subspan(begin, sampleRate / 2);
-        std::vector<Frame> added = noise(piece.size(), static_cast<std::uint32_t>(begin + 1));
-        const double inCommon = dot(piece, added) / dot(piece, piece);
-        for (std::size_t i = 0; i < piece.size(); ++i) {
-            added[i].left -= static_cast<float>(inCommon) * piece[i].left;
-            added[i].right -= static_cast<float>(inCommon) * piece[i].right;
-        }
-        const auto scale = static_cast<float>(
-            std::sqrt(dot(piece, piece) / dot(added, added) * (1 / (correlation * correlation) - 1)));
-        for (std::size_t i = 0; i < piece.size(); ++i) {
-            piece[i].left += scale * added[i].left;
-            piece[i].right += scale * added[i].right;
-        }
-    }
 }
 
 TEST(StepJudgementTests, CopiesPassAndTheirSkewIsExact) {
@@ -75,14 +44,9 @@ TEST(StepJudgementTests, SilenceNeverPassesForSound) {
     EXPECT_THAT(both.reasons, ElementsAre(HasSubstr("Desk is silent"), HasSubstr("USB is silent"),
                                           HasSubstr("skew can't be told")));
     studio.play(desk, 0.5, 4);
-    EXPECT_THAT(studio.judge(inStep()).reasons,
-                ElementsAre(HasSubstr("USB is silent"), HasSubstr("skew can't be told")));
     studio.play(usb, 0.5, 4, 0, 1e-5f);
     EXPECT_THAT(studio.judge(inStep()).reasons, Contains(HasSubstr("USB is silent")))
         << "a copy nobody hears";
-    studio.play(usb, 0.5, 2.5);
-    EXPECT_THAT(studio.judge(inStep()).reasons, Contains(HasSubstr("USB is silent")))
-        << "nor its last half second";
 
     std::vector<Frame> pause = speech(10, 1);
     std::fill(pause.begin() + sampleAt(0.5), pause.begin() + sampleAt(3.5), Frame());
@@ -98,9 +62,6 @@ TEST(StepJudgementTests, SilenceNeverPassesForSound) {
     EXPECT_THAT(judgement.reasons, IsEmpty());
     EXPECT_EQ(judgement.outputs[desk].silentPieces, 5);
     EXPECT_EQ(judgement.outputs[desk].judgedPieces, 3);
-    StoryStep afterwards = inStep();
-    std::tie(afterwards.from, afterwards.to) = std::pair(4.5, 5.9);
-    EXPECT_TRUE(paused.judge(afterwards).passes()) << "a pause longer than the window is no place to find it";
     paused.samples(desk, 1.2, 1.3).front() = {0.5f, 0};
     EXPECT_THAT(paused.judge(later).reasons, Contains(HasSubstr("while the source is silent")));
 }
@@ -112,7 +73,6 @@ TEST(StepJudgementTests, OnlyTheSourceIsSoundThatIsDue) {
     };
     const Case cases[] = {
         {"other speech", [](auto samples) { std::ranges::copy(speech(3.5, 99), samples.begin()); }},
-        {"noise", [](auto samples) { std::ranges::copy(noise(samples.size(), 5), samples.begin()); }},
         {"one channel dead",
          [](auto samples) { std::ranges::for_each(samples, [](Frame& frame) { frame.left = 0; }); }},
         {"channels swapped",
@@ -125,7 +85,6 @@ TEST(StepJudgementTests, OnlyTheSourceIsSoundThatIsDue) {
          }},
         {"silent for a tenth of a second",
          [](auto samples) { std::ranges::fill(samples.subspan(60000, 4800), Frame()); }},
-        {"played backwards", [](auto samples) { std::ranges::reverse(samples); }},
     };
     for (const Case& planted : cases) {
         Studio studio;
@@ -137,19 +96,6 @@ TEST(StepJudgementTests, OnlyTheSourceIsSoundThatIsDue) {
         EXPECT_EQ(judgement.skew, std::nullopt) << planted.what;
         EXPECT_THAT(judgement.reasons, Contains(HasSubstr("USB matches the source by"))) << planted.what;
         EXPECT_TRUE(judgement.outputs[desk].passes());
-    }
-}
-
-TEST(StepJudgementTests, CorrelationIsHeldToItsLimit) {
-    for (const double correlation : {0.94, 0.9495, 0.9505, 0.96}) {
-        Studio studio;
-        studio.play(desk, 0, 4, 0, 0.5f);
-        studio.play(usb, 0, 4);
-        spoil(studio.samples(usb, 1, 3), correlation);
-        const StepJudgement judgement = studio.judge(inStep());
-        EXPECT_EQ(judgement.passes(), correlation > 0.95) << correlation;
-        EXPECT_NEAR(judgement.outputs[usb].correlation.value(), correlation, 2e-4);
-        EXPECT_EQ(judgement.outputs[usb].lag, Studio::playerLag);
     }
 }
 
@@ -176,27 +122,12 @@ TEST(StepJudgementTests, SilenceIsDueEverywhereElse) {
 
     studio.play(usb, 2.98, 3.5);
     EXPECT_THAT(studio.judge(alone).reasons, ElementsAre(HasSubstr("USB sounds at"))) << "the last 20 ms";
-    alone.to = 3.2;
-    studio.play(usb, 2.9, 3.15, 0, 0);
-    EXPECT_FALSE(studio.judge(alone).passes()) << "what is too short to be a piece is heard as well";
     std::ranges::fill(studio.samples(usb, 0, 8), Frame{0.9e-4f, -0.9e-4f});
     EXPECT_TRUE(studio.judge(alone).passes());
     std::ranges::fill(studio.samples(usb, 0, 8), Frame{1.1e-4f, 1.1e-4f});
     EXPECT_FALSE(studio.judge(alone).passes());
     std::ranges::fill(studio.samples(usb, 0, 8), Frame());
     EXPECT_FALSE(studio.judge(Studio::step({})).passes()) << "silence is due on the one that plays";
-}
-
-TEST(StepJudgementTests, WindowsOfTwoStepsCannotBeExchanged) {
-    Studio studio;
-    studio.play(desk, 0.5, 3.5);
-    studio.play(usb, 3.5, 7);
-    StoryStep first = Studio::step({desk});
-    StoryStep second = Studio::step({usb});
-    std::tie(second.from, second.to) = std::pair(4, 6);
-    EXPECT_THAT(studio.judge({first, second}), Each(testing::Property(&StepJudgement::passes, true)));
-    std::swap(first.sound, second.sound);
-    EXPECT_THAT(studio.judge({first, second}), Each(testing::Property(&StepJudgement::passes, false)));
 }
 
 TEST(StepJudgementTests, VolumesAreHeard) {
@@ -213,49 +144,6 @@ TEST(StepJudgementTests, VolumesAreHeard) {
             studio.judge(step).reasons,
             ElementsAre(HasSubstr("Desk plays at 0.5120 (left) and 0.5120 (right) of the source's volume")));
     }
-    // The other way round would have the same mean.
-    std::ranges::for_each(studio.samples(usb, 0.5, 4),
-                          [](Frame& frame) { frame = {0.6f * frame.left, 1.4f * frame.right}; });
-    step.gains = {{"usb", 1}};
-    EXPECT_FALSE(studio.judge(step).passes()) << "one side is quieter";
-}
-
-TEST(StepJudgementTests, RepeatedSpeechIsTakenToBeTheSamePlace) {
-    // The same three seconds over and over: each place fits at many lags.
-    const std::vector<Frame> verse = speech(3, 7);
-    std::vector<Frame> verses;
-    for (int i = 0; i < 4; ++i)
-        verses.insert(verses.end(), verse.begin(), verse.end());
-    Studio studio(verses);
-    // Half a verse late, so that one place of the USB's is nearer to the start than the desk's.
-    const std::int64_t half = sampleAt(1.5) - Studio::playerLag - 5;
-    studio.play(desk, 0, 4.5, half);
-    studio.play(usb, 0, 8, half + 480);
-    StoryStep alone = Studio::step({usb});
-    std::tie(alone.from, alone.to) = std::pair(5, 7.5);
-    const std::vector<StepJudgement> judgements = studio.judge({inStep(480), alone});
-    EXPECT_THAT(judgements[0].reasons, IsEmpty());
-    EXPECT_EQ(judgements[0].skew, 480);
-    EXPECT_EQ(judgements[0].outputs[desk].lag, sampleAt(1.5) - 5);
-    EXPECT_EQ(judgements[1].outputs[usb].lag, sampleAt(1.5) + 475) << "where it was heard before";
-}
-
-TEST(StepJudgementTests, PlayerMayStartOver) {
-    Studio studio(speech(2.2, 3));
-    studio.play(desk, 0, 8);
-    studio.play(usb, 0, 8, 1);
-    StoryStep late = inStep(1);
-    std::tie(late.from, late.to) = std::pair(5.5, 7.9);
-    // The desk begins with the very first sample of a round, the USB with the last one of the round before.
-    StoryStep between = inStep(1);
-    between.from = secondsAt(Studio::playerLag + 2 * studio.source.length());
-    between.to = between.from + 1.5;
-    for (const StepJudgement& judgement : studio.judge({inStep(1), late, between})) {
-        EXPECT_THAT(judgement.reasons, IsEmpty());
-        EXPECT_EQ(judgement.skew, 1);
-    }
-    std::ranges::fill(studio.samples(usb, 7, 8), Frame());
-    EXPECT_FALSE(studio.judge(late).passes()) << "it ended while sound was due";
 }
 
 TEST(StepJudgementTests, WhatTheSystemReportsIsComparedToo) {
@@ -279,10 +167,6 @@ TEST(StepJudgementTests, WhatTheSystemReportsIsComparedToo) {
                             "the default output is usb, it should be desk",
                             "the alert output is none, it should be desk",
                             "the recovery record is present, it should be absent"));
-    step.milliseconds = std::nullopt;
-    step.record->actual = std::nullopt;
-    EXPECT_THAT(studio.judge(step).reasons,
-                AllOf(Contains("how long it took is missing"), Contains(HasSubstr("record is unknown"))));
 }
 
 } // namespace

@@ -13,15 +13,6 @@ using testing::ElementsAre;
 
 using Trace = std::vector<std::string>;
 
-TEST(ObservableTests, NotifiesOnlyOfRealChanges) {
-    Observable<int> volume(1);
-    std::vector<int> seen;
-    const Subscription subscription = volume.observe([&] { seen.push_back(volume.value()); });
-    EXPECT_FALSE(volume.set(1));
-    EXPECT_TRUE(volume.set(2));
-    EXPECT_THAT(seen, ElementsAre(2));
-}
-
 TEST(ObservableTests, SubscriptionEndsWithItsHolder) {
     Observable<int> volume;
     int calls = 0;

@@ -90,26 +90,23 @@ INSTANTIATE_TEST_SUITE_P(, CoordinatorRaceTests, testing::ValuesIn(happenings),
                          [](const auto& info) { return info.param.name; });
 
 TEST_P(CoordinatorRaceTests, QuitEndsIt) {
-    bool isOver = false;
-    for (int turns = 0; !isOver; ++turns) {
-        SCOPED_TRACE(turns);
-        Stage stage(GetParam().startsPlaying);
-        GetParam().begin(stage);
-        for (int turn = 0; turn < turns; ++turn)
-            isOver = !stage.machine.loop.runNextTurn();
-        const auto quit = stage.application.begin(stage.application.state.prepareForTermination());
-        // All this comes too late.
-        stage.machine.loop.runNextTurn();
-        stage.application.begin(stage.application.playing("hdmi", "builtin"));
-        stage.application.begin(stage.coordinator().reconnect());
-        stage.coordinator().handleWake();
-        stage.machine.loop.runUntilIdle();
-        EXPECT_TRUE(quit.isDone());
-        EXPECT_FALSE(stage.coordinator().state().isActive());
-        EXPECT_THAT(stage.machine.world.aggregates(), IsEmpty());
-        EXPECT_EQ(stage.machine.world.listenerCount(), 0U);
-        EXPECT_EQ(stage.application.preferences.loadRecoveryState(), std::nullopt);
-    }
+    atEachTurn(
+        [](Stage& stage) {
+            const auto quit = stage.application.begin(stage.application.state.prepareForTermination());
+            // All this comes too late.
+            stage.machine.loop.runNextTurn();
+            stage.application.begin(stage.application.playing("hdmi", "builtin"));
+            stage.application.begin(stage.coordinator().reconnect());
+            stage.coordinator().handleWake();
+            stage.machine.loop.runUntilIdle();
+            EXPECT_TRUE(quit.isDone());
+        },
+        [](Stage& stage) {
+            EXPECT_FALSE(stage.coordinator().state().isActive());
+            EXPECT_THAT(stage.machine.world.aggregates(), IsEmpty());
+            EXPECT_EQ(stage.machine.world.listenerCount(), 0U);
+            EXPECT_EQ(stage.application.preferences.loadRecoveryState(), std::nullopt);
+        });
 }
 
 TEST_P(CoordinatorRaceTests, AResetLeavesNothing) {

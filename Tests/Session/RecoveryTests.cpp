@@ -132,21 +132,6 @@ TEST_F(RecoveryTests, AggregateWithoutARecordIsRemoved) {
     expectClean("builtin", "builtin");
 }
 
-TEST_F(RecoveryTests, FailuresDoNotKeepItFromGoingOn) {
-    play();
-    crashAndLaunch();
-    world.calls.failNext(Operation::setDefaultOutputDevice, kAudioHardwareNotReadyError);
-    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareNotReadyError);
-    EXPECT_TRUE(recover());
-    EXPECT_THAT(
-        log.linesWith("SystemOutput error"),
-        ElementsAre("SystemOutput error: Recovery restore failed: Could not restore the previous system "
-                    "output. Core Audio reported an error: Audio hardware is not ready"));
-    EXPECT_FALSE(program->store.loadRecoveryState());
-    EXPECT_TRUE(recover()) << "the aggregate is still there";
-    expectClean("builtin", "builtin");
-}
-
 TEST_F(RecoveryTests, ASessionThatRunsIsNoLeftOver) {
     play();
     const State playing = program->session.state();

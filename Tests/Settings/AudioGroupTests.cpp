@@ -30,15 +30,6 @@ std::optional<Error::Kind> fault(std::vector<AudioOutputDevice> devices) {
     }
 }
 
-TEST(AudioGroupTests, KeepsTheOrderOfItsDevices) {
-    const AudioGroup group({output("b"), output("a"), output("c")});
-    EXPECT_THAT(group.uids(), ElementsAre("b", "a", "c"));
-    EXPECT_EQ(group.displayName(), "The b + The a + The c");
-    EXPECT_EQ(group.count(), 3U);
-    EXPECT_TRUE(group.contains("a"));
-    EXPECT_FALSE(group.contains("A"));
-}
-
 TEST(AudioGroupTests, FirstFaultEndsTheValidation) {
     const Error::Kind tooFew = Error::TooFewDevices{};
     const Error::Kind duplicate = Error::DuplicateDevice{"a"};

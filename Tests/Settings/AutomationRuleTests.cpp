@@ -43,13 +43,6 @@ TEST(AutomationRuleEvaluatorTests, FiresOnTheChangeThatCompletesTheDevices) {
     EXPECT_FALSE(fires(rule({}), {}, {"a"}));
 }
 
-TEST(AutomationRuleEvaluatorTests, ActionsStandInTheOrderOfTheRules) {
-    const std::vector<AutomationRule> rules{rule({"b", "c"}), rule({"x"}), rule({"a", "c"})};
-    EXPECT_THAT(AutomationRuleEvaluator::actions(rules, {"a", "b", "c"}, {"a", "b"}),
-                ElementsAre(rules[0].action, rules[2].action));
-    EXPECT_THAT(AutomationRuleEvaluator::actions({}, {"a"}, {}), IsEmpty());
-}
-
 TEST(AutomationRuleTests, StoredFormIsExact) {
     const UUID id = *UUID::fromString("0F8FAD5B-D9CB-469F-A165-70867728950E");
     const AutomationRule expected{.id = id,
@@ -73,7 +66,6 @@ TEST(AutomationRuleTests, StoredFormIsExact) {
     EXPECT_EQ(without(R"("isEnabled":true,)", ""), "The key is missing.");
     EXPECT_EQ(without("true", "1"), "Expected true or false.");
     EXPECT_EQ(without("devicesAvailable", "later"), "The key is missing.");
-    EXPECT_EQ(without(R"({"devicesAvailable":{"uids":["a","b"]}})", "[]"), "Expected an object.");
     EXPECT_EQ(without(R"({"activatePreset")", R"({"later":{},"activatePreset")"),
               "Invalid number of keys found, expected one.");
     EXPECT_EQ(without(R"(["a","b"])", R"(["a",null])"), "Expected a string.");

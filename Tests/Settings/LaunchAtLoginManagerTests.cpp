@@ -17,32 +17,6 @@ class LaunchAtLoginManagerTests : public testing::Test {
     SimulatedLoginItemService service;
 };
 
-TEST_F(LaunchAtLoginManagerTests, ShowsWhatThePlatformMadeOfIt) {
-    service.current = Status::requiresApproval;
-    LaunchAtLoginManager manager(service);
-    EXPECT_TRUE(manager.requiresApproval());
-    int changes = 0;
-    const auto first = manager.observeIsEnabled([&] { ++changes; });
-    const auto second = manager.observeRequiresApproval([&] { ++changes; });
-    manager.refresh();
-    EXPECT_EQ(changes, 0);
-    service.current = Status::enabled; // approved in the system's settings
-    manager.refresh();
-    EXPECT_TRUE(manager.isEnabled());
-    EXPECT_FALSE(manager.requiresApproval());
-    EXPECT_EQ(changes, 2);
-
-    manager.setEnabled(false);
-    EXPECT_FALSE(manager.isEnabled());
-    service.wantsApproval = true;
-    manager.setEnabled(true);
-    EXPECT_FALSE(manager.isEnabled());
-    EXPECT_TRUE(manager.requiresApproval());
-    EXPECT_EQ(manager.lastError(), std::nullopt);
-    EXPECT_THAT(log.lines(), ElementsAre("Lifecycle notice: Unregistered login item",
-                                         "Lifecycle notice: Registered as login item"));
-}
-
 TEST_F(LaunchAtLoginManagerTests, AFailedChangeIsKeptUntilTheNext) {
     service.current = Status::enabled;
     LaunchAtLoginManager manager(service);

@@ -60,34 +60,16 @@ TEST_F(PresetViewModelTests, Renames) {
     presets().commitRename();
     EXPECT_THAT(presetNames(), ElementsAre("First", "Evening", "Third"));
     EXPECT_FALSE(row(second).isRenaming);
-    for (const char* text : {" ", "Never"}) {
-        presets().beginRename(third);
-        presets().setRenameText(text);
-        if (text == std::string_view(" ")) {
-            presets().commitRename();
-        } else {
-            presets().cancelRename();
-            presets().commitRename();
-        }
-        EXPECT_EQ(row(third).name, "Third");
-    }
+    presets().beginRename(third);
+    presets().setRenameText(" ");
+    presets().commitRename();
+    EXPECT_EQ(row(third).name, "Third");
     presets().beginRename(third);
     presets().deletePreset(third);
     presets().commitRename();
     EXPECT_EQ(presets().renameTarget(), std::nullopt);
     presets().undoDelete();
     EXPECT_EQ(row(third).name, "Third");
-}
-
-TEST_F(PresetViewModelTests, TogglesFlags) {
-    presets().toggleFavorite(first);
-    presets().toggleAutoConnect(second);
-    EXPECT_TRUE(row(first).isFavorite && !row(first).isAutoConnect);
-    EXPECT_TRUE(row(second).isAutoConnect && !row(second).isFavorite);
-    EXPECT_EQ(PresetViewModel::favoriteActionTitle(true), "Remove from Favourites");
-    presets().toggleFavorite(first);
-    presets().toggleAutoConnect(second);
-    EXPECT_FALSE(row(first).isFavorite || row(second).isAutoConnect);
 }
 
 TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {

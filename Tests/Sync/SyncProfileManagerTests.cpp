@@ -87,21 +87,5 @@ TEST_F(SyncProfileManagerTests, UnreadableProfilesStayUntilTheNextChange) {
     EXPECT_THAT(ids(next), ElementsAre("a|b"));
 }
 
-TEST_F(SyncProfileManagerTests, ObserversHearOfRealChanges) {
-    SyncProfileManager manager(defaults, clock);
-    int changes = 0;
-    const auto observation = manager.observeProfiles([&] {
-        ++changes;
-        EXPECT_EQ(SyncProfileManager(defaults, clock).profiles(), manager.profiles()) << "stored already";
-    });
-    manager.removeAll();
-    EXPECT_EQ(changes, 0);
-    manager.save(profile({"a", "b"}));
-    manager.remove({"x"});
-    EXPECT_EQ(changes, 1);
-    manager.removeAll();
-    EXPECT_EQ(changes, 2);
-}
-
 } // namespace
 } // namespace velto

@@ -18,13 +18,6 @@ constexpr std::string_view storedText =
     R"([{"id":"a|b","deviceUIDs":["b","a"],"referenceUID":"b","corrections":{"a":12.4,"b":0},)"
     R"("kind":"measured","updatedAt":100.5}])";
 
-TEST(SyncProfileTests, KeyIsOfTheSetOfDevices) {
-    EXPECT_EQ(SyncProfile::key({"b", "a"}), "a|b");
-    EXPECT_EQ(SyncProfile::key({"usb-10", "usb-1", "USB"}), "USB|usb-1|usb-10");
-    EXPECT_EQ(SyncProfile::key({"a", "", "a"}), "|a|a");
-    EXPECT_EQ(SyncProfile::key({}), "");
-}
-
 TEST(SyncProfileTests, StoredFormReadsBack) {
     const SyncProfile profile({"b", "a"}, "b", {{"a", 12.4}, {"b", 0}}, Kind::measured, Date{100.5});
     const Data encoded = *encodeSyncProfiles({profile});
@@ -54,16 +47,6 @@ TEST(SyncProfileTests, ReadsNothingButWholeLists) {
     EXPECT_EQ(changed(R"("id":"a|b",)", "").error().path, "[0].id");
     EXPECT_EQ(changed("100.5", "null").error().path, "[0].updatedAt");
     EXPECT_FALSE(changed("}]", "},{}]"));
-}
-
-TEST(SyncProfileTests, CorrectsOnlyWhatItNames) {
-    SyncProfile profile({"a", "b"}, "a", {{"a", 0.0}, {"b", -0.0}}, Kind::manual, {});
-    EXPECT_FALSE(profile.hasCorrections());
-    profile.corrections["b"] = -0.5;
-    EXPECT_TRUE(profile.hasCorrections());
-    EXPECT_EQ(profile.correction("b"), -0.5);
-    EXPECT_EQ(profile.correction("c"), 0.0);
-    EXPECT_EQ(profile.corrections.size(), 2u);
 }
 
 } // namespace

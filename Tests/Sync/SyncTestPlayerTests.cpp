@@ -60,8 +60,6 @@ TEST_F(SyncTestPlayerTests, ANewStartHasItsOwnTimer) {
     EXPECT_FALSE(engine.isRunning());
     EXPECT_EQ(log.count("stopped"), 2U);
 
-    player->start(0.5F, 6, 0.5);
-    player->stop();
     player->start(0.5F, std::numeric_limits<double>::infinity(), 0.5);
     loop.advance(24h);
     EXPECT_TRUE(player->isPlaying());
