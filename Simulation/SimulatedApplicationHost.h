@@ -17,6 +17,7 @@ class SimulatedApplicationHost final : public ApplicationHost {
   public:
     void setActivationPolicy(ActivationPolicy policy) override { policies.push_back(policy); }
     void activateIgnoringOtherApplications() override { ++activations; }
+    void yieldActivation() override { ++yields; }
     void replyToTermination() override { ++terminationReplies; }
     void registerSleepObserver(SleepObserver observer) override { sleepObserver_ = std::move(observer); }
     void removeSleepObserver() override { sleepObserver_.reset(); }
@@ -37,6 +38,7 @@ class SimulatedApplicationHost final : public ApplicationHost {
     /// All that were set, in order.
     std::vector<ActivationPolicy> policies;
     int activations = 0;
+    int yields = 0;
     int terminationReplies = 0;
     std::string pasteboardText;
     std::map<std::string, std::string, std::less<>> bundleValues{{"CFBundleShortVersionString", "1.0"},

@@ -1,6 +1,7 @@
 // AppKitApplicationHost: the Mac's desktop, as the program asks for it.
 //
-// Owned by the program's entry point; main actor only.
+// Owned by the program's entry point; main actor only. While there is one, the system doesn't put the program
+// to rest because it has no window: its timers come in time.
 #pragma once
 
 #include "VeltoCore/Services/ApplicationHost.h"
@@ -21,6 +22,7 @@ class AppKitApplicationHost final : public ApplicationHost {
 
     void setActivationPolicy(ActivationPolicy policy) override;
     void activateIgnoringOtherApplications() override;
+    void yieldActivation() override;
     void replyToTermination() override;
     void registerSleepObserver(SleepObserver observer) override;
     void removeSleepObserver() override;
@@ -29,7 +31,10 @@ class AppKitApplicationHost final : public ApplicationHost {
     std::string operatingSystemVersion() const override;
 
   private:
+    struct Activity;
     struct SleepNotifications;
+
+    std::unique_ptr<Activity> activity_;
     std::unique_ptr<SleepNotifications> sleep_; // none while nobody observes
 };
 

@@ -39,18 +39,48 @@ struct AppKitApplicationHost::SleepNotifications {
     id didWake;
 };
 
-AppKitApplicationHost::AppKitApplicationHost() = default;
+/// Doesn't keep the Mac awake.
+struct AppKitApplicationHost::Activity {
+    Activity()
+        : token([NSProcessInfo.processInfo
+              beginActivityWithOptions:NSActivityUserInitiatedAllowingIdleSystemSleep
+                                reason:@"Plays sound on two outputs"]) {}
+    Activity(const Activity&) = delete;
+    Activity& operator=(const Activity&) = delete;
+    ~Activity() { [NSProcessInfo.processInfo endActivity:token]; }
+
+    id<NSObject> token;
+};
+
+AppKitApplicationHost::AppKitApplicationHost() : activity_(std::make_unique<Activity>()) {}
 
 AppKitApplicationHost::~AppKitApplicationHost() = default;
 
+/// The system takes the front from a program whose policy changes, and shows its menus late: the window in
+/// front is brought back.
 void AppKitApplicationHost::setActivationPolicy(ActivationPolicy policy) {
-    [NSApplication.sharedApplication setActivationPolicy:policy == ActivationPolicy::regular
-                                                             ? NSApplicationActivationPolicyRegular
-                                                             : NSApplicationActivationPolicyAccessory];
+    const NSApplicationActivationPolicy wanted = policy == ActivationPolicy::regular
+                                                     ? NSApplicationActivationPolicyRegular
+                                                     : NSApplicationActivationPolicyAccessory;
+    NSApplication* application = NSApplication.sharedApplication;
+    if (application.activationPolicy == wanted) return;
+    NSWindow* front = application.keyWindow;
+    [application setActivationPolicy:wanted];
+    if (!front) return;
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [application activateIgnoringOtherApps:YES];
+      [front makeKeyAndOrderFront:nil];
+    });
 }
 
 void AppKitApplicationHost::activateIgnoringOtherApplications() {
     [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+}
+
+void AppKitApplicationHost::yieldActivation() {
+    NSApplication* application = NSApplication.sharedApplication;
+    const bool isAccessory = application.activationPolicy == NSApplicationActivationPolicyAccessory;
+    if (application.active && isAccessory) [application hide:nil];
 }
 
 void AppKitApplicationHost::replyToTermination() {

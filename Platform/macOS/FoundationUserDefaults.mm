@@ -62,6 +62,8 @@ std::optional<DefaultsValue> FoundationUserDefaults::storedValue(std::string_vie
 
 void FoundationUserDefaults::set(std::string_view key, DefaultsValue value) {
     @autoreleasepool {
+        // To the system 1, 1.0 and true are equal, and what is equal need not be stored again.
+        if (const auto stored = storedValue(key); stored && stored->index() != value.index()) remove(key);
         [store_->defaults setObject:std::visit(ObjectOf{}, value) forKey:platformText(key)];
     }
 }

@@ -1,7 +1,6 @@
 // MenuBarItem: an item in the menu bar: a system symbol that can be clicked, scrolled over and removed.
 //
-// Main thread only. The user may drag it out of the menu bar; that ends a program which is nothing else, and
-// it does so the way that any request to quit goes.
+// Main thread only.
 #pragma once
 
 #include <functional>
@@ -28,6 +27,9 @@ class MenuBarItem {
     };
     struct Handlers {
         std::function<void()> clicked;
+        /// The user has dragged it out of the menu bar: a program that is nothing else is not wanted any
+        /// more.
+        std::function<void()> removed;
         /// Up is positive, one notch of a wheel is 1.
         std::function<void(double)> scrolled;
         /// Of the menu that a click with the second button, or with Control, shows.

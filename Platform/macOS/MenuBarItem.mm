@@ -4,6 +4,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <cmath>
 #include <cstddef>
 #include <utility>
 
@@ -11,6 +12,7 @@ namespace {
 
 /// What a trackpad sends for the distance that a wheel sends as one notch.
 constexpr double pointsPerNotch = 10;
+NSString* const visibleKey = @"visible";
 
 } // namespace
 
@@ -23,8 +25,9 @@ constexpr double pointsPerNotch = 10;
 
 - (void)clicked:(id)__unused sender {
     NSEvent* event = NSApplication.sharedApplication.currentEvent;
+    const bool hasControl = (event.modifierFlags & NSEventModifierFlagControl) != 0;
     const bool isSecondary =
-        event.type == NSEventTypeRightMouseUp || (event.modifierFlags & NSEventModifierFlagControl) != 0;
+        event.type == NSEventTypeRightMouseUp || (event.type == NSEventTypeLeftMouseDown && hasControl);
     if (isSecondary) {
         [self showMenu];
     } else {
@@ -57,10 +60,21 @@ constexpr double pointsPerNotch = 10;
     _handlers.menu[static_cast<std::size_t>(sender.tag)].chosen();
 }
 
+/// The system accelerates a wheel: a notch is a notch here. What a trackpad sends after the fingers have left
+/// it is not the user's doing.
 - (void)scrolled:(NSEvent*)event {
-    const double direction = event.directionInvertedFromDevice ? -1 : 1;
-    const double distance = event.scrollingDeltaY * direction;
-    _handlers.scrolled(event.hasPreciseScrollingDeltas ? distance / pointsPerNotch : distance);
+    if (event.momentumPhase != NSEventPhaseNone || event.scrollingDeltaY == 0) return;
+    const double distance =
+        event.directionInvertedFromDevice ? -event.scrollingDeltaY : event.scrollingDeltaY;
+    _handlers.scrolled(event.hasPreciseScrollingDeltas ? distance / pointsPerNotch
+                                                       : std::copysign(1.0, distance));
+}
+
+- (void)observeValueForKeyPath:(NSString*)__unused keyPath
+                      ofObject:(id)__unused object
+                        change:(NSDictionary*)__unused change
+                       context:(void*)__unused context {
+    if (!self.item.visible) _handlers.removed();
 }
 
 @end
@@ -76,24 +90,28 @@ MenuBarItem::MenuBarItem(Handlers handlers) : item_(std::make_unique<Item>()) {
     VeltoMenuBarTarget* target = [[VeltoMenuBarTarget alloc] init];
     target.handlers = std::move(handlers);
     NSStatusItem* item = [NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength];
-    item.behavior = NSStatusItemBehaviorRemovalAllowed | NSStatusItemBehaviorTerminationOnRemoval;
+    // Not the behaviour that ends the program by itself: in the midst of what, nobody says.
+    item.behavior = NSStatusItemBehaviorRemovalAllowed;
     item.visible = YES; // the system remembers that it was removed
+    [item addObserver:target forKeyPath:visibleKey options:0 context:nil];
     item.button.target = target;
     item.button.action = @selector(clicked:);
     [item.button sendActionOn:NSEventMaskLeftMouseDown | NSEventMaskRightMouseUp];
     target.item = item;
     item_->target = target;
     NSStatusBarButton* button = item.button;
-    item_->scrollMonitor = [NSEvent addLocalMonitorForEventsMatchingMask:NSEventMaskScrollWheel
-                                                                 handler:^NSEvent*(NSEvent* event) {
-                                                                   if (event.window != button.window)
-                                                                       return event;
-                                                                   [target scrolled:event];
-                                                                   return nil;
-                                                                 }];
+    item_->scrollMonitor =
+        [NSEvent addLocalMonitorForEventsMatchingMask:NSEventMaskScrollWheel
+                                              handler:^NSEvent*(NSEvent* event) {
+                                                if (!button.window || event.window != button.window)
+                                                    return event;
+                                                [target scrolled:event];
+                                                return nil;
+                                              }];
 }
 
 MenuBarItem::~MenuBarItem() {
+    [item_->target.item removeObserver:item_->target forKeyPath:visibleKey];
     [NSEvent removeMonitor:item_->scrollMonitor];
     [NSStatusBar.systemStatusBar removeStatusItem:item_->target.item];
 }

@@ -2,24 +2,18 @@
 
 #import <AppKit/AppKit.h>
 
-#include <unistd.h>
-
-#include <cstdint>
-
 namespace velto {
 
 namespace {
 
-constexpr std::int64_t patience = 5 * NSEC_PER_SEC;
+NSString* const reopenNotification = @"com.corlent.velto.reopen";
 
-/// The system knows that it runs, and tells it that it was opened again.
-void openAgain(NSURL* bundle) {
-    dispatch_semaphore_t told = dispatch_semaphore_create(0);
-    [NSWorkspace.sharedWorkspace
-        openApplicationAtURL:bundle
-               configuration:[NSWorkspaceOpenConfiguration configuration]
-           completionHandler:^(NSRunningApplication*, NSError*) { dispatch_semaphore_signal(told); }];
-    dispatch_semaphore_wait(told, dispatch_time(DISPATCH_TIME_NOW, patience));
+/// Of two that start at the same time only the younger gives way.
+bool isOlder(NSRunningApplication* other) {
+    NSRunningApplication* own = NSRunningApplication.currentApplication;
+    if (other.terminated || other.processIdentifier == own.processIdentifier) return false;
+    if (!other.launchDate || !own.launchDate) return other.processIdentifier < own.processIdentifier;
+    return [other.launchDate compare:own.launchDate] == NSOrderedAscending;
 }
 
 } // namespace
@@ -30,12 +24,30 @@ bool handOverToRunningInstance() {
         if (!identifier) return false; // not in a bundle: nobody can tell
         for (NSRunningApplication* other in
              [NSRunningApplication runningApplicationsWithBundleIdentifier:identifier]) {
-            if (other.processIdentifier == getpid() || !other.bundleURL) continue;
-            openAgain(other.bundleURL);
+            if (!isOlder(other)) continue;
+            [NSDistributedNotificationCenter.defaultCenter postNotificationName:reopenNotification
+                                                                         object:nil
+                                                                       userInfo:nil
+                                                             deliverImmediately:YES];
             return true;
         }
     }
     return false;
+}
+
+struct HandOverObserver::Observation {
+    id token;
+};
+
+HandOverObserver::HandOverObserver(std::function<void()> handler)
+    : observation_(std::make_unique<Observation>(Observation{[NSDistributedNotificationCenter.defaultCenter
+          addObserverForName:reopenNotification
+                      object:nil
+                       queue:nil // where it is delivered: the main thread
+                  usingBlock:^(NSNotification*) { handler(); }]})) {}
+
+HandOverObserver::~HandOverObserver() {
+    [NSDistributedNotificationCenter.defaultCenter removeObserver:observation_->token];
 }
 
 } // namespace velto

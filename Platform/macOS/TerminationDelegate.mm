@@ -2,6 +2,9 @@
 
 #import <AppKit/AppKit.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <utility>
 
 @interface VeltoTerminationDelegate : NSObject <NSApplicationDelegate>
@@ -20,6 +23,12 @@
     using Reply = velto::TerminationDelegate::Reply;
     const bool waits = _handlers.shouldTerminate && _handlers.shouldTerminate() == Reply::later;
     return waits ? NSTerminateLater : NSTerminateNow;
+}
+
+/// All is put back. What would come now, exit(), takes down the statics that Qt's other threads still use.
+- (void)applicationWillTerminate:(NSNotification*)__unused notification {
+    [NSUserDefaults.standardUserDefaults synchronize];
+    _exit(EXIT_SUCCESS);
 }
 
 - (BOOL)applicationShouldHandleReopen:(NSApplication*)__unused sender

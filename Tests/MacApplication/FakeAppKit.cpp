@@ -30,6 +30,8 @@ void FakeAppKit::turnRunLoop() {
     if (std::exchange(isTerminationRequested, false)) terminate();
 }
 
+void FakeAppKit::dragItemOut() { item.removed(); }
+
 void FakeAppKit::openAgain() { delegate.reopened(); }
 
 void FakeAppKit::clickItem() { item.clicked(); }

@@ -25,8 +25,9 @@ class FakeAppKit {
 
     // Verbs
 
-    /// Cmd-Q, the system's menu, log-out, the item removed by hand: they ask the delegate at once.
+    /// Cmd-Q, the system's menu, log-out: they ask the delegate at once.
     void terminate();
+    void dragItemOut();
     /// What the program asked for leaves the turn that it was asked in.
     void turnRunLoop();
     void openAgain();

@@ -61,7 +61,7 @@ class MacApplicationTests : public MachineTest {
 
 TEST_F(MacApplicationTests, EndsAtOnceWhenNothingPlaysButNotFromWithinATurn) {
     launch();
-    application->requestQuit(); // as by the panel, the menu, a signal: all of them in the middle of something
+    EXPECT_TRUE(appKit.choose("Quit Velto")); // like the panel and a signal in the middle of something
     EXPECT_FALSE(application->delegate().isShuttingDown()) << "the turn would wait for itself";
     appKit.turnRunLoop();
     EXPECT_TRUE(appKit.hasEnded);
@@ -70,7 +70,7 @@ TEST_F(MacApplicationTests, EndsAtOnceWhenNothingPlaysButNotFromWithinATurn) {
 TEST_F(MacApplicationTests, WaitsUntilTheOutputsAreBackHoweverOftenItIsAsked) {
     launch();
     play();
-    EXPECT_TRUE(appKit.choose("Quit Velto"));
+    appKit.dragItemOut();
     appKit.turnRunLoop();
     EXPECT_TRUE(appKit.isWaitingForReply);
     appKit.terminate(); // log-out, meanwhile

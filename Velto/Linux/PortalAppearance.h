@@ -30,6 +30,7 @@ class PortalAppearance final : public QObject, public DesktopAppearance {
     bool isComposited() const override;
     bool hasMaterial() const override { return false; }
     void dressPanel(QWindow&, int) override {}
+    std::shared_ptr<void> observeClicksOutside(std::function<void()>) override { return nullptr; }
     void dressWelcomeWindow(QWindow&) override {}
 
   private Q_SLOTS:

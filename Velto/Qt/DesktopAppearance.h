@@ -31,6 +31,9 @@ class DesktopAppearance {
     /// Puts the material behind the panel, with corners of the radius in pixels, and lets it stand over
     /// whatever the desktop shows; nothing where there is none. Again does no harm.
     virtual void dressPanel(QWindow& panel, int cornerRadius) = 0;
+    /// Calls the handler, from the main loop, for clicks outside of the program, as long as what it answers
+    /// lives; null where a window hears of each by losing its focus. The handler must not end that.
+    virtual std::shared_ptr<void> observeClicksOutside(std::function<void()> clicked) = 0;
     /// Gives the welcome window the frame that such windows have on the desktop, if that is a special one.
     virtual void dressWelcomeWindow(QWindow& window) = 0;
 };

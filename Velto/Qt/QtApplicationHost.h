@@ -30,6 +30,7 @@ class QtApplicationHost final : public ApplicationHost {
 
     void setActivationPolicy(ActivationPolicy policy) override;
     void activateIgnoringOtherApplications() override;
+    void yieldActivation() override {} // window managers do
     void replyToTermination() override;
     void registerSleepObserver(SleepObserver observer) override;
     void removeSleepObserver() override;

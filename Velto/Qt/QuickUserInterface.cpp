@@ -21,6 +21,7 @@ namespace velto {
 
 namespace {
 
+constexpr int screenMargin = 40;  // what the panel leaves of a screen's height, in pixels
 constexpr int gap = 6;            // between the status item and the panel, in pixels
 constexpr qint64 sameClick = 300; // milliseconds
 
@@ -101,15 +102,28 @@ void QuickUserInterface::makePanel() {
 void QuickUserInterface::hidePanel() {
     context_.app.presets().forgetDeleted(); // a deletion is taken back while the panel is open, or not at all
     panel_->hide();
+    clicksOutside_.reset();
     sinceHidden_.start();
+    QTimer::singleShot(0, this, &QuickUserInterface::yieldActivation);
+}
+
+/// A turn later than a window is hidden: another may be shown in its place.
+void QuickUserInterface::yieldActivation() {
+    for (const auto* window : {panel_.get(), settingsWindow_.get(), onboardingWindow_.get()})
+        if (window && window->isVisible()) return;
+    context_.app.host().yieldActivation();
 }
 
 void QuickUserInterface::showPanel(const QRect& statusItem) {
     if (!panel_) makePanel();
+    limitHeight(screenOf(statusItem));
     if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) place(statusItem);
     panel_->setWindowStates(panel_->windowStates() & ~Qt::WindowMinimized);
-    if (panelStyle_ == PanelStyle::dropDown)
+    if (panelStyle_ == PanelStyle::dropDown) {
         appearance_.desktop().dressPanel(*panel_, panel_->property("cornerRadius").toInt());
+        clicksOutside_ = appearance_.desktop().observeClicksOutside(
+            [this] { QTimer::singleShot(0, this, &QuickUserInterface::hidePanel); });
+    }
     activateProgram();
     panel_->show();
     panel_->raise();
@@ -127,9 +141,18 @@ void QuickUserInterface::togglePanel(const QRect& statusItem) {
     }
 }
 
-void QuickUserInterface::place(const QRect& statusItem) {
+QScreen& QuickUserInterface::screenOf(const QRect& statusItem) {
     QScreen* screen = statusItem.isValid() ? QGuiApplication::screenAt(statusItem.center()) : nullptr;
-    if (!screen) screen = QGuiApplication::primaryScreen();
+    return screen ? *screen : *QGuiApplication::primaryScreen();
+}
+
+/// A panel with more in it scrolls.
+void QuickUserInterface::limitHeight(const QScreen& screen) {
+    panel_->setProperty("longestHeight", screen.availableGeometry().height() - screenMargin);
+}
+
+void QuickUserInterface::place(const QRect& statusItem) {
+    const QScreen* screen = &screenOf(statusItem);
     const QRect area = screen->availableGeometry();
     const QSize size = panel_->size();
     QPoint corner(area.right() - size.width() - gap, area.top() + gap);
@@ -157,6 +180,7 @@ void QuickUserInterface::showSettings() {
             if (isVisible) return;
             settingsWindow_.release()->deleteLater(); // it is in the middle of closing
             settings_.release()->deleteLater();
+            QTimer::singleShot(0, this, &QuickUserInterface::yieldActivation);
         });
     }
     activateProgram();
@@ -181,6 +205,9 @@ QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
                               {"message", toQString(OnboardingWindowController::message)},
                               {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
     appearance_.desktop().dressWelcomeWindow(*onboardingWindow_);
+    connect(onboardingWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
+        if (!isVisible) QTimer::singleShot(0, this, &QuickUserInterface::yieldActivation);
+    });
     return std::make_unique<QuickOnboardingWindow>(onboardingWindow_.get(), std::move(closedHandler));
 }
 

@@ -14,6 +14,7 @@
 #include <QObject>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QScreen>
 
 #include <memory>
 
@@ -52,6 +53,9 @@ class QuickUserInterface final : public QObject, public UserInterface {
   private:
     void makePanel();
     void activateProgram();
+    void yieldActivation();
+    static QScreen& screenOf(const QRect& statusItem);
+    void limitHeight(const QScreen& screen);
     void place(const QRect& statusItem);
 
     Context context_;
@@ -63,6 +67,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     std::unique_ptr<QQuickWindow> settingsWindow_;
     std::unique_ptr<QQuickWindow> onboardingWindow_;
     std::unique_ptr<QQuickWindow> panel_;
+    std::shared_ptr<void> clicksOutside_; // observed while the panel drops down
     PanelStyle panelStyle_ = PanelStyle::dropDown;
     QElapsedTimer sinceHidden_;
 };

@@ -67,7 +67,8 @@ void VeltoApplication::stopWaitingForStatusArea() {
 StatusItem::Handlers VeltoApplication::statusItemHandlers() {
     return {.activated =
                 [this](const QRect& place) {
-                    withWindows([&](UserInterface& windows) { windows.togglePanel(place); });
+                    const QRect known = place.isValid() || !statusItem_ ? place : statusItem_->place();
+                    withWindows([&](UserInterface& windows) { windows.togglePanel(known); });
                 },
             .scrolled =
                 [this](double notches) {

@@ -6,6 +6,7 @@ Window {
     required property QtObject model
     required property QtObject presets
     readonly property int cornerRadius: Theme.panelRadius
+    property int longestHeight: 10000
     required property bool isOrdinary   // has a frame, and stays when another window is active
     signal dismissed()
     signal settingsRequested()
@@ -40,7 +41,7 @@ Window {
         onImplicitHeightChanged: window.fit()
         model: window.model
         presets: window.presets
-        longestHeight: window.screen ? Screen.desktopAvailableHeight - 40 : 10000
+        longestHeight: window.longestHeight
         onSettingsRequested: window.settingsRequested()
         onQuitRequested: window.quitRequested()
         Keys.onEscapePressed: window.dismissed()

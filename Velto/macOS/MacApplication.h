@@ -1,7 +1,7 @@
 // MacApplication: the program on a Mac, where the system's own application object ends it.
 //
-// Made and owned by the entry point; main actor only. The application object ends the process by exit(), so
-// no destructor of what the entry point made runs then: all that must be put back is, before the reply.
+// Made and owned by the entry point; main actor only. The application object ends the process where it stands:
+// no destructor runs then, and all that must be put back is, before the reply.
 #pragma once
 
 #include "Platform/macOS/TerminationDelegate.h"

@@ -28,6 +28,9 @@ class MacDesktopAppearance final : public DesktopAppearance {
     bool isComposited() const override { return true; }
     bool hasMaterial() const override { return true; }
     void dressPanel(QWindow& panel, int cornerRadius) override { dressAsPanel(viewOf(panel), cornerRadius); }
+    std::shared_ptr<void> observeClicksOutside(std::function<void()> clicked) override {
+        return std::make_shared<ClicksOutside>(std::move(clicked));
+    }
     void dressWelcomeWindow(QWindow& window) override { extendUnderTitleBar(viewOf(window)); }
 
   private:

@@ -16,6 +16,7 @@ class MenuBarStatusItem final : public StatusItem {
   public:
     explicit MenuBarStatusItem(Handlers handlers)
         : handlers_(std::move(handlers)), item_({.clicked = [this] { handlers_.activated(place()); },
+                                                 .removed = handlers_.quitChosen,
                                                  .scrolled = handlers_.scrolled,
                                                  .menu = menu()}) {}
 

@@ -31,6 +31,8 @@ int run(int argumentCount, char** arguments) {
     UnifiedLogSink log;
     LoggingService::install(&log);
     TerminationDelegate termination; // before Qt, which keeps the delegate that is there
+    // Qt would take the keyboard from whoever is typing when the program starts.
+    qputenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM", "1");
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication qt(argumentCount, arguments);
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
@@ -53,6 +55,7 @@ int run(int argumentCount, char** arguments) {
         return std::make_unique<QuickUserInterface>(std::move(context));
     });
     const DispatchTerminationSignals terminationSignals([&application] { application.requestQuit(); });
+    const HandOverObserver handOver([&application] { application.raise(); });
     application.start();
     return QGuiApplication::exec();
 }

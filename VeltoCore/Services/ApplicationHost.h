@@ -31,6 +31,8 @@ class ApplicationHost {
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
     /// Brings the program to the front, whatever the user is doing.
     virtual void activateIgnoringOtherApplications() = 0;
+    /// Gives the keyboard back to the program that had it before, once no window of this one is open.
+    virtual void yieldActivation() = 0;
     /// Lets the program end, after a request to quit was answered with "later". Once for each such request.
     virtual void replyToTermination() = 0;
 
