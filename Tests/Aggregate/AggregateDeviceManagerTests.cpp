@@ -17,16 +17,8 @@ using testing::IsEmpty;
 using Operation = CoreAudioOperation;
 using Error = AudioManagerError;
 
-class AggregateDeviceManagerTests : public MachineTest {
+class AggregateDeviceManagerTests : public ProgramTest {
   protected:
-    AggregateDeviceManagerTests() {
-        plugUsualOutputs();
-        program.emplace(*this);
-        loop.runReady();
-        log.clear();
-        world.calls.clear();
-    }
-
     AudioOutputDevice device(const std::string& uid) { return program->devices.device(uid).value(); }
     Started<AggregateDeviceInfo> create(const std::string& first, const std::string& second,
                                         std::optional<double> rate = std::nullopt) {
@@ -44,8 +36,6 @@ class AggregateDeviceManagerTests : public MachineTest {
         return result;
     }
     std::vector<std::string> aggregateLog() { return log.linesWith("AggregateDevice "); }
-
-    std::optional<Program> program;
 };
 
 TEST_F(AggregateDeviceManagerTests, MakesOneMultiOutputDeviceOfTheGroup) {

@@ -58,20 +58,6 @@ TEST_F(MainActorTests, CancelledSleepEndsEarlyInATurnOfItsOwn) {
     EXPECT_EQ(actor.pendingTimers(), 0U);
 }
 
-Task<> sleepTwice(MainActor& actor, CancellationToken token, Trace& trace) {
-    co_await sleep(actor, 1s, token, trace);
-    co_await sleep(actor, 1s, token, trace);
-}
-
-TEST_F(MainActorTests, TokenServesOneSleepAfterAnother) {
-    CancellationSource source;
-    scope.spawn(sleepTwice(actor, source.token(), trace));
-    actor.advance(1500ms);
-    source.cancel();
-    actor.runUntilIdle();
-    EXPECT_THAT(trace, ElementsAre("elapsed 1000", "cancelled 1500"));
-}
-
 TEST_F(MainActorTests, CancellingAfterTheSleepersEndReachesNobody) {
     CancellationSource source;
     {

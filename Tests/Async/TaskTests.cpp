@@ -17,7 +17,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Trace = std::vector<std::string>;
 

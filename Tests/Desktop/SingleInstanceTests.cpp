@@ -91,19 +91,6 @@ TEST_F(SingleInstanceTests, AFirstThatHangsHoldsUpNobodyHoweverManyTry) {
     EXPECT_EQ(user.wait(), 0);
 }
 
-TEST_F(SingleInstanceTests, UsersWithOtherFoldersDoNotMeet) {
-    const OwnedFolder otherFolder("velto-instance");
-    SingleInstance other(otherFolder.path());
-    EXPECT_TRUE(other.isFirst());
-    bool isOtherRaised = false;
-    other.observeRaise(actor, [&] { isOtherRaised = true; });
-    listen();
-    ForkedProcess later = startAgain();
-    EXPECT_TRUE(actor.runUntil([&] { return raised == 1; }, 20s));
-    EXPECT_EQ(later.wait(), 0);
-    EXPECT_FALSE(isOtherRaised);
-}
-
 TEST_F(SingleInstanceTests, AFolderThatCannotBeUsedIsSaidInOneSentenceAndNothingStaysLocked) {
     const std::filesystem::path deep = folder.path() / std::string(120, 'd');
     std::filesystem::create_directory(deep);

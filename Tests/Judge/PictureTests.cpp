@@ -1,5 +1,4 @@
 #include "Tests/Judge/Studio.h"
-#include "Tools/Judge/LabelPlaces.h"
 #include "Tools/Judge/Timeline.h"
 
 #include <gmock/gmock.h>
@@ -36,12 +35,6 @@ std::set<int> lanesDrawn(const std::string& svg, const std::string& style) {
     for (std::sregex_iterator found(svg.begin(), svg.end(), path), end; found != end; ++found)
         lanes.insert(static_cast<int>((std::stod((*found)[1]) - firstLane(svg)) / 80));
     return lanes;
-}
-
-TEST(PictureTests, LabelsStandAboveWhatTheyNameOrMakeRoom) {
-    EXPECT_THAT(labelPlaces({10, 40, 70}, 20), ElementsAre(10, 40, 70));
-    EXPECT_THAT(labelPlaces({10, 10, 15, 55, 90}, 20), ElementsAre(10, 30, 50, 70, 90));
-    EXPECT_THAT(labelPlaces({}, 20), IsEmpty());
 }
 
 TEST(PictureTests, OutputsInStepAreDrawnAlikeAndFaultsStandOut) {

@@ -51,21 +51,6 @@ class LinuxMainActorTests : public testing::Test {
     std::vector<std::string> trace;
 };
 
-TEST_F(LinuxMainActorTests, WorkThatPostsItselfForEverStarvesNobody) {
-    Signal signal;
-    bool wasTimerRun = false;
-    bool wasRead = false;
-    std::function<void()> again = [&] { actor.post(again); };
-    actor.post(again);
-    actor.postAfter(0s, [&] { wasTimerRun = true; });
-    actor.watchReadable(signal.descriptor(), [&] {
-        signal.take();
-        wasRead = true;
-    });
-    signal.raise();
-    EXPECT_TRUE(actor.runUntil([&] { return wasTimerRun && wasRead; }, 10s));
-}
-
 TEST_F(LinuxMainActorTests, CallsTheReaderForAsLongAsThereIsSomethingToRead) {
     Signal signal;
     int calls = 0;
@@ -172,16 +157,6 @@ TEST_F(LinuxMainActorTests, AnotherLoopSeesByTheDescriptorWhenToTurnIt) {
     EXPECT_EQ(trace.back(), "timer");
     turnUntilQuiet();
     EXPECT_FALSE(isReadable(50)) << "the descriptor wakes a loop for nothing";
-}
-
-TEST_F(LinuxMainActorTests, APlainFileIsAlwaysReadable) {
-    FILE* file = tmpfile();
-    ASSERT_NE(file, nullptr);
-    bool isRead = false;
-    actor.watchReadable(fileno(file), [&] { isRead = true; });
-    EXPECT_TRUE(actor.runUntil([&] { return isRead; }, 10s));
-    actor.unwatch(fileno(file));
-    fclose(file);
 }
 
 } // namespace

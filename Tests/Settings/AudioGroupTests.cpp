@@ -10,7 +10,6 @@ namespace velto {
 namespace {
 
 using Error = AudioGroup::ValidationError;
-using testing::ElementsAre;
 
 AudioOutputDevice output(std::string uid, std::int64_t channels = 2) {
     AudioOutputDevice device;

@@ -12,7 +12,6 @@ namespace {
 
 using Kind = AudioTransportType::Kind;
 using testing::HasSubstr;
-using testing::Not;
 
 Data bytes(std::string_view text) { return Data(text.begin(), text.end()); }
 std::string text(const std::optional<Data>& data) {

@@ -13,8 +13,6 @@ namespace {
 
 using Action = AutomationRule::Action;
 using UIDs = std::set<std::string>;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 AutomationRule rule(std::vector<std::string> uids) {
     const UUID id = UUID::random();

@@ -5,20 +5,12 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-
 namespace velto {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using Operation = CoreAudioOperation;
-
-const AggregateDeviceDescription both{.uid = "both",
-                                      .name = "Both",
-                                      .subDevices = {{"usb", false}, {"builtin", true}},
-                                      .mainSubDeviceUID = "usb"};
 
 OSStatus statusOf(auto call) {
     try {
@@ -29,35 +21,10 @@ OSStatus statusOf(auto call) {
     }
 }
 
-class SimulatedAudioSystemTests : public MachineTest {
-  protected:
-    SimulatedAudioSystemTests() { plugUsualOutputs(); }
-};
-
-TEST_F(SimulatedAudioSystemTests, TimedFaultsTakeTheirTime) {
-    world.faults.aliveAfter = 100ms;
-    world.faults.lingersAfterDestroy = 200ms;
-    world.faults.slowRateChange = 300ms;
-    const AudioObjectID id = world.createAggregateDevice(both);
-    world.setNominalSampleRate(world.objectID("usb"), 96000);
-    EXPECT_FALSE(world.isAlive(id));
-    loop.advance(100ms);
-    EXPECT_TRUE(world.isAlive(id));
-    world.pickDefault("both");
-    world.destroyAggregateDevice(id);
-    EXPECT_EQ(world.defaultOutputUID(), "builtin") << "never a dead default";
-    EXPECT_EQ(world.deviceID("both"), id);
-    EXPECT_THAT(world.aggregates(), IsEmpty());
-    EXPECT_EQ(statusOf([&] { world.createAggregateDevice(both); }), kAudioHardwareIllegalOperationError);
-    loop.advance(199ms);
-    EXPECT_EQ(world.deviceID("both"), id);
-    EXPECT_EQ(world.nominalSampleRate(world.objectID("usb")), 44100);
-    loop.advance(1ms);
-    EXPECT_EQ(world.deviceID("both"), std::nullopt);
-    EXPECT_EQ(world.nominalSampleRate(world.objectID("usb")), 96000);
-}
+using SimulatedAudioSystemTests = MachineTest;
 
 TEST_F(SimulatedAudioSystemTests, FailuresComeToPassOnceOrAlwaysOrAreMissed) {
+    plugUsualOutputs();
     const AudioObjectID usb = world.objectID("usb");
     world.calls.failNext(Operation::deviceName, kAudioHardwareNotReadyError);
     world.calls.failAlways(Operation::isAlive, kAudioHardwareNotReadyError);

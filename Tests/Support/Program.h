@@ -3,8 +3,8 @@
 // crash() ends it without a word: what is on disk and in the audio system stays.
 #pragma once
 
-#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Machine.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Started.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
@@ -60,6 +60,24 @@ class Program {
     mutable UserDefaultsRecoveryStateStore store{machine.defaults};
     SystemAudioManager session{machine.world, devices, aggregates, store, machine.loop};
     TaskScope tasks{machine.loop}; // dies first: its tasks use the others
+};
+
+/// A test of programs, one after the other, on a machine with the usual outputs.
+class ProgramTest : public MachineTest {
+  protected:
+    ProgramTest() {
+        plugUsualOutputs();
+        launch();
+    }
+    /// What it calls and logs by itself is forgotten.
+    void launch() {
+        program = std::make_unique<Program>(*this);
+        loop.runReady();
+        log.clear();
+        world.calls.clear();
+    }
+
+    std::unique_ptr<Program> program;
 };
 
 } // namespace velto

@@ -4,33 +4,20 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdint>
 #include <optional>
 
 namespace velto {
 namespace {
 
-AudioOutputDevice device(std::optional<std::int64_t> latency, std::optional<std::int64_t> safetyOffset,
-                         double rate) {
-    AudioOutputDevice device;
-    device.uid = "usb";
-    device.name = "Interface";
-    device.latencyFrames = latency;
-    device.safetyOffsetFrames = safetyOffset;
-    device.sampleRate = rate;
-    return device;
-}
-
 TEST(LatencyEstimatorTests, EstimatesFromWhatTheDeviceReports) {
-    const LatencyEstimate expected{.uid = "usb",
-                                   .name = "Interface",
-                                   .milliseconds = 544.0 / 48000.0 * 1000.0,
-                                   .kind = SyncProfile::Kind::estimated};
-    EXPECT_EQ(LatencyEstimator::estimate(device(512, 32, 48000)), expected);
-    EXPECT_EQ(LatencyEstimator::estimate(device(480, std::nullopt, 48000))->milliseconds, 10);
-    EXPECT_EQ(LatencyEstimator::estimate(device(std::nullopt, 32, 48000)), std::nullopt);
-    EXPECT_EQ(LatencyEstimator::estimate(device(512, 32, 0)), std::nullopt);
-    EXPECT_EQ(LatencyEstimator::estimate(device(512, 32, -48000)), std::nullopt);
+    auto device = AudioOutputDevice::disconnected("usb", "Interface", AudioTransportType::Kind::usb);
+    device.sampleRate = 48000;
+    EXPECT_EQ(LatencyEstimator::estimate(device), std::nullopt);
+    device.latencyFrames = 480;
+    EXPECT_EQ(
+        LatencyEstimator::estimate(device),
+        (LatencyEstimate{
+            .uid = "usb", .name = "Interface", .milliseconds = 10, .kind = SyncProfile::Kind::estimated}));
 }
 
 TEST(SystemMultiOutputEngineTests, AcceptsOnlyProfilesThatCorrectNothing) {

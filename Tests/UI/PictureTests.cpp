@@ -12,29 +12,8 @@ namespace velto {
 
 namespace {
 
-/// The verbs of the stage, for those who set up a state.
 class Scene : public Stage {
   public:
-    using Stage::actor;
-    using Stage::advance;
-    using Stage::bench;
-    using Stage::benchPage;
-    using Stage::choose;
-    using Stage::computer;
-    using Stage::menuBar;
-    using Stage::panel;
-    using Stage::play;
-    using Stage::preferences;
-    using Stage::replug;
-    using Stage::savedPreset;
-    using Stage::settings;
-    using Stage::settle;
-    using Stage::state;
-    using Stage::unplug;
-    using Stage::welcome;
-    using Stage::windows;
-    using Stage::world;
-
     void openSettings(const QString& tab) {
         windows->showSettings();
         settle();
@@ -90,12 +69,6 @@ void PrintTo(const NamedState& state, std::ostream* stream) { *stream << state.n
 
 const NamedState states[]{
     {"panel-idle-empty", "Choose two outputs to play together.", [](Scene&) {}},
-    {"panel-idle-chosen", "Play Together", [](Scene& s) { s.choose("airpods", "flip"); }},
-    {"panel-one-output", "Connect a second output to play together.",
-     [](Scene& s) {
-         for (const char* uid : {"airpods", "flip", "dac", "studio"})
-             s.unplug(uid);
-     }},
     {"panel-no-outputs", "Connect a second output to play together.",
      [](Scene& s) {
          for (const char* uid : {"airpods", "flip", "dac", "studio", "builtin"})
@@ -106,8 +79,6 @@ const NamedState states[]{
          s.choose("airpods", "flip");
          s.unplug("flip");
      }},
-    {"picker-5-outputs", "DisplayPort", [](Scene& s) { s.panel().click("First output"); }, Shows::panel,
-     false, true},
     {"picker-9-outputs", "Monitor 4",
      [](Scene& s) {
          s.nineOutputs();
@@ -127,12 +98,6 @@ const NamedState states[]{
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.play("airpods", "flip");
-     }},
-    {"panel-playing-choosing", "Topping E30 USB DAC",
-     [](Scene& s) {
-         s.play("airpods", "flip");
-         s.panel().click("Choose other outputs");
-         s.choose("airpods", "dac");
      }},
     {"panel-muted", "Volume is set on the device",
      [](Scene& s) {
@@ -165,22 +130,10 @@ const NamedState states[]{
          s.bench.failNextStart();
          s.play("airpods", "flip");
      }},
-    {"presets", "Topping E30 USB DAC + Studio Display",
-     [](Scene& s) {
-         s.threePresets();
-         s.panel().click("Evening");
-         s.actor.runUntilIdle();
-     }},
     {"presets-30", "Setup 6",
      [](Scene& s) {
          for (int number = 1; number <= 30; ++number)
              s.savedPreset("Setup " + std::to_string(number), "airpods", "flip");
-     }},
-    {"presets-renaming", "Desk",
-     [](Scene& s) {
-         s.threePresets();
-         s.panel().click("More for Evening");
-         s.panel().click("Rename");
      }},
     {"presets-saving", "Name of this setup",
      [](Scene& s) {
@@ -209,12 +162,6 @@ const NamedState states[]{
     {"settings-general", "Auto Connect saved setups", [](Scene& s) { s.openSettings("General"); },
      Shows::settings},
     {"settings-audio", "Preferred sample rate", [](Scene& s) { s.openSettings("Audio"); }, Shows::settings},
-    {"settings-audio-clock", "Lowest latency output",
-     [](Scene& s) {
-         s.openSettings("Audio");
-         s.settings().click("Clock");
-     },
-     Shows::settings, false, true},
     {"settings-sync", "AirPods Pro + JBL Flip 6",
      [](Scene& s) {
          s.estimate("airpods", "flip");
@@ -230,15 +177,6 @@ const NamedState states[]{
      },
      Shows::settings},
     {"settings-advanced", "Copy Debug Information", [](Scene& s) { s.openSettings("Advanced"); },
-     Shows::settings},
-    {"settings-advanced-playing", "Copied",
-     [](Scene& s) {
-         s.play("airpods", "flip");
-         s.openSettings("Advanced");
-         s.settings().window().resize(560, 1000);
-         s.settle();
-         s.settings().click("Copy Debug Information");
-     },
      Shows::settings},
     {"settings-advanced-resetting", "stopping",
      [](Scene& s) {

@@ -26,7 +26,7 @@ namespace velto {
 inline void PrintTo(const Control& control, std::ostream* stream) { *stream << control.name.toStdString(); }
 
 class Stage : public testing::Test {
-  protected:
+  public:
     Stage();
     ~Stage() override;
 

@@ -9,8 +9,6 @@ namespace velto {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::UnorderedElementsAre;
 
 class StoryTests : public Stage {
   protected:
@@ -202,32 +200,6 @@ TEST_F(StoryTests, aFailedStartSaysWhatToDoAndIsDismissed) {
     panel().click("Dismiss");
     EXPECT_FALSE(panel().has(toQString(error)));
     EXPECT_EQ(world().defaultOutputUID(), "builtin");
-}
-
-TEST_F(StoryTests, otherOutputsAreChosenWhileItPlays) {
-    launch();
-    play("airpods", "flip");
-    panel().click("Choose other outputs");
-    EXPECT_FALSE(panel().has("Play Together"));
-    panel().click("Second output");
-    panel().click("Topping E30 USB DAC");
-    panel().click("Play Together");
-    actor.runUntilIdle();
-    settle();
-    ASSERT_EQ(world().aggregates().size(), 1U);
-    EXPECT_TRUE(panel().has("Topping E30 USB DAC"));
-    EXPECT_FALSE(panel().has("Volume of JBL Flip 6"));
-    EXPECT_FALSE(panel().has("Second output"));
-}
-
-TEST_F(StoryTests, quittingWhilePlayingPutsTheSoundBack) {
-    launch();
-    world().pickDefault("dac");
-    play("airpods", "flip");
-    panel().click("Quit Velto");
-    actor.runUntilIdle();
-    EXPECT_EQ(world().defaultOutputUID(), "dac");
-    EXPECT_TRUE(world().aggregates().empty());
 }
 
 TEST_F(StoryTests, escapeClosesWhatIsOnTopFirst) {
