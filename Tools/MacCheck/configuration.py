@@ -63,10 +63,13 @@ class Build:
         return chosen
 
     def program_sources(self):
-        """What Velto.app is linked of: no tests, no tools; with what Qt's meta-object compiler makes."""
+        """What Velto.app is linked of: no tests, no tools."""
         tools = ("Tests", "Tools", "Simulation")
-        own = [path for path in self.sources("") if path.relative_to(self.root).parts[0] not in tools]
-        return own + [path for path in self.commands if path.name == "mocs_compilation.cpp"]
+        return [path for path in self.sources("") if path.relative_to(self.root).parts[0] not in tools]
+
+    def generated_sources(self):
+        """What Qt's meta-object compiler makes for the program."""
+        return [path for path in self.commands if path.name == "mocs_compilation.cpp"]
 
     def sources_left_out(self):
         """Sources that only a Mac can need, and that are not built."""

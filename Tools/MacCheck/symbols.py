@@ -5,7 +5,7 @@ import os
 import re
 import subprocess
 
-from checking import LLVM_LIBRARY, compile_source, libraries, object_of
+from checking import compile_source, libraries, object_of
 from configuration import ARCHITECTURES, DEPLOYMENT_TARGET, Unusable
 
 FUNCTIONS = ("FunctionDecl", "CXXMethodDecl", "CXXConstructorDecl", "CXXDestructorDecl", "CXXConversionDecl")
@@ -13,23 +13,39 @@ TEMPLATES = ("ClassTemplateDecl", "FunctionTemplateDecl", "ClassTemplatePartialS
 
 
 def check_declarations(build, sources):
-    """Answers a sentence for each function that a header declares and no object of the same name defines."""
+    """Answers a sentence for each function that a header declares and no object defines, for one architecture or both."""
     headers = sorted({source.with_suffix(".h") for source in sources if source.with_suffix(".h").exists()})
+    defined = {architecture: _defined(build, architecture) for architecture in ARCHITECTURES}
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        return [failure for found in pool.map(lambda header: _check_header(build, header), headers) for failure in found]
+        declarations = zip(headers, pool.map(lambda header: _declared(build, header), headers))
+        return [f"{header.relative_to(build.root)} declares {name}, which is not defined ({architecture})."
+                for header, declared in declarations for symbol, name in declared.items()
+                for architecture in ARCHITECTURES if not _variants(symbol) & defined[architecture]]
 
 
-def _check_header(build, header):
-    declared = _declared(build, header)
-    failures = []
-    for architecture in ARCHITECTURES:
-        # What a header declares may be defined in several sources, all named after it.
-        objects = [object_of(build, source, architecture) for source in build.sources("")
-                   if source.parent == header.parent and source.stem.startswith(header.stem)]
-        defined = {symbol for file in objects if file.exists() for symbol in _symbols(file, "--defined-only")}
-        failures += [f"{header.relative_to(build.root)} declares {name}, which is not defined ({architecture})."
-                     for symbol, name in declared.items() if symbol not in defined]
-    return failures
+def _defined(build, architecture):
+    """What all objects define together: a platform's sources define what headers of all platforms declare."""
+    files = [object_of(build, source, architecture) for source in build.sources("")]
+    files += _generated_objects(build, architecture)
+    return {symbol for file in files if file.exists() for symbol in _symbols(file)}
+
+
+def _generated_objects(build, architecture):
+    """Of Qt's meta-object compiler: they define what a Q_OBJECT declares."""
+    objects = []
+    for source in build.generated_sources():
+        file = object_of(build, source, architecture)
+        if not file.exists():
+            said = compile_source(build, source, architecture, next(iter(libraries(build.sdk).values())), True)
+            if said:
+                raise Unusable(f"{source} doesn't compile:\n{said}")
+        objects.append(file)
+    return objects
+
+
+def _variants(symbol):
+    """A constructor of an abstract class exists only as that of a base."""
+    return {symbol, re.sub(r"C1E", "C2E", symbol)}
 
 
 def _declared(build, header):
@@ -80,14 +96,8 @@ def check_links(build):
     """Links the program for both architectures as far as there are stubs. Answers a sentence for each symbol missing."""
     failures = []
     for architecture in ARCHITECTURES:
-        objects = []
-        for source in build.program_sources():
-            file = object_of(build, source, architecture)
-            if not file.exists():  # generated sources are no sources to check
-                failures += filter(None, [compile_source(build, source, architecture,
-                                                         next(iter(libraries(build.sdk).values())), True)])
-            objects.append(file)
-        failures += _link(build, architecture, objects)
+        objects = [object_of(build, source, architecture) for source in build.program_sources()]
+        failures += _link(build, architecture, objects + _generated_objects(build, architecture))
     return failures
 
 
@@ -121,6 +131,7 @@ def _unresolved(program):
     return sorted(set(re.findall(r"external (\S+) \(dynamically looked up\)", result.stdout)))
 
 
-def _symbols(file, which):
-    result = subprocess.run(["llvm-nm-19", "--just-symbol-name", which, str(file)], capture_output=True, text=True)
+def _symbols(file):
+    result = subprocess.run(["llvm-nm-19", "--just-symbol-name", "--defined-only", str(file)], capture_output=True,
+                            text=True)
     return result.stdout.split()
