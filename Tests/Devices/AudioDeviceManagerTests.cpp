@@ -221,30 +221,6 @@ TEST_F(AudioDeviceManagerTests, NotificationsAfterItsEndAreHarmless) {
     EXPECT_EQ(handlerCalls, 0);
 }
 
-TEST_F(AudioDeviceManagerTests, HandlersMayRemoveAndAddHandlersWhileCalled) {
-    manager->startObserving();
-    std::vector<AudioDeviceManager::ChangeSubscription> subscriptions;
-    int calls = 0;
-    // Whichever is called first removes all, itself included, and registers another.
-    for (int i = 0; i < 3; ++i) {
-        subscriptions.push_back(manager->onChange([&] {
-            ++calls;
-            for (const auto& subscription : subscriptions)
-                manager->removeChangeHandler(subscription);
-            manager->onChange([this] { ++handlerCalls; });
-        }));
-    }
-    world.unplug("bluetooth");
-    actor.runReady();
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(handlerCalls, 0);
-    manager->removeChangeHandler({UUID::random()});
-    world.replug("bluetooth");
-    actor.runReady();
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(handlerCalls, 1);
-}
-
 TEST_F(AudioDeviceManagerTests, ListThatCannotBeReadLeavesTheOldOne) {
     observe();
     world.unplug("bluetooth");
@@ -294,6 +270,29 @@ TEST_F(AudioDeviceManagerTests, PropertiesThatCannotBeReadAreUnknown) {
     EXPECT_EQ(read().uid, "usb");
     world.setSampleRate("usb", std::numeric_limits<double>::quiet_NaN());
     EXPECT_EQ(read().sampleRate, 0);
+}
+
+TEST_F(AudioDeviceManagerTests, ListenerThatCannotBeAddedLeavesTheOther) {
+    world.calls.failNext(Operation::addPropertyListener, kAudioHardwareIllegalOperationError);
+    observe();
+    EXPECT_EQ(world.listenerCount(), 1U);
+    EXPECT_EQ(log.count("AudioDevices error: Could not observe 'dev#'"), 1U);
+    world.pickDefault("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(handlerCalls, 1);
+    manager->stopObserving();
+    EXPECT_EQ(world.listenerCount(), 0U);
+}
+
+TEST_F(AudioDeviceManagerTests, ObserversHearOfRealChangesOnly) {
+    int changes = 0;
+    const Subscription first = manager->observeDevices([&] { ++changes; });
+    const Subscription second = manager->observeDefaultOutputDevice([&] { ++changes; });
+    manager->refresh();
+    EXPECT_EQ(changes, 0);
+    world.rename("bluetooth", "Renamed");
+    manager->refresh();
+    EXPECT_EQ(changes, 1);
 }
 
 } // namespace

@@ -68,6 +68,13 @@ TEST_F(SystemCoreAudioClientTest, OnlyMuteAndDriftTakeAnyValueForYes) {
     EXPECT_TRUE(client.supportsSubDeviceDriftCompensation(device));
 }
 
+TEST_F(SystemCoreAudioClientTest, AnAnswerTooShortForADeviceIsNone) {
+    hal.devicesByUID = {{"speaker-é", 42}};
+    EXPECT_THAT(client.deviceID("speaker-é"), Optional(42));
+    hal.set(systemObject, global(kAudioHardwarePropertyTranslateUIDToDevice), UInt32{0}).deliveredSize = 2;
+    EXPECT_EQ(statusThrown([&] { client.deviceID("speaker-é"); }), kAudioHardwareBadPropertySizeError);
+}
+
 TEST_F(SystemCoreAudioClientTest, CreatesAndDestroysAggregates) {
     AggregateDeviceDescription description{.uid = "agg",
                                            .name = "Küche & Bad",

@@ -38,17 +38,6 @@ class SystemOutputTests : public RealServer {
     }
 };
 
-TEST_F(SystemOutputTests, TheDefaultOutputIsTheOneInForceWhenTheCallReturns) {
-    client->setDefaultOutputDevice(id("usb"));
-    EXPECT_EQ(defaultUID(), "usb");
-    EXPECT_TRUE(lab->waitForDefault("usb"));
-    lab->pickDefault("blue"); // somebody else
-    EXPECT_TRUE(runUntil([&] { return defaultUID() == "blue"; }));
-    lab->unplug("blue");
-    EXPECT_TRUE(runUntil([&] { return defaultUID() == "usb" || defaultUID() == "desk"; }));
-    client->setDefaultOutputDevice(id("desk"));
-}
-
 /// Other programs that begin to watch the server's store, again and again.
 class Watchers {
   public:

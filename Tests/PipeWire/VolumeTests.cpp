@@ -10,7 +10,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::FloatNear;
-using testing::IsEmpty;
 
 class VolumeTests : public RealServer {
   protected:
@@ -54,23 +53,6 @@ TEST_F(VolumeTests, AScalarIsTheCubeRootOfTheLoudestChannel) {
                 linearVolumes("desk"));
         })) << set;
     }
-}
-
-TEST_F(VolumeTests, MuteIsApartFromVolume) {
-    EXPECT_TRUE(client->supportsOutputMute(id("usb")));
-    client->setOutputVolume(id("usb"), 0.5F);
-    EXPECT_FALSE(client->outputMute(id("usb")));
-    client->setOutputMute(id("usb"), true);
-    EXPECT_TRUE(client->outputMute(id("usb")));
-    EXPECT_NEAR(client->outputVolume(id("usb")), 0.5F, 1e-4F);
-    client->setOutputVolume(id("usb"), 0.7F);
-    EXPECT_TRUE(client->outputMute(id("usb")));
-    {
-        const SoundLab::Lock lock(*lab);
-        lab->graph().device("usb")->setMute(false); // another program
-    }
-    EXPECT_TRUE(runUntil([&] { return !client->outputMute(id("usb")); }));
-    client->setOutputVolume(id("usb"), 1.0F);
 }
 
 TEST_F(VolumeTests, EveryChannelOfEveryOutputHasIt) {

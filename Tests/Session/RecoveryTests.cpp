@@ -17,19 +17,8 @@ using Operation = CoreAudioOperation;
 using State = AudioSessionState;
 
 /// What one run leaves behind when it dies, and what the next one makes of it.
-class RecoveryTests : public MachineTest {
+class RecoveryTests : public ProgramTest {
   protected:
-    RecoveryTests() {
-        plugUsualOutputs();
-        launch();
-    }
-
-    void launch() {
-        program = std::make_unique<Program>(*this);
-        loop.runReady();
-        log.clear();
-        world.calls.clear();
-    }
     void crashAndLaunch() {
         Program::crash(program);
         launch();
@@ -43,8 +32,6 @@ class RecoveryTests : public MachineTest {
         EXPECT_FALSE(recover()) << "a second recovery has nothing to do";
         EXPECT_THAT(log.lines(), IsEmpty());
     }
-
-    std::unique_ptr<Program> program;
 };
 
 TEST_F(RecoveryTests, NothingToRecoverChangesAndLogsNothing) {

@@ -13,30 +13,19 @@ namespace velto {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::AllOf;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using Operation = CoreAudioOperation;
 using Error = AudioManagerError;
 using State = AudioSessionState;
 
 /// A program on a machine with the usual outputs: sound goes to the USB interface, alerts to the display.
-class SystemAudioManagerTests : public MachineTest {
+class SystemAudioManagerTests : public ProgramTest {
   protected:
-    SystemAudioManagerTests() {
-        plugUsualOutputs();
-        program.emplace(*this);
-        loop.runReady();
-        log.clear();
-        world.calls.clear();
-    }
-
     SystemAudioManager& session() { return program->session; }
     const State& state() { return session().state(); }
     Started<void> start() { return program->finish(program->start("bluetooth", "builtin")); }
     Started<void> stop() { return program->finish(session().stop()); }
-    AudioObjectID aggregateID() { return world.objectID(AggregateDeviceManager::aggregateUID); }
     void expectOutputs(const std::string& defaultOutput, const std::string& alertOutput) {
         EXPECT_EQ(world.defaultOutputUID(), defaultOutput);
         EXPECT_EQ(world.alertOutputUID(), alertOutput);
@@ -45,8 +34,6 @@ class SystemAudioManagerTests : public MachineTest {
     void expectUntouched() {
         EXPECT_THAT(violations(*program, {.defaultOutputs = {"usb"}, .alertOutputs = {"hdmi"}}), IsEmpty());
     }
-
-    std::optional<Program> program;
 };
 
 TEST_F(SystemAudioManagerTests, StartTakesOverBothOutputsAndStopGivesThemBack) {
@@ -198,6 +185,30 @@ TEST_F(SystemAudioManagerTests, RestoreGoesOnWithoutTheAlertOutput) {
                              "an error: Bad audio device"));
 }
 
+TEST_F(SystemAudioManagerTests, AbandonLeavesTheUsersChoice) {
+    start().value();
+    world.pickDefault("hdmi");
+    world.faults.lingersAfterDestroy = 250ms;
+    const State playing = state();
+    const auto abandoned = program->begin(session().abandonSession());
+    loop.advance(200ms);
+    EXPECT_EQ(state(), playing) << "until it is done";
+    EXPECT_TRUE(session().isOperationRunning());
+
+    // A session that is being given up neither comes back nor changes.
+    session().reassertDefaultOutput();
+    world.unplug("bluetooth");
+    EXPECT_FALSE(session().updateDegradedState());
+    loop.runReady();
+    EXPECT_EQ(state(), playing);
+    EXPECT_EQ(log.count("re-assert"), 0U);
+
+    loop.runUntilIdle();
+    EXPECT_TRUE(abandoned.isDone());
+    EXPECT_EQ(state(), State::idle());
+    EXPECT_THAT(violations(*program, {.defaultOutputs = {"hdmi"}, .alertOutputs = {"builtin"}}), IsEmpty());
+}
+
 TEST_F(SystemAudioManagerTests, DegradedUntilAllOutputsAreBackInTheAggregate) {
     EXPECT_FALSE(session().updateDegradedState());
     start().value();
@@ -232,6 +243,9 @@ TEST_F(SystemAudioManagerTests, DegradedUntilAllOutputsAreBackInTheAggregate) {
     EXPECT_TRUE(state().is<State::Degraded>());
     EXPECT_TRUE(
         log.contains("SystemOutput notice: Headphones reconnected but is not active in the aggregate"));
+    // What can't be read counts as missing.
+    world.calls.failNext(Operation::deviceIDForUID, kAudioHardwareNotReadyError);
+    EXPECT_FALSE(session().updateDegradedState());
     stop().value();
     expectUntouched();
 }

@@ -152,6 +152,19 @@ TEST_F(MenuBarTests, SwitchesARunningSessionToOtherOutputs) {
 
 // Volume
 
+TEST_F(MenuBarTests, KeepsThePresetsSettingsOfALostOutput) {
+    play("bluetooth", "builtin");
+    const UUID id = save("Evening");
+    menuBar().volumeBinding("bluetooth").set(0.25F);
+    unplug("bluetooth");
+    menuBar().volumeBinding("builtin").set(0.5F);
+    menuBar().masterVolume().set(0.75F);
+    menuBar().muteBinding("builtin").set(true);
+    EXPECT_FLOAT_EQ(volumeOf("builtin"), 0.75F);
+    EXPECT_THAT(preferences().preset(id)->deviceSettings.at("bluetooth").volume, Optional(0.25F));
+    EXPECT_FALSE(menuBar().outputCards().at(0).hasVolume);
+}
+
 // Sync
 
 TEST_F(MenuBarTests, SumsUpTheCorrectionsOfWhatPlays) {
@@ -198,12 +211,12 @@ TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
     const auto turns = loop.turnCount();
     loop.advance(24h);
     EXPECT_EQ(loop.turnCount(), turns) << "nothing runs while nothing changes";
-    const auto expectChange = [&](std::string_view what, const std::function<void()>& change, int times = 1) {
+    const auto expectChange = [&](std::string_view what, const std::function<void()>& change) {
         changes = 0;
         change();
         EXPECT_EQ(changes, 0) << what;
         loop.runReady();
-        EXPECT_EQ(changes, times) << what;
+        EXPECT_EQ(changes, 1) << what;
     };
     expectChange("own fields", [&] {
         choose("bluetooth", "builtin");
@@ -211,7 +224,6 @@ TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
         menuBar().setIsShowingPresetEditor(true);
         menuBar().setIsChoosingOutputs(true);
     });
-    expectChange("equal fields", [&] { menuBar().setNewPresetName("Evening"); }, 0);
     expectChange("a preference", [&] { preferences().setRememberSelectedDevices(false); });
     menuBar().play();
     run();

@@ -7,7 +7,6 @@ namespace velto {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Optional;
 
 class PresetViewModelTests : public ShellTest {
@@ -70,6 +69,16 @@ TEST_F(PresetViewModelTests, Renames) {
     EXPECT_EQ(presets().renameTarget(), std::nullopt);
     presets().undoDelete();
     EXPECT_EQ(row(third).name, "Third");
+}
+
+TEST_F(PresetViewModelTests, TogglesFlags) {
+    for (const bool isOn : {true, false}) {
+        presets().toggleFavorite(first);
+        presets().toggleAutoConnect(second);
+        EXPECT_EQ(row(first).isFavorite, isOn);
+        EXPECT_EQ(row(second).isAutoConnect, isOn);
+        EXPECT_FALSE(row(first).isAutoConnect || row(second).isFavorite);
+    }
 }
 
 TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {

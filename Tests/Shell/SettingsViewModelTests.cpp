@@ -8,14 +8,10 @@
 namespace velto {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Optional;
 using testing::StartsWith;
 
 class SettingsTests : public ShellTest {
@@ -87,6 +83,18 @@ TEST_F(SettingsTests, ReportsAnyRateThatADeviceMayHave) {
 }
 
 // Reset
+
+TEST_F(SettingsTests, IsBusyWhileItResets) {
+    play("bluetooth", "builtin");
+    world.faults.lingersAfterDestroy = std::chrono::milliseconds(300);
+    settings().beginReset();
+    settings().beginReset(); // pressed twice
+    loop.advance(std::chrono::milliseconds(100));
+    EXPECT_TRUE(settings().isResetting());
+    run();
+    EXPECT_FALSE(settings().isResetting());
+    EXPECT_FALSE(menuBar().isPlaying());
+}
 
 // Preferences
 
