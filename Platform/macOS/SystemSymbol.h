@@ -8,8 +8,8 @@
 namespace velto {
 
 /// How much each pixel is covered by the symbol of that name, from 0 to 255, row by row from the top, the
-/// symbol as large as fits, in the middle. Empty when there is none of that name, or no pixel. Main thread
-/// only.
+/// symbol in the middle with a little space around. Empty when there is none of that name, or no pixel. Main
+/// thread only.
 std::vector<std::uint8_t> systemSymbolCoverage(std::string_view name, int width, int height);
 
 } // namespace velto

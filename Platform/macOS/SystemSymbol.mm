@@ -11,8 +11,10 @@ namespace velto {
 
 namespace {
 
+/// With as much space around as the drawings have that the program is shipped with.
 NSRect centred(NSSize image, double width, double height) {
-    const double scale = std::min(width / image.width, height / image.height);
+    constexpr double filled = 5.0 / 6;
+    const double scale = filled * std::min(width / image.width, height / image.height);
     const NSSize size = NSMakeSize(image.width * scale, image.height * scale);
     return NSMakeRect((width - size.width) / 2, (height - size.height) / 2, size.width, size.height);
 }

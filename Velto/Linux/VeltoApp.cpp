@@ -13,6 +13,7 @@
 #include "Velto/Linux/QtLoop.h"
 #include "Velto/Linux/UserInterfaceModule.h"
 #include "Velto/Qt/QtApplicationHost.h"
+#include "Velto/Shell/ProgramMain.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QGuiApplication>
@@ -21,7 +22,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -113,10 +113,5 @@ int run(int argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
-    try {
-        return velto::run(argumentCount, arguments);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "velto: %s\n", error.what());
-        return 1;
-    }
+    return velto::programMain("velto", [&] { return velto::run(argumentCount, arguments); });
 }

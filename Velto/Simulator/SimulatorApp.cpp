@@ -6,6 +6,7 @@
 #include "Velto/Linux/LinuxApplication.h"
 #include "Velto/Linux/QtLoop.h"
 #include "Velto/Qt/QuickUserInterface.h"
+#include "Velto/Shell/ProgramMain.h"
 #include "Velto/Simulator/DeviceBench.h"
 #include "Velto/Simulator/DeviceBenchAdapter.h"
 #include "Velto/Simulator/SimulatedComputer.h"
@@ -14,8 +15,6 @@
 #include <QGuiApplication>
 #include <QIcon>
 
-#include <cstdio>
-#include <exception>
 #include <memory>
 
 namespace velto {
@@ -60,10 +59,5 @@ int run(int argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
-    try {
-        return velto::run(argumentCount, arguments);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "velto-simulator: %s\n", error.what());
-        return 1;
-    }
+    return velto::programMain("velto-simulator", [&] { return velto::run(argumentCount, arguments); });
 }

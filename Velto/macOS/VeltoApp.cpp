@@ -10,6 +10,7 @@
 #include "Platform/macOS/TerminationDelegate.h"
 #include "Platform/macOS/UnifiedLogSink.h"
 #include "Velto/Qt/QuickUserInterface.h"
+#include "Velto/Shell/ProgramMain.h"
 #include "Velto/macOS/MacApplication.h"
 #include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -17,8 +18,6 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 
-#include <cstdio>
-#include <exception>
 #include <memory>
 #include <utility>
 
@@ -65,10 +64,5 @@ int run(int argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
-    try {
-        return velto::run(argumentCount, arguments);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "Velto: %s\n", error.what());
-        return 1;
-    }
+    return velto::programMain("Velto", [&] { return velto::run(argumentCount, arguments); });
 }
