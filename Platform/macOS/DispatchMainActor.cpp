@@ -90,9 +90,9 @@ void DispatchMainActor::cancelTimer(TimerID timer) noexcept {
 
 void DispatchMainActor::performBlocking(Work work, Work done) {
     submit(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0),
-           [this, work = std::move(work), done = std::move(done)]() mutable {
+           [work = std::move(work), done = std::move(done)]() mutable {
                work();
-               post(std::move(done));
+               submit(dispatch_get_main_queue(), std::move(done)); // the actor may be gone by then
            });
 }
 
