@@ -80,12 +80,13 @@ class Build:
     def command(self, source, architecture, library):
         """Its compilation as on a Mac, without the output and the file."""
         kept = []
-        skipped = 0
-        for word in self.commands[source]:
-            if skipped:
-                skipped -= 1
-            elif word in ("-o", "-c", "-arch", "-isysroot"):
-                skipped = 1
+        words = iter(self.commands[source])
+        for word in words:
+            if word in ("-o", "-c", "-arch", "-isysroot"):
+                next(words)
+            elif word == "-isystem":
+                folder = next(words)
+                kept += ["-isystem", folder] if folder != "/usr/include" else []  # where Linux' own headers are
             elif not re.match(r"--target=|-mmacosx-version-min=|-O\d|-g$|-fsanitize", word):
                 kept.append(word)
         return kept + [f"--target={architecture}-apple-macos{DEPLOYMENT_TARGET}", "-isysroot", str(self.sdk.path),
