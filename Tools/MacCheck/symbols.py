@@ -1,5 +1,6 @@
 """What objects define: all that their headers declare, and all that the program needs of its own."""
 import concurrent.futures
+import functools
 import json
 import os
 import re
@@ -30,16 +31,15 @@ def _defined(build, architecture):
     return {symbol for file in files if file.exists() for symbol in _symbols(file)}
 
 
+@functools.cache
 def _generated_objects(build, architecture):
     """Of Qt's meta-object compiler: they define what a Q_OBJECT declares."""
     objects = []
     for source in build.generated_sources():
-        file = object_of(build, source, architecture)
-        if not file.exists():
-            said = compile_source(build, source, architecture, next(iter(libraries(build.sdk).values())), True)
-            if said:
-                raise Unusable(f"{source} doesn't compile:\n{said}")
-        objects.append(file)
+        said = compile_source(build, source, architecture, next(iter(libraries(build.sdk).values())), True)
+        if said:
+            raise Unusable(f"{source} doesn't compile:\n{said}")
+        objects.append(object_of(build, source, architecture))
     return objects
 
 
