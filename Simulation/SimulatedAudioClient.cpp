@@ -5,6 +5,7 @@
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -29,6 +30,27 @@ constexpr AudioObjectID theSystem = kAudioObjectSystemObject;
 
 [[noreturn]] void refuse(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
 
+/// Whether the operation changes something, and so needs an answer even while the service hangs.
+bool isChange(CoreAudioOperation operation) noexcept {
+    constexpr std::array changes{CoreAudioOperation::setNominalSampleRate,
+                                 CoreAudioOperation::setDefaultOutputDevice,
+                                 CoreAudioOperation::setDefaultSystemOutputDevice,
+                                 CoreAudioOperation::createAggregateDevice,
+                                 CoreAudioOperation::destroyAggregateDevice,
+                                 CoreAudioOperation::setSubDeviceDriftCompensation,
+                                 CoreAudioOperation::setOutputVolume,
+                                 CoreAudioOperation::setOutputMute};
+    return std::ranges::find(changes, operation) != changes.end();
+}
+
+/// For what nobody waits for any more.
+void obey(const auto& body) {
+    try {
+        body();
+    } catch (const AudioManagerError&) { // what was to be changed has gone
+    }
+}
+
 /// The rates that all the outputs of an aggregate can run at.
 std::vector<SampleRateRange> shared(const std::vector<SampleRateRange>& first,
                                     const std::vector<SampleRateRange>& second) {
@@ -45,10 +67,38 @@ std::vector<SampleRateRange> shared(const std::vector<SampleRateRange>& first,
 
 } // namespace
 
+void SimulatedAudioSystem::swapWithLastHeard() noexcept {
+    if (!lastHeard_) return;
+    std::swap(plugged_, lastHeard_->plugged);
+    std::swap(aggregates_, lastHeard_->aggregates);
+    std::swap(defaultOutput_, lastHeard_->defaultOutput);
+    std::swap(alertOutput_, lastHeard_->alertOutput);
+}
+
+/// What the body reads, in the world as the program knows it.
+template <class Body>
+auto SimulatedAudioSystem::asLastHeard(Body body) {
+    struct Swapped {
+        explicit Swapped(SimulatedAudioSystem& world) : world(world) { world.swapWithLastHeard(); }
+        ~Swapped() { world.swapWithLastHeard(); }
+        SimulatedAudioSystem& world;
+    };
+    const Swapped swapped(*this);
+    return body();
+}
+
 template <class Body>
 auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Body body) {
     const auto failure = calls.begin(operation, object);
-    if (!isServiceRunning_) fail(operation, kAudioHardwareNotRunningError);
+    const auto noAnswer = [this, operation] {
+        isKnownToHang_ = isHanging_;
+        fail(operation, kAudioHardwareNotRunningError);
+    };
+    if (!isReachable()) noAnswer();
+    if (isHanging_ && isChange(operation)) {
+        if (faults.obeysLate.consume()) lateWork_.emplace_back([body] { obey(body); });
+        noAnswer();
+    }
     if (failure && !failure->isAfterEffect) fail(operation, *failure);
     const auto failAfterwards = [&] {
         publish();
@@ -56,10 +106,10 @@ auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Bo
     };
     try {
         if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
-            body();
+            asLastHeard(body);
             failAfterwards();
         } else {
-            auto value = body();
+            auto value = asLastHeard(body);
             failAfterwards();
             return value;
         }
@@ -73,12 +123,12 @@ template <class Value, class Body>
 Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
                                    Body body) noexcept {
     const auto failure = calls.begin(operation, object);
-    return failure || !isServiceRunning_ ? std::move(otherwise) : static_cast<Value>(body());
+    return failure || !isReachable() ? std::move(otherwise) : static_cast<Value>(asLastHeard(body));
 }
 
 template <class Value>
 Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID device,
-                                   Value SimulatedDevice::* field) noexcept {
+                                   Value SimulatedDevice::*field) noexcept {
     return answer(operation, device, Value(), [&] {
         const Plugged* found = plugged_.find(device);
         return found ? found->device.*field : Value();
@@ -187,7 +237,7 @@ std::vector<SampleRateRange> SimulatedAudioSystem::availableSampleRates(AudioObj
 }
 
 void SimulatedAudioSystem::setNominalSampleRate(AudioObjectID device, double sampleRate) {
-    perform(Operation::setNominalSampleRate, device, [&] {
+    perform(Operation::setNominalSampleRate, device, [=, this] {
         if (!aggregate(device) && !requireDevice(device).supports(sampleRate))
             refuse(kAudioDeviceUnsupportedFormatError);
         const auto delay = faults.slowRateChange.consume();
@@ -205,7 +255,7 @@ AudioObjectID SimulatedAudioSystem::defaultOutputDeviceID() {
 }
 
 void SimulatedAudioSystem::setDefaultOutputDevice(AudioObjectID device) {
-    perform(Operation::setDefaultOutputDevice, device, [&] {
+    perform(Operation::setDefaultOutputDevice, device, [=, this] {
         if (!canPlay(device)) refuse(kAudioHardwareBadDeviceError);
         const auto delay = faults.slowOutputChange.consume();
         if (!delay) return setDefaultOutput(device);
@@ -220,7 +270,7 @@ AudioObjectID SimulatedAudioSystem::defaultSystemOutputDeviceID() {
 }
 
 void SimulatedAudioSystem::setDefaultSystemOutputDevice(AudioObjectID device) {
-    perform(Operation::setDefaultSystemOutputDevice, device, [&] {
+    perform(Operation::setDefaultSystemOutputDevice, device, [=, this] {
         if (!canPlay(device)) refuse(kAudioHardwareBadDeviceError);
         const auto delay = faults.slowOutputChange.consume();
         if (!delay) return setAlertOutput(device);
@@ -233,7 +283,7 @@ void SimulatedAudioSystem::setDefaultSystemOutputDevice(AudioObjectID device) {
 // Aggregates
 
 AudioObjectID SimulatedAudioSystem::createAggregateDevice(const AggregateDeviceDescription& description) {
-    return perform(Operation::createAggregateDevice, theSystem, [&] {
+    return perform(Operation::createAggregateDevice, theSystem, [this, description] {
         if (faults.createsInvalidDevice.consume())
             throw AudioManagerError::aggregateCreationFailed("Core Audio returned an invalid device.");
         return makeAggregate(description);
@@ -241,7 +291,7 @@ AudioObjectID SimulatedAudioSystem::createAggregateDevice(const AggregateDeviceD
 }
 
 void SimulatedAudioSystem::destroyAggregateDevice(AudioObjectID device) {
-    perform(Operation::destroyAggregateDevice, device, [&] {
+    perform(Operation::destroyAggregateDevice, device, [=, this] {
         if (requireAggregate(device).isGoing) refuse(kAudioHardwareBadObjectError);
         destroyAggregate(device);
     });
@@ -296,7 +346,7 @@ bool SimulatedAudioSystem::subDeviceDriftCompensation(AudioObjectID subDevice) {
 }
 
 void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) {
-    perform(Operation::setSubDeviceDriftCompensation, subDevice, [&] {
+    perform(Operation::setSubDeviceDriftCompensation, subDevice, [=, this] {
         Member& member = requireMember(subDevice);
         if (std::exchange(member.driftCompensation, enabled) == enabled) return;
         notify(subDevice, kAudioSubDevicePropertyDriftCompensation);
@@ -326,7 +376,7 @@ float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
 }
 
 void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
-    perform(Operation::setOutputVolume, device, [&] {
+    perform(Operation::setOutputVolume, device, [=, this] {
         SimulatedDevice changed = requireControls(device);
         if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
         changed.volume = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
@@ -350,7 +400,7 @@ bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
 }
 
 void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
-    perform(Operation::setOutputMute, device, [&] {
+    perform(Operation::setOutputMute, device, [=, this] {
         SimulatedDevice changed = requireControls(device);
         if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
         changed.isMuted = isMuted;
@@ -389,6 +439,8 @@ PropertyListenerTokenRef SimulatedAudioSystem::addPropertyListener(AudioObjectID
                                                                    AudioObjectPropertyScope scope,
                                                                    AudioObjectPropertyElement element,
                                                                    PropertyListenerHandler handler) {
+    if (selector == kAudioHardwarePropertyServiceRestarted && !isReachable())
+        return listeners_.add(objectID, {selector, scope, element}, std::move(handler)); // nobody is asked
     return perform(Operation::addPropertyListener, objectID, [&] {
         if (objectID != theSystem && uid(objectID).empty()) refuse(kAudioHardwareBadObjectError);
         return listeners_.add(objectID, {selector, scope, element}, std::move(handler));

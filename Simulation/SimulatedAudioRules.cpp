@@ -209,6 +209,7 @@ void SimulatedAudioSystem::notify(AudioObjectID id, AudioObjectPropertySelector 
 }
 
 void SimulatedAudioSystem::publish() {
+    if (isHanging_) return observers_.notify(); // the program hears of it when the service answers
     const auto changes = std::exchange(unpublished_, {});
     if (changes.empty()) return;
     const auto delivery = faults.notifiesSynchronously.consume() ? SimulatedListeners::Delivery::synchronous

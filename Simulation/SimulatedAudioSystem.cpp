@@ -148,6 +148,9 @@ void SimulatedAudioSystem::removeAggregate(std::string_view uid) {
 }
 
 void SimulatedAudioSystem::stopAudioService() {
+    isHanging_ = isKnownToHang_ = false;
+    lastHeard_.reset();
+    lateWork_.clear();
     isServiceRunning_ = false;
     listeners_.forgetAllButServiceRestarted();
     aggregates_.clear();
@@ -156,6 +159,7 @@ void SimulatedAudioSystem::stopAudioService() {
 }
 
 void SimulatedAudioSystem::startAudioService() {
+    if (isServiceRunning_) return;
     const std::string defaultOutput = defaultOutputUID();
     const std::string alertOutput = alertOutputUID();
     plugged_.renumber(nextID_);
@@ -173,7 +177,25 @@ void SimulatedAudioSystem::restartAudioService() {
     startAudioService();
 }
 
-void SimulatedAudioSystem::programDies() { listeners_.forgetAll(); }
+void SimulatedAudioSystem::hangAudioService() {
+    if (!isServiceRunning_ || std::exchange(isHanging_, true)) return;
+    lastHeard_ = LastHeard{plugged_, aggregates_, defaultOutput_, alertOutput_};
+}
+
+void SimulatedAudioSystem::resumeAudioService() {
+    if (!std::exchange(isHanging_, false)) return;
+    isKnownToHang_ = false;
+    lastHeard_.reset();
+    for (const auto& work : std::exchange(lateWork_, {}))
+        work();
+    notify(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
+    publish();
+}
+
+void SimulatedAudioSystem::programDies() {
+    listeners_.forgetAll();
+    lastHeard_.reset();
+}
 
 // Questions
 

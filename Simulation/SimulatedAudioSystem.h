@@ -68,6 +68,11 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     /// The audio service is there again: devices have new object IDs, aggregates are gone.
     void startAudioService();
     void restartAudioService();
+    /// The audio service stops answering: the program reads what it has last heard, and what it wants changed
+    /// fails. Of what happens meanwhile nobody is told before the service answers.
+    void hangAudioService();
+    /// The audio service answers again.
+    void resumeAudioService();
     /// The program that used this client dies: its listeners go, what it made stays.
     void programDies();
 
@@ -98,6 +103,7 @@ class SimulatedAudioSystem final : public CoreAudioClient {
 
     // The client
 
+    bool isAnswering() const noexcept override { return isServiceRunning_ && !isKnownToHang_; }
     std::vector<AudioObjectID> allDeviceIDs() override;
     std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
     std::string deviceUID(AudioObjectID device) override;
@@ -158,6 +164,13 @@ class SimulatedAudioSystem final : public CoreAudioClient {
         bool isAlive;
         bool isGoing; // destroyed, but lingering
     };
+    /// What the program knows of the world while the audio service hangs.
+    struct LastHeard {
+        PluggedDevices plugged;
+        std::vector<Aggregate> aggregates;
+        AudioObjectID defaultOutput;
+        AudioObjectID alertOutput;
+    };
     using Operation = CoreAudioOperation;
 
     // The world's rules (SimulatedAudioRules.cpp). Only verbs and the client publish what has changed.
@@ -189,12 +202,16 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     void publish();
 
     // The client's plumbing (SimulatedAudioClient.cpp).
+    bool isReachable() const noexcept { return isServiceRunning_ && (!isHanging_ || lastHeard_); }
+    void swapWithLastHeard() noexcept;
+    template <class Body>
+    auto asLastHeard(Body body);
     template <class Body>
     auto perform(Operation operation, AudioObjectID object, Body body);
     template <class Value, class Body>
     Value answer(Operation operation, AudioObjectID object, Value otherwise, Body body) noexcept;
     template <class Value>
-    Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::* field) noexcept;
+    Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::*field) noexcept;
 
     MainActor& actor_;
     SimulatedListeners listeners_;
@@ -206,6 +223,12 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     AudioObjectID alertOutput_ = kAudioObjectUnknown;
     AudioObjectID nextID_ = 40;
     bool isServiceRunning_ = true;
+    bool isHanging_ = false;
+    /// Since a call got no answer.
+    bool isKnownToHang_ = false;
+    /// While the service hangs; none for a program that was begun meanwhile.
+    std::optional<LastHeard> lastHeard_;
+    std::vector<std::function<void()>> lateWork_;
     std::vector<std::pair<AudioObjectID, AudioObjectPropertyAddress>> unpublished_;
     /// Runs out with the world; timers look at it.
     std::shared_ptr<SimulatedAudioSystem*> self_;

@@ -18,6 +18,7 @@ std::vector<std::string> SimulatedFaults::unconsumed() const {
     check(returnsWithAnotherID, "returnsWithAnotherID");
     check(slowRateChange, "slowRateChange");
     check(slowOutputChange, "slowOutputChange");
+    check(obeysLate, "obeysLate");
     check(notifiesSynchronously, "notifiesSynchronously");
     return names;
 }

@@ -56,6 +56,8 @@ struct SimulatedFaults {
     FaultSwitch<Duration> slowRateChange;
     /// Switching the default or alert output takes so long; reads give the old one meanwhile.
     FaultSwitch<Duration> slowOutputChange;
+    /// What a hanging audio service is asked to change, it changes when it answers again.
+    FaultSwitch<bool> obeysLate;
     /// Listeners are called before the call that causes the change returns.
     FaultSwitch<bool> notifiesSynchronously;
 

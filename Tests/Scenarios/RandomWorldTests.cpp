@@ -42,6 +42,7 @@ enum class Act {
     pickDefault,
     removeAggregate,
     restartAudioService,
+    loseAudioService,
     wake,
     wait,
     failCall,
@@ -53,7 +54,7 @@ enum class Act {
 };
 constexpr auto lastAct = Act::quit;
 
-constexpr std::array<std::string_view, 24> actNames{"play",
+constexpr std::array<std::string_view, 25> actNames{"play",
                                                     "stop",
                                                     "activate",
                                                     "savePreset",
@@ -69,6 +70,7 @@ constexpr std::array<std::string_view, 24> actNames{"play",
                                                     "pickDefault",
                                                     "removeAggregate",
                                                     "restartAudioService",
+                                                    "loseAudioService",
                                                     "wake",
                                                     "wait",
                                                     "failCall",
@@ -101,9 +103,11 @@ rc::Gen<Step> anyStep() {
     const auto turns = rc::gen::weightedOneOf<std::optional<int>>(
         {{2, rc::gen::just(std::optional<int>())},
          {1, rc::gen::map(rc::gen::inRange(0, 12), [](int turns) { return std::optional(turns); })}});
-    const auto step = rc::gen::apply([](Act act, int which, int other,
-                                        std::optional<int> turns) { return Step{act, which, other, turns}; },
-                                     act, rc::gen::inRange(0, 60), rc::gen::inRange(0, 60), turns);
+    const auto step = rc::gen::apply(
+        [](Act act, int which, int other, std::optional<int> turns) {
+            return Step{act, which, other, turns};
+        },
+        act, rc::gen::inRange(0, 60), rc::gen::inRange(0, 60), turns);
     return rc::gen::resize(rc::kNominalSize, step); // at a smaller size the ranges are cut short
 }
 
@@ -182,6 +186,7 @@ class RandomStory {
     void plugOrUnplug(const std::string& uid, bool asAnother);
     void pickDefault(const std::string& uid);
     void breakSomething(const Step& step);
+    void bringAudioServiceBack();
     void checkQuietPoint();
 
     Machine machine_;
@@ -285,6 +290,16 @@ void RandomStory::performByWorld(const Step& step) {
         hasMeddled_ = true;
         loseTrack();
         break;
+    case Act::loseAudioService:
+        machine_.world.faults.obeysLate = step.other % 2 == 0;
+        if (step.which % 2 == 0) {
+            machine_.world.hangAudioService();
+        } else {
+            machine_.world.stopAudioService();
+            hasMeddled_ = true;
+        }
+        loseTrack();
+        break;
     case Act::wake:
         machine_.loop.sleepMachine(1h);
         app_->coordinator.handleWake();
@@ -360,7 +375,15 @@ void RandomStory::breakSomething(const Step& step) {
     }
 }
 
+/// Until then nothing that is unknown has changed anything, and nothing waits for ever.
+void RandomStory::bringAudioServiceBack() {
+    machine_.world.resumeAudioService();
+    machine_.world.startAudioService();
+    machine_.loop.runUntilIdle();
+}
+
 void RandomStory::checkQuietPoint() {
+    bringAudioServiceBack();
     const bool hasSession = app_->coordinator.state().isActive();
     InvariantContext context{.mayLeaveAggregate = mayFail_,
                              .mayHaveLostSession = mayFail_ || hasMeddled_,

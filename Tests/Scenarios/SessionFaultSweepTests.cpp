@@ -78,6 +78,21 @@ InvariantContext contextAfterFailureOf(const SweptOperation& swept, Operation fa
     return context;
 }
 
+InvariantContext contextAfterRecoveryFrom(const SweptOperation& swept) {
+    InvariantContext context{.defaultOutputs = swept.defaultOutputs, .alertOutputs = swept.alertOutputs};
+    context.alertOutputs.emplace_back("hdmi"); // a recovery knows where alerts went, an abandon leaves them
+    return context;
+}
+
+/// The audio service answers again, whatever it did, and the program is told.
+void answerAgain(SessionStage& stage) {
+    stage.machine.world.startAudioService();
+    stage.machine.world.resumeAudioService();
+    stage.program->devices.stopObserving();
+    stage.program->devices.startObserving();
+    EXPECT_EQ(stage.program->finish(stage.session().recoverIfNeeded()).error(), std::nullopt);
+}
+
 /// After whatever happened, the program still does its work.
 void expectWorking(SessionStage& stage) {
     stage.machine.world.faults = {};
@@ -119,6 +134,54 @@ TEST_P(SessionFaultSweepTests, EachCallFailsOnce) {
         EXPECT_EQ(outcome.error(), failure ? std::optional(failure->error) : std::nullopt);
         EXPECT_THAT(violations(*stage.program, contextAfterFailureOf(GetParam(), failed)), IsEmpty());
         expectWorking(stage);
+    }
+}
+
+/// What gets no answer is not failed: nothing is lost or left behind once there is an answer.
+TEST_P(SessionFaultSweepTests, EachCallGetsNoAnswerOnce) {
+    const std::size_t count = callsOf(GetParam()).size();
+    for (std::size_t i = 0; i < count; ++i) {
+        SessionStage stage;
+        GetParam().prepare(stage);
+        auto& calls = stage.machine.world.calls;
+        calls.clear();
+        calls.failCall(i, kAudioHardwareNotRunningError);
+        const auto outcome = stage.program->finish(GetParam().run(stage));
+        SCOPED_TRACE("call " + std::to_string(i) + ", " + std::string(name(calls.log().at(i).operation)));
+        EXPECT_TRUE(outcome.isDone());
+        const bool canSay = calls.log().at(i).operation != Operation::isAlive; // that answers false
+        if (outcome.error() && canSay) EXPECT_TRUE(outcome.error()->isNoAnswer());
+        stage.program->finish(stage.session().recoverIfNeeded());
+        EXPECT_THAT(violations(*stage.program, contextAfterRecoveryFrom(GetParam())), IsEmpty());
+        expectWorking(stage);
+    }
+}
+
+TEST_P(SessionFaultSweepTests, TheServiceHangsBeforeEachCall) {
+    const std::size_t count = callsOf(GetParam()).size();
+    for (const bool obeysLate : {false, true}) {
+        for (std::size_t i = 0; i < count; ++i) {
+            SCOPED_TRACE("call " + std::to_string(i) + (obeysLate ? ", obeyed late" : ""));
+            SessionStage stage;
+            GetParam().prepare(stage);
+            auto& world = stage.machine.world;
+            world.faults.obeysLate = obeysLate;
+            world.calls.atCall(i, [&] { world.hangAudioService(); });
+            const auto outcome = stage.program->finish(GetParam().run(stage));
+            EXPECT_TRUE(outcome.isDone());
+            if (outcome.error()) EXPECT_TRUE(outcome.error()->isNoAnswer());
+            // Asked again, it is refused, and nothing that is known of before is thrown away.
+            const auto record = stage.program->store.loadRecoveryState();
+            if (record && !stage.session().activeSession()) {
+                EXPECT_TRUE(
+                    stage.program->finish(stage.program->start("usb", "builtin")).error()->isNoAnswer());
+                EXPECT_TRUE(stage.program->finish(stage.session().recoverIfNeeded()).error()->isNoAnswer());
+                EXPECT_EQ(stage.program->store.loadRecoveryState(), record);
+            }
+            answerAgain(stage);
+            EXPECT_THAT(violations(*stage.program, contextAfterRecoveryFrom(GetParam())), IsEmpty());
+            expectWorking(stage);
+        }
     }
 }
 
@@ -198,11 +261,7 @@ TEST_P(SessionFaultSweepTests, SomethingHappensBeforeEachCall) {
             auto& world = stage.machine.world;
             world.calls.atCall(i, [&] { event(world); });
             EXPECT_TRUE(stage.program->finish(GetParam().run(stage)).isDone());
-            if (what.starts_with("audio service")) {
-                world.startAudioService();
-                stage.program->devices.stopObserving();
-                stage.program->devices.startObserving();
-            }
+            if (what.starts_with("audio service")) answerAgain(stage);
             EXPECT_THAT(violations(*stage.program, {.mayHaveLostSession = true}), IsEmpty());
             expectWorking(stage);
         }

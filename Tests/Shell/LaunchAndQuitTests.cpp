@@ -199,7 +199,98 @@ TEST_F(SleepTests, LooksAfterTheWakeAlthoughTheUserQuits) {
     EXPECT_THAT(world.aggregates(), IsEmpty());
 }
 
-class AudioServiceTests : public QuitTests {};
+class AudioServiceTests : public QuitTests {
+  protected:
+    /// The audio service is away, or hangs and does late what it is asked.
+    void loseService(bool isHanging) {
+        world.faults.obeysLate = isHanging;
+        isHanging ? world.hangAudioService() : world.stopAudioService();
+    }
+    void bringServiceBack() {
+        world.startAudioService();
+        world.resumeAudioService();
+        run();
+        world.faults.obeysLate = false;
+        // Where the service has gone with the aggregate, the system chose where sound goes since.
+        context = {.defaultOutputs = {"usb", "builtin"}, .alertOutputs = {"hdmi", "builtin"}};
+        EXPECT_THAT(violations(*this, state(), context), IsEmpty());
+    }
+};
+
+const AudioManagerError noAnswer = AudioManagerError::coreAudioError(kAudioHardwareNotRunningError);
+
+TEST_F(AudioServiceTests, NothingIsThrownAwayForWantOfAnAnswer) {
+    for (const bool isHanging : {false, true}) {
+        SCOPED_TRACE(isHanging);
+        play("bluetooth", "builtin");
+        defaults.synchronize();
+        crash();
+        const auto hasRecord = [&] { return preferences().loadRecoveryState().has_value(); };
+        loseService(isHanging);
+        launch(); // it meets nobody who could tell what is left of the session
+        EXPECT_TRUE(hasRecord());
+        EXPECT_EQ(quit(), Reply::now);
+        EXPECT_TRUE(hasRecord()) << "it is for the next launch";
+        launch();
+        bringServiceBack();
+        EXPECT_FALSE(hasRecord());
+
+        // The same for a stop, and for a quit.
+        play("bluetooth", "builtin");
+        loseService(isHanging);
+        menuBar().stop();
+        run();
+        EXPECT_EQ(coordinator().lastError(), noAnswer);
+        EXPECT_TRUE(hasRecord());
+        menuBar().play();
+        run();
+        EXPECT_EQ(coordinator().lastError(), noAnswer);
+        coordinator().dismissError();
+        settings().beginReset();
+        run();
+        EXPECT_EQ(coordinator().lastError(), noAnswer);
+        EXPECT_TRUE(hasRecord());
+        bringServiceBack();
+        EXPECT_EQ(coordinator().lastError(), std::nullopt);
+        EXPECT_TRUE(coordinator().state().is<AudioSessionState::Idle>());
+
+        play("bluetooth", "builtin");
+        loseService(isHanging);
+        EXPECT_EQ(quit(), Reply::later);
+        EXPECT_TRUE(hasRecord());
+        launch();
+        bringServiceBack();
+        world.pickDefault("usb");
+        world.pickAlertOutput("hdmi");
+        run();
+    }
+}
+
+TEST_F(AudioServiceTests, ASessionGoesOnWhileNobodyAnswers) {
+    play("bluetooth", "builtin");
+    const auto playing = coordinator().state();
+    for (const bool isHanging : {true, false}) {
+        loseService(isHanging);
+        state().deviceManager().handleChange();
+        coordinator().handleWake();
+        run();
+        EXPECT_EQ(coordinator().state(), playing);
+        EXPECT_EQ(state().deviceManager().devices().size(), 5U);
+        if (isHanging) { // it hears of it when there is an answer, no sooner
+            world.unplug("builtin");
+            run();
+            EXPECT_EQ(coordinator().state(), playing);
+            world.replug("builtin");
+        }
+        world.resumeAudioService();
+        world.startAudioService();
+        run();
+        EXPECT_TRUE(menuBar().isPlaying());
+        EXPECT_THAT(violations(*this, state()), IsEmpty());
+        world.faults.obeysLate = false;
+    }
+    context = {};
+}
 
 TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
     play("bluetooth", "builtin");

@@ -46,7 +46,7 @@ void AudioServiceMonitor::handleRestart() {
     volumeController_.renewListeners();
     // It reads the devices anew, before anybody is told of their changes: a session that has lost its
     // aggregate is rebuilt, not given up because the default output is another one.
-    coordinator_.handleWake();
+    coordinator_.handleServiceRestart();
     // What changed while nobody listened. By then a rebuild is under way.
     actor_.post([this, alive = std::weak_ptr(alive_)] {
         if (!alive.expired() && token_) deviceManager_.handleChange();

@@ -1,4 +1,4 @@
-// AudioServiceMonitor: takes up the work again when the audio service was restarted.
+// AudioServiceMonitor: takes up the work again when the audio service was restarted, or answers again.
 //
 // Owned by the root of the object graph; main actor only. A restarted service knows none of the listeners of
 // before and gives every device another object ID: what listens is made anew, then all is as after a wake.

@@ -2,6 +2,7 @@
 
 #include "VeltoCore/Aggregate/AudioClockCoordinator.h"
 #include "VeltoCore/Aggregate/SampleRateResolver.h"
+#include "VeltoCore/CoreAudio/Answer.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -145,7 +146,7 @@ Task<AudioObjectID> AggregateDeviceManager::createDevice(AggregateDeviceDescript
     try {
         co_return co_await std::move(created);
     } catch (const AudioManagerError& error) {
-        if (const auto status = error.status())
+        if (const auto status = error.status(); status && !error.isNoAnswer())
             throw AudioManagerError::aggregateCreationFailed(coreAudioDescription(*status));
         throw;
     }
@@ -221,7 +222,7 @@ Task<void> AggregateDeviceManager::destroyAggregate(AudioObjectID deviceID) {
     try {
         client_.destroyAggregateDevice(deviceID);
     } catch (const AudioManagerError& error) {
-        if (const auto status = error.status())
+        if (const auto status = error.status(); status && !error.isNoAnswer())
             throw AudioManagerError::aggregateDestroyFailed(coreAudioDescription(*status));
         throw;
     }
@@ -246,12 +247,8 @@ Task<void> AggregateDeviceManager::waitUntilGone() {
     logger.error("Aggregate {} still present 3s after destroy", std::string(aggregateUID));
 }
 
-std::optional<AudioObjectID> AggregateDeviceManager::existingAggregateDeviceID() const noexcept {
-    try {
-        return client_.deviceID(aggregateUID);
-    } catch (...) {
-        return std::nullopt;
-    }
+std::optional<AudioObjectID> AggregateDeviceManager::existingAggregateDeviceID() const {
+    return answeredOr(std::nullopt, [this] { return client_.deviceID(aggregateUID); });
 }
 
 bool AggregateDeviceManager::isVeltoAggregate(AudioObjectID deviceID) const noexcept {

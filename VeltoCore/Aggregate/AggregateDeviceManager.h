@@ -47,8 +47,8 @@ class AggregateDeviceManager {
     Task<void> destroyAggregate(AudioObjectID deviceID);
     /// Destroys the aggregate with our UID if there is one.
     Task<void> destroyExistingAggregate();
-    /// The aggregate with our UID; none also when it can't be looked up.
-    std::optional<AudioObjectID> existingAggregateDeviceID() const noexcept;
+    /// The aggregate with our UID; none also when it can't be looked up. Throws only when there is no answer.
+    std::optional<AudioObjectID> existingAggregateDeviceID() const;
     /// Whether the device carries our UID; false when that can't be read.
     bool isVeltoAggregate(AudioObjectID deviceID) const noexcept;
 

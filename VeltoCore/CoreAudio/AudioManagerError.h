@@ -94,6 +94,9 @@ class AudioManagerError final : public std::exception {
     const Kind& kind() const noexcept { return kind_; }
     /// The hardware status of a `coreAudioError`; none for the other cases.
     std::optional<OSStatus> status() const noexcept;
+    /// Whether the audio service gave no answer ('stop'): what was asked is unknown, and what was to be done
+    /// may be done yet, once the service answers again.
+    bool isNoAnswer() const noexcept { return status() == kAudioHardwareNotRunningError; }
 
     /// The message for the user, one or two sentences.
     const std::string& errorDescription() const noexcept { return description_; }

@@ -4,6 +4,12 @@
 // SimulatedAudioSystem. Used from the main actor. Operations that are not `noexcept` throw AudioManagerError,
 // nearly always `coreAudioError`; the others answer false or absence for what can't be known. Nothing is
 // cached for the caller: what was read may be old at the next turn.
+//
+// No answer is not "no". An operation that gets none from the audio service throws 'stop'
+// (AudioManagerError::isNoAnswer): with the service away every one does, but for listening to its return;
+// while it hangs, reads answer what was last heard, and what would change something gives up after half a
+// second, at once when it is known to hang. What was asked may take effect late. Once the service answers
+// again, restarted or awake, kAudioHardwarePropertyServiceRestarted is notified on the system object.
 #pragma once
 
 #include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
@@ -24,6 +30,10 @@ namespace velto {
 class CoreAudioClient {
   public:
     virtual ~CoreAudioClient() = default;
+
+    /// False while the audio service is known to be away or to hang. Costs nothing: it asks nobody. A
+    /// platform on which this shows only in the calls themselves answers true.
+    virtual bool isAnswering() const noexcept { return true; }
 
     // Devices
 

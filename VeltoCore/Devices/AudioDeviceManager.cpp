@@ -1,5 +1,6 @@
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 
+#include "VeltoCore/CoreAudio/Answer.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Devices/DeviceSelectionRules.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -8,7 +9,6 @@
 #include <array>
 #include <cmath>
 #include <exception>
-#include <type_traits>
 #include <utility>
 
 namespace velto {
@@ -17,14 +17,9 @@ namespace {
 
 constexpr const Logger& logger = LoggingService::audioDevices;
 
-/// What the call reads; the fallback when it throws.
-template <class Call, class Value = std::invoke_result_t<Call>>
-Value valueOr(Value fallback, Call call) {
-    try {
-        return call();
-    } catch (const std::exception&) {
-        return fallback; // the client has logged the failure
-    }
+bool isNoAnswer(const std::exception& error) {
+    const auto* known = dynamic_cast<const AudioManagerError*>(&error);
+    return known && known->isNoAnswer();
 }
 
 std::optional<AudioOutputDevice> find(const std::vector<AudioOutputDevice>& devices, const auto& value,
@@ -88,7 +83,7 @@ AudioDeviceManager::readDefaultOutputDevice(const std::vector<AudioOutputDevice>
         return device ? device : makeDevice(id);
     } catch (const std::exception& error) {
         logger.error("Failed to read default output: {}", error.what());
-        return std::nullopt;
+        return isNoAnswer(error) ? defaultOutputDevice() : std::nullopt;
     }
 }
 
@@ -101,17 +96,18 @@ std::optional<AudioOutputDevice> AudioDeviceManager::makeDevice(AudioObjectID id
         if (device.outputChannelCount < 1) return std::nullopt; // input only
         device.uid = client_.deviceUID(id);
         device.name = client_.deviceName(id);
-        device.transportType = AudioTransportType(valueOr(0U, [&] { return client_.transportType(id); }));
-        const double rate = valueOr(0.0, [&] { return client_.nominalSampleRate(id); });
+        device.transportType = AudioTransportType(answeredOr(0U, [&] { return client_.transportType(id); }));
+        const double rate = answeredOr(0.0, [&] { return client_.nominalSampleRate(id); });
         device.sampleRate = std::isfinite(rate) ? rate : 0;
         device.availableSampleRates =
-            valueOr(std::vector<SampleRateRange>{}, [&] { return client_.availableSampleRates(id); });
+            answeredOr(std::vector<SampleRateRange>{}, [&] { return client_.availableSampleRates(id); });
         device.manufacturer = client_.deviceManufacturer(id);
         device.latencyFrames = client_.outputLatencyFrames(id);
         device.safetyOffsetFrames = client_.outputSafetyOffsetFrames(id);
         device.hasVolumeControl = client_.supportsOutputVolume(id);
         return device;
     } catch (const std::exception& error) {
+        if (isNoAnswer(error)) throw;
         logger.debug("Left out device {}: {}", id, error.what()); // it went while it was being read
         return std::nullopt;
     }

@@ -55,7 +55,8 @@ class AudioDeviceManager {
     Subscription observeDefaultOutputDevice(std::function<void()> handler);
     Subscription observeChangeCounter(std::function<void()> handler);
 
-    /// Reads devices and default output again. A list that can't be read leaves the old one.
+    /// Reads devices and default output again. A list that can't be read leaves the old one, and without an
+    /// answer so does the default output.
     void refresh();
 
     /// Starts listening to the hardware layer; nothing when it listens already.

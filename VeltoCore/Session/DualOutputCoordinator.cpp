@@ -25,9 +25,10 @@ AudioManagerError errorToShow() {
 }
 
 /// How the task failed; none when it ended well.
-Task<std::optional<AudioManagerError>> failure(Task<void> task) {
+template <class T>
+Task<std::optional<AudioManagerError>> failure(Task<T> task) {
     try {
-        co_await std::move(task);
+        static_cast<void>(co_await std::move(task));
     } catch (...) {
         co_return errorToShow();
     }
@@ -75,13 +76,24 @@ std::optional<SyncProfile> DualOutputCoordinator::currentSyncProfile() const {
 // The program's life
 
 Task<void> DualOutputCoordinator::start() {
-    co_await systemAudio_.recoverIfNeeded();
+    co_await recover();
     if (isShuttingDown_) co_return;
     previousConnectedUIDs_ = deviceManager_.connectedUIDs();
     subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
         if (!alive.expired()) handleDevicesChanged();
     });
     deviceManager_.startObserving();
+}
+
+/// Cleans up after a session that was not ended. Without an answer it is for when the audio service is back.
+Task<void> DualOutputCoordinator::recover() {
+    auto recovering = failure(systemAudio_.recoverIfNeeded());
+    const std::optional<AudioManagerError> error = co_await std::move(recovering);
+    if (error) {
+        logger.error("Could not clean up yet: {}", error->errorDescription());
+    } else if (lastError_ && lastError_->isNoAnswer()) {
+        dismissError();
+    }
 }
 
 Task<void> DualOutputCoordinator::shutdown() {
@@ -181,9 +193,14 @@ Task<void> DualOutputCoordinator::resetAudioConfiguration() {
     if (!isShuttingDown_) {
         show(lastError_, std::optional<AudioManagerError>());
         if (state().isActive()) co_await stopSession();
-        co_await systemAudio_.recoverIfNeeded();
-        if (!state().isActive() && !state().isBusy()) preferences_.saveRecoveryState(std::nullopt);
-        systemAudio_.clearFailure();
+        auto recovering = failure(systemAudio_.recoverIfNeeded());
+        const std::optional<AudioManagerError> error = co_await std::move(recovering);
+        if (error) {
+            show(lastError_, error);
+        } else {
+            if (!state().isActive() && !state().isBusy()) preferences_.saveRecoveryState(std::nullopt);
+            systemAudio_.clearFailure();
+        }
         sessionChanged();
     }
     isResetting_ = false;

@@ -87,8 +87,10 @@ class DualOutputCoordinator {
     Task<void> shutdown();
     /// For when shutdown() can only follow in a later turn: turns away from now on all that would be started.
     void beginShutdown() noexcept { isShuttingDown_ = true; }
-    /// After the machine woke, or the audio service came back: rebuilds a session that did not survive.
+    /// After the machine woke: rebuilds a session that did not survive.
     void handleWake();
+    /// When the audio service answers again: as after a wake; and what got no answer is cleaned up after.
+    void handleServiceRestart();
 
     // What the user does
 
@@ -121,6 +123,7 @@ class DualOutputCoordinator {
     void startSucceeded(const AudioOutputDevice& first, const AudioOutputDevice& second,
                         std::optional<UUID> presetID, const Settings& settings);
     Task<void> stopSession();
+    Task<void> recover();
     Task<void> rebuild(DualOutputSession session);
     /// After a session has ended or could not be made.
     void sessionChanged();

@@ -111,6 +111,11 @@ void DualOutputCoordinator::handleWake() {
     }
 }
 
+void DualOutputCoordinator::handleServiceRestart() {
+    handleWake();
+    if (!isShuttingDown_) tasks_.spawn(recover());
+}
+
 // Tasks that events start. By the time they run, the world may be another one.
 
 Task<void> DualOutputCoordinator::abandon(DualOutputSession session) {

@@ -1,7 +1,10 @@
 #include "VeltoCore/Session/SystemAudioManager.h"
 
+#include "VeltoCore/CoreAudio/Answer.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
+
+#include <algorithm>
 
 namespace velto {
 
@@ -15,6 +18,18 @@ AudioGroup makeGroup(const AudioOutputDevice& first, const AudioOutputDevice& se
     } catch (const AudioGroup::ValidationError&) {
         throw AudioManagerError::sameDeviceSelected();
     }
+}
+
+AudioManagerError noAnswer() { return AudioManagerError::coreAudioError(kAudioHardwareNotRunningError); }
+
+/// How the task failed; none when it ended well.
+Task<std::optional<AudioManagerError>> failureOf(Task<void> task) {
+    try {
+        co_await std::move(task);
+    } catch (...) {
+        co_return currentAudioManagerError();
+    }
+    co_return std::nullopt;
 }
 
 } // namespace
@@ -65,7 +80,7 @@ Task<void> SystemAudioManager::start(AudioOutputDevice first, AudioOutputDevice 
         failure = currentAudioManagerError();
     }
     if (failure) {
-        recoveryStore_.saveRecoveryState(std::nullopt);
+        closeRecord(failure);
         state_.set(AudioSessionState::failed(*failure));
         throw *failure;
     }
@@ -81,6 +96,11 @@ Task<DualOutputSession> SystemAudioManager::buildSession(StartRequest request) {
         if (request.progress) request.progress(step);
     };
     report(PreparationStep::preparingAudio);
+    if (!client_.isAnswering()) throw noAnswer();
+    if (recoveryStore_.loadRecoveryState()) { // an earlier session's, which could not be cleaned up after
+        auto recovered = recover();
+        co_await std::move(recovered);
+    }
     const PreviousOutputs previous = outputs_.inForce();
     recoveryStore_.saveRecoveryState(RecoveryState{std::string(AggregateDeviceManager::aggregateUID),
                                                    previous.defaultUID, previous.systemUID, request.first.uid,
@@ -95,8 +115,10 @@ Task<DualOutputSession> SystemAudioManager::buildSession(StartRequest request) {
         failure = currentAudioManagerError();
     }
     if (failure) {
-        auto destroyed = destroyQuietly(aggregate.deviceID);
-        co_await std::move(destroyed);
+        if (!failure->isNoAnswer()) {
+            auto destroyed = destroyQuietly(aggregate.deviceID);
+            co_await std::move(destroyed);
+        }
         throw *failure;
     }
     logger.info("Default output switched to aggregate {}", aggregate.deviceID);
@@ -115,12 +137,20 @@ Task<AggregateDeviceInfo> SystemAudioManager::createAggregate(StartRequest reque
     co_return co_await std::move(creation);
 }
 
-/// For where a failure has no one to go to: the client has logged it.
+/// For where a failure has no one to go to: the client has logged it. Throws only when there is no answer.
 Task<void> SystemAudioManager::destroyQuietly(AudioObjectID aggregate) {
-    auto destroyed = aggregateManager_.destroyAggregate(aggregate);
-    try {
-        co_await std::move(destroyed);
-    } catch (...) {}
+    auto destroyed = failureOf(aggregateManager_.destroyAggregate(aggregate));
+    const auto failure = co_await std::move(destroyed);
+    if (failure && failure->isNoAnswer()) throw *failure;
+}
+
+/// The record goes when all is put back, or can't be; where there was no answer it says what is left to do.
+void SystemAudioManager::closeRecord(const std::optional<AudioManagerError>& failure) {
+    if (failure && failure->isNoAnswer()) {
+        logger.notice("The audio service does not answer; cleaning up when it does");
+    } else {
+        recoveryStore_.saveRecoveryState(std::nullopt);
+    }
 }
 
 // Stop
@@ -141,20 +171,10 @@ Task<void> SystemAudioManager::stop() {
 
 Task<void> SystemAudioManager::endSession(DualOutputSession session) {
     state_.set(AudioSessionState::stopping());
-    std::optional<AudioManagerError> failure = restoreOutputs(session);
-    if (const auto aggregate = aggregateOf(session)) {
-        auto destroyed = aggregateManager_.destroyAggregate(*aggregate);
-        try {
-            co_await std::move(destroyed);
-        } catch (...) {
-            const AudioManagerError error = currentAudioManagerError();
-            logger.error("Destroy failed: {}", error.errorDescription());
-            if (!failure) failure = error;
-        }
-    } else {
-        logger.notice("Aggregate was already removed by the system");
-    }
-    recoveryStore_.saveRecoveryState(std::nullopt);
+    auto undoing = failureOf(undo(std::move(session)));
+    const std::optional<AudioManagerError> failure = co_await std::move(undoing);
+    if (failure && failure->isNoAnswer()) respectChoice();
+    closeRecord(failure);
     deviceManager_.refresh();
     if (failure) {
         state_.set(AudioSessionState::failed(*failure));
@@ -164,7 +184,25 @@ Task<void> SystemAudioManager::endSession(DualOutputSession session) {
     logger.notice("Dual output stopped");
 }
 
-/// What failed; none also when someone else has changed the output, who is left alone.
+/// Takes all steps whatever fails, unless there is no answer; then throws the first failure.
+Task<void> SystemAudioManager::undo(DualOutputSession session) {
+    std::optional<AudioManagerError> failure = restoreOutputs(session);
+    if (const auto aggregate = aggregateOf(session)) {
+        auto destroying = failureOf(aggregateManager_.destroyAggregate(*aggregate));
+        const auto error = co_await std::move(destroying);
+        if (error) {
+            if (error->isNoAnswer()) throw *error;
+            logger.error("Destroy failed: {}", error->errorDescription());
+            if (!failure) failure = error;
+        }
+    } else {
+        logger.notice("Aggregate was already removed by the system");
+    }
+    if (failure) throw *failure;
+}
+
+/// What failed; none also when someone else has changed the output, who is left alone. Throws only when there
+/// is no answer.
 std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOutputSession& session) {
     const std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
     if (!outputs_.isDefaultOutputOurs()) {
@@ -179,18 +217,29 @@ std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOu
         return std::nullopt;
     } catch (...) {
         AudioManagerError error = currentAudioManagerError();
+        if (error.isNoAnswer()) throw error;
         logger.error("Restore failed: {}", error.errorDescription());
         return error;
     }
 }
 
-/// None when it is gone. Where it can't be looked up, it counts as there: it must not be left behind.
-std::optional<AudioObjectID>
-SystemAudioManager::aggregateOf(const DualOutputSession& session) const noexcept {
+/// None when it is gone. Where it can't be looked up, it counts as there: it must not be left behind. Throws
+/// only when there is no answer.
+std::optional<AudioObjectID> SystemAudioManager::aggregateOf(const DualOutputSession& session) const {
+    return answeredOr(session.aggregateDeviceID,
+                      [this] { return client_.deviceID(AggregateDeviceManager::aggregateUID); });
+}
+
+/// Where sound goes now is somebody's choice, if it is not our aggregate: a recovery that is left to do must
+/// lead there.
+void SystemAudioManager::respectChoice() {
+    std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
     try {
-        return client_.deviceID(AggregateDeviceManager::aggregateUID);
-    } catch (...) {
-        return session.aggregateDeviceID;
+        const auto chosen = outputs_.inForce().defaultUID;
+        if (!record || !chosen) return;
+        record->previousDefaultOutputUID = chosen;
+        recoveryStore_.saveRecoveryState(record);
+    } catch (const AudioManagerError&) { // who can't be asked has not been heard of another choice
     }
 }
 
@@ -200,14 +249,21 @@ Task<void> SystemAudioManager::abandonSession() {
     const auto session = activeSession();
     if (!session || operation_.running()) co_return;
     const Marker::Mark mark(operation_, Operation::abandon);
-    if (const auto aggregate = aggregateOf(*session)) {
-        auto destroyed = destroyQuietly(*aggregate);
-        co_await std::move(destroyed);
-    }
-    recoveryStore_.saveRecoveryState(std::nullopt);
+    auto removing = failureOf(removeAggregate(*session));
+    const std::optional<AudioManagerError> failure = co_await std::move(removing);
+    if (failure) respectChoice();
+    closeRecord(failure);
     deviceManager_.refresh();
     state_.set(AudioSessionState::idle());
     logger.notice("Dual output abandoned");
+}
+
+/// Throws only when there is no answer.
+Task<void> SystemAudioManager::removeAggregate(DualOutputSession session) {
+    const auto aggregate = aggregateOf(session);
+    if (!aggregate) co_return;
+    auto destroyed = destroyQuietly(*aggregate);
+    co_await std::move(destroyed);
 }
 
 // Recovery
@@ -217,6 +273,12 @@ Task<bool> SystemAudioManager::recoverIfNeeded() {
     co_await std::move(ended);
     if (activeSession()) co_return false;
     const Marker::Mark mark(operation_, Operation::recover);
+    auto recovering = recover();
+    co_return co_await std::move(recovering);
+}
+
+Task<bool> SystemAudioManager::recover() {
+    if (!client_.isAnswering()) throw noAnswer(); // what it would read may be old
     const std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
     const auto aggregate = aggregateManager_.existingAggregateDeviceID();
     if (!record && !aggregate) co_return false;
@@ -227,7 +289,9 @@ Task<bool> SystemAudioManager::recoverIfNeeded() {
         try {
             outputs_.restoreOutput(recorded.previousDefaultOutputUID, recorded.previousSystemOutputUID);
         } catch (...) {
-            logger.error("Recovery restore failed: {}", currentErrorDescription());
+            const AudioManagerError error = currentAudioManagerError();
+            if (error.isNoAnswer()) throw error;
+            logger.error("Recovery restore failed: {}", error.errorDescription());
         }
     }
     if (aggregate) {
@@ -261,16 +325,23 @@ bool SystemAudioManager::isAggregatePresent(const DualOutputSession& session) co
 
 bool SystemAudioManager::updateDegradedState() {
     if (operation_.running()) return false;
-    if (const auto* degraded = state().as<AudioSessionState::Degraded>()) return updateDegraded(*degraded);
-    const auto missing = missingSessionDevices();
-    if (missing.empty()) return false;
-    logger.error("{} disconnected during dual output", publicText(missing.front().name));
-    state_.set(AudioSessionState::degraded(*activeSession(), missing.front()));
+    try {
+        if (const auto* degraded = state().as<AudioSessionState::Degraded>())
+            return updateDegraded(*degraded);
+        const auto missing = missingSessionDevices();
+        if (missing.empty()) return false;
+        logger.error("{} disconnected during dual output", publicText(missing.front().name));
+        state_.set(AudioSessionState::degraded(*activeSession(), missing.front()));
+    } catch (const AudioManagerError&) { // no answer
+    }
     return false;
 }
 
+/// Throws only when there is no answer.
 bool SystemAudioManager::updateDegraded(const AudioSessionState::Degraded& degraded) {
-    if (!missingSessionDevices().empty()) return false;
+    if (!std::ranges::all_of(degraded.session.devices(),
+                             [this](const auto& device) { return isFound(device); }))
+        return false;
     const std::string name = degraded.missing.name;
     if (!isActiveInAggregate(degraded.session, degraded.missing.uid)) {
         logger.notice("{} reconnected but is not active in the aggregate", publicText(name));
@@ -281,40 +352,42 @@ bool SystemAudioManager::updateDegraded(const AudioSessionState::Degraded& degra
     return false;
 }
 
-bool SystemAudioManager::isActiveInAggregate(const DualOutputSession& session,
-                                             const std::string& uid) const noexcept {
-    try {
-        for (const AudioObjectID subDevice : client_.aggregateActiveSubDeviceIDs(session.aggregateDeviceID)) {
-            if (client_.deviceUID(subDevice) == uid) return true;
-        }
-    } catch (...) { // what can't be read doesn't play
-    }
-    return false;
+/// What can't be read doesn't play. Throws only when there is no answer.
+bool SystemAudioManager::isActiveInAggregate(const DualOutputSession& session, const std::string& uid) const {
+    return answeredOr(false, [&] {
+        const auto subDevices = client_.aggregateActiveSubDeviceIDs(session.aggregateDeviceID);
+        return std::ranges::any_of(subDevices,
+                                   [&](AudioObjectID device) { return client_.deviceUID(device) == uid; });
+    });
+}
+
+/// What can't be looked up counts as missing. Throws only when there is no answer.
+bool SystemAudioManager::isFound(const AudioOutputDevice& device) const {
+    return answeredOr(false, [&] { return client_.deviceID(device.uid).has_value(); });
 }
 
 std::vector<AudioOutputDevice> SystemAudioManager::missingSessionDevices() const {
     std::vector<AudioOutputDevice> missing;
     const auto session = activeSession();
     if (!session) return missing;
-    const auto isFound = [this](const AudioOutputDevice& device) {
-        try {
-            return client_.deviceID(device.uid).has_value();
-        } catch (...) {
-            return false; // what can't be looked up counts as missing
-        }
-    };
     for (AudioOutputDevice& device : session->devices()) {
-        if (!isFound(device)) missing.push_back(std::move(device));
+        try {
+            if (!isFound(device)) missing.push_back(std::move(device));
+        } catch (const AudioManagerError&) { // no answer
+        }
     }
     return missing;
 }
 
 bool SystemAudioManager::isSessionHealthy() const noexcept {
+    const auto session = activeSession();
+    if (!session) return false;
     try {
-        const auto session = activeSession();
-        return session && isAggregatePresent(*session) && currentDefaultOutputUID() == session->aggregateUID;
-    } catch (...) {
-        return false;
+        return answeredOr(false, [&] {
+            return isAggregatePresent(*session) && currentDefaultOutputUID() == session->aggregateUID;
+        });
+    } catch (const AudioManagerError&) { // no answer
+        return true;
     }
 }
 

@@ -7,6 +7,10 @@
 // One operation at a time: start, stop, abandon and recover never overlap. A start or stop that comes while
 // starting or stopping is ignored and changes nothing; one that comes during an abandon or a recovery waits
 // for its end, then looks at what it finds.
+//
+// No answer from the audio service is unknown, not failed: an operation that gets none ends there, with that
+// error, and the recovery record stays. A recovery when the service answers, before the next start or at the
+// next launch undoes what was done, late or not. A session that runs is not changed by it.
 #pragma once
 
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
@@ -51,14 +55,15 @@ class SystemAudioManager {
     Task<void> start(AudioOutputDevice first, AudioOutputDevice second, std::string aggregateName,
                      std::optional<double> preferredSampleRate, ClockStrategy clockStrategy,
                      ProgressHandler progress = {});
-    /// Restores the outputs and removes the aggregate. Takes all steps whatever fails, then throws the first
-    /// failure as AudioManagerError: the state is `failed` then. Without a session the state becomes `idle`.
+    /// Restores the outputs and removes the aggregate. Takes all steps whatever fails (but see above), then
+    /// throws the first failure as AudioManagerError: the state is `failed` then. Without a session the state
+    /// becomes `idle`.
     Task<void> stop();
     /// Gives the session up where it can't go on: removes the aggregate, leaves the outputs alone. The state
     /// stays as it was until that is done. Nothing without a session or while one is being given up.
     Task<void> abandonSession();
-    /// Cleans up after a run that did not end its session; false when there was nothing to do. A session that
-    /// runs is no left-over: it is left alone.
+    /// Cleans up after a session that was not ended; false when there was nothing to do. A session that runs
+    /// is no left-over: it is left alone. Throws when there is no answer: it is for later then.
     Task<bool> recoverIfNeeded();
     /// Ends when none of the above runs.
     Task<void> operationEnded();
@@ -69,9 +74,11 @@ class SystemAudioManager {
     /// Moves between `active` and `degraded` as outputs went or came back. True when the lost output is
     /// present again but takes no part in the aggregate: the session must be rebuilt.
     bool updateDegradedState();
-    /// The session's devices that can't be found now, the first before the second.
+    /// The session's devices that can't be found now, the first before the second. What gets no answer is
+    /// not missing.
     std::vector<AudioOutputDevice> missingSessionDevices() const;
-    /// Whether the session's aggregate exists and is the default output; false when that can't be read.
+    /// Whether the session's aggregate exists and is the default output; false when that can't be read, but
+    /// true while there is no answer: unknown is not unhealthy.
     bool isSessionHealthy() const noexcept;
     /// A `failed` state becomes `idle`; others stay.
     void clearFailure();
@@ -97,10 +104,16 @@ class SystemAudioManager {
     Task<AggregateDeviceInfo> createAggregate(StartRequest request);
     Task<void> destroyQuietly(AudioObjectID aggregate);
     Task<void> endSession(DualOutputSession session);
+    Task<void> undo(DualOutputSession session);
+    Task<void> removeAggregate(DualOutputSession session);
+    Task<bool> recover();
     std::optional<AudioManagerError> restoreOutputs(const DualOutputSession& session);
-    std::optional<AudioObjectID> aggregateOf(const DualOutputSession& session) const noexcept;
+    std::optional<AudioObjectID> aggregateOf(const DualOutputSession& session) const;
+    void closeRecord(const std::optional<AudioManagerError>& failure);
+    void respectChoice();
+    bool isFound(const AudioOutputDevice& device) const;
     bool isAggregatePresent(const DualOutputSession& session) const;
-    bool isActiveInAggregate(const DualOutputSession& session, const std::string& uid) const noexcept;
+    bool isActiveInAggregate(const DualOutputSession& session, const std::string& uid) const;
     bool updateDegraded(const AudioSessionState::Degraded& degraded);
 
     CoreAudioClient& client_;

@@ -1,6 +1,7 @@
 #include "VeltoCore/Session/SystemOutputs.h"
 
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/CoreAudio/Answer.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Devices/DeviceSelectionRules.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -14,12 +15,13 @@ namespace {
 constexpr const Logger& logger = LoggingService::systemOutput;
 
 /// What the read gives, unless it fails.
-std::optional<std::string> readable(auto read) noexcept {
-    try {
-        return read();
-    } catch (...) {
-        return std::nullopt; // the client has logged the failure
-    }
+std::optional<std::string> readable(auto read) {
+    return answeredOr(std::nullopt, [&read]() -> std::optional<std::string> { return read(); });
+}
+
+/// The error being handled, if there was no answer.
+void rethrowNoAnswer() {
+    if (currentAudioManagerError().isNoAnswer()) throw;
 }
 
 std::optional<std::string> exceptOurs(std::optional<std::string> uid) noexcept {
@@ -36,15 +38,15 @@ std::string SystemOutputs::currentSystemOutputUID() const {
     return client_.deviceUID(client_.defaultSystemOutputDeviceID());
 }
 
-bool SystemOutputs::isDefaultOutputOurs() const noexcept {
+bool SystemOutputs::isDefaultOutputOurs() const {
     return readable([this] { return currentDefaultOutputUID(); }) == AggregateDeviceManager::aggregateUID;
 }
 
-bool SystemOutputs::isSystemOutputOurs() const noexcept {
+bool SystemOutputs::isSystemOutputOurs() const {
     return readable([this] { return currentSystemOutputUID(); }) == AggregateDeviceManager::aggregateUID;
 }
 
-PreviousOutputs SystemOutputs::inForce() const noexcept {
+PreviousOutputs SystemOutputs::inForce() const {
     return {exceptOurs(readable([this] { return currentDefaultOutputUID(); })),
             exceptOurs(readable([this] { return currentSystemOutputUID(); }))};
 }
@@ -58,6 +60,7 @@ void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previo
         client_.setDefaultSystemOutputDevice(device);
         return;
     } catch (...) {
+        rethrowNoAnswer();
         reason = currentAudioManagerError().errorDescription();
         logger.error("Failed to set default output: {}", reason);
     }
@@ -70,12 +73,13 @@ void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previo
     throw AudioManagerError::cannotSetDefaultOutput(reason);
 }
 
-void SystemOutputs::switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID) noexcept {
+void SystemOutputs::switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID) {
     try {
         const AudioOutputDevice target = resolveRestoreTarget(previousUID);
         (client_.*setOutput)(target.deviceID);
         logger.info("Switched back to {}", publicText(target.name));
     } catch (...) {
+        rethrowNoAnswer();
         logger.error("Could not switch back the output: {}", currentErrorDescription());
     }
 }
@@ -87,6 +91,7 @@ void SystemOutputs::restoreOutput(const std::optional<std::string>& previousDefa
     try {
         client_.setDefaultOutputDevice(target.deviceID);
     } catch (...) {
+        rethrowNoAnswer();
         throw AudioManagerError::cannotRestoreOutput(currentAudioManagerError().errorDescription());
     }
     logger.info("Restored default output to {}", publicText(target.name));
@@ -103,6 +108,7 @@ void SystemOutputs::restoreSystemOutput(const std::optional<std::string>& previo
     try {
         client_.setDefaultSystemOutputDevice(target.deviceID);
     } catch (...) {
+        rethrowNoAnswer();
         logger.error("Could not restore system alert output: {}", currentErrorDescription());
     }
 }

@@ -26,27 +26,30 @@ class SystemOutputs {
     std::string currentDefaultOutputUID() const;
     /// Of the alert output.
     std::string currentSystemOutputUID() const;
-    /// Whether sound goes to our aggregate now; false when that can't be read.
-    bool isDefaultOutputOurs() const noexcept;
-    PreviousOutputs inForce() const noexcept;
+    /// Whether sound goes to our aggregate now; false when that can't be read. Throws only when there is no
+    /// answer.
+    bool isDefaultOutputOurs() const;
+    /// Throws only when there is no answer.
+    PreviousOutputs inForce() const;
 
     /// Makes the device the default and the alert output, or neither: what was switched before a failure is
-    /// switched back. Throws `cannotSetDefaultOutput`.
+    /// switched back. Throws `cannotSetDefaultOutput`; where it gets no answer, that, and leaves off there.
     void switchTo(AudioObjectID device, const PreviousOutputs& previous);
 
     /// Goes back to the previous outputs, or to a fallback where they are gone. Throws `cannotRestoreOutput`
-    /// when the default output can't be restored; the alert output is only tried.
+    /// when the default output can't be restored; the alert output is only tried. Where it gets no answer,
+    /// it throws that, and leaves off there.
     void restoreOutput(const std::optional<std::string>& previousDefaultUID,
                        const std::optional<std::string>& previousSystemUID);
 
   private:
     using SetOutput = void (CoreAudioClient::*)(AudioObjectID);
 
-    bool isSystemOutputOurs() const noexcept;
+    bool isSystemOutputOurs() const;
     AudioOutputDevice resolveRestoreTarget(const std::optional<std::string>& uid) const;
     void restoreSystemOutput(const std::optional<std::string>& previousUID,
                              const AudioOutputDevice& defaultTarget);
-    void switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID) noexcept;
+    void switchBack(SetOutput setOutput, const std::optional<std::string>& previousUID);
 
     CoreAudioClient& client_;
     AudioDeviceManager& deviceManager_;

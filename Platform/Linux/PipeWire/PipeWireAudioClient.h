@@ -34,6 +34,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     /// Listeners that are registered and not yet removed.
     std::size_t listenerCount() const noexcept { return listeners_.count(); }
 
+    bool isAnswering() const noexcept override { return isConnected(); }
     std::vector<AudioObjectID> allDeviceIDs() override;
     std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
     std::string deviceUID(AudioObjectID device) override;
