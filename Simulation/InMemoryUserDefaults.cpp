@@ -19,7 +19,8 @@ void InMemoryUserDefaults::remove(std::string_view key) {
 
 void InMemoryUserDefaults::synchronize() {
     ++synchronizeCount_;
-    onDisk_ = stored_;
+    if (!fault_) onDisk_ = stored_;
+    setWriteFailure(fault_);
 }
 
 } // namespace velto

@@ -7,6 +7,7 @@
 #include "VeltoCore/Services/UserDefaults.h"
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -22,6 +23,10 @@ class InMemoryUserDefaults final : public UserDefaults {
     void remove(std::string_view key) override;
     void synchronize() override;
 
+    /// Holds what a new run finds on the disk.
+    void startOver(const DefaultsDictionary& onDisk) { stored_ = onDisk_ = DefaultsDictionary(onDisk); }
+    /// Nothing reaches the disk from now on, for the reason given; until there is none.
+    void failWrites(std::optional<std::string> reason) { fault_ = std::move(reason); }
     const DefaultsDictionary& stored() const noexcept { return stored_; }
     /// What the last synchronize() wrote: all that survives a crash.
     const DefaultsDictionary& onDisk() const noexcept { return onDisk_; }
@@ -32,6 +37,7 @@ class InMemoryUserDefaults final : public UserDefaults {
   private:
     DefaultsDictionary stored_;
     DefaultsDictionary onDisk_;
+    std::optional<std::string> fault_;
     int synchronizeCount_ = 0;
     int writeCount_ = 0;
 };

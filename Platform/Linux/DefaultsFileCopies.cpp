@@ -51,19 +51,21 @@ bool hasContent(const fs::path& file, std::string_view content) {
     return stream && found == content;
 }
 
-void logFailure(const fs::path& at, const std::string& reason) {
+std::string failed(const fs::path& at, const std::string& reason) {
     LoggingService::persistence.error("The copies of the settings could not be renewed at {}: {}",
                                       at.native(), reason);
+    return reason;
 }
 
 /// Throws filesystem_error for what it can't list or remove.
-void keepIn(const fs::path& folder, const std::string& prefix, std::string_view content) {
+std::optional<std::string> keepIn(const fs::path& folder, const std::string& prefix,
+                                  std::string_view content) {
     Copies copies = copiesIn(folder, prefix);
-    if (!copies.empty() && hasContent(copies.rbegin()->second, content)) return;
+    if (!copies.empty() && hasContent(copies.rbegin()->second, content)) return std::nullopt;
 
     const std::uint64_t number = copies.empty() ? 1 : copies.rbegin()->first + 1;
     const fs::path latest = folder / (prefix + std::to_string(number));
-    if (const auto failure = FileReplacement::write(latest, content)) return logFailure(latest, *failure);
+    if (const auto failure = FileReplacement::write(latest, content)) return failed(latest, *failure);
 
     // Only now may any go: those that the new one makes superfluous, then the oldest.
     std::erase_if(copies, [&](const auto& copy) {
@@ -71,15 +73,16 @@ void keepIn(const fs::path& folder, const std::string& prefix, std::string_view 
     });
     for (; copies.size() >= DefaultsFileCopies::generations; copies.erase(copies.begin()))
         fs::remove(copies.begin()->second);
+    return std::nullopt;
 }
 
 } // namespace
 
-void DefaultsFileCopies::keep(const fs::path& file, std::string_view content) {
+std::optional<std::string> DefaultsFileCopies::keep(const fs::path& file, std::string_view content) {
     try {
-        keepIn(file.parent_path(), file.filename().native() + ".copy-", content);
+        return keepIn(file.parent_path(), file.filename().native() + ".copy-", content);
     } catch (const fs::filesystem_error& error) {
-        logFailure(file.parent_path(), error.what());
+        return failed(file.parent_path(), error.what());
     }
 }
 

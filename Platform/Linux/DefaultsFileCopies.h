@@ -1,4 +1,5 @@
-// DefaultsFileCopies: what the defaults file was at the last starts of the program, kept beside it.
+// DefaultsFileCopies: what the defaults file was at the last starts of the program, and what other programs
+// made of it meanwhile, kept beside it.
 //
 // The copies are numbered, such as "defaults.json.copy-7", and the highest number is the latest. A copy is
 // never written again, only removed once there are enough later ones, so no failure can harm it. The program
@@ -7,6 +8,8 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace velto {
@@ -17,8 +20,9 @@ struct DefaultsFileCopies {
     static constexpr std::size_t generations = 3;
 
     /// Keeps the file's content as the latest copy. All copies differ: a content kept earlier is not kept
-    /// twice. Never throws: a failure is logged, and leaves the copies there are.
-    static void keep(const std::filesystem::path& file, std::string_view content);
+    /// twice. Never throws: a failure is logged, and leaves the copies there are. Absent when the content is
+    /// kept, else the reason.
+    static std::optional<std::string> keep(const std::filesystem::path& file, std::string_view content);
 };
 
 } // namespace velto

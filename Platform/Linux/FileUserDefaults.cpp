@@ -2,23 +2,26 @@
 
 #include "Platform/Linux/DefaultsFileCopies.h"
 #include "Platform/Linux/FileReplacement.h"
+#include "Platform/Linux/PrivateFolder.h"
 #include "VeltoCore/Services/LoggingService.h"
-
-#include <QByteArray>
-#include <QFile>
-#include <QString>
 
 #include <fmt/format.h>
 
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <expected>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace velto {
@@ -26,9 +29,40 @@ namespace velto {
 namespace {
 
 constexpr std::chrono::milliseconds writeDelay{500};
-constexpr std::chrono::seconds retryDelay{30};
+constexpr const char* tooLarge = "they would take more than 16 MiB";
+static_assert(DefaultsDocument::largestSize == std::size_t{16} * 1024 * 1024);
 
-QString qtPath(const std::filesystem::path& path) { return QFile::decodeName(path.c_str()); }
+/// What a file holds, none when there is none; or why it can't be read.
+using Content = std::expected<std::optional<std::string>, std::string>;
+
+Content readAll(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return std::unexpected(std::strerror(errno));
+    if (!S_ISREG(status.st_mode)) return std::unexpected("it is no regular file");
+    std::string text;
+    std::array<char, 1U << 16U> part{};
+    while (text.size() <= DefaultsDocument::largestSize &&
+           status.st_size <= static_cast<off_t>(DefaultsDocument::largestSize)) {
+        const ssize_t count = read(descriptor, part.data(), part.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return std::unexpected(std::strerror(errno));
+        if (count == 0) return text;
+        text.append(part.data(), static_cast<std::size_t>(count));
+    }
+    return std::unexpected("it is larger than 16 MiB");
+}
+
+Content contentOf(const std::filesystem::path& file) {
+    // A pipe or a device must not hold the program up.
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) return std::nullopt;
+    if (descriptor < 0) return std::unexpected(std::strerror(errno));
+    Content content = readAll(descriptor);
+    close(descriptor);
+    return content;
+}
+
+std::size_t hash(std::string_view content) { return std::hash<std::string_view>()(content); }
 
 } // namespace
 
@@ -39,7 +73,7 @@ FileUserDefaults::FileUserDefaults(std::filesystem::path file, MainActor& actor)
 
 FileUserDefaults::~FileUserDefaults() {
     synchronize();
-    cancelTimers();
+    cancelWrite();
 }
 
 std::filesystem::path FileUserDefaults::standardFile() {
@@ -56,22 +90,19 @@ std::filesystem::path FileUserDefaults::standardFile() {
 
 void FileUserDefaults::load() {
     std::error_code error;
-    const auto kind = std::filesystem::status(file_, error).type();
-    if (kind == std::filesystem::file_type::not_found) return;
-    // A pipe or a device could hold the program up for ever.
-    if (kind != std::filesystem::file_type::regular) return setAside("it is no regular file");
-    QFile file(qtPath(file_));
-    if (!file.open(QIODevice::ReadOnly)) return setAside("it can't be opened");
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) return setAside("it can't be read");
-    const std::string_view text(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    auto document = DefaultsDocument::parse(text);
-    if (!document) return setAside("it is no JSON object");
+    if (std::filesystem::exists(file_.parent_path(), error)) PrivateFolder::make(file_.parent_path());
+    FileReplacement::sweep(file_);
+    const Content content = contentOf(file_);
+    if (!content) return setAside(content.error());
+    if (!*content) return;
+    auto document = DefaultsDocument::parse(**content);
+    if (!document) return setAside("it is no JSON object, or nested too deep");
     document_ = std::move(*document);
-    DefaultsFileCopies::keep(file_, text);
+    knownContent_ = hash(**content);
+    DefaultsFileCopies::keep(file_, **content);
 }
 
-void FileUserDefaults::setAside(const char* reason) {
+void FileUserDefaults::setAside(const std::string& reason) {
     const auto now =
         static_cast<std::int64_t>(actor_.now().secondsSinceReferenceDate + referenceDateInUnixSeconds);
     std::filesystem::path aside;
@@ -81,13 +112,11 @@ void FileUserDefaults::setAside(const char* reason) {
                             attempt ? fmt::format("-{}", attempt) : "");
     std::filesystem::rename(file_, aside, error);
     if (error) {
-        // Then nothing is written in this run: the file stays as it is.
-        isWritable_ = false;
-        LoggingService::persistence.error("The settings in {} can't be used ({}) nor set aside ({}); "
-                                          "changes will not be kept",
-                                          file_.native(), reason, error.message());
-        return;
+        obstacle_ =
+            fmt::format("{} can't be used ({}) nor set aside ({})", file_.native(), reason, error.message());
+        return tell(obstacle_);
     }
+    knownContent_.reset();
     LoggingService::persistence.error("The settings in {} can't be used ({}); they are kept as {}",
                                       file_.native(), reason, aside.native());
 }
@@ -102,13 +131,18 @@ void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
                                           publicText(key));
         return;
     }
-    if (storedValue(key) == value) return;
-    document_.set(key, value);
-    changed();
+    const auto change = document_.set(key, value);
+    if (change == DefaultsDocument::Change::refused) {
+        refusedKeys_.emplace(key);
+        return tell(tooLarge);
+    }
+    const bool wasRefused = refusedKeys_.erase(std::string(key)) > 0;
+    if (change == DefaultsDocument::Change::made || wasRefused) changed();
 }
 
 void FileUserDefaults::remove(std::string_view key) {
-    if (document_.remove(key)) changed();
+    const bool wasRefused = refusedKeys_.erase(std::string(key)) > 0;
+    if (document_.remove(key) || wasRefused) changed();
 }
 
 void FileUserDefaults::changed() {
@@ -116,30 +150,46 @@ void FileUserDefaults::changed() {
     if (!pendingWrite_) pendingWrite_ = actor_.postAfter(writeDelay, [this] { synchronize(); });
 }
 
-void FileUserDefaults::cancelTimers() noexcept {
-    for (auto* timer : {&pendingWrite_, &retry_})
-        if (const auto pending = std::exchange(*timer, std::nullopt)) actor_.cancelTimer(*pending);
+void FileUserDefaults::cancelWrite() noexcept {
+    if (const auto pending = std::exchange(pendingWrite_, std::nullopt)) actor_.cancelTimer(*pending);
 }
 
 void FileUserDefaults::synchronize() {
-    cancelTimers();
-    if (!isChanged_ || !isWritable_) return;
-    const auto failure = write();
+    cancelWrite();
+    if (!isChanged_ || obstacle_) return;
+    auto failure = write();
     isChanged_ = failure.has_value();
-    if (failure && !hasFailed_)
-        LoggingService::persistence.error("The settings could not be written to {}: {}", file_.native(),
-                                          *failure);
-    hasFailed_ = failure.has_value();
-    if (failure) retry_ = actor_.postAfter(retryDelay, [this] { synchronize(); });
+    if (!failure && !refusedKeys_.empty()) failure = tooLarge;
+    tell(std::move(failure));
 }
 
-std::optional<std::string> FileUserDefaults::write() const {
-    std::error_code error;
-    const std::filesystem::path folder = file_.parent_path();
-    std::filesystem::create_directories(folder.parent_path(), error);
-    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) return std::strerror(errno);
+/// A row of failures is logged once.
+void FileUserDefaults::tell(std::optional<std::string> failure) {
+    if (failure && !writeFailure())
+        LoggingService::persistence.error("The settings could not be written to {}: {}", file_.native(),
+                                          *failure);
+    setWriteFailure(std::move(failure));
+}
 
-    return FileReplacement::write(file_, document_.text());
+std::optional<std::string> FileUserDefaults::write() {
+    if (auto failure = PrivateFolder::make(file_.parent_path())) return failure;
+    if (auto failure = keepWhatOthersWrote()) return failure;
+    const std::string text = document_.text();
+    auto failure = FileReplacement::write(file_, text);
+    if (!failure) knownContent_ = hash(text);
+    return failure;
+}
+
+std::optional<std::string> FileUserDefaults::keepWhatOthersWrote() {
+    const Content content = contentOf(file_);
+    if (!content) {
+        setAside(content.error());
+        return obstacle_;
+    }
+    if (!*content || hash(**content) == knownContent_) return std::nullopt;
+    LoggingService::persistence.error("Another program has changed {}; it is copied and overwritten",
+                                      file_.native());
+    return DefaultsFileCopies::keep(file_, **content);
 }
 
 } // namespace velto

@@ -1,29 +1,38 @@
-// SingleInstance: one running program a user and session; a second start raises the first.
+// SingleInstance: one running program for one file of settings, and one a user's session; a second start
+// raises the first.
 //
-// Made early in main(). The first one holds a lock in the user's runtime folder and listens on a socket
-// beside it; both go with the process, however it ends.
+// Made early in main(). The first one holds a lock beside the file, and one in the session's runtime folder
+// where there is such a folder, and listens on a socket of which the locks tell; all go with the process,
+// however it ends. Nothing that is wrong with a place keeps the program from starting.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/Linux/FileLock.h"
 
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace velto {
 
 class SingleInstance {
   public:
-    /// Lock and socket lie in the folder, which must exist. Throws std::system_error when they can't be made.
-    explicit SingleInstance(std::filesystem::path folder);
+    /// The folder of the settings is made.
+    SingleInstance(const std::filesystem::path& settingsFile,
+                   const std::optional<std::filesystem::path>& runtimeFolder);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
     ~SingleInstance();
 
-    /// `$XDG_RUNTIME_DIR`, else the folder of the user's settings, which is made.
-    static std::filesystem::path standardFolder();
+    /// `$XDG_RUNTIME_DIR`; none where it isn't set.
+    static std::optional<std::filesystem::path> runtimeFolder();
 
-    bool isFirst() const noexcept { return listener_ >= 0; }
+    bool isFirst() const noexcept { return isFirst_; }
+    /// What could not be done, in sentences; empty as a rule.
+    const std::vector<std::string>& troubles() const noexcept { return troubles_; }
     /// For the first one: calls the handler whenever the program is started again. Once; the
     /// watcher must outlive this.
     void observeRaise(FileDescriptorWatcher& watcher, std::function<void()> handler);
@@ -31,12 +40,13 @@ class SingleInstance {
     bool raiseFirst(std::chrono::milliseconds patience = std::chrono::seconds(2)) const;
 
   private:
-    void listen();
-    void closeAll() noexcept;
+    void listen(const std::vector<std::filesystem::path>& folders);
 
-    std::filesystem::path socket_;
-    int lock_ = -1;
-    int listener_ = -1; // none in a later one
+    std::vector<FileLock> locks_; // in a later one, those that the first holds
+    bool isFirst_ = true;
+    std::vector<std::string> troubles_;
+    std::filesystem::path socket_; // empty where there is none
+    int listener_ = -1;
     FileDescriptorWatcher* watcher_ = nullptr;
 };
 

@@ -6,16 +6,14 @@
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
+#include <utility>
 
 namespace velto {
 namespace {
@@ -27,7 +25,7 @@ class SingleInstanceTests : public testing::Test {
     /// Starts the program again, in a process of its own; it answers 0 when the first has seen it.
     ForkedProcess startAgain() {
         return ForkedProcess([this](const auto&) {
-            const SingleInstance later(folder.path());
+            const SingleInstance later(settings, folder.path());
             if (later.isFirst()) return 2;
             return later.raiseFirst(20s) ? 0 : 1;
         });
@@ -37,8 +35,9 @@ class SingleInstanceTests : public testing::Test {
     }
 
     const OwnedFolder folder{"velto-instance"};
+    const std::filesystem::path settings = folder.path() / "config" / "defaults.json";
     LinuxMainActor actor;
-    std::optional<SingleInstance> first{folder.path()};
+    std::optional<SingleInstance> first{std::in_place, settings, folder.path()};
     int raised = 0;
 };
 
@@ -55,25 +54,25 @@ TEST_F(SingleInstanceTests, EveryLaterStartRaisesTheFirst) {
     first.reset();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "com.corlent.velto.lock"));
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "com.corlent.velto.socket"));
-    EXPECT_TRUE(SingleInstance(folder.path()).isFirst());
+    EXPECT_TRUE(SingleInstance(settings, folder.path()).isFirst());
 }
 
 TEST_F(SingleInstanceTests, AFirstThatWasKilledIsSucceeded) {
     first.reset();
     ForkedProcess killed([this](const auto& tellReady) {
-        const SingleInstance instance(folder.path());
+        const SingleInstance instance(settings, folder.path());
         if (!instance.isFirst()) return 1;
         tellReady();
         pause();
         return 1;
     });
     ASSERT_TRUE(killed.waitUntilReady());
-    EXPECT_FALSE(SingleInstance(folder.path()).isFirst());
+    EXPECT_FALSE(SingleInstance(settings, folder.path()).isFirst());
     killed.signal(SIGKILL);
     killed.wait();
     ASSERT_TRUE(std::filesystem::exists(folder.path() / "com.corlent.velto.socket")) << "nothing is stale";
 
-    first.emplace(folder.path());
+    first.emplace(settings, folder.path());
     ASSERT_TRUE(first->isFirst());
     listen();
     ForkedProcess later = startAgain();
@@ -82,7 +81,7 @@ TEST_F(SingleInstanceTests, AFirstThatWasKilledIsSucceeded) {
 }
 
 TEST_F(SingleInstanceTests, AFirstThatHangsHoldsUpNobodyHoweverManyTry) {
-    const SingleInstance later(folder.path());
+    const SingleInstance later(settings, folder.path());
     ForkedProcess user([&](const auto&) {
         for (int start = 0; start < 20; ++start) // more than may wait for being let in
             if (later.raiseFirst(10ms)) return 1;
@@ -91,23 +90,52 @@ TEST_F(SingleInstanceTests, AFirstThatHangsHoldsUpNobodyHoweverManyTry) {
     EXPECT_EQ(user.wait(), 0);
 }
 
-TEST_F(SingleInstanceTests, AFolderThatCannotBeUsedIsSaidInOneSentenceAndNothingStaysLocked) {
+TEST_F(SingleInstanceTests, EitherLockTellsWhateverTheOtherProgramWasGiven) {
+    const std::filesystem::path otherSettings = folder.path() / "other" / "defaults.json";
+    listen();
+    ForkedProcess user([&](const auto&) {
+        const SingleInstance withoutRuntimeFolder(settings, std::nullopt);
+        if (withoutRuntimeFolder.isFirst() || !withoutRuntimeFolder.raiseFirst(20s)) return 1;
+        const SingleInstance otherRuntimeFolder(settings, folder.path() / "missing");
+        if (otherRuntimeFolder.isFirst() || !otherRuntimeFolder.raiseFirst(20s)) return 2;
+        const SingleInstance sameSession(otherSettings, folder.path());
+        if (sameSession.isFirst() || !sameSession.raiseFirst(20s)) return 3;
+        return SingleInstance(otherSettings, std::nullopt).isFirst() ? 0 : 4;
+    });
+    EXPECT_TRUE(actor.runUntil([&] { return raised == 3; }, 20s));
+    EXPECT_EQ(user.wait(), 0);
+}
+
+TEST_F(SingleInstanceTests, APlaceThatCannotBeUsedKeepsNoProgramFromStarting) {
+    first.reset();
     const std::filesystem::path deep = folder.path() / std::string(120, 'd');
-    std::filesystem::create_directory(deep);
-    const auto failure = [](const std::filesystem::path& path) -> std::string {
-        try {
-            const SingleInstance instance(path);
-        } catch (const std::system_error& error) {
-            return error.what();
-        }
-        return "";
+    const std::filesystem::path blocked = folder.path() / "blocked";
+    std::filesystem::create_directory(blocked);
+    // As those of another user: they can be neither opened nor replaced.
+    std::filesystem::create_directories(blocked / "com.corlent.velto.lock" / "inner");
+    std::filesystem::create_directories(blocked / "com.corlent.velto.socket" / "inner");
+    const auto troubles = [](const auto& file, const std::optional<std::filesystem::path>& runtime) {
+        const SingleInstance instance(file, runtime);
+        EXPECT_TRUE(instance.isFirst());
+        EXPECT_FALSE(instance.raiseFirst(1ms));
+        return instance.troubles();
     };
-    EXPECT_EQ(failure(deep), "The socket for a second start could not be made: File name too long");
-    const int lock = open((deep / "com.corlent.velto.lock").c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
-    close(lock);
-    EXPECT_EQ(failure(folder.path() / "missing"),
-              "The lock of the running program could not be made: No such file or directory");
+    EXPECT_THAT(troubles(settings, std::nullopt), testing::IsEmpty());
+    EXPECT_THAT(troubles(deep / "defaults.json", folder.path()), testing::IsEmpty())
+        << "the other place will do";
+    EXPECT_THAT(troubles(settings, blocked), testing::ElementsAre(testing::EndsWith(": Is a directory")));
+    EXPECT_THAT(troubles(settings, folder.path() / "missing"),
+                testing::ElementsAre(testing::EndsWith(": No such file or directory")));
+    EXPECT_THAT(troubles(deep / "defaults.json", std::nullopt),
+                testing::ElementsAre(testing::EndsWith(": File name too long")));
+    EXPECT_THAT(troubles("/dev/null/defaults.json", std::nullopt),
+                testing::ElementsAre(testing::EndsWith(": Not a directory")));
+    // Whatever was in the way, the settings are locked, and a second start finds the first.
+    first.emplace(settings, blocked);
+    listen();
+    ForkedProcess later = startAgain();
+    EXPECT_TRUE(actor.runUntil([&] { return raised == 1; }, 20s));
+    EXPECT_EQ(later.wait(), 0);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -17,9 +18,31 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+namespace velto {
+namespace {
+
+bool fails(const char* call);
+
+} // namespace
+} // namespace velto
+
+// In place of those of the C library.
+extern "C" int fsync(int descriptor) {
+    struct stat status {};
+    fstat(descriptor, &status);
+    if (velto::fails(S_ISDIR(status.st_mode) ? "sync folder" : "sync file")) return -1;
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+extern "C" int rename(const char* from, const char* to) {
+    if (velto::fails("rename")) return -1;
+    return static_cast<int>(syscall(SYS_rename, from, to));
+}
 
 namespace velto {
 namespace {
@@ -46,13 +69,23 @@ void write(const fs::path& file, std::string_view text) {
 
 /// Replacing a file whole gives it another inode.
 ino_t inode(const fs::path& file) {
-    struct stat status{};
+    struct stat status {};
     return stat(file.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
 mode_t mode(const fs::path& path) {
-    struct stat status{};
+    struct stat status {};
     return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
+}
+
+/// What the program asks the system to bring to disk, in order; the one named fails.
+std::vector<std::string> diskCalls;
+std::string failingDiskCall;
+
+bool fails(const char* call) {
+    diskCalls.emplace_back(call);
+    errno = EIO;
+    return failingDiskCall == call;
 }
 
 class FileUserDefaultsTests : public testing::Test {
@@ -151,12 +184,11 @@ TEST_F(FileUserDefaultsTests, FileAndFolderAreTheUsersAlone) {
     run([](FileUserDefaults& defaults) { defaults.set("a", true); });
     EXPECT_EQ(mode(file.parent_path()), 0700u);
     EXPECT_EQ(mode(file), 0600u);
-    // A folder that is already there is the user's to decide on; the file isn't.
     ASSERT_EQ(chmod(file.parent_path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(file.c_str(), 0644), 0);
     run([](FileUserDefaults& defaults) { defaults.set("b", true); });
     umask(mask);
-    EXPECT_EQ(mode(file.parent_path()), 0755u);
+    EXPECT_EQ(mode(file.parent_path()), 0700u);
     EXPECT_EQ(mode(file), 0600u);
     EXPECT_THAT(filesInFolder(), ElementsAre("defaults.json"));
 }
@@ -187,7 +219,8 @@ TEST_P(UnreadableDefaultsTests, AreSetAsideAndNeverOverwritten) {
     fs::create_directories(file.parent_path());
     GetParam().make(file);
     const ino_t original = inode(file);
-    const std::string content = fs::is_regular_file(file) ? contents(file) : "";
+    const bool isReadable = fs::is_regular_file(file) && fs::file_size(file) < std::uintmax_t{1} << 30;
+    const std::string content = isReadable ? contents(file) : "";
 
     run([](FileUserDefaults& defaults) {
         EXPECT_EQ(defaults.storedValue("a"), std::nullopt);
@@ -198,7 +231,7 @@ TEST_P(UnreadableDefaultsTests, AreSetAsideAndNeverOverwritten) {
     ASSERT_THAT(names, ElementsAre("defaults.json", testing::StartsWith("defaults.json.unreadable-")));
     const fs::path aside = file.parent_path() / names[1];
     EXPECT_EQ(inode(aside), original);
-    if (fs::is_regular_file(aside)) EXPECT_EQ(contents(aside), content);
+    if (isReadable) EXPECT_EQ(contents(aside), content);
     EXPECT_THAT(log.lines(),
                 ElementsAre(testing::AllOf(HasSubstr("Persistence error: "), HasSubstr(names[1]))));
 }
@@ -210,6 +243,13 @@ INSTANTIATE_TEST_SUITE_P(
                     text("Binary", "\0\x7F\0\xFF"s), text("BrokenUTF8", "{\"a\": \"\xFF\"}"),
                     text("NumberTooBig", R"({"a": 1e999})"),
                     text("TooDeep", std::string(100'000, '[') + std::string(100'000, ']')),
+                    text("BracketsAlone", std::string(15 << 20, '[')),
+                    text("TooLarge", R"({"a": ")" + std::string(16 << 20, 'x') + "\"}"),
+                    Unreadable{"FarTooLarge",
+                               [](const fs::path& file) {
+                                   write(file, "{}");
+                                   fs::resize_file(file, std::uintmax_t{200} << 30);
+                               }},
                     text("TooDeepInside", R"({"a": )" + std::string(40, '[') + std::string(40, ']') + "}"),
                     Unreadable{"Folder",
                                [](const fs::path& file) { fs::create_directories(file / "inner"); }},
@@ -241,35 +281,173 @@ TEST_F(FileUserDefaultsTests, AFileThatCannotBeSetAsideStaysAsItIs) {
     EXPECT_EQ(log.count("Persistence error: "), 1u);
 }
 
-TEST_F(FileUserDefaultsTests, AWriteThatFailsIsTriedAgainAndLoggedOnce) {
+TEST_F(FileUserDefaultsTests, AWriteThatFailsIsToldAndTriedAgainWhenThereIsOccasion) {
     write(folder / "config", "a file where the folder should be");
     run([&](FileUserDefaults& defaults) {
+        std::vector<std::string> told;
+        const auto observation =
+            defaults.observeWriteFailure([&] { told.push_back(defaults.writeFailure().value_or("")); });
         defaults.set("a", true);
         loop.advance(1s);
-        EXPECT_EQ(log.count("Persistence error: "), 1u);
+        EXPECT_THAT(told, ElementsAre("Not a directory"));
+        EXPECT_EQ(loop.pendingTimers(), 0u) << "it wakes nobody up for it";
         defaults.set("b", true);
-        loop.advance(10min);
+        loop.advance(1s);
+        defaults.synchronize();
         EXPECT_THAT(log.lines(), SizeIs(1)) << "one line for a row of failures";
         EXPECT_EQ(defaults.boolValue("a"), true);
 
         fs::remove(folder / "config");
-        loop.advance(1min);
+        defaults.synchronize();
         EXPECT_EQ(stored("a"), DefaultsValue(true)) << "nothing changed since: it has to be tried again";
+        EXPECT_THAT(told, ElementsAre("Not a directory", ""));
         fs::remove_all(folder / "config");
         write(folder / "config", "and at the end");
         defaults.set("e", true);
     });
 }
 
+TEST_F(FileUserDefaultsTests, TheFileIsOnDiskOnceAndItsNameAfterIt) {
+    run([&](FileUserDefaults& defaults) {
+        defaults.set("record", true);
+        defaults.synchronize();
+        diskCalls.clear();
+        defaults.set("record", false);
+        defaults.synchronize();
+        EXPECT_THAT(diskCalls, ElementsAre("sync file", "rename", "sync folder"));
+        for (const char* failing : {"sync file", "rename", "sync folder"}) {
+            failingDiskCall = failing;
+            defaults.set("record", Data{1});
+            defaults.synchronize();
+            EXPECT_EQ(defaults.writeFailure(), "Input/output error") << failing;
+            failingDiskCall = "";
+            defaults.set("record", false);
+            defaults.synchronize();
+            EXPECT_EQ(defaults.writeFailure(), std::nullopt);
+            EXPECT_THAT(filesInFolder(), ElementsAre("defaults.json"));
+        }
+    });
+}
+
+TEST_F(FileUserDefaultsTests, WhatOthersWriteMeanwhileIsCopiedBeforeItIsOverwritten) {
+    write(file, R"({"a": true})");
+    run([&](FileUserDefaults& defaults) {
+        const auto copyHolds = [&](int number, std::string_view text) {
+            EXPECT_EQ(contents(file.native() + ".copy-" + std::to_string(number)), text);
+        };
+        copyHolds(1, R"({"a": true})");
+        for (const int number : {2, 3}) { // the second over a file of the program's own
+            const std::string byHand = R"({"a": false, "mine": )" + std::to_string(number) + "}";
+            write(file, byHand);
+            defaults.set("number", std::int64_t{number});
+            defaults.synchronize();
+            copyHolds(number, byHand);
+        }
+        defaults.set("a", false);
+        defaults.synchronize();
+        EXPECT_FALSE(fs::exists(file.native() + ".copy-4"));
+
+        fs::remove(file);
+        fs::create_directory(file);
+        defaults.set("a", true);
+        defaults.synchronize();
+        EXPECT_EQ(defaults.writeFailure(), std::nullopt);
+        EXPECT_THAT(filesInFolder(), SizeIs(2)) << "a folder is set aside";
+    });
+    EXPECT_EQ(stored("a"), DefaultsValue(true));
+}
+
+TEST_F(FileUserDefaultsTests, AtTheStartTheFolderIsClosedAndSweptOfWritesThatWereKilled) {
+    write(file, "{}");
+    const std::vector<std::string> others{"defaults.json", "defaults.json.backup",
+                                          "defaults.json.writing-mine", "notes.writing-AbCdEf"};
+    for (const std::string& name : others)
+        write(file.parent_path() / name, "{}");
+    write(file.native() + ".writing-AbCdEf", "cut sho");
+    write(file.native() + ".copy-3.writing-AbCdEf", "");
+    ASSERT_EQ(chmod(file.parent_path().c_str(), 0755), 0);
+    run([](FileUserDefaults&) {});
+    EXPECT_EQ(filesInFolder(), others);
+    EXPECT_FALSE(fs::exists(file.native() + ".copy-3.writing-AbCdEf"));
+    EXPECT_EQ(mode(file.parent_path()), 0700u);
+}
+
+TEST_F(FileUserDefaultsTests, AChangeThatWouldMakeTheFileUnreadableIsRefused) {
+    const std::string large(9 << 20, 'x');
+    run([&](FileUserDefaults& defaults) {
+        defaults.set("large", large);
+        defaults.set("small", true);
+        defaults.synchronize();
+        defaults.set("larger", large);
+        EXPECT_EQ(defaults.writeFailure(), "they would take more than 16 MiB");
+        EXPECT_EQ(defaults.storedValue("larger"), std::nullopt);
+        defaults.set("record", true);
+        defaults.synchronize();
+        EXPECT_EQ(stored("record"), DefaultsValue(true)) << "others are not held up";
+        EXPECT_NE(defaults.writeFailure(), std::nullopt) << "it still holds";
+        defaults.remove("larger");
+        defaults.synchronize();
+        EXPECT_EQ(defaults.writeFailure(), std::nullopt);
+    });
+    EXPECT_TRUE(stored("large") == DefaultsValue(large));
+    EXPECT_EQ(log.count("16 MiB"), 1u);
+}
+
+TEST_F(FileUserDefaultsTests, RecordsAreThereToBeRead) {
+    const auto data = [](std::string_view text) { return Data(text.begin(), text.end()); };
+    const std::string presets = R"([{"name":"Küche \"1\"","volume":0.1000000000000000055},[],{},-0,1e2])";
+    // Of an earlier version: QByteArray(presets).toBase64().
+    write(file, json{{"old", {{"data", "WzEseyJhIjoiYiJ9XQ=="}}}}.dump());
+    run([&](FileUserDefaults& defaults) {
+        EXPECT_EQ(defaults.dataValue("old"), data(R"([1,{"a":"b"}])"));
+        defaults.set("presets", data(presets));
+    });
+    EXPECT_EQ(contents(file), R"({
+  "old": {
+    "json": [
+      1,
+      {
+        "a": "b"
+      }
+    ]
+  },
+  "presets": {
+    "json": [
+      {
+        "name": "Küche \"1\"",
+        "volume": 0.1000000000000000055
+      },
+      [],
+      {},
+      -0,
+      1e2
+    ]
+  }
+}
+)");
+    EXPECT_EQ(stored("presets"), DefaultsValue(data(presets)));
+
+    const std::string deep = std::string(31, '[') + std::string(31, ']');
+    for (const std::string& bytes :
+         {"[1 ]"s, "[1]\n"s, "{}\0"s, "\xEF\xBB\xBF{}"s, "[1"s, "1e999"s, ""s, deep}) {
+        run([&](FileUserDefaults& defaults) { defaults.set("presets", data(bytes)); });
+        EXPECT_EQ(stored("presets"), DefaultsValue(data(bytes)));
+        EXPECT_TRUE(json::parse(contents(file)).at("presets").contains("data")) << bytes;
+    }
+    run([&](FileUserDefaults& defaults) { defaults.set("presets", data(deep.substr(1, 60))); });
+    EXPECT_EQ(stored("presets"), DefaultsValue(data(deep.substr(1, 60))));
+    EXPECT_TRUE(json::parse(contents(file)).at("presets").contains("json"));
+}
+
 TEST_F(FileUserDefaultsTests, AFullDiskLeavesTheOldFile) {
     run([](FileUserDefaults& defaults) { defaults.set("old", true); });
     const std::string before = contents(file);
-    struct rlimit unlimited{};
+    struct rlimit unlimited {};
     getrlimit(RLIMIT_FSIZE, &unlimited);
     const auto handler = ::signal(SIGXFSZ, SIG_IGN);
     run([&](FileUserDefaults& defaults) {
         defaults.set("new", std::string(100'000, 'x'));
-        const struct rlimit small{50'000, unlimited.rlim_max};
+        const struct rlimit small { 50'000, unlimited.rlim_max };
         setrlimit(RLIMIT_FSIZE, &small);
         defaults.synchronize();
         setrlimit(RLIMIT_FSIZE, &unlimited);

@@ -75,6 +75,36 @@ TEST_F(MenuBarTests, KeepsAVanishedChoiceInView) {
     EXPECT_EQ(menuBar().placeholder(std::nullopt), std::nullopt);
 }
 
+TEST_F(MenuBarTests, SaysOnceThatSettingsCannotBeSavedAndPlaysAllTheSame) {
+    defaults.failWrites("No space left on device");
+    play("bluetooth", "builtin");
+    const std::string sentence = "Velto cannot save its settings: No space left on device";
+    EXPECT_THAT(menuBar().errorText(), Optional(sentence));
+    EXPECT_TRUE(menuBar().recoveryText().has_value());
+    world.calls.failNext(CoreAudioOperation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    menuBar().stop();
+    run();
+    menuBar().play();
+    run();
+    EXPECT_NE(menuBar().errorText(), sentence) << "what was to be done comes first";
+    menuBar().dismissError();
+    EXPECT_THAT(menuBar().errorText(), Optional(sentence));
+    menuBar().dismissError();
+    play("bluetooth", "builtin");
+    EXPECT_EQ(menuBar().errorText(), std::nullopt) << "told again with each write";
+
+    defaults.failWrites(std::nullopt);
+    desktop.wakeUp();
+    loop.advance(2s);
+    run();
+    EXPECT_TRUE(defaults.onDisk().contains(PreferencesManager::Key::recoveryState));
+    defaults.failWrites("Read-only file system");
+    preferences().synchronize();
+    EXPECT_THAT(menuBar().errorText(), Optional(testing::HasSubstr("Read-only")));
+    menuBar().dismissError();
+    defaults.failWrites(std::nullopt);
+}
+
 TEST_F(MenuBarTests, PutsRememberedOutputsBackIntoEmptyAndVanishedSlotsOnly) {
     play("bluetooth", "usb");
     menuBar().stop();

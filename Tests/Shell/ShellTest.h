@@ -4,8 +4,8 @@
 // must hold then is checked without being asked for.
 #pragma once
 
-#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Application.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Velto/Shell/AppDelegate.h"
 
 #include <gmock/gmock.h>
@@ -76,7 +76,7 @@ class ShellTest : public MachineTest {
     void crash() {
         app.reset();
         world.programDies();
-        defaults = InMemoryUserDefaults(defaults.onDisk());
+        defaults.startOver(defaults.onDisk());
     }
     Reply quit() {
         const Reply reply = app->applicationShouldTerminate();

@@ -3,9 +3,9 @@
 // Verbs run until nothing is left to do. crash() ends it without a word, quit() as a user does.
 #pragma once
 
-#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Machine.h"
 #include "Tests/Support/Platform.h"
+#include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/SessionInvariants.h"
 #include "Tests/Support/Started.h"
 #include "Velto/Shell/AppState.h"
@@ -31,7 +31,7 @@ class Application {
         Machine& machine = application->machine;
         application.reset();
         machine.world.programDies();
-        machine.defaults = InMemoryUserDefaults(machine.defaults.onDisk());
+        machine.defaults.startOver(machine.defaults.onDisk());
     }
 
     // Beginning is for races: it returns before the first step.

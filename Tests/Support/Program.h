@@ -31,7 +31,7 @@ class Program {
         Machine& machine = program->machine;
         program.reset();
         machine.world.programDies();
-        machine.defaults = InMemoryUserDefaults(machine.defaults.onDisk());
+        machine.defaults.startOver(machine.defaults.onDisk());
     }
 
     template <class T>

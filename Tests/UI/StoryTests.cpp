@@ -25,7 +25,7 @@ class StoryTests : public Stage {
 
 TEST_F(StoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
     for (const bool byButton : {true, false}) {
-        computer.defaults() = InMemoryUserDefaults();
+        computer.defaults().startOver({});
         launchForTheFirstTime();
         EXPECT_FALSE(preferences().hasCompletedOnboarding());
         if (byButton) {

@@ -206,6 +206,7 @@ Task<void> SessionProgram::resolve(std::string command, std::string decision) {
 Task<void> SessionProgram::wake(std::string command) {
     co_await actor_.sleep(timeAfterWake);
     const ContinuousInstant begin = actor_.continuousNow();
+    defaults_.synchronize();
     coordinator_.handleWake();
     answer(command, begin, "");
 }

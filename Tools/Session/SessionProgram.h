@@ -6,7 +6,8 @@
 // line on standard output once it is done; changes of the session's state, of its outputs' volumes, of the
 // question to the user and of the sync test come as objects with "event". The first command that needs the
 // devices is preceded by what a launch does: "recover" is a launch and nothing else. The end of the input,
-// SIGTERM and SIGINT end the session, put the outputs back, and end the program.
+// SIGTERM and SIGINT end the session, put the outputs back, and end the program. It doesn't start
+// while another program uses the same settings.
 #pragma once
 
 #include "Platform/Linux/FileUserDefaults.h"

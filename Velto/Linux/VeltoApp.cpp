@@ -24,6 +24,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace velto {
@@ -62,7 +63,7 @@ class LostDisplay {
 int run(int argumentCount, char** arguments) {
     LinuxMainActor actor;
     TerminationSignals terminationSignals; // before any thread
-    SingleInstance instance(SingleInstance::standardFolder());
+    SingleInstance instance(FileUserDefaults::standardFile(), SingleInstance::runtimeFolder());
     if (!instance.isFirst()) {
         if (instance.raiseFirst()) return 0;
         std::fputs("velto: Velto is running already, but does not answer.\n", stderr);
@@ -74,6 +75,8 @@ int run(int argumentCount, char** arguments) {
     }
     JournalLogSink log(LogLevel::info);
     LoggingService::install(&log);
+    for (const std::string& trouble : instance.troubles())
+        LoggingService::lifecycle.error("{}", trouble);
     QGuiApplication qt(argumentCount, arguments);
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));

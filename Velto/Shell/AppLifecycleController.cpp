@@ -2,9 +2,10 @@
 
 namespace velto {
 
-AppLifecycleController::AppLifecycleController(DualOutputCoordinator& coordinator, const Logger& logger,
+AppLifecycleController::AppLifecycleController(DualOutputCoordinator& coordinator,
+                                               PreferencesManager& preferences, const Logger& logger,
                                                MainActor& actor)
-    : coordinator_(coordinator), logger_(logger), actor_(actor), tasks_(actor) {}
+    : coordinator_(coordinator), preferences_(preferences), logger_(logger), actor_(actor), tasks_(actor) {}
 
 void AppLifecycleController::willSleep() { logger_.notice("Mac is going to sleep"); }
 
@@ -15,6 +16,7 @@ void AppLifecycleController::didWake() {
 
 Task<void> AppLifecycleController::handleWakeLater() {
     co_await actor_.sleep(wakeDelay);
+    preferences_.synchronize();
     coordinator_.handleWake();
 }
 

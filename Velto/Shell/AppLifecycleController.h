@@ -8,6 +8,7 @@
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Services/LoggingService.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Settings/PreferencesManager.h"
 
 #include <chrono>
 
@@ -19,7 +20,8 @@ class AppLifecycleController {
     static constexpr Duration wakeDelay = std::chrono::seconds(2);
 
     /// All must outlive the controller.
-    AppLifecycleController(DualOutputCoordinator& coordinator, const Logger& logger, MainActor& actor);
+    AppLifecycleController(DualOutputCoordinator& coordinator, PreferencesManager& preferences,
+                           const Logger& logger, MainActor& actor);
     AppLifecycleController(const AppLifecycleController&) = delete;
     AppLifecycleController& operator=(const AppLifecycleController&) = delete;
 
@@ -30,6 +32,7 @@ class AppLifecycleController {
     Task<void> handleWakeLater();
 
     DualOutputCoordinator& coordinator_;
+    PreferencesManager& preferences_;
     const Logger& logger_;
     MainActor& actor_;
     TaskScope tasks_; // dies first: its tasks use the others

@@ -30,7 +30,7 @@ AppState::AppState(PlatformServices platform)
                platform_.actor),
       settings_(preferences_, launchAtLogin_, syncProfiles_, syncTestPlayer_, coordinator_, systemAudio_,
                 deviceManager_, platform_.host, platform_.actor),
-      lifecycle_(coordinator_, logger, platform_.actor) {}
+      lifecycle_(coordinator_, preferences_, logger, platform_.actor) {}
 
 Task<void> AppState::launch() {
     if (isShuttingDown_) co_return;
@@ -59,6 +59,7 @@ Task<void> AppState::prepareForTermination() {
     platform_.host.removeSleepObserver();
     audioServiceMonitor_.stop();
     co_await coordinator_.shutdown();
+    preferences_.synchronize();
 }
 
 } // namespace velto

@@ -28,7 +28,7 @@ MenuBarViewModel::MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager&
         sessionMayHaveStarted();
         changes_.announce();
     }));
-    changes_.keep(preferences.observe(changes_.handler()));
+    changes_.keep(preferences.observe([this] { preferencesChanged(); }));
     changes_.keep(volumeController.observeStates(changes_.handler()));
     changes_.keep(syncProfiles.observeProfiles(changes_.handler()));
 }
@@ -178,13 +178,27 @@ std::optional<std::string_view> MenuBarViewModel::preparationText() const {
 }
 
 std::optional<std::string> MenuBarViewModel::errorText() const {
-    const auto& error = coordinator_.lastError();
-    return error ? std::optional(error->errorDescription()) : std::nullopt;
+    if (const auto& error = coordinator_.lastError()) return error->errorDescription();
+    const auto& failure = preferences_.writeFailure();
+    if (!failure || isWriteFailureDismissed_) return std::nullopt;
+    return fmt::format("Velto cannot save its settings: {}", *failure);
 }
 
 std::optional<std::string> MenuBarViewModel::recoveryText() const {
-    const auto& error = coordinator_.lastError();
-    return error ? error->recoverySuggestion() : std::nullopt;
+    if (const auto& error = coordinator_.lastError()) return error->recoverySuggestion();
+    if (!errorText()) return std::nullopt;
+    return "What you change holds until Velto quits. It is saved with the next change after this is put "
+           "right.";
+}
+
+void MenuBarViewModel::dismissError() {
+    if (coordinator_.lastError()) return coordinator_.dismissError();
+    changes_.set(isWriteFailureDismissed_, preferences_.writeFailure().has_value());
+}
+
+void MenuBarViewModel::preferencesChanged() {
+    if (!preferences_.writeFailure()) isWriteFailureDismissed_ = false; // the next one is another
+    changes_.announce();
 }
 
 std::optional<std::string> MenuBarViewModel::syncSummary() const {

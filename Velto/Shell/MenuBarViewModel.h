@@ -105,10 +105,11 @@ class MenuBarViewModel {
     bool isPlaying() const { return coordinator_.state().isActive(); }
     /// How far a start has got; none when no start is under way.
     std::optional<std::string_view> preparationText() const;
-    /// The error that was not dismissed yet, and what can be done about it.
+    /// The error that was not dismissed yet, and what can be done about it: what the session met, and else
+    /// that settings can't be saved.
     std::optional<std::string> errorText() const;
     std::optional<std::string> recoveryText() const;
-    void dismissError() { coordinator_.dismissError(); }
+    void dismissError();
     /// Only while the outputs of the session are to be corrected against each other.
     std::optional<std::string> syncSummary() const;
 
@@ -165,6 +166,7 @@ class MenuBarViewModel {
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
     void sessionMayHaveStarted();
     void updateActivePreset();
+    void preferencesChanged();
 
     ChangeAnnouncer changes_;
     Choice first_;
@@ -172,6 +174,8 @@ class MenuBarViewModel {
     std::string newPresetName_;
     bool isShowingPresetEditor_ = false;
     bool isChoosingOutputs_ = false;
+    /// The user has read that settings can't be saved.
+    bool isWriteFailureDismissed_ = false;
     PresetViewModel& presets_;
     AudioDeviceManager& deviceManager_;
     DualOutputCoordinator& coordinator_;

@@ -5,12 +5,15 @@
 #pragma once
 
 #include "VeltoCore/Foundation/Data.h"
+#include "VeltoCore/Observation/Observable.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 namespace velto {
@@ -27,8 +30,17 @@ class UserDefaults {
     /// Stores the value. It may be written to disk later, but within a second.
     virtual void set(std::string_view key, DefaultsValue value) = 0;
     virtual void remove(std::string_view key) = 0;
-    /// Writes everything to disk before it returns. Never throws: a failure is logged and tried again later.
+    /// Writes everything to disk before it returns. Never throws: a failure is logged, and tried again with
+    /// the next change and the next call.
     virtual void synchronize() = 0;
+
+    /// Why some of what is stored is not on disk, as people say it; absent while it is or will be, and always
+    /// where the platform doesn't tell.
+    const std::optional<std::string>& writeFailure() const noexcept { return writeFailure_.value(); }
+    /// Calls the handler when that changes.
+    Subscription observeWriteFailure(std::function<void()> handler) {
+        return writeFailure_.observe(std::move(handler));
+    }
 
     /// Adds to the registered defaults, replacing those of equal keys.
     void registerDefaults(DefaultsDictionary defaults);
@@ -42,6 +54,9 @@ class UserDefaults {
     std::optional<std::string> stringValue(std::string_view key) const { return typed<std::string>(key); }
     std::optional<Data> dataValue(std::string_view key) const { return typed<Data>(key); }
 
+  protected:
+    void setWriteFailure(std::optional<std::string> reason) { writeFailure_.set(std::move(reason)); }
+
   private:
     template <class T>
     std::optional<T> typed(std::string_view key) const {
@@ -51,6 +66,7 @@ class UserDefaults {
     }
 
     DefaultsDictionary registered_;
+    Observable<std::optional<std::string>> writeFailure_;
 };
 
 } // namespace velto

@@ -27,7 +27,8 @@ std::vector<AudioPreset> presetsWhere(const std::vector<AudioPreset>& presets, a
 } // namespace
 
 PreferencesManager::PreferencesManager(UserDefaults& defaults, const Clock& clock)
-    : defaults_(defaults), clock_(clock), recoveryStore_(defaults) {
+    : defaults_(defaults), clock_(clock), recoveryStore_(defaults),
+      writeFailureSubscription_(defaults.observeWriteFailure([this] { observersOfAll_.notify(); })) {
     registerDefaults();
     readSettings();
     readPresets();

@@ -62,6 +62,13 @@ class PreferencesManager final : public RecoveryStateStore {
     /// Calls the handler when any value has really changed.
     Subscription observe(std::function<void()> handler);
 
+    // The store
+
+    /// Why some of all this is not on disk; absent as a rule. All observers hear of a change.
+    const std::optional<std::string>& writeFailure() const noexcept { return defaults_.writeFailure(); }
+    /// Writes what could not be written before.
+    void synchronize() { defaults_.synchronize(); }
+
     // Settings
 
     /// Keep a preset of the pair that played last.
@@ -155,6 +162,7 @@ class PreferencesManager final : public RecoveryStateStore {
     UserDefaultsRecoveryStateStore recoveryStore_;
     std::map<std::string_view, ObserverList> observers_; // by Key
     ObserverList observersOfAll_;
+    Subscription writeFailureSubscription_;
 
     // From the start these hold the defaults.
     bool rememberSelectedDevices_ = true;
