@@ -144,11 +144,14 @@ TEST_F(AggregateTests, OutputsThatComeAndGoWhileItIsMadeDoNoHarm) {
 }
 
 TEST_F(AggregateTests, FailsInTimeAndLeavesNothingWhenTheServerHangs) {
-    for (const pid_t hanging : {server.daemonID(), server.sessionManagerID()}) {
+    // Without the session manager nothing gets ports: the server says so, and takes back what it began.
+    for (const auto& [hanging, status] :
+         {std::pair(server.daemonID(), kAudioHardwareNotRunningError),
+          std::pair(server.sessionManagerID(), kAudioHardwareNotReadyError)}) {
         ASSERT_EQ(kill(hanging, SIGSTOP), 0);
         const ContinuousInstant before = loop.continuousNow();
-        EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotReadyError);
-        EXPECT_LT(loop.continuousNow() - before, pipeWireDeadline + std::chrono::seconds(1));
+        EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), status);
+        EXPECT_LT(loop.continuousNow() - before, pipeWireDeadline + std::chrono::milliseconds(100));
         ASSERT_EQ(kill(hanging, SIGCONT), 0);
         settle();
         plug(VirtualOutput::usb("after", "After")); // all that was asked before is done by now

@@ -114,9 +114,7 @@ bool RealServer::runUntil(const std::function<bool()>& condition) {
 }
 
 void RealServer::settle() {
-    // Setting a volume waits for the server's answer, which comes after all that it said before.
-    if (const auto ids = client->allDeviceIDs(); !ids.empty() && client->supportsOutputVolume(ids.front()))
-        client->setOutputVolume(ids.front(), client->outputVolume(ids.front()));
+    client->settle();
     bool isDone = false;
     loop.post([&] { isDone = true; });
     EXPECT_TRUE(runUntil([&] { return isDone; }));
@@ -157,14 +155,17 @@ std::vector<std::string> RealServer::deviceUIDs() {
     return result;
 }
 
-std::string RealServer::defaultUID() {
-    const AudioObjectID device = client->defaultOutputDeviceID();
-    return device ? client->deviceUID(device) : "";
-}
+std::string RealServer::defaultUID() { return uidOf(&PipeWireAudioClient::defaultOutputDeviceID); }
 
-std::string RealServer::alertUID() {
-    const AudioObjectID device = client->defaultSystemOutputDeviceID();
-    return device ? client->deviceUID(device) : "";
+std::string RealServer::alertUID() { return uidOf(&PipeWireAudioClient::defaultSystemOutputDeviceID); }
+
+std::string RealServer::uidOf(AudioObjectID (PipeWireAudioClient::*output)()) {
+    try {
+        const AudioObjectID device = ((*client).*output)();
+        return device ? client->deviceUID(device) : "";
+    } catch (const AudioManagerError&) {
+        return ""; // nobody answers
+    }
 }
 
 AggregateDeviceDescription RealServer::description(std::vector<std::string> uids) {
@@ -185,8 +186,8 @@ AudioObjectID RealServer::createAggregate(std::vector<std::string> uids) {
 
 std::vector<std::string> RealServer::ourNotes() {
     std::vector<std::string> result;
-    for (const char* key :
-         {PipeWireKey::alertSink, PipeWireKey::previousConfiguredSink, PipeWireKey::previousForcedRate}) {
+    for (const char* key : {PipeWireKey::alertSink, PipeWireKey::previousConfiguredSink,
+                            PipeWireKey::previousAlertSink, PipeWireKey::previousForcedRate}) {
         if (const auto value = lab->defaultMetadata(key)) result.push_back(key + (": " + *value));
         if (const auto value = lab->settingsMetadata(key)) result.push_back(key + (": " + *value));
     }

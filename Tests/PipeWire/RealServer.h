@@ -57,6 +57,7 @@ class RealServer : public testing::Test {
     AudioObjectID id(std::string_view uid);
     /// The present devices' UIDs in order.
     std::vector<std::string> deviceUIDs();
+    /// Empty when there is none, and while nobody answers.
     std::string defaultUID();
     std::string alertUID();
 
@@ -89,6 +90,8 @@ class RealServer : public testing::Test {
     }
 
   private:
+    std::string uidOf(AudioObjectID (PipeWireAudioClient::*output)());
+
     struct NoProcessLeft {
         ~NoProcessLeft();
     };

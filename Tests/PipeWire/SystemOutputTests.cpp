@@ -239,20 +239,22 @@ TEST_F(SystemOutputTests, ARateThatAKilledRunForcedIsPutBack) {
     EXPECT_TRUE(leavesNoNotes());
 }
 
-TEST_F(SystemOutputTests, WithoutASessionManagerTheOutputsAreNotReady) {
+TEST_F(SystemOutputTests, WithoutASessionManagerNobodyAnswersForTheOutputs) {
     server.killSessionManager();
-    ASSERT_TRUE(runUntil([&] { return client->defaultOutputDeviceID() == kAudioObjectUnknown; }));
-    EXPECT_EQ(client->defaultSystemOutputDeviceID(), kAudioObjectUnknown);
+    const auto defaultStatus = [&] { return statusThrown([&] { client->defaultOutputDeviceID(); }); };
+    ASSERT_TRUE(runUntil([&] { return defaultStatus() == kAudioHardwareNotRunningError; }));
+    EXPECT_EQ(statusThrown([&] { client->defaultSystemOutputDeviceID(); }), kAudioHardwareNotRunningError);
     EXPECT_THAT(deviceUIDs(), ElementsAre("desk", "usb", "blue"));
     const ContinuousInstant before = loop.continuousNow();
-    EXPECT_EQ(statusThrown([&] { client->setDefaultOutputDevice(id("usb")); }), kAudioHardwareNotReadyError);
+    EXPECT_EQ(statusThrown([&] { client->setDefaultOutputDevice(id("usb")); }),
+              kAudioHardwareNotRunningError);
     EXPECT_EQ(statusThrown([&] { client->setDefaultSystemOutputDevice(id("usb")); }),
-              kAudioHardwareNotReadyError);
-    EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotReadyError);
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotRunningError);
     EXPECT_LT(loop.continuousNow() - before, std::chrono::seconds(1));
 
     server.startSessionManager();
-    EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
+    EXPECT_TRUE(runUntil([&] { return defaultStatus() == noErr && defaultUID() == "desk"; }));
     client->setDefaultOutputDevice(id("usb"));
     EXPECT_EQ(defaultUID(), "usb");
     client->setDefaultOutputDevice(id("desk"));

@@ -1,12 +1,14 @@
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 
 #include "Platform/Linux/PipeWire/PipeWireComposition.h"
+#include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cinttypes>
 #include <cstring>
 #include <utility>
 
@@ -17,25 +19,52 @@ namespace {
 /// How long a returning output may take to be linked before it is shown unlinked. It takes about 2 ms.
 constexpr std::chrono::milliseconds joiningGrace{500};
 
-pw_properties* sinkProperties(const AggregateDeviceDescription& description) {
-    pw_properties* properties =
-        pw_properties_new("factory.name", "support.null-audio-sink", PW_KEY_MEDIA_CLASS, "Audio/Sink",
-                          PW_KEY_OBJECT_LINGER, "true", PW_KEY_NODE_VIRTUAL, "true",
-                          "monitor.channel-volumes", "true", "audio.position", "[ FL FR ]", nullptr);
+/// Strays after which nothing is linked any more: the server confuses an output with another object.
+constexpr int mostStrays = 8;
+/// Above what the session manager gives outputs of hardware (up to 1509), below its inputs (from 1900).
+constexpr std::int64_t usualPriority = 1600;
+
+/// The priority with which the session manager makes the aggregate the default output where nobody has chosen
+/// one, without being told a choice that it would remember for good. It also takes the monitors of outputs
+/// for inputs, so the aggregate's has to stay below the best real one. None where that can't be had.
+std::optional<std::int64_t> sessionPriority(const PipeWireGraph& graph) {
+    std::int64_t highestOutput = 0;
+    std::optional<std::int64_t> bestInput;
+    for (const PipeWireNode* node : graph.devices()) {
+        const std::int64_t priority = numberProperty(node->properties(), PW_KEY_PRIORITY_SESSION).value_or(0);
+        if (node->isSink()) {
+            highestOutput = std::max(highestOutput, priority);
+        } else {
+            bestInput = std::max(bestInput.value_or(0), priority);
+        }
+    }
+    std::int64_t priority = std::max(usualPriority, highestOutput + 1);
+    if (bestInput && priority >= *bestInput) priority = *bestInput - 1;
+    return priority > highestOutput ? std::optional(priority) : std::nullopt;
+}
+
+pw_properties* sinkProperties(const AggregateDeviceDescription& description,
+                              std::optional<std::int64_t> priority) {
+    // The aggregate's own volume makes no difference to the sound: each output has its own.
+    // The session manager's rule that suspends idle nodes crashes it when the node has just gone; idle, this
+    // node costs no more than suspended. A desktop's mixer lists a sink as hardware if it has a device's API.
+    pw_properties* properties = pw_properties_new(
+        "factory.name", "support.null-audio-sink", PW_KEY_MEDIA_CLASS, "Audio/Sink", PW_KEY_OBJECT_LINGER,
+        "true", PW_KEY_NODE_VIRTUAL, "true", PW_KEY_DEVICE_API, "velto", "monitor.channel-volumes", "false",
+        "session.suspend-timeout-seconds", "0", "audio.position", "[ FL FR ]", nullptr);
+    if (priority) pw_properties_setf(properties, PW_KEY_PRIORITY_SESSION, "%" PRId64, *priority);
     pw_properties_set(properties, PW_KEY_NODE_NAME, description.uid.c_str());
     pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
     pw_properties_set(properties, PipeWireKey::composition, PipeWireComposition::text(description).c_str());
     return properties;
 }
 
-pw_properties* linkProperties(const PipeWirePort& output, const PipeWirePort& input) {
-    pw_properties* properties =
-        pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_LINK_PASSIVE, "true", nullptr);
-    pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", output.nodeID());
-    pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_PORT, "%u", output.globalID());
-    pw_properties_setf(properties, PW_KEY_LINK_INPUT_NODE, "%u", input.nodeID());
-    pw_properties_setf(properties, PW_KEY_LINK_INPUT_PORT, "%u", input.globalID());
-    return properties;
+pw_properties* linkProperties(const PipeWireNode& from, const PipeWirePort& output, const PipeWireNode& to,
+                              const PipeWirePort& input) {
+    return pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_LINK_PASSIVE, "true", PW_KEY_OBJECT_PATH,
+                             PipeWireKey::link, PW_KEY_LINK_OUTPUT_NODE, from.name().c_str(),
+                             PW_KEY_LINK_OUTPUT_PORT, output.alias().c_str(), PW_KEY_LINK_INPUT_NODE,
+                             to.name().c_str(), PW_KEY_LINK_INPUT_PORT, input.alias().c_str(), nullptr);
 }
 
 std::vector<const PipeWirePort*> audioPorts(const PipeWireGraph& graph, const PipeWireNode& node,
@@ -93,31 +122,47 @@ PipeWireAggregates::PipeWireAggregates(MainActor& actor, PipeWireConnection& con
 PipeWireAggregates::~PipeWireAggregates() { forget(); }
 
 AudioObjectID PipeWireAggregates::create(const AggregateDeviceDescription& description) {
-    if (graph_.device(description.uid))
-        throw AudioManagerError::coreAudioError(kAudioHardwareIllegalOperationError);
+    const std::string label = "CreateAggregateDevice " + description.uid;
+    if (givenUp_.contains(description.uid))
+        connection_.waitUntil([&] { return !graph_.device(description.uid); }); // it is on its way out
+    if (const PipeWireNode* other = graph_.device(description.uid)) {
+        if (isAggregate(*other)) failPipeWireCall(kAudioHardwareIllegalOperationError, label);
+        throw AudioManagerError::aggregateCreationFailed(
+            "Another program's output has the name that Velto needs, \"" + description.uid + "\".");
+    }
 
     kept_.insert_or_assign(description.uid, description);
+    givenUp_.erase(description.uid);
+    strayCount_ = 0;
     const Request sink(connection_.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE,
-                       sinkProperties(description));
+                       sinkProperties(description, sessionPriority(graph_)));
     connection_.waitUntil([&] { return isComplete(description) || !sink.refusal.empty(); });
     if (isComplete(description)) return graph_.device(description.uid)->objectID();
 
-    LoggingService::audioDevices.error("The sound server did not build the aggregate: {}",
-                                       sink.refusal.empty() ? "no answer in time" : sink.refusal);
     kept_.erase(description.uid);
-    if (const PipeWireNode* half = graph_.device(description.uid)) {
-        pw_registry_destroy(connection_.registry(), half->globalID());
-        connection_.waitUntil([&] { return !graph_.device(description.uid); });
-    }
-    throw AudioManagerError::coreAudioError(kAudioHardwareNotReadyError);
+    givenUp_.insert(description.uid);
+    if (connection_.isSilent()) failPipeWireCall(kAudioHardwareNotRunningError, label);
+    LoggingService::audioDevices.error("The sound server did not build the aggregate: {}",
+                                       sink.refusal.empty() ? "it is not whole in time" : sink.refusal);
+    removeLateAggregates();
+    connection_.waitUntil([&] { return !graph_.device(description.uid); });
+    failPipeWireCall(kAudioHardwareNotReadyError, label);
 }
 
 void PipeWireAggregates::destroy(const PipeWireNode& aggregate) {
     const AudioObjectID objectID = aggregate.objectID();
     kept_.erase(aggregate.name());
     pw_registry_destroy(connection_.registry(), aggregate.globalID());
-    if (!connection_.waitUntil([&] { return !graph_.device(objectID); }))
-        throw AudioManagerError::coreAudioError(kAudioHardwareNotReadyError);
+    if (connection_.waitUntil([&] { return !graph_.device(objectID); })) return;
+    failPipeWireCall(connection_.isSilent() ? kAudioHardwareNotRunningError : kAudioHardwareNotReadyError,
+                     "DestroyAggregateDevice " + std::to_string(objectID));
+}
+
+const PipeWireNode* PipeWireAggregates::existing() const {
+    const auto devices = graph_.devices();
+    const auto found =
+        std::ranges::find_if(devices, [](const PipeWireNode* node) { return isAggregate(*node); });
+    return found == devices.end() ? nullptr : *found;
 }
 
 bool PipeWireAggregates::isAggregate(const PipeWireNode& node) {
@@ -204,12 +249,14 @@ void PipeWireAggregates::connect(const PipeWireNode& aggregate, const PipeWireNo
         if (isLinked(*from, *to) || requests_.contains(key)) continue;
         requests_.emplace(key, std::make_unique<Request>(connection_.core(), "link-factory",
                                                          PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
-                                                         linkProperties(*from, *to)));
+                                                         linkProperties(aggregate, *from, output, *to)));
     }
 }
 
 void PipeWireAggregates::relink() {
     if (!connection_.isConnected()) return;
+    removeLateAggregates();
+    removeStrayLinks();
     sweepRequests();
     std::set<AudioObjectID> unlinked;
     for (const auto& [uid, description] : kept_) {
@@ -219,10 +266,40 @@ void PipeWireAggregates::relink() {
             const PipeWireNode* output = graph_.device(subDevice.uid);
             if (!output || isLinked(*aggregate, *output)) continue;
             unlinked.insert(output->objectID());
-            connect(*aggregate, *output);
+            if (strayCount_ < mostStrays) connect(*aggregate, *output);
         }
     }
     updateJoining(unlinked);
+}
+
+void PipeWireAggregates::removeStrayLinks() {
+    std::erase_if(strayLinks_, [&](uint32_t link) { return !graph_.links().contains(link); });
+    for (const auto& [globalID, link] : graph_.links()) {
+        const PipeWireNode* aggregate = link.isOurs ? graph_.deviceBehind(link.outputNode) : nullptr;
+        const auto composition = aggregate ? description(*aggregate) : std::nullopt;
+        if (!composition) continue;
+        const PipeWireNode* input = graph_.deviceBehind(link.inputNode);
+        const bool isOutput = input && std::ranges::any_of(composition->subDevices, [&](const auto& output) {
+                                  return output.uid == input->name();
+                              });
+        if (isOutput || !strayLinks_.insert(globalID).second) continue;
+        LoggingService::audioDevices.error("Removing a link to {}, which is not an output of the aggregate",
+                                           publicText(input ? input->name() : "an unknown object"));
+        pw_registry_destroy(connection_.registry(), globalID);
+        if (++strayCount_ == mostStrays)
+            LoggingService::audioDevices.error("Outputs can't be told apart; no more is linked");
+    }
+}
+
+/// What the server has made after it was given up.
+void PipeWireAggregates::removeLateAggregates() {
+    for (const PipeWireNode* node : graph_.devices()) {
+        const auto unwanted = isAggregate(*node) ? givenUp_.find(node->name()) : givenUp_.end();
+        if (unwanted == givenUp_.end()) continue;
+        givenUp_.erase(unwanted);
+        LoggingService::audioDevices.notice("Removing an aggregate that came too late");
+        pw_registry_destroy(connection_.registry(), node->globalID());
+    }
 }
 
 void PipeWireAggregates::sweepRequests() {
@@ -256,6 +333,8 @@ void PipeWireAggregates::updateJoining(const std::set<AudioObjectID>& unlinked) 
 
 void PipeWireAggregates::forget() {
     kept_.clear();
+    givenUp_.clear();
+    strayLinks_.clear();
     requests_.clear();
     updateJoining({});
 }

@@ -1,8 +1,9 @@
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
 
 #include "Platform/Linux/PipeWire/PipeWireDeviceProperties.h"
-#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -22,7 +23,19 @@ constexpr std::chrono::milliseconds newDefaultGrace{200};
 constexpr std::chrono::milliseconds firstAskAgainDelay{200};
 constexpr std::chrono::seconds longestAskAgainDelay{10};
 
-[[noreturn]] void throwStatus(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
+/// The UID of an output of somebody else that has the name Velto's own aggregate would have: it must not be
+/// taken for that.
+constexpr std::string_view impostorUID = "com.corlent.velto.aggregate (another program's)";
+
+std::string uidOf(const PipeWireNode& node) {
+    const bool isImpostor =
+        node.name() == AggregateDeviceManager::aggregateUID && !PipeWireAggregates::isAggregate(node);
+    return isImpostor ? std::string(impostorUID) : node.name();
+}
+
+[[noreturn]] void fail(OSStatus status, const char* operation, AudioObjectID device) {
+    failPipeWireCall(status, operation + (" " + std::to_string(device)));
+}
 
 } // namespace
 
@@ -31,20 +44,29 @@ constexpr std::chrono::seconds longestAskAgainDelay{10};
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote)
     : actor_(actor), connection_(actor, watcher, std::move(remote), *this),
       graph_([this] { graphChanged(); }), aggregates_(actor, connection_, graph_, [this] { publishLater(); }),
-      outputs_(connection_, graph_), askAgainDelay_(firstAskAgainDelay) {
+      outputs_(actor, connection_, graph_, aggregates_, [this] { publishLater(); }),
+      volumeWrites_(actor, connection_, graph_,
+                    [this](PipeWireVolumeWrites::Control control) {
+                        const bool isVolume = control.kind == PipeWireVolumeWrites::Kind::volume;
+                        listeners_.notify(
+                            {{control.device, isVolume ? kAudioHardwareServiceDeviceProperty_VirtualMainVolume
+                                                       : kAudioDevicePropertyMute}});
+                    }),
+      askAgainDelay_(firstAskAgainDelay) {
     connection_.connect();
-    // The first answer brings what there is, the second what each of them says of itself.
-    connection_.roundTrip();
-    connection_.roundTrip();
-    undoAbandonedChanges();
-    hasLostServer_ = !connection_.isConnected();
+    connection_.waitUntil([this] { return graph_.isComplete(); });
+    outputs_.finishRestoring();
+    wasSilent_ = !isAnswering();
     published_ = current();
     askAgainForDefault();
 }
 
 PipeWireAudioClient::~PipeWireAudioClient() {
+    if (!connection_.isSilent()) settle(); // what was sent last is not to go with the program
     if (askAgain_) actor_.cancelTimer(*askAgain_);
     aggregates_.forget();
+    outputs_.forget();
+    volumeWrites_.forget();
     graph_.detach();
     connection_.disconnect();
 }
@@ -56,28 +78,36 @@ void PipeWireAudioClient::connectionMade(pw_core* core, pw_registry* registry) {
 void PipeWireAudioClient::connectionLost() {
     aggregates_.forget();
     outputs_.forget();
+    volumeWrites_.forget();
     graph_.detach();
     driftCompensation_.clear();
-    hasLostServer_ = true;
-    publishLater();
+    hadAggregate_.reset();
+    wasSilent_ = true;
 }
 
-void PipeWireAudioClient::undoAbandonedChanges() {
-    // A run that ended between forcing a rate and creating its aggregate left nothing that recovery would
-    // remove; nor does recovery know what the session manager had stored before it was killed.
-    const bool hasAggregate = std::ranges::any_of(
-        graph_.devices(), [](const PipeWireNode* node) { return PipeWireAggregates::isAggregate(*node); });
-    if (hasAggregate) return;
-    outputs_.restoreSampleRate();
-    outputs_.forgetChoiceOf(std::string(AggregateDeviceManager::aggregateUID));
+void PipeWireAudioClient::connectionAnswers() {
+    wasSilent_ = true;
+    publishLater();
 }
 
 // Notification
 
 void PipeWireAudioClient::graphChanged() {
+    if (!graph_.isComplete()) return; // what is not known yet is not missing
     aggregates_.relink();
-    outputs_.routeAlerts();
+    followAggregate();
+    outputs_.follow();
+    volumeWrites_.follow();
     publishLater();
+}
+
+/// Whoever removed it, and whenever: what stood before it is put back.
+void PipeWireAudioClient::followAggregate() {
+    if (isCreatingAggregate_) return;
+    const bool hasAggregate = aggregates_.existing() != nullptr;
+    if (!hasAggregate && hadAggregate_.value_or(true))
+        outputs_.restore(std::string(AggregateDeviceManager::aggregateUID));
+    hadAggregate_ = hasAggregate;
 }
 
 void PipeWireAudioClient::publishLater() {
@@ -90,12 +120,14 @@ void PipeWireAudioClient::publishLater() {
 }
 
 void PipeWireAudioClient::publish() {
+    if (!graph_.defaultMetadata()) wasSilent_ = true; // nobody answers for the default output
+    if (!isAnswering()) return;
     PipeWireSnapshot next = current();
     std::set<ListenedProperty> changed = published_.differences(next);
     published_ = std::move(next);
     // A server that came back has its devices, and a session manager that has chosen among them.
-    if (hasLostServer_ && connection_.isConnected() && outputs_.defaultOutput()) {
-        hasLostServer_ = false;
+    if (wasSilent_ && !connection_.isSilent() && outputs_.isDefaultKnown()) {
+        wasSilent_ = false;
         changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
     }
     askAgainForDefault();
@@ -141,7 +173,10 @@ PropertyListenerTokenRef PipeWireAudioClient::addPropertyListener(AudioObjectID 
                                                                   AudioObjectPropertyScope scope,
                                                                   AudioObjectPropertyElement element,
                                                                   PropertyListenerHandler handler) {
-    if (objectID != kAudioObjectSystemObject && !visible(objectID)) throwStatus(kAudioHardwareBadObjectError);
+    if (objectID != kAudioObjectSystemObject && !visible(objectID))
+        failPipeWireCall(isAnswering() ? kAudioHardwareBadObjectError : kAudioHardwareNotRunningError,
+                         "AddPropertyListener " + fourCharCodeDescription(selector) + " on " +
+                             std::to_string(objectID));
     return listeners_.add(objectID, {selector, scope, element}, std::move(handler));
 }
 
@@ -158,19 +193,31 @@ PipeWireNode* PipeWireAudioClient::visible(AudioObjectID device) const noexcept 
     return node && !aggregates_.isJoining(*node) ? node : nullptr;
 }
 
-PipeWireNode& PipeWireAudioClient::require(AudioObjectID device) const {
+void PipeWireAudioClient::requireAnswer(const char* operation) const {
+    if (!isAnswering()) failPipeWireCall(kAudioHardwareNotRunningError, operation);
+}
+
+void PipeWireAudioClient::requireSessionManager(const char* operation) const {
+    const PipeWireMetadata* metadata = graph_.defaultMetadata();
+    if (!isAnswering() || !metadata || !metadata->isComplete())
+        failPipeWireCall(kAudioHardwareNotRunningError, operation);
+}
+
+PipeWireNode& PipeWireAudioClient::require(AudioObjectID device, const char* operation) const {
+    requireAnswer(operation);
     PipeWireNode* node = visible(device);
-    if (!node) throwStatus(kAudioHardwareBadDeviceError);
+    if (!node) fail(kAudioHardwareBadDeviceError, operation, device);
     return *node;
 }
 
-PipeWireNode& PipeWireAudioClient::requireSink(AudioObjectID device) const {
-    PipeWireNode& node = require(device);
-    if (!node.isSink()) throwStatus(kAudioHardwareBadDeviceError);
+PipeWireNode& PipeWireAudioClient::requireSink(AudioObjectID device, const char* operation) const {
+    PipeWireNode& node = require(device, operation);
+    if (!node.isSink()) fail(kAudioHardwareBadDeviceError, operation, device);
     return node;
 }
 
 std::vector<AudioObjectID> PipeWireAudioClient::allDeviceIDs() {
+    requireAnswer("AllDeviceIDs");
     std::vector<AudioObjectID> result;
     for (const PipeWireNode* node : graph_.devices())
         if (!aggregates_.isJoining(*node)) result.push_back(node->objectID());
@@ -178,18 +225,23 @@ std::vector<AudioObjectID> PipeWireAudioClient::allDeviceIDs() {
 }
 
 std::optional<AudioObjectID> PipeWireAudioClient::deviceID(std::string_view forUID) {
-    const PipeWireNode* node = graph_.device(forUID);
-    return node && !aggregates_.isJoining(*node) ? std::optional(node->objectID()) : std::nullopt;
+    requireAnswer("DeviceID");
+    const bool isImpostor = forUID == impostorUID;
+    const PipeWireNode* node = graph_.device(isImpostor ? AggregateDeviceManager::aggregateUID : forUID);
+    const bool isFound = node && uidOf(*node) == forUID && !aggregates_.isJoining(*node);
+    return isFound ? std::optional(node->objectID()) : std::nullopt;
 }
 
-std::string PipeWireAudioClient::deviceUID(AudioObjectID device) { return require(device).name(); }
+std::string PipeWireAudioClient::deviceUID(AudioObjectID device) {
+    return uidOf(require(device, "DeviceUID"));
+}
 
 std::string PipeWireAudioClient::deviceName(AudioObjectID device) {
-    return std::string(require(device).displayName());
+    return std::string(require(device, "DeviceName").displayName());
 }
 
 std::uint32_t PipeWireAudioClient::transportType(AudioObjectID device) {
-    return PipeWireDeviceProperties::transportType(graph_, require(device));
+    return PipeWireDeviceProperties::transportType(graph_, require(device, "TransportType"));
 }
 
 std::optional<std::string> PipeWireAudioClient::deviceManufacturer(AudioObjectID device) noexcept {
@@ -208,7 +260,7 @@ std::optional<std::int64_t> PipeWireAudioClient::outputSafetyOffsetFrames(AudioO
 }
 
 std::int64_t PipeWireAudioClient::outputChannelCount(AudioObjectID device) {
-    return PipeWireDeviceProperties::outputChannelCount(graph_, require(device));
+    return PipeWireDeviceProperties::outputChannelCount(graph_, require(device, "OutputChannelCount"));
 }
 
 bool PipeWireAudioClient::isAlive(AudioObjectID device) noexcept {
@@ -226,71 +278,82 @@ bool PipeWireAudioClient::isRunningSomewhere(AudioObjectID device) noexcept {
 }
 
 double PipeWireAudioClient::nominalSampleRate(AudioObjectID device) {
-    require(device);
+    require(device, "NominalSampleRate");
     return outputs_.sampleRate();
 }
 
 std::vector<SampleRateRange> PipeWireAudioClient::availableSampleRates(AudioObjectID device) {
-    require(device);
+    require(device, "AvailableSampleRates");
     return {serverRates};
 }
 
 void PipeWireAudioClient::setNominalSampleRate(AudioObjectID device, double sampleRate) {
-    require(device);
+    require(device, "SetNominalSampleRate");
     const bool isWhole = std::isfinite(sampleRate) && std::floor(sampleRate) == sampleRate;
-    if (!isWhole || !serverRates.contains(sampleRate)) throwStatus(kAudioDeviceUnsupportedFormatError);
+    if (!isWhole || !serverRates.contains(sampleRate))
+        fail(kAudioDeviceUnsupportedFormatError, "SetNominalSampleRate", device);
     outputs_.setSampleRate(sampleRate);
 }
 
 // The system's outputs
 
 AudioObjectID PipeWireAudioClient::defaultOutputDeviceID() {
+    requireSessionManager("DefaultOutputDeviceID");
     const PipeWireNode* node = outputs_.defaultOutput();
     return node ? node->objectID() : kAudioObjectUnknown;
 }
 
 void PipeWireAudioClient::setDefaultOutputDevice(AudioObjectID device) {
-    outputs_.setDefaultOutput(requireSink(device));
+    outputs_.setDefaultOutput(requireSink(device, "SetDefaultOutputDevice"));
 }
 
 AudioObjectID PipeWireAudioClient::defaultSystemOutputDeviceID() {
+    requireSessionManager("DefaultSystemOutputDeviceID");
     const PipeWireNode* node = outputs_.alertOutput();
     return node ? node->objectID() : kAudioObjectUnknown;
 }
 
 void PipeWireAudioClient::setDefaultSystemOutputDevice(AudioObjectID device) {
-    outputs_.setAlertOutput(requireSink(device));
+    outputs_.setAlertOutput(requireSink(device, "SetDefaultSystemOutputDevice"));
 }
 
 // Aggregates
 
 AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDescription& description) {
-    if (!connection_.isConnected()) throwStatus(kAudioHardwareNotRunningError);
-    try {
-        if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);
-        const AudioObjectID created = aggregates_.create(description);
-        for (const auto& subDevice : description.subDevices)
-            driftCompensation_.insert_or_assign(subDevice.uid, subDevice.driftCompensation);
-        return created;
-    } catch (const AudioManagerError&) {
-        undoAbandonedChanges();
-        throw;
-    }
+    requireSessionManager("CreateAggregateDevice");
+    struct Creating {
+        PipeWireAudioClient& client;
+        explicit Creating(PipeWireAudioClient& owner) : client(owner) { client.isCreatingAggregate_ = true; }
+        ~Creating() {
+            client.isCreatingAggregate_ = false;
+            client.hadAggregate_ = true; // so that its absence, now or later, is one that is new
+            client.followAggregate();
+        }
+    } const creating(*this);
+    if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);
+    const AudioObjectID created = aggregates_.create(description);
+    for (const auto& subDevice : description.subDevices)
+        driftCompensation_.insert_or_assign(subDevice.uid, subDevice.driftCompensation);
+    return created;
 }
 
 void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
+    requireAnswer("DestroyAggregateDevice");
     const PipeWireNode* node = visible(device);
-    if (!node || !PipeWireAggregates::isAggregate(*node)) throwStatus(kAudioHardwareBadObjectError);
+    if (!node || !PipeWireAggregates::isAggregate(*node))
+        fail(kAudioHardwareBadObjectError, "DestroyAggregateDevice", device);
     const std::string name = node->name(); // the node goes
     aggregates_.destroy(*node);
-    connection_.waitUntil([&] { return outputs_.defaultOutput() != nullptr; }, newDefaultGrace);
-    outputs_.restoreAfterAggregate(name);
+    followAggregate();
+    connection_.waitUntil([&] { return outputs_.hasLeft(name); }, newDefaultGrace);
+    outputs_.finishRestoring();
     driftCompensation_.clear();
 }
 
-AggregateDeviceDescription PipeWireAudioClient::requireAggregate(AudioObjectID device) const {
-    auto description = PipeWireAggregates::description(require(device));
-    if (!description) throwStatus(kAudioHardwareUnknownPropertyError);
+AggregateDeviceDescription PipeWireAudioClient::requireAggregate(AudioObjectID device,
+                                                                 const char* operation) const {
+    auto description = PipeWireAggregates::description(require(device, operation));
+    if (!description) fail(kAudioHardwareUnknownPropertyError, operation, device);
     for (auto& subDevice : description->subDevices) {
         const auto changed = driftCompensation_.find(subDevice.uid);
         if (changed != driftCompensation_.end()) subDevice.driftCompensation = changed->second;
@@ -299,26 +362,26 @@ AggregateDeviceDescription PipeWireAudioClient::requireAggregate(AudioObjectID d
 }
 
 CompositionDictionary PipeWireAudioClient::aggregateComposition(AudioObjectID device) {
-    return requireAggregate(device).dictionaryRepresentation();
+    return requireAggregate(device, "AggregateComposition").dictionaryRepresentation();
 }
 
 std::vector<std::string> PipeWireAudioClient::aggregateFullSubDeviceUIDs(AudioObjectID device) {
     std::vector<std::string> result;
-    for (auto& subDevice : requireAggregate(device).subDevices)
+    for (auto& subDevice : requireAggregate(device, "AggregateFullSubDevices").subDevices)
         result.push_back(std::move(subDevice.uid));
     return result;
 }
 
 std::vector<AudioObjectID> PipeWireAudioClient::aggregateActiveSubDeviceIDs(AudioObjectID device) {
-    requireAggregate(device);
+    requireAggregate(device, "AggregateActiveSubDevices");
     std::vector<AudioObjectID> result;
-    for (const PipeWireNode* node : aggregates_.activeSubDevices(require(device)))
+    for (const PipeWireNode* node : aggregates_.activeSubDevices(*visible(device)))
         result.push_back(node->objectID());
     return result;
 }
 
 std::string PipeWireAudioClient::aggregateMainSubDeviceUID(AudioObjectID device) {
-    return requireAggregate(device).mainSubDeviceUID;
+    return requireAggregate(device, "AggregateMainSubDevice").mainSubDeviceUID;
 }
 
 bool PipeWireAudioClient::supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept {
@@ -327,7 +390,7 @@ bool PipeWireAudioClient::supportsSubDeviceDriftCompensation(AudioObjectID subDe
 }
 
 bool PipeWireAudioClient::subDeviceDriftCompensation(AudioObjectID subDevice) {
-    const std::string& uid = requireSink(subDevice).name();
+    const std::string& uid = requireSink(subDevice, "SubDeviceDriftCompensation").name();
     if (const auto set = driftCompensation_.find(uid); set != driftCompensation_.end()) return set->second;
     for (const PipeWireNode* node : graph_.devices()) {
         const auto description = PipeWireAggregates::description(*node);
@@ -339,7 +402,8 @@ bool PipeWireAudioClient::subDeviceDriftCompensation(AudioObjectID subDevice) {
 }
 
 void PipeWireAudioClient::setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) {
-    driftCompensation_.insert_or_assign(requireSink(subDevice).name(), enabled);
+    driftCompensation_.insert_or_assign(requireSink(subDevice, "SetSubDeviceDriftCompensation").name(),
+                                        enabled);
 }
 
 // Volume and mute
@@ -350,17 +414,16 @@ bool PipeWireAudioClient::supportsOutputVolume(AudioObjectID device) noexcept {
 }
 
 float PipeWireAudioClient::outputVolume(AudioObjectID device) {
-    const auto volume = PipeWireDeviceProperties::scalarVolume(require(device));
-    if (!volume) throwStatus(kAudioHardwareUnsupportedOperationError);
-    return *volume;
+    const auto volume = PipeWireDeviceProperties::scalarVolume(require(device, "OutputVolume"));
+    if (!volume) fail(kAudioHardwareUnsupportedOperationError, "OutputVolume", device);
+    return volumeWrites_.asked({device, PipeWireVolumeWrites::Kind::volume}).value_or(*volume);
 }
 
 void PipeWireAudioClient::setOutputVolume(AudioObjectID device, float volume) {
-    PipeWireNode& node = require(device);
-    if (!PipeWireDeviceProperties::scalarVolume(node)) throwStatus(kAudioHardwareUnsupportedOperationError);
-    const float clamped = volume > 0 ? std::min(volume, 1.0F) : 0.0F; // not a number counts as silence
-    PipeWireDeviceProperties::setScalarVolume(graph_, node, clamped);
-    connection_.roundTrip(); // so that a read right after gives the new volume
+    if (!PipeWireDeviceProperties::scalarVolume(require(device, "SetOutputVolume")))
+        fail(kAudioHardwareUnsupportedOperationError, "SetOutputVolume", device);
+    volumeWrites_.setVolume(device,
+                            volume > 0 ? std::min(volume, 1.0F) : 0.0F); // no number counts as silence
 }
 
 bool PipeWireAudioClient::supportsOutputMute(AudioObjectID device) noexcept {
@@ -369,16 +432,16 @@ bool PipeWireAudioClient::supportsOutputMute(AudioObjectID device) noexcept {
 }
 
 bool PipeWireAudioClient::outputMute(AudioObjectID device) {
-    require(device);
-    if (!supportsOutputMute(device)) throwStatus(kAudioHardwareUnsupportedOperationError);
-    return visible(device)->isMuted().value_or(false);
+    const PipeWireNode& node = require(device, "OutputMute");
+    if (!supportsOutputMute(device)) fail(kAudioHardwareUnsupportedOperationError, "OutputMute", device);
+    const auto asked = volumeWrites_.asked({device, PipeWireVolumeWrites::Kind::mute});
+    return asked ? *asked != 0 : node.isMuted().value_or(false);
 }
 
 void PipeWireAudioClient::setOutputMute(AudioObjectID device, bool isMuted) {
-    PipeWireNode& node = require(device);
-    if (!supportsOutputMute(device)) throwStatus(kAudioHardwareUnsupportedOperationError);
-    PipeWireDeviceProperties::setMute(graph_, node, isMuted);
-    connection_.roundTrip();
+    require(device, "SetOutputMute");
+    if (!supportsOutputMute(device)) fail(kAudioHardwareUnsupportedOperationError, "SetOutputMute", device);
+    volumeWrites_.setMute(device, isMuted);
 }
 
 } // namespace velto

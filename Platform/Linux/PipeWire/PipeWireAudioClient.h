@@ -2,7 +2,10 @@
 //
 // A device is a node of the server, its UID the node's name, its ID the node's serial. Owned by the program's
 // root, used on the main actor, where its loop is served; no thread of its own touches a device. Survives the
-// server: while there is none, there are no devices. What Linux has no equivalent for answers as absent.
+// server: while there is none, or before it has told all it has, nothing is answered ('stop'). While a server
+// that is connected hangs, reads go on telling what was last heard, and what has to wait for it fails with
+// 'stop' after half a second, once; volumes wait for nothing. What Linux has no equivalent for answers as
+// absent.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
@@ -12,6 +15,7 @@
 #include "Platform/Linux/PipeWire/PipeWireListeners.h"
 #include "Platform/Linux/PipeWire/PipeWireSnapshot.h"
 #include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
+#include "Platform/Linux/PipeWire/PipeWireVolumeWrites.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 
@@ -25,12 +29,15 @@ namespace velto {
 
 class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnection::Delegate {
   public:
-    /// Connects, and knows all devices when it returns; without a server it goes on trying. `remote` names
-    /// the server's socket or is its absolute path; empty for the user's own server.
+    /// Connects, and knows all devices when it returns; without a server, or with one that doesn't answer, it
+    /// goes on trying. `remote` names the server's socket or is its absolute path; empty for the user's own.
     PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote = {});
     ~PipeWireAudioClient() override;
 
     bool isConnected() const noexcept { return connection_.isConnected(); }
+    /// Returns when the server has answered everything that was asked of it, at the latest after half a
+    /// second: false then.
+    bool settle() { return connection_.roundTrip(); }
     /// Listeners that are registered and not yet removed.
     std::size_t listenerCount() const noexcept { return listeners_.count(); }
 
@@ -83,16 +90,21 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
   private:
     void connectionMade(pw_core* core, pw_registry* registry) override;
     void connectionLost() override;
+    void connectionAnswers() override;
 
     /// The device as others may see it; null for one that isn't there.
     PipeWireNode* visible(AudioObjectID device) const noexcept;
-    /// The same, but throws '!dev'.
-    PipeWireNode& require(AudioObjectID device) const;
-    PipeWireNode& requireSink(AudioObjectID device) const;
-    AggregateDeviceDescription requireAggregate(AudioObjectID device) const;
-    void undoAbandonedChanges();
+    /// The same, but throws '!dev', or 'stop' while nothing can be answered.
+    PipeWireNode& require(AudioObjectID device, const char* operation) const;
+    PipeWireNode& requireSink(AudioObjectID device, const char* operation) const;
+    AggregateDeviceDescription requireAggregate(AudioObjectID device, const char* operation) const;
+    bool isAnswering() const noexcept { return connection_.isConnected() && graph_.isComplete(); }
+    void requireAnswer(const char* operation) const;
+    /// The same for what only the session manager can answer.
+    void requireSessionManager(const char* operation) const;
 
     void graphChanged();
+    void followAggregate();
     void askAgainForDefault();
     void publishLater();
     void publish();
@@ -103,6 +115,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     PipeWireGraph graph_;
     PipeWireAggregates aggregates_;
     PipeWireSystemOutputs outputs_;
+    PipeWireVolumeWrites volumeWrites_;
     PipeWireListeners listeners_;
     /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
     std::map<std::string, bool, std::less<>> driftCompensation_;
@@ -111,7 +124,11 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     bool isPublishing_ = false;
     std::optional<MainActor::TimerID> askAgain_;
     Duration askAgainDelay_{};
-    bool hasLostServer_ = false;
+    /// There was a time without an answer since the listeners were last told that the service is there.
+    bool wasSilent_ = false;
+    /// Whether an aggregate was there at the last look; none before the first.
+    std::optional<bool> hadAggregate_;
+    bool isCreatingAggregate_ = false;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -20,9 +20,7 @@ struct PipeWireConnection::Hooks {
     spa_hook core{};
 
     static void done(void* data, uint32_t id, int sequence) {
-        auto& self = *static_cast<PipeWireConnection*>(data);
-        // Others ask too, so several answers may come at once.
-        if (id == PW_ID_CORE && sequence == self.awaitedSequence_) self.isAnswered_ = true;
+        if (id == PW_ID_CORE) static_cast<PipeWireConnection*>(data)->answered(sequence);
     }
     static void error(void* data, uint32_t id, int, int result, const char* message) {
         auto& self = *static_cast<PipeWireConnection*>(data);
@@ -82,6 +80,8 @@ void PipeWireConnection::disconnect() {
     if (retry_) actor_.cancelTimer(*std::exchange(retry_, std::nullopt));
     if (!core_) return;
     spa_hook_remove(&hooks_->core);
+    questions_.clear();
+    isHanging_ = false;
     if (registry_) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
     pw_core_disconnect(core_);
     registry_ = nullptr;
@@ -116,20 +116,46 @@ void PipeWireConnection::serve(Duration longestWait) {
     if (result < 0 && result != -EINTR && core_) lose();
 }
 
+void PipeWireConnection::whenAnswered(std::function<void()> answered) {
+    if (!isConnected()) return;
+    questions_.push_back({pw_core_sync(core_, PW_ID_CORE, 0), actor_.continuousNow(), std::move(answered)});
+}
+
+void PipeWireConnection::answered(int sequence) {
+    const auto question = std::ranges::find(questions_, sequence, &Question::sequence);
+    if (question == questions_.end()) return; // others on this connection ask too
+    const auto answered = std::move(question->answered);
+    questions_.erase(question);
+    const bool wasHanging = isHanging_ && questions_.empty();
+    if (wasHanging) isHanging_ = false;
+    if (answered) answered();
+    if (!wasHanging) return;
+    LoggingService::audioDevices.notice("The sound server answers again");
+    delegate_.connectionAnswers();
+}
+
 bool PipeWireConnection::roundTrip(Duration deadline) {
-    if (!isConnected()) return false;
-    isAnswered_ = false;
-    awaitedSequence_ = pw_core_sync(core_, PW_ID_CORE, 0);
-    return waitUntil([this] { return isAnswered_; }, deadline);
+    const auto isAnswered = std::make_shared<bool>(false);
+    if (isSilent()) return false;
+    whenAnswered([isAnswered] { *isAnswered = true; });
+    return waitUntil([&] { return *isAnswered; }, deadline);
 }
 
 bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Duration deadline) {
+    if (!isConnected() || condition()) return isConnected();
+    if (isHanging_) return false;
+    // Who waits in vain is to know whether the server answers at all.
+    if (questions_.empty()) whenAnswered({});
     const ContinuousInstant end = actor_.continuousNow() + deadline;
     while (isConnected()) {
-        if (condition()) return true;
         const Duration left = end - actor_.continuousNow();
-        if (left <= Duration::zero()) return false;
+        if (left <= Duration::zero()) break;
         serve(left);
+        if (condition()) return true;
+    }
+    if (!questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= pipeWireDeadline) {
+        isHanging_ = true;
+        LoggingService::audioDevices.error("The sound server does not answer");
     }
     return false;
 }

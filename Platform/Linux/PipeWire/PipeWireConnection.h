@@ -2,6 +2,10 @@
 //
 // Reconnects by itself when the server goes away. Synchronous calls act, then wait here for the answer; they
 // must never be made from within a server callback.
+//
+// A server that hangs costs one deadline, not one a call: from the first call that waited in vain until the
+// server has answered that one, nothing is waited for. The session manager's hanging shows here too: the
+// server leaves a program unanswered that has begun to watch one of its stores.
 #pragma once
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
@@ -10,6 +14,7 @@
 #include <pipewire/pipewire.h>
 
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,7 +23,7 @@
 namespace velto {
 
 /// How long a synchronous call waits for the server before it gives up. A round trip takes 0.02 ms.
-inline constexpr Duration pipeWireDeadline = std::chrono::seconds(2);
+inline constexpr Duration pipeWireDeadline = std::chrono::milliseconds(500);
 
 class PipeWireConnection {
   public:
@@ -30,6 +35,8 @@ class PipeWireConnection {
         virtual void connectionMade(pw_core* core, pw_registry* registry) = 0;
         /// All proxies must be dropped before this returns.
         virtual void connectionLost() = 0;
+        /// The server answers again. From within a server callback.
+        virtual void connectionAnswers() = 0;
     };
 
     /// `remote` names the server's socket, or is its absolute path; empty for the user's own server.
@@ -45,18 +52,31 @@ class PipeWireConnection {
     void disconnect();
 
     bool isConnected() const noexcept { return core_ && !isLost_; }
+    /// Whether there is no server, or a call has waited for it in vain and it has not answered since.
+    bool isSilent() const noexcept { return !isConnected() || isHanging_; }
     pw_core* core() const noexcept { return core_; }
     pw_registry* registry() const noexcept { return registry_; }
 
+    /// Sends now what would be sent when the main loop turns.
+    void flush() { serve(Duration::zero()); }
+    /// Calls back, from within a server callback, when the server has answered everything sent so far.
+    void whenAnswered(std::function<void()> answered);
     /// Serves the loop until the server has answered everything sent so far. False when it doesn't in time.
     bool roundTrip(Duration deadline = pipeWireDeadline);
-    /// Serves the loop until the condition holds. False when it doesn't in time, or the server is gone.
+    /// Serves the loop until the condition holds. False when it doesn't in time, or the server is silent.
     bool waitUntil(const std::function<bool()>& condition, Duration deadline = pipeWireDeadline);
 
   private:
     struct Hooks;
+    /// Something asked of the server that it has not answered yet.
+    struct Question {
+        int sequence;
+        ContinuousInstant askedAt;
+        std::function<void()> answered; // may be empty
+    };
 
     void serve(Duration longestWait);
+    void answered(int sequence);
     void lose();
     void retryLater();
 
@@ -71,8 +91,8 @@ class PipeWireConnection {
     std::unique_ptr<Hooks> hooks_;
     std::optional<MainActor::TimerID> retry_;
     std::chrono::milliseconds retryDelay_;
-    int awaitedSequence_ = 0; // of the last round trip
-    bool isAnswered_ = false;
+    std::deque<Question> questions_; // in the order in which they are answered
+    bool isHanging_ = false;
     bool isLost_ = false;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

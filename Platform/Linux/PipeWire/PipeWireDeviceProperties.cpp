@@ -89,7 +89,7 @@ std::optional<float> scalarVolume(const PipeWireNode& node) {
     if (!node.isSink() || node.channelVolumes().empty()) return std::nullopt;
     // The server's volumes are linear; people expect the cubic scale of every mixer on this system.
     const float loudest = std::cbrt(std::ranges::max(node.channelVolumes()));
-    return std::isfinite(loudest) ? std::clamp(loudest, 0.0F, 1.0F) : 0.0F;
+    return std::isfinite(loudest) ? std::max(loudest, 0.0F) : 0.0F;
 }
 
 void setScalarVolume(const PipeWireGraph& graph, PipeWireNode& node, float volume) {

@@ -18,7 +18,8 @@ std::optional<std::int64_t> latencyFrames(const PipeWireGraph& graph, const Pipe
 /// Channels that can be played to; 0 for a source.
 std::int64_t outputChannelCount(const PipeWireGraph& graph, const PipeWireNode& node);
 
-/// The scalar volume, 0 to 1, of linear channel volumes: the loudest counts. None without a volume control.
+/// The scalar volume of linear channel volumes: the loudest counts. From 0 to 1, above it where somebody else
+/// amplifies. None without a volume control.
 std::optional<float> scalarVolume(const PipeWireNode& node);
 /// Sets all channels to the scalar volume, through the card's route where there is one.
 void setScalarVolume(const PipeWireGraph& graph, PipeWireNode& node, float volume);

@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 
+#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -35,6 +37,13 @@ void PipeWireGraph::attach(pw_core* core, pw_registry* registry) {
     objectIDBase_ = highestObjectID_;
     pw_core_add_listener(core_, &coreHook_, &Events::core, this);
     pw_registry_add_listener(registry_, &registryHook_, &Events::registry, this);
+    // The first answer comes after the list of all objects, the second after what each says of itself.
+    whenAnswered([this] {
+        whenAnswered([this] {
+            isListed_ = true;
+            changed_();
+        });
+    });
 }
 
 void PipeWireGraph::detach() {
@@ -43,6 +52,7 @@ void PipeWireGraph::detach() {
     spa_hook_remove(&registryHook_);
     core_ = nullptr;
     registry_ = nullptr;
+    isListed_ = false;
     nodes_.clear();
     objectIDs_.clear();
     awaited_.clear();
@@ -77,6 +87,11 @@ PipeWireNode* PipeWireGraph::device(std::string_view name) const {
     return source;
 }
 
+const PipeWireNode* PipeWireGraph::deviceBehind(uint32_t globalID) const {
+    const auto found = objectIDs_.find(globalID);
+    return found == objectIDs_.end() ? nullptr : nodes_.at(found->second).get();
+}
+
 std::vector<const PipeWirePort*> PipeWireGraph::ports(uint32_t nodeID) const {
     std::vector<const PipeWirePort*> result;
     for (const auto& entry : ports_)
@@ -102,9 +117,10 @@ void PipeWireGraph::add(uint32_t globalID, std::string_view type, PipeWireProper
         const auto end = [&](const char* key) {
             return numberProperty(properties, key).value_or(SPA_ID_INVALID);
         };
-        links_.insert_or_assign(globalID,
-                                PipeWireLink{end(PW_KEY_LINK_OUTPUT_NODE), end(PW_KEY_LINK_OUTPUT_PORT),
-                                             end(PW_KEY_LINK_INPUT_NODE), end(PW_KEY_LINK_INPUT_PORT)});
+        const bool isOurs = property(properties, PW_KEY_OBJECT_PATH) == PipeWireKey::link;
+        links_.insert_or_assign(
+            globalID, PipeWireLink{isOurs, end(PW_KEY_LINK_OUTPUT_NODE), end(PW_KEY_LINK_OUTPUT_PORT),
+                                   end(PW_KEY_LINK_INPUT_NODE), end(PW_KEY_LINK_INPUT_PORT)});
         changed_();
     } else if (type == PW_TYPE_INTERFACE_Device &&
                property(properties, PW_KEY_MEDIA_CLASS) == "Audio/Device") {
@@ -123,7 +139,12 @@ void PipeWireGraph::addNode(uint32_t globalID, PipeWireProperties properties) {
         nodes_.insert_or_assign(objectID, std::make_unique<PipeWireNode>(registry_, globalID, objectID,
                                                                          std::move(properties), changed_));
         // Once this is answered, what the node says of itself has arrived.
-        awaited_.insert_or_assign(pw_core_sync(core_, PW_ID_CORE, 0), objectID);
+        whenAnswered([this, objectID] {
+            const auto node = nodes_.find(objectID);
+            if (node == nodes_.end()) return;
+            node->second->markKnown();
+            changed_();
+        });
     } else if (property(properties, PW_KEY_MEDIA_CLASS) == "Stream/Output/Audio" &&
                property(properties, PW_KEY_MEDIA_ROLE) == "Notification") {
         notificationStreams_.insert_or_assign(globalID, std::to_string(serial));
@@ -141,8 +162,11 @@ void PipeWireGraph::addMetadata(uint32_t globalID, const PipeWireProperties& pro
     const auto name = property(properties, "metadata.name");
     if (name == "default") {
         default_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
+        ++defaultGeneration_;
+        complete(&PipeWireGraph::default_);
     } else if (name == "settings") {
         settings_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
+        complete(&PipeWireGraph::settings_);
     } else {
         return;
     }
@@ -163,13 +187,26 @@ void PipeWireGraph::remove(uint32_t globalID) {
     changed_();
 }
 
+void PipeWireGraph::refreshDefaultMetadata() {
+    if (!default_) return;
+    default_->refresh(registry_);
+    complete(&PipeWireGraph::default_);
+}
+
+/// The values that a store has been asked for are there once this is answered.
+void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store) {
+    whenAnswered([this, store, globalID = (this->*store)->globalID()] {
+        PipeWireMetadata* metadata = (this->*store).get();
+        if (metadata && metadata->globalID() == globalID) metadata->completed();
+    });
+}
+
+void PipeWireGraph::whenAnswered(std::function<void()> answered) {
+    awaited_.insert_or_assign(pw_core_sync(core_, PW_ID_CORE, 0), std::move(answered));
+}
+
 void PipeWireGraph::answered(int sequence) {
-    const auto awaited = awaited_.extract(sequence);
-    if (awaited.empty()) return;
-    const auto node = nodes_.find(awaited.mapped());
-    if (node == nodes_.end()) return;
-    node->second->markKnown();
-    changed_();
+    if (const auto awaited = awaited_.extract(sequence); !awaited.empty()) awaited.mapped()();
 }
 
 } // namespace velto

@@ -20,6 +20,8 @@
 namespace velto {
 
 struct PipeWireLink {
+    /// Whether Velto made it, in this run or an earlier one.
+    bool isOurs = false;
     uint32_t outputNode = SPA_ID_INVALID;
     uint32_t outputPort = SPA_ID_INVALID;
     uint32_t inputNode = SPA_ID_INVALID;
@@ -44,6 +46,8 @@ class PipeWireGraph {
     PipeWireNode* device(AudioObjectID objectID) const;
     /// The known sink of that name, else the known source; null when there is neither.
     PipeWireNode* device(std::string_view name) const;
+    /// The device behind a node's global ID, also while it is not known yet; null when it is no device.
+    const PipeWireNode* deviceBehind(uint32_t globalID) const;
     /// Ports of a node in the order of their numbers.
     std::vector<const PipeWirePort*> ports(uint32_t nodeID) const;
     bool hasPort(uint32_t globalID) const { return ports_.contains(globalID); }
@@ -57,15 +61,19 @@ class PipeWireGraph {
     /// Null while the store doesn't exist; "default" comes and goes with the session manager.
     PipeWireMetadata* defaultMetadata() const noexcept { return default_.get(); }
     PipeWireMetadata* settingsMetadata() const noexcept { return settings_.get(); }
-    /// Asks for the values of "default" again: the server loses updates of it for everybody while a program
-    /// begins to watch it. Not from within a server callback.
-    void refreshDefaultMetadata() {
-        if (default_) default_->refresh(registry_);
-    }
+    /// Asks for the values of "default" again: the server loses updates of it while a program begins to
+    /// watch it.
+    void refreshDefaultMetadata();
+    /// Counts the "default" stores there have been: each is that of another session manager.
+    int defaultMetadataGeneration() const noexcept { return defaultGeneration_; }
+    /// Whether all that the server has was told once, with all that the objects say of themselves.
+    bool isComplete() const noexcept { return isListed_; }
 
   private:
     struct Events;
 
+    void whenAnswered(std::function<void()> answered);
+    void complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store);
     void add(uint32_t globalID, std::string_view type, PipeWireProperties properties);
     void addNode(uint32_t globalID, PipeWireProperties properties);
     void addPort(uint32_t globalID, const PipeWireProperties& properties);
@@ -80,13 +88,15 @@ class PipeWireGraph {
     /// In the order of their object IDs, which is that of their appearance.
     std::map<AudioObjectID, std::unique_ptr<PipeWireNode>> nodes_;
     std::map<uint32_t, AudioObjectID> objectIDs_;
-    std::map<int, AudioObjectID> awaited_; // by the sequence number that makes them known
+    std::map<int, std::function<void()>> awaited_; // what to do, by the sequence number of the answer
     std::map<uint32_t, PipeWirePort> ports_;
     std::map<uint32_t, PipeWireLink> links_;
     std::map<uint32_t, std::unique_ptr<PipeWireDevice>> cards_;
     std::map<uint32_t, std::string> notificationStreams_;
     std::unique_ptr<PipeWireMetadata> default_;
     std::unique_ptr<PipeWireMetadata> settings_;
+    int defaultGeneration_ = 0;
+    bool isListed_ = false;
     AudioObjectID objectIDBase_ = 0;
     AudioObjectID highestObjectID_ = 0;
     std::function<void()> changed_;

@@ -13,12 +13,16 @@ inline constexpr const char* streamTargetNode = "target.node"; // the older form
 
 /// Property of an aggregate's node: its composition, as JSON.
 inline constexpr const char* composition = "velto.composition";
+/// Object path of every link that Velto makes, of those from an aggregate to its outputs: their mark.
+inline constexpr const char* link = "velto.link";
 /// "default" metadata: the alert output, where it isn't simply the default output.
 inline constexpr const char* alertSink = "velto.alert.sink";
-/// "settings" metadata, which lives as long as the server: the configured output from before the aggregate
-/// became the default. Present but empty when nothing was configured.
+// Notes: "settings" metadata, which lives as long as the server. Each is what stood before an aggregate.
+/// The configured output. Present but empty when nothing was configured.
 inline constexpr const char* previousConfiguredSink = "velto.previous.configured.sink";
-/// "settings" metadata: the forced rate from before Velto changed it.
+/// The alert output. Present but empty when alerts followed the default output.
+inline constexpr const char* previousAlertSink = "velto.previous.alert.sink";
+/// The forced rate.
 inline constexpr const char* previousForcedRate = "velto.previous.force-rate";
 
 } // namespace velto::PipeWireKey

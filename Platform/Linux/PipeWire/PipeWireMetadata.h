@@ -1,4 +1,9 @@
 // PipeWireMetadata: one of the server's key-value stores ("default" or "settings"), mirrored.
+//
+// The values arrive after it has begun to watch; when the server has answered what was asked after that, they
+// are complete, and its owner says so. The store tells everybody of a change but those who watched it before
+// somebody else began to, at that moment: so a mirror can miss changes, removals too, and is refreshed by
+// watching anew. What it knew stays until the new values are complete, then it knows nothing else.
 #pragma once
 
 #include <pipewire/extensions/metadata.h>
@@ -6,7 +11,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,8 +26,12 @@ class PipeWireMetadata {
     PipeWireMetadata& operator=(const PipeWireMetadata&) = delete;
     ~PipeWireMetadata();
 
-    /// Asks the server for all values again. Not from within a server callback.
+    /// Asks the server for all values again; they are complete when completed() is called.
     void refresh(pw_registry* registry);
+    /// The server has answered what was asked after the mirror began or was refreshed.
+    void completed();
+    /// Whether all values have been known once.
+    bool isComplete() const noexcept { return isComplete_; }
 
     uint32_t globalID() const noexcept { return globalID_; }
     /// The global value under the key (subject 0); none when there is none.
@@ -37,15 +46,14 @@ class PipeWireMetadata {
     void remove(std::string_view key, uint32_t subject = 0);
 
   private:
-    struct Events;
-    void bind(pw_registry* registry);
-    void unbind();
+    struct Watch;
+    pw_metadata* proxy() const noexcept;
 
-    pw_metadata* proxy_ = nullptr;
     uint32_t globalID_;
-    spa_hook hook_{};
-    std::map<std::string, std::string, std::less<>> values_;
     std::function<void()> changed_;
+    std::unique_ptr<Watch> watch_;
+    std::unique_ptr<Watch> next_; // begun anew, its values are still arriving
+    bool isComplete_ = false;
 };
 
 } // namespace velto

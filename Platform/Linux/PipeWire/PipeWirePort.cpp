@@ -24,7 +24,8 @@ PipeWirePort::PipeWirePort(uint32_t globalID, const PipeWireProperties& properti
       isInput_(property(properties, PW_KEY_PORT_DIRECTION) == "in"),
       isMonitor_(property(properties, PW_KEY_PORT_MONITOR) == "true"),
       isAudio_(property(properties, PW_KEY_FORMAT_DSP).value_or("").find("audio") != std::string_view::npos),
-      channel_(property(properties, PW_KEY_AUDIO_CHANNEL).value_or("")) {}
+      channel_(property(properties, PW_KEY_AUDIO_CHANNEL).value_or("")),
+      alias_(property(properties, PW_KEY_PORT_ALIAS).value_or("")) {}
 
 void PipeWirePort::watchLatency(pw_registry* registry, std::function<void()> changed) {
     changed_ = std::move(changed);

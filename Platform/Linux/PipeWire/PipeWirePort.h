@@ -26,6 +26,9 @@ class PipeWirePort {
     /// The channel's name, such as "FL"; empty when the port has none.
     const std::string& channel() const noexcept { return channel_; }
 
+    /// What the server finds it by within its node: the node's display name and the port's own.
+    const std::string& alias() const noexcept { return alias_; }
+
     /// Mirrors the latency of a device's playback port. Calls `changed` from within server callbacks.
     void watchLatency(pw_registry* registry, std::function<void()> changed);
     /// From this port to the listener's ear, as far as the server knows; all zero until it says.
@@ -41,6 +44,7 @@ class PipeWirePort {
     bool isMonitor_ = false;
     bool isAudio_ = false;
     std::string channel_;
+    std::string alias_;
     std::unique_ptr<PipeWireProxy> proxy_;
     spa_latency_info latency_{};
     std::function<void()> changed_;

@@ -1,9 +1,10 @@
 #include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
 
-#include "Platform/Linux/PipeWire/PipeWireAggregates.h"
+#include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
-#include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/Services/LoggingService.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -15,6 +16,8 @@ namespace {
 
 /// How long an update may take before it is taken for lost. It takes about 2 ms.
 constexpr std::chrono::milliseconds lostUpdateGrace{100};
+/// How long the session manager may take to make the aggregate the default again. It takes about 20 ms.
+constexpr std::chrono::seconds reclaimingGrace{1};
 
 uint32_t wholeNumber(const std::optional<std::string>& text) {
     uint32_t number = 0;
@@ -22,71 +25,186 @@ uint32_t wholeNumber(const std::optional<std::string>& text) {
     return number;
 }
 
-[[noreturn]] void throwNotReady() { throw AudioManagerError::coreAudioError(kAudioHardwareNotReadyError); }
-
 } // namespace
 
-PipeWireSystemOutputs::PipeWireSystemOutputs(PipeWireConnection& connection, PipeWireGraph& graph)
-    : connection_(connection), graph_(graph) {}
+PipeWireSystemOutputs::PipeWireSystemOutputs(MainActor& actor, PipeWireConnection& connection,
+                                             PipeWireGraph& graph, PipeWireAggregates& aggregates,
+                                             std::function<void()> changed)
+    : actor_(actor), connection_(connection), graph_(graph), aggregates_(aggregates), notes_(graph),
+      changed_(std::move(changed)) {}
+
+PipeWireSystemOutputs::~PipeWireSystemOutputs() { forget(); }
+
+// What the stores say
+
+void PipeWireSystemOutputs::fail(const char* label) const {
+    const bool isAnswering = !connection_.isSilent() && graph_.defaultMetadata();
+    failPipeWireCall(isAnswering ? kAudioHardwareNotReadyError : kAudioHardwareNotRunningError, label);
+}
 
 PipeWireMetadata& PipeWireSystemOutputs::defaultMetadata() const {
     PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!metadata) throwNotReady(); // no session manager runs
+    if (!metadata || !metadata->isComplete())
+        failPipeWireCall(kAudioHardwareNotRunningError, "Asking the session manager");
     return *metadata;
 }
 
-const PipeWireNode* PipeWireSystemOutputs::defaultOutput() const {
+std::optional<std::string> PipeWireSystemOutputs::defaultName() const {
     const PipeWireMetadata* metadata = graph_.defaultMetadata();
-    const auto name = metadata ? metadata->name(PipeWireKey::defaultSink) : std::nullopt;
+    return metadata ? metadata->name(PipeWireKey::defaultSink) : std::nullopt;
+}
+
+std::optional<std::string> PipeWireSystemOutputs::configuredName() const {
+    const PipeWireMetadata* metadata = graph_.defaultMetadata();
+    return metadata ? metadata->name(PipeWireKey::configuredSink) : std::nullopt;
+}
+
+void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition,
+                                                   const char* label) {
+    if (connection_.waitUntil(condition, lostUpdateGrace)) return;
+    graph_.refreshDefaultMetadata();
+    if (!connection_.waitUntil(condition, pipeWireDeadline - lostUpdateGrace)) fail(label);
+}
+
+// The default output
+
+const PipeWireNode* PipeWireSystemOutputs::defaultOutput() const {
+    const auto name = defaultName();
+    const PipeWireNode* aggregate = aggregates_.existing();
+    if (aggregate && reclaiming_) return aggregate;
+    if (aggregate && standIn_ && name == aggregate->name())
+        if (const PipeWireNode* standIn = graph_.device(*standIn_)) return standIn;
     return name ? graph_.device(*name) : nullptr;
 }
 
+bool PipeWireSystemOutputs::isDefaultKnown() const {
+    const PipeWireMetadata* metadata = graph_.defaultMetadata();
+    if (!metadata || !metadata->isComplete()) return false;
+    return metadata->value(PipeWireKey::defaultSink) ||
+           std::ranges::none_of(graph_.devices(), &PipeWireNode::isSink);
+}
+
 void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
+    constexpr const char* label = "SetDefaultOutputDevice";
+    if (connection_.isSilent()) fail(label);
     const std::string name = output.name(); // the node may go while we wait
-    const bool isAggregate = PipeWireAggregates::isAggregate(output);
-    if (isAggregate) rememberConfiguredOutput(name);
-    defaultMetadata().setName(PipeWireKey::configuredSink, name);
-    const auto isEffective = [&] {
-        const PipeWireMetadata* metadata = graph_.defaultMetadata();
-        return metadata && metadata->name(PipeWireKey::defaultSink) == name &&
-               metadata->name(PipeWireKey::configuredSink) == name;
-    };
-    waitForDefaultMetadata(isEffective);
-    restoredOutput_ = isAggregate ? std::nullopt : std::optional(name);
-}
+    const AudioObjectID objectID = output.objectID();
+    if (PipeWireAggregates::isAggregate(output)) return switchToAggregate(name);
 
-void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition) {
-    for (Duration waited{}; waited < pipeWireDeadline; waited += lostUpdateGrace) {
-        if (connection_.waitUntil(condition, lostUpdateGrace)) return;
-        if (!connection_.isConnected()) break;
-        graph_.refreshDefaultMetadata();
+    const PipeWireNode* aggregate = aggregates_.existing();
+    heldSince_.reset();
+    stopReclaiming();
+    standIn_.reset();
+    if (aggregate && leaveAggregate(aggregate->name(), name)) {
+        standIn_ = objectID;
+        return;
     }
-    throwNotReady();
+    defaultMetadata().setName(PipeWireKey::configuredSink, name);
+    waitForDefaultMetadata([&] { return defaultName() == name && configuredName() == name; }, label);
 }
 
-void PipeWireSystemOutputs::rememberConfiguredOutput(const std::string& aggregateName) {
-    PipeWireMetadata* settings = graph_.settingsMetadata();
-    if (!settings || settings->value(PipeWireKey::previousConfiguredSink)) return;
-    const auto configured = defaultMetadata().name(PipeWireKey::configuredSink);
-    const bool isChoice = configured && configured != aggregateName;
-    settings->set(PipeWireKey::previousConfiguredSink, "", isChoice ? *configured : "");
+void PipeWireSystemOutputs::switchToAggregate(const std::string& name) {
+    constexpr const char* label = "SetDefaultOutputDevice to the aggregate";
+    standIn_.reset();
+    notes_.noteOutputs(name);
+    const auto isEffective = [&] { return defaultName() == name; };
+    // Where nobody has chosen, its priority does it.
+    const bool isChosen = defaultMetadata().value(PipeWireKey::configuredSink).has_value();
+    if (isChosen || !connection_.waitUntil(isEffective, lostUpdateGrace)) {
+        if (connection_.isSilent()) fail(label);
+        defaultMetadata().setName(PipeWireKey::configuredSink, name);
+        waitForDefaultMetadata([&] { return isEffective() && configuredName() == name; }, label);
+    }
+    heldSince_ = graph_.defaultMetadataGeneration();
 }
+
+bool PipeWireSystemOutputs::leaveAggregate(const std::string& aggregateName, const std::string& outputName) {
+    const auto configured = configuredName();
+    const auto noted = notes_.configuredOutput();
+    if (!noted || (configured && configured != aggregateName)) return false; // somebody else has chosen
+    if (*noted == outputName) return false; // it was chosen before, and is again
+    if (configured && noted->empty()) {
+        defaultMetadata().remove(PipeWireKey::configuredSink);
+    } else if (configured) {
+        defaultMetadata().setName(PipeWireKey::configuredSink, *noted);
+    }
+    return true;
+}
+
+/// A default that changed although nobody has chosen another one.
+void PipeWireSystemOutputs::holdDefault() {
+    const PipeWireNode* aggregate = heldSince_ ? aggregates_.existing() : nullptr;
+    PipeWireMetadata* metadata = graph_.defaultMetadata();
+    if (!aggregate) heldSince_.reset();
+    if (!aggregate || !metadata || !metadata->isComplete() || !defaultName()) return;
+    const auto configured = configuredName();
+    const int generation = graph_.defaultMetadataGeneration();
+    const bool isStoredChoice = generation != *heldSince_ && configured == notes_.configuredOutput();
+    if (configured && configured != aggregate->name() && !isStoredChoice) {
+        heldSince_.reset(); // somebody has chosen
+        return stopReclaiming();
+    }
+    if (defaultName() == aggregate->name()) {
+        heldSince_ = generation;
+        return stopReclaiming();
+    }
+    if (reclaiming_) return;
+    LoggingService::audioDevices.notice(
+        "The session manager left the aggregate; making it the default again");
+    if (configured != aggregate->name()) metadata->setName(PipeWireKey::configuredSink, aggregate->name());
+    reclaiming_ = actor_.postAfter(reclaimingGrace, [this] {
+        reclaiming_.reset();
+        heldSince_.reset(); // in vain
+        changed_();
+    });
+}
+
+void PipeWireSystemOutputs::stopReclaiming() {
+    if (reclaiming_) actor_.cancelTimer(*std::exchange(reclaiming_, std::nullopt));
+}
+
+// Before and after an aggregate
 
 void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName) {
-    if (!connection_.roundTrip()) throwNotReady();  // also, what was stored a moment ago counts
-    if (!graph_.defaultMetadata()) throwNotReady(); // nobody would give the aggregate its ports
-    forgetChoiceOf(aggregateName);
-    PipeWireMetadata* settings = graph_.settingsMetadata();
-    if (settings && settings->value(PipeWireKey::previousConfiguredSink))
-        settings->remove(PipeWireKey::previousConfiguredSink);
+    constexpr const char* label = "Preparing for an aggregate";
+    if (!connection_.roundTrip()) fail(label); // also, what was stored a moment ago counts
+    defaultMetadata();                         // without a session manager nobody would give it its ports
+    finishRestoring();
+    if (connection_.isSilent()) fail(label);
+    notes_.noteOutputs(aggregateName);
 }
 
-void PipeWireSystemOutputs::forgetChoiceOf(const std::string& aggregateName) {
-    PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!metadata || metadata->name(PipeWireKey::configuredSink) != aggregateName) return;
-    metadata->remove(PipeWireKey::configuredSink);
-    connection_.roundTrip();
+void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
+    standIn_.reset();
+    heldSince_.reset();
+    stopReclaiming();
+    if (!notes_.configuredOutput() && configuredName() == aggregateName)
+        graph_.defaultMetadata()->remove(PipeWireKey::configuredSink);
+    notes_.beginRestoring(aggregateName);
 }
+
+void PipeWireSystemOutputs::finishRestoring() {
+    const auto isDone = [this] { return !notes_.isRestoring() || !graph_.defaultMetadata(); };
+    if (connection_.waitUntil(isDone, lostUpdateGrace) || connection_.isSilent()) return;
+    graph_.refreshDefaultMetadata();
+    connection_.waitUntil(isDone, pipeWireDeadline - lostUpdateGrace);
+}
+
+void PipeWireSystemOutputs::follow() {
+    notes_.continueRestoring();
+    holdDefault();
+    routeAlerts();
+}
+
+void PipeWireSystemOutputs::forget() {
+    notes_.forget();
+    standIn_.reset();
+    heldSince_.reset();
+    stopReclaiming();
+    routedAlerts_.clear();
+}
+
+// The alert output
 
 const PipeWireNode* PipeWireSystemOutputs::alertOutput() const {
     const PipeWireMetadata* metadata = graph_.defaultMetadata();
@@ -96,6 +214,8 @@ const PipeWireNode* PipeWireSystemOutputs::alertOutput() const {
 }
 
 void PipeWireSystemOutputs::setAlertOutput(const PipeWireNode& output) {
+    constexpr const char* label = "SetDefaultSystemOutputDevice";
+    if (connection_.isSilent()) fail(label);
     PipeWireMetadata& metadata = defaultMetadata();
     const AudioObjectID objectID = output.objectID();
     // Alerts follow the default output by themselves: nothing is left behind for that.
@@ -108,61 +228,8 @@ void PipeWireSystemOutputs::setAlertOutput(const PipeWireNode& output) {
         const PipeWireNode* alert = alertOutput();
         return alert && alert->objectID() == objectID;
     };
-    waitForDefaultMetadata(isEffective);
+    waitForDefaultMetadata(isEffective, label);
     routeAlerts();
-}
-
-double PipeWireSystemOutputs::sampleRate() const {
-    const PipeWireMetadata* settings = graph_.settingsMetadata();
-    if (!settings) throwNotReady();
-    const uint32_t forced = wholeNumber(settings->value(PipeWireKey::forcedRate));
-    return forced ? forced : wholeNumber(settings->value(PipeWireKey::rate));
-}
-
-std::int64_t PipeWireSystemOutputs::quantum() const noexcept {
-    const PipeWireMetadata* settings = graph_.settingsMetadata();
-    if (!settings) return 0;
-    const uint32_t forced = wholeNumber(settings->value("clock.force-quantum"));
-    return forced ? forced : wholeNumber(settings->value("clock.quantum"));
-}
-
-void PipeWireSystemOutputs::setSampleRate(double sampleRate) {
-    PipeWireMetadata* settings = graph_.settingsMetadata();
-    if (!settings) throwNotReady();
-    if (this->sampleRate() == sampleRate) return;
-    if (!settings->value(PipeWireKey::previousForcedRate))
-        settings->set(PipeWireKey::previousForcedRate, "",
-                      settings->value(PipeWireKey::forcedRate).value_or("0"));
-    settings->set(PipeWireKey::forcedRate, "", std::to_string(std::lround(sampleRate)));
-    const auto isEffective = [&] { return graph_.settingsMetadata() && this->sampleRate() == sampleRate; };
-    if (!connection_.waitUntil(isEffective)) throwNotReady();
-}
-
-void PipeWireSystemOutputs::restoreAfterAggregate(const std::string& aggregateName) {
-    restoreSampleRate();
-    PipeWireMetadata* settings = graph_.settingsMetadata();
-    const auto previous = settings ? settings->value(PipeWireKey::previousConfiguredSink) : std::nullopt;
-    if (!previous) return;
-    settings->remove(PipeWireKey::previousConfiguredSink);
-    PipeWireMetadata* metadata = graph_.defaultMetadata();
-    const auto configured = metadata ? metadata->name(PipeWireKey::configuredSink) : std::nullopt;
-    // A choice that somebody else has made since then stays.
-    const bool isOurs = configured && (configured == aggregateName || configured == restoredOutput_);
-    if (isOurs && previous->empty()) {
-        metadata->remove(PipeWireKey::configuredSink);
-    } else if (isOurs && configured != *previous) {
-        metadata->setName(PipeWireKey::configuredSink, *previous);
-    }
-    connection_.roundTrip(); // in any case: a program that ends now would take what was not sent with it
-}
-
-void PipeWireSystemOutputs::restoreSampleRate() {
-    PipeWireMetadata* settings = graph_.settingsMetadata();
-    const auto previous = settings ? settings->value(PipeWireKey::previousForcedRate) : std::nullopt;
-    if (!previous) return;
-    settings->set(PipeWireKey::forcedRate, "", *previous);
-    settings->remove(PipeWireKey::previousForcedRate);
-    connection_.roundTrip();
 }
 
 void PipeWireSystemOutputs::routeAlerts() {
@@ -190,9 +257,31 @@ void PipeWireSystemOutputs::routeAlerts() {
     }
 }
 
-void PipeWireSystemOutputs::forget() {
-    restoredOutput_.reset();
-    routedAlerts_.clear();
+// The sample rate
+
+double PipeWireSystemOutputs::sampleRate() const {
+    const PipeWireMetadata* settings = graph_.settingsMetadata();
+    if (!settings) failPipeWireCall(kAudioHardwareNotRunningError, "Asking for the sample rate");
+    const uint32_t forced = wholeNumber(settings->value(PipeWireKey::forcedRate));
+    return forced ? forced : wholeNumber(settings->value(PipeWireKey::rate));
+}
+
+std::int64_t PipeWireSystemOutputs::quantum() const noexcept {
+    const PipeWireMetadata* settings = graph_.settingsMetadata();
+    if (!settings) return 0;
+    const uint32_t forced = wholeNumber(settings->value("clock.force-quantum"));
+    return forced ? forced : wholeNumber(settings->value("clock.quantum"));
+}
+
+void PipeWireSystemOutputs::setSampleRate(double sampleRate) {
+    constexpr const char* label = "SetNominalSampleRate";
+    if (connection_.isSilent()) fail(label);
+    if (this->sampleRate() == sampleRate) return;
+    finishRestoring(); // else it would put back the rate that is set now
+    notes_.noteSampleRate();
+    graph_.settingsMetadata()->set(PipeWireKey::forcedRate, "", std::to_string(std::lround(sampleRate)));
+    const auto isEffective = [&] { return graph_.settingsMetadata() && this->sampleRate() == sampleRate; };
+    if (!connection_.waitUntil(isEffective)) fail(label);
 }
 
 } // namespace velto

@@ -1,0 +1,107 @@
+#include "Platform/Linux/PipeWire/PipeWireNotes.h"
+
+#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+
+namespace velto {
+
+namespace {
+
+constexpr const char* allNotes[] = {PipeWireKey::previousConfiguredSink, PipeWireKey::previousAlertSink,
+                                    PipeWireKey::previousForcedRate};
+
+} // namespace
+
+std::optional<std::string> PipeWireNotes::noted(const char* key) const {
+    const PipeWireMetadata* settings = graph_.settingsMetadata();
+    return settings ? settings->value(key) : std::nullopt;
+}
+
+std::optional<std::string> PipeWireNotes::configuredOutput() const {
+    return noted(PipeWireKey::previousConfiguredSink);
+}
+
+void PipeWireNotes::noteOutputs(const std::string& aggregateName) {
+    PipeWireMetadata* settings = graph_.settingsMetadata();
+    const PipeWireMetadata* outputs = graph_.defaultMetadata();
+    if (!settings || !outputs || noted(PipeWireKey::previousConfiguredSink)) return;
+    const auto configured = outputs->name(PipeWireKey::configuredSink);
+    settings->set(PipeWireKey::previousConfiguredSink, "",
+                  configured == aggregateName ? "" : configured.value_or(""));
+    const auto alert = outputs->name(PipeWireKey::alertSink);
+    settings->set(PipeWireKey::previousAlertSink, "", alert == aggregateName ? "" : alert.value_or(""));
+}
+
+void PipeWireNotes::noteSampleRate() {
+    PipeWireMetadata* settings = graph_.settingsMetadata();
+    if (!settings || noted(PipeWireKey::previousForcedRate)) return;
+    settings->set(PipeWireKey::previousForcedRate, "",
+                  settings->value(PipeWireKey::forcedRate).value_or("0"));
+}
+
+void PipeWireNotes::beginRestoring(const std::string& aggregateName) {
+    aggregateName_ = aggregateName;
+    isRestoring_ = true;
+    sent_.clear();
+    continueRestoring();
+}
+
+void PipeWireNotes::continueRestoring() {
+    PipeWireMetadata* settings = isRestoring_ ? graph_.settingsMetadata() : nullptr;
+    if (!settings || !settings->isComplete()) return;
+    bool (PipeWireNotes::*const isRestored[])() = {&PipeWireNotes::isConfiguredOutputRestored,
+                                                   &PipeWireNotes::isAlertOutputRestored,
+                                                   &PipeWireNotes::isSampleRateRestored};
+    bool isAnyLeft = false;
+    for (std::size_t i = 0; i < std::size(allNotes); ++i) {
+        if (!noted(allNotes[i])) continue;
+        isAnyLeft = true;
+        if ((this->*isRestored[i])())
+            sendOnce(allNotes[i], "gone", [&, key = allNotes[i]] { settings->remove(key); });
+    }
+    isRestoring_ = isAnyLeft;
+}
+
+bool PipeWireNotes::isConfiguredOutputRestored() {
+    PipeWireMetadata* outputs = graph_.defaultMetadata();
+    if (!outputs || !outputs->isComplete()) return false; // no session manager: later
+    // A choice that somebody else has made since then stays.
+    if (outputs->name(PipeWireKey::configuredSink) != aggregateName_) return true;
+    const std::string previous = *noted(PipeWireKey::previousConfiguredSink);
+    sendOnce(PipeWireKey::configuredSink, previous, [&] {
+        if (previous.empty()) {
+            outputs->remove(PipeWireKey::configuredSink);
+        } else {
+            outputs->setName(PipeWireKey::configuredSink, previous);
+        }
+    });
+    return false;
+}
+
+bool PipeWireNotes::isAlertOutputRestored() {
+    PipeWireMetadata* outputs = graph_.defaultMetadata();
+    if (!outputs || !outputs->isComplete()) return false;
+    const std::string previous = *noted(PipeWireKey::previousAlertSink);
+    if (previous.empty() || outputs->value(PipeWireKey::alertSink)) return true;
+    sendOnce(PipeWireKey::alertSink, previous, [&] { outputs->setName(PipeWireKey::alertSink, previous); });
+    return false;
+}
+
+bool PipeWireNotes::isSampleRateRestored() {
+    PipeWireMetadata* settings = graph_.settingsMetadata();
+    const std::string previous = *noted(PipeWireKey::previousForcedRate);
+    if (settings->value(PipeWireKey::forcedRate).value_or("0") == previous) return true;
+    sendOnce(PipeWireKey::forcedRate, previous,
+             [&] { settings->set(PipeWireKey::forcedRate, "", previous); });
+    return false;
+}
+
+void PipeWireNotes::sendOnce(const char* key, const std::string& what, const std::function<void()>& send) {
+    if (sent_.insert(key + ("=" + what)).second) send();
+}
+
+void PipeWireNotes::forget() {
+    isRestoring_ = false;
+    sent_.clear();
+}
+
+} // namespace velto
