@@ -86,10 +86,10 @@ void playServerRestart(Stage& stage) {
                    stage.waitForSound(usb);
                    stage.mark("Sound server killed");
                    stage.killServer();
-                   stage.session().waitForState("degraded");
                    stage.restartServer();
                    stage.mark("Sound server back");
-                   stage.session().waitForState("active");
+                   Stage::check(stage.lab().waitUntil([&] { return stage.lab().exists(aggregate); }),
+                                "the session was not made anew");
                    stage.startTape();
                    stage.startPlayer();
                    stage.waitForSound(usb);
@@ -104,7 +104,8 @@ void playNothingLeft(Stage& stage) {
         // The lab may learn of it a bit later.
         SoundLab& lab = stage.lab();
         Stage::check(lab.waitUntil([&] { return !lab.exists(aggregate); }), "the aggregate is still there");
-        for (const char* key : {"velto.previous.configured.sink", "velto.previous.force-rate"})
+        for (const char* key :
+             {"velto.previous.configured.sink", "velto.previous.alert.sink", "velto.previous.force-rate"})
             Stage::check(lab.waitUntil([&] { return !lab.settingsMetadata(key); }),
                          std::string("the server still holds ") + key);
     });

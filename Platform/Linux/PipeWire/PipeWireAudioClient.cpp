@@ -121,12 +121,12 @@ void PipeWireAudioClient::publishLater() {
 
 void PipeWireAudioClient::publish() {
     if (!graph_.defaultMetadata()) wasSilent_ = true; // nobody answers for the default output
-    if (!isAnswering()) return;
+    if (!hasHeard()) return;
     PipeWireSnapshot next = current();
     std::set<ListenedProperty> changed = published_.differences(next);
     published_ = std::move(next);
     // A server that came back has its devices, and a session manager that has chosen among them.
-    if (wasSilent_ && !connection_.isSilent() && outputs_.isDefaultKnown()) {
+    if (wasSilent_ && isAnswering() && outputs_.defaultOutput()) {
         wasSilent_ = false;
         changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
     }
@@ -174,7 +174,7 @@ PropertyListenerTokenRef PipeWireAudioClient::addPropertyListener(AudioObjectID 
                                                                   AudioObjectPropertyElement element,
                                                                   PropertyListenerHandler handler) {
     if (objectID != kAudioObjectSystemObject && !visible(objectID))
-        failPipeWireCall(isAnswering() ? kAudioHardwareBadObjectError : kAudioHardwareNotRunningError,
+        failPipeWireCall(hasHeard() ? kAudioHardwareBadObjectError : kAudioHardwareNotRunningError,
                          "AddPropertyListener " + fourCharCodeDescription(selector) + " on " +
                              std::to_string(objectID));
     return listeners_.add(objectID, {selector, scope, element}, std::move(handler));
@@ -194,12 +194,12 @@ PipeWireNode* PipeWireAudioClient::visible(AudioObjectID device) const noexcept 
 }
 
 void PipeWireAudioClient::requireAnswer(const char* operation) const {
-    if (!isAnswering()) failPipeWireCall(kAudioHardwareNotRunningError, operation);
+    if (!hasHeard()) failPipeWireCall(kAudioHardwareNotRunningError, operation);
 }
 
 void PipeWireAudioClient::requireSessionManager(const char* operation) const {
     const PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!isAnswering() || !metadata || !metadata->isComplete())
+    if (!hasHeard() || !metadata || !metadata->isComplete())
         failPipeWireCall(kAudioHardwareNotRunningError, operation);
 }
 

@@ -41,7 +41,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     /// Listeners that are registered and not yet removed.
     std::size_t listenerCount() const noexcept { return listeners_.count(); }
 
-    bool isAnswering() const noexcept override { return isConnected(); }
+    bool isAnswering() const noexcept override { return hasHeard() && !connection_.isSilent(); }
     std::vector<AudioObjectID> allDeviceIDs() override;
     std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
     std::string deviceUID(AudioObjectID device) override;
@@ -98,7 +98,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     PipeWireNode& require(AudioObjectID device, const char* operation) const;
     PipeWireNode& requireSink(AudioObjectID device, const char* operation) const;
     AggregateDeviceDescription requireAggregate(AudioObjectID device, const char* operation) const;
-    bool isAnswering() const noexcept { return connection_.isConnected() && graph_.isComplete(); }
+    /// Whether reads can be answered, if only with what was last heard.
+    bool hasHeard() const noexcept { return connection_.isConnected() && graph_.isComplete(); }
     void requireAnswer(const char* operation) const;
     /// The same for what only the session manager can answer.
     void requireSessionManager(const char* operation) const;

@@ -77,13 +77,6 @@ const PipeWireNode* PipeWireSystemOutputs::defaultOutput() const {
     return name ? graph_.device(*name) : nullptr;
 }
 
-bool PipeWireSystemOutputs::isDefaultKnown() const {
-    const PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!metadata || !metadata->isComplete()) return false;
-    return metadata->value(PipeWireKey::defaultSink) ||
-           std::ranges::none_of(graph_.devices(), &PipeWireNode::isSink);
-}
-
 void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
     constexpr const char* label = "SetDefaultOutputDevice";
     if (connection_.isSilent()) fail(label);

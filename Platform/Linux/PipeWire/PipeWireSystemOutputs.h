@@ -36,8 +36,6 @@ class PipeWireSystemOutputs {
 
     /// Null while there is none.
     const PipeWireNode* defaultOutput() const;
-    /// Whether the session manager says what the default is, or that there is nothing to choose from.
-    bool isDefaultKnown() const;
     /// Whether the session manager has left the aggregate of that name.
     bool hasLeft(const std::string& aggregateName) const { return defaultName() != aggregateName; }
     /// Returns when it is the default. Throws 'stop' when the session manager doesn't answer, 'nrdy' when it
