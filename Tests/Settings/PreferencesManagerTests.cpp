@@ -173,15 +173,14 @@ TEST_F(PreferencesManagerTests, UnusableStoredSettingsReadAsTheDefault) {
     EXPECT_EQ(rate(88200.0), PreferredSampleRate::automatic);
     EXPECT_EQ(rate(48000.0), PreferredSampleRate::rate48000);
     EXPECT_EQ(rate(std::int64_t{44100}), PreferredSampleRate::rate44100);
-    EXPECT_EQ(rate("48000"s), PreferredSampleRate::automatic);
+    EXPECT_EQ(rate("48000"s), PreferredSampleRate::rate48000);
+    EXPECT_EQ(rate("high"s), PreferredSampleRate::automatic);
 
     store(Key::clockStrategy, "LowestLatency"s);
     store(Key::disconnectBehavior, "stop"s);
-    store(Key::rememberSyncProfiles, "no"s);
     store(Key::aggregateDeviceName, true);
     EXPECT_EQ(preferences->clockStrategy(), ClockStrategy::automatic);
     EXPECT_EQ(preferences->disconnectBehavior(), DisconnectBehavior::keepPlaying);
-    EXPECT_TRUE(preferences->rememberSyncProfiles());
     EXPECT_EQ(preferences->aggregateDeviceName(), "Velto Output");
 }
 

@@ -1,8 +1,39 @@
 #include "VeltoCore/Services/UserDefaults.h"
 
+#include <algorithm>
+#include <locale>
+#include <sstream>
 #include <utility>
 
 namespace velto {
+
+namespace {
+
+struct AsBool {
+    bool operator()(const std::string& text) const {
+        std::string lower = text;
+        std::ranges::transform(lower, lower.begin(), [](unsigned char letter) {
+            return static_cast<char>(letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter);
+        });
+        return lower == "yes" || lower == "true" || lower == "1";
+    }
+    bool operator()(const Data&) const { return false; }
+    bool operator()(auto number) const { return number != 0; }
+};
+
+struct AsDouble {
+    double operator()(const std::string& text) const {
+        std::istringstream stream(text);
+        stream.imbue(std::locale::classic());
+        double number = 0;
+        stream >> number;
+        return number;
+    }
+    double operator()(const Data&) const { return 0; }
+    double operator()(auto number) const { return static_cast<double>(number); }
+};
+
+} // namespace
 
 void UserDefaults::registerDefaults(DefaultsDictionary defaults) {
     for (auto& [key, value] : defaults)
@@ -15,9 +46,14 @@ std::optional<DefaultsValue> UserDefaults::value(std::string_view key) const {
     return found == registered_.end() ? std::nullopt : std::optional(found->second);
 }
 
+std::optional<bool> UserDefaults::boolValue(std::string_view key) const {
+    const auto found = value(key);
+    return found ? std::optional(std::visit(AsBool{}, *found)) : std::nullopt;
+}
+
 std::optional<double> UserDefaults::doubleValue(std::string_view key) const {
-    if (const auto integer = typed<std::int64_t>(key)) return static_cast<double>(*integer);
-    return typed<double>(key);
+    const auto found = value(key);
+    return found ? std::optional(std::visit(AsDouble{}, *found)) : std::nullopt;
 }
 
 } // namespace velto

@@ -1,7 +1,8 @@
 // UserDefaults: the user's stored settings, as typed values under keys.
 //
-// Registered defaults answer where nothing is stored, and are never stored themselves. A value of another
-// type than the one asked for reads as absent: whoever asks decides what absence means.
+// Registered defaults answer where nothing is stored, and are never stored themselves. Where a Boolean or a
+// double is asked for, a value of any type is taken as one, as macOS' own store does, on all platforms; a
+// value of another type than the others that are asked for reads as absent.
 #pragma once
 
 #include "VeltoCore/Foundation/Data.h"
@@ -47,9 +48,11 @@ class UserDefaults {
 
     /// What is stored, else what is registered.
     std::optional<DefaultsValue> value(std::string_view key) const;
-    std::optional<bool> boolValue(std::string_view key) const { return typed<bool>(key); }
+    /// A number reads as true unless it is 0; text when it is "YES", "true" or "1", in any case; nothing
+    /// else.
+    std::optional<bool> boolValue(std::string_view key) const;
     std::optional<std::int64_t> integerValue(std::string_view key) const { return typed<std::int64_t>(key); }
-    /// A stored integer reads as a double too.
+    /// Text reads as the number that it begins with; what has none reads as 0.
     std::optional<double> doubleValue(std::string_view key) const;
     std::optional<std::string> stringValue(std::string_view key) const { return typed<std::string>(key); }
     std::optional<Data> dataValue(std::string_view key) const { return typed<Data>(key); }
