@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -187,6 +188,19 @@ TEST_F(AggregateDeviceManagerTests, WrongDriftCompensationIsCorrectedWherePossib
     auto id = create("usb", "bluetooth").value().deviceID;
     EXPECT_THAT(drift(), ElementsAre(false, true));
     EXPECT_TRUE(log.contains("AggregateDevice notice: Corrected drift compensation for usb to false"));
+    destroy(id).value();
+
+    // One that can't be read is no reason not to look for the other.
+    world.calls.clear();
+    id = create("usb", "bluetooth").value().deviceID;
+    const auto search =
+        std::ranges::find(world.calls.log().rbegin(), world.calls.log().rend(),
+                          Operation::aggregateActiveSubDeviceIDs, &SimulatedCalls::Call::operation);
+    const auto readOfFirst = static_cast<std::size_t>(search.base() - world.calls.log().begin());
+    destroy(id).value();
+    world.calls.failCall(readOfFirst, kAudioHardwareBadObjectError);
+    id = create("usb", "bluetooth").value().deviceID;
+    EXPECT_THAT(drift(), ElementsAre(false, true));
     destroy(id).value();
 
     world.calls.failNext(Operation::setSubDeviceDriftCompensation, kAudioHardwareNotReadyError);

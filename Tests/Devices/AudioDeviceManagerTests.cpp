@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -237,25 +238,56 @@ TEST_F(AudioDeviceManagerTests, ListThatCannotBeReadLeavesTheOldOne) {
     EXPECT_EQ(uids().size(), 2U);
 }
 
-TEST_F(AudioDeviceManagerTests, DeviceThatCannotBeIdentifiedIsLeftOut) {
-    for (const auto operation :
-         {Operation::deviceUID, Operation::deviceName, Operation::outputChannelCount}) {
-        for (const bool isForeign : {false, true}) {
-            world.pickDefault("builtin");
-            const auto usbID = world.objectID("usb");
-            world.calls.failNext(operation, {.status = kAudioHardwareBadDeviceError,
-                                             .foreignError = isForeign ? "foreign" : ""});
-            manager->refresh();
-            EXPECT_THAT(uids(), ElementsAre("builtin", "bluetooth")) << name(operation);
-            EXPECT_EQ(manager->device(usbID), std::nullopt);
-            EXPECT_EQ(defaultUID(), "builtin");
-        }
-    }
+TEST_F(AudioDeviceManagerTests, AFirstListThatCannotBeReadMakesNothingNew) {
+    world.calls.failNext(Operation::allDeviceIDs, kAudioHardwareNotRunningError);
+    makeManager();
+    EXPECT_EQ(manager->knownUIDs(), std::nullopt);
+    observe();
+    world.pickDefault("bluetooth");
+    actor.runReady();
+    EXPECT_EQ(uids().size(), 3U);
+    EXPECT_FALSE(manager->wasRecentlyConnected("bluetooth", 1000));
+    EXPECT_EQ(log.count("connected"), 0U);
 }
 
-TEST_F(AudioDeviceManagerTests, PropertiesThatCannotBeReadAreUnknown) {
-    const auto read = [this] {
+TEST_F(AudioDeviceManagerTests, AKnownDeviceKeepsWhatCannotBeReadAndANewcomerIsLeftOut) {
+    observe();
+    const auto before = manager->devices();
+    for (const auto operation :
+         {Operation::deviceUID, Operation::deviceName, Operation::outputChannelCount,
+          Operation::transportType, Operation::nominalSampleRate, Operation::availableSampleRates}) {
+        for (const bool isForeign : {false, true}) {
+            const auto fail = [&] {
+                for (int read = 0; read < (operation == Operation::deviceUID ? 2 : 1); ++read)
+                    world.calls.failNext(operation, {.status = kAudioHardwareBadDeviceError,
+                                                     .foreignError = isForeign ? "foreign" : ""});
+            };
+            fail();
+            manager->handleChange();
+            EXPECT_EQ(manager->devices(), before) << name(operation);
+        }
+    }
+    EXPECT_EQ(log.count("connected"), 0U);
+    EXPECT_FALSE(manager->wasRecentlyConnected("usb", 1000));
+
+    const auto isLeftOut = [&] {
+        world.calls.failNext(Operation::deviceName, kAudioHardwareBadDeviceError);
         manager->refresh();
+        return !manager->device("usb");
+    };
+    EXPECT_FALSE(isLeftOut());
+    world.change("usb", [](SimulatedDevice& device) { device.isAlive = false; });
+    EXPECT_TRUE(isLeftOut());
+    EXPECT_TRUE(isLeftOut()) << "it is a newcomer by now";
+    world.change("usb", [](SimulatedDevice& device) { device.isAlive = true; });
+    manager->refresh();
+    manager->handleServiceRestart();
+    EXPECT_TRUE(isLeftOut()) << "an object ID of before the restart may be another device's";
+}
+
+TEST_F(AudioDeviceManagerTests, PropertiesOfANewcomerThatCannotBeReadAreUnknown) {
+    const auto read = [this] {
+        makeManager();
         return manager->device("usb").value();
     };
     world.calls.failNext(Operation::transportType, kAudioHardwareUnspecifiedError);
@@ -270,6 +302,44 @@ TEST_F(AudioDeviceManagerTests, PropertiesThatCannotBeReadAreUnknown) {
     EXPECT_EQ(read().uid, "usb");
     world.setSampleRate("usb", std::numeric_limits<double>::quiet_NaN());
     EXPECT_EQ(read().sampleRate, 0);
+}
+
+TEST_F(AudioDeviceManagerTests, DevicesAndDefaultOutputAreToldTogether) {
+    observe();
+    std::vector<std::string> seen;
+    const auto look = [&] { seen.push_back(defaultUID() + " of " + std::to_string(uids().size())); };
+    const Subscription first = manager->observeDevices(look);
+    const Subscription second = manager->observeDefaultOutputDevice(look);
+    world.unplug("usb");
+    manager->handleChange();
+    EXPECT_THAT(seen, ElementsAre("builtin of 2", "builtin of 2"));
+    actor.runReady();
+}
+
+TEST_F(AudioDeviceManagerTests, MayBeEndedByWhomeverItTells) {
+    using Watch = std::function<void(AudioDeviceManager&, std::function<void()>)>;
+    std::vector<Subscription> subscriptions;
+    const std::vector<Watch> watches{
+        [&](auto& from, auto end) { subscriptions.push_back(from.observeDevices(end)); },
+        [&](auto& from, auto end) { subscriptions.push_back(from.observeDefaultOutputDevice(end)); },
+        [&](auto& from, auto end) { subscriptions.push_back(from.observeChangeCounter(end)); },
+        [](auto& from, auto end) { from.onChange(end); },
+    };
+    for (const Watch& watch : watches) {
+        makeManager();
+        observe();
+        watch(*manager, [&] {
+            manager.reset();
+            world.faults.notifiesSynchronously = true;
+            world.pickDefault("bluetooth"); // tells the listeners of the one that is gone
+        });
+        world.unplug("usb");
+        actor.runReady();
+        EXPECT_EQ(manager, nullptr);
+        world.faults.notifiesSynchronously = false;
+        world.replug("usb");
+        world.pickDefault("usb");
+    }
 }
 
 TEST_F(AudioDeviceManagerTests, ListenerThatCannotBeAddedLeavesTheOther) {

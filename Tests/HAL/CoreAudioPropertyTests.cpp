@@ -79,7 +79,8 @@ TEST_F(CoreAudioPropertyTest, TextIsUTF8WhateverItHolds) {
         {u"", ""},
         {u"Jürgen’s 🎧 スピーカー", "Jürgen’s 🎧 スピーカー"},
         {std::u16string(u"a\0b", 3), std::string("a\0b", 3)},
-        {u"half \xD83C pair", "half ? pair"},
+        {u"half \xD83C pair 🎧", "half \uFFFD pair 🎧"},
+        {u"\xDFA7\xD83C\xD83C", "\uFFFD\uFFFD\uFFFD"},
     };
     for (const auto& [units, expected] : cases) {
         hal.setObject(device, address, fake::string(units));

@@ -87,8 +87,8 @@ std::string encoded(char32_t c) {
     return {static_cast<char>(0xF0 | (c >> 18)), tail(12), tail(6), tail(0)};
 }
 
-/// One character at a time; `lossByte` for half a surrogate pair, or the end of the text if that is 0.
-std::vector<std::string> characters(std::u16string_view units, UInt8 lossByte) {
+/// One character at a time, up to half a surrogate pair.
+std::vector<std::string> characters(std::u16string_view units) {
     std::vector<std::string> result;
     for (std::size_t i = 0; i < units.size(); ++i) {
         const char16_t unit = units[i];
@@ -99,10 +99,8 @@ std::vector<std::string> characters(std::u16string_view units, UInt8 lossByte) {
             result.push_back(encoded(0x10000 + ((unit - 0xD800u) << 10) + (low - 0xDC00u)));
         } else if (!isHigh && !isLow) {
             result.push_back(encoded(unit));
-        } else if (lossByte == 0) {
-            break;
         } else {
-            result.push_back({static_cast<char>(lossByte)});
+            break;
         }
     }
     return result;
@@ -138,7 +136,7 @@ CFTypeRef dictionary(std::vector<std::pair<CFTypeRef, CFTypeRef>> entries) {
 }
 
 std::string text(CFTypeRef reference) {
-    return fmt::format("{}", fmt::join(characters(live(reference, stringType, "text").units, '?'), ""));
+    return fmt::format("{}", fmt::join(characters(live(reference, stringType, "text").units), ""));
 }
 
 std::string described(CFTypeRef reference) {
@@ -210,20 +208,22 @@ CFIndex CFStringGetLength(CFStringRef string) {
     return static_cast<CFIndex>(live(string, stringType, "length").units.size());
 }
 
-CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding, UInt8 lossByte, Boolean,
-                         UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen) {
+/// As the system has it: to UTF-8 the loss byte means nothing, and half a surrogate pair ends the conversion.
+CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding, UInt8, Boolean, UInt8* buffer,
+                         CFIndex maxBufLen, CFIndex* usedBufLen) {
     const std::u16string_view units = live(string, stringType, "bytes").units;
     CFIndex used = 0;
-    for (const std::string& character : characters(
-             units.substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length)),
-             lossByte)) {
+    CFIndex converted = 0;
+    for (const std::string& character : characters(units.substr(static_cast<std::size_t>(range.location),
+                                                                static_cast<std::size_t>(range.length)))) {
         const auto size = static_cast<CFIndex>(character.size());
         if (buffer && used + size > maxBufLen) break;
         if (buffer) std::ranges::copy(character, buffer + used);
         used += size;
+        converted += size == 4 ? 2 : 1; // units
     }
     if (usedBufLen) *usedBufLen = used;
-    return range.length;
+    return converted;
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes, CFStringEncoding,

@@ -41,8 +41,7 @@ void AudioServiceMonitor::stop() {
 void AudioServiceMonitor::handleRestart() {
     if (!token_) return; // sent before listening ended
     logger.notice("The audio service was restarted");
-    deviceManager_.stopObserving();
-    deviceManager_.startObserving();
+    deviceManager_.handleServiceRestart();
     volumeController_.renewListeners();
     // It reads the devices anew, before anybody is told of their changes: a session that has lost its
     // aggregate is rebuilt, not given up because the default output is another one.

@@ -200,7 +200,10 @@ bool AggregateDeviceManager::applyDriftCompensationFallback(AudioObjectID device
                                                             bool enabled) {
     try {
         for (const AudioObjectID subDevice : client_.aggregateActiveSubDeviceIDs(deviceID)) {
-            if (client_.deviceUID(subDevice) != uid) continue;
+            // One that can't be read is another one, or one that nothing can be said of.
+            const auto read = answeredOr(
+                std::nullopt, [&]() -> std::optional<std::string> { return client_.deviceUID(subDevice); });
+            if (read != uid) continue;
             if (!client_.supportsSubDeviceDriftCompensation(subDevice)) return false;
             client_.setSubDeviceDriftCompensation(subDevice, enabled);
             return true;

@@ -68,14 +68,27 @@ CFDictionaryRef asDictionary(CFTypeRef object) {
     return as<CFDictionaryRef>(object, CFDictionaryGetTypeID());
 }
 
-/// UTF-8; half a surrogate pair becomes a question mark.
-std::string text(CFStringRef string) {
-    const CFRange whole{0, CFStringGetLength(string)};
+/// Appends the characters of the range up to the first that has no form in UTF-8; how many those were.
+CFIndex append(CFStringRef string, CFRange range, std::string& result) {
+    constexpr UInt8 noLoss = 0;
     CFIndex size = 0;
-    CFStringGetBytes(string, whole, kCFStringEncodingUTF8, '?', false, nullptr, 0, &size);
-    std::string result(static_cast<std::size_t>(size), '\0');
-    CFStringGetBytes(string, whole, kCFStringEncodingUTF8, '?', false,
-                     reinterpret_cast<UInt8*>(result.data()), size, nullptr);
+    CFStringGetBytes(string, range, kCFStringEncodingUTF8, noLoss, false, nullptr, 0, &size);
+    const std::size_t start = result.size();
+    result.resize(start + static_cast<std::size_t>(size));
+    return CFStringGetBytes(string, range, kCFStringEncodingUTF8, noLoss, false,
+                            reinterpret_cast<UInt8*>(result.data() + start), size, nullptr);
+}
+
+/// UTF-8; half a surrogate pair, at which the system stops, becomes a replacement character.
+std::string text(CFStringRef string) {
+    const CFIndex length = CFStringGetLength(string);
+    std::string result;
+    CFIndex done = append(string, {0, length}, result);
+    while (done < length) {
+        result += "\uFFFD";
+        ++done;
+        if (done < length) done += append(string, {done, length - done}, result);
+    }
     return result;
 }
 

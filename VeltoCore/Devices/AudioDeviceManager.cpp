@@ -34,7 +34,6 @@ AudioDeviceManager::AudioDeviceManager(CoreAudioClient& client, const Clock& clo
                                        const TextCollation& collation)
     : client_(client), clock_(clock), collation_(collation) {
     refresh();
-    connectionTimes_.clear(); // these were there before
 }
 
 AudioDeviceManager::~AudioDeviceManager() = default;
@@ -52,13 +51,21 @@ Subscription AudioDeviceManager::observeChangeCounter(std::function<void()> hand
 }
 
 void AudioDeviceManager::refresh() {
-    auto devices = readDevices().value_or(this->devices());
+    auto read = readDevices();
+    auto devices = read.value_or(this->devices());
     auto defaultOutputDevice = readDefaultOutputDevice(devices);
-    recordConnectionTimes(devices);
-    devices_.set(std::move(devices));
-    defaultOutputDevice_.set(std::move(defaultOutputDevice));
+    if (hasBeenRead_) recordConnectionTimes(devices);
+    if (read) {
+        hasBeenRead_ = true;
+        lastRead_ = std::move(read);
+    }
+    const bool areOthers = devices_.store(std::move(devices));
+    const bool isOther = defaultOutputDevice_.store(std::move(defaultOutputDevice));
     logger.debug("Enumerated {} output devices; default: {}", this->devices().size(),
                  this->defaultOutputDevice() ? this->defaultOutputDevice()->name : "none");
+    const std::weak_ptr alive(alive_); // an observer may end the manager
+    if (areOthers) devices_.notify();
+    if (isOther && !alive.expired()) defaultOutputDevice_.notify();
 }
 
 std::optional<std::vector<AudioOutputDevice>> AudioDeviceManager::readDevices() {
@@ -88,29 +95,52 @@ AudioDeviceManager::readDefaultOutputDevice(const std::vector<AudioOutputDevice>
 }
 
 std::optional<AudioOutputDevice> AudioDeviceManager::makeDevice(AudioObjectID id) {
+    if (client_.isHidden(id)) return std::nullopt;
     try {
-        if (client_.isHidden(id)) return std::nullopt;
-        AudioOutputDevice device;
-        device.deviceID = id;
-        device.outputChannelCount = client_.outputChannelCount(id);
-        if (device.outputChannelCount < 1) return std::nullopt; // input only
-        device.uid = client_.deviceUID(id);
-        device.name = client_.deviceName(id);
-        device.transportType = AudioTransportType(answeredOr(0U, [&] { return client_.transportType(id); }));
-        const double rate = answeredOr(0.0, [&] { return client_.nominalSampleRate(id); });
-        device.sampleRate = std::isfinite(rate) ? rate : 0;
-        device.availableSampleRates =
-            answeredOr(std::vector<SampleRateRange>{}, [&] { return client_.availableSampleRates(id); });
-        device.manufacturer = client_.deviceManufacturer(id);
-        device.latencyFrames = client_.outputLatencyFrames(id);
-        device.safetyOffsetFrames = client_.outputSafetyOffsetFrames(id);
-        device.hasVolumeControl = client_.supportsOutputVolume(id);
-        return device;
+        AudioOutputDevice device = readDevice(id);
+        return device.outputChannelCount < 1 ? std::nullopt : std::optional(std::move(device)); // input only
     } catch (const std::exception& error) {
         if (isNoAnswer(error)) throw;
-        logger.debug("Left out device {}: {}", id, error.what()); // it went while it was being read
-        return std::nullopt;
+        auto known = knownDevice(id);
+        logger.debug("{} device {}: {}", publicText(known ? "Kept" : "Left out"), id, error.what());
+        return known;
     }
+}
+
+/// What a device can do without is as it was known when it can't be read. Throws for the rest.
+AudioOutputDevice AudioDeviceManager::readDevice(AudioObjectID id) {
+    AudioOutputDevice device;
+    const auto readOrKnown = [&](auto read, auto AudioOutputDevice::*field) {
+        using Value = decltype(read());
+        return answeredOr(std::nullopt, [&]() -> std::optional<Value> { return read(); })
+            .or_else([&] { return std::optional(knownDevice(id).value_or(device).*field); })
+            .value();
+    };
+    device.deviceID = id;
+    device.outputChannelCount = client_.outputChannelCount(id);
+    if (device.outputChannelCount < 1) return device;
+    device.uid = client_.deviceUID(id);
+    device.name = client_.deviceName(id);
+    device.transportType = readOrKnown([&] { return AudioTransportType(client_.transportType(id)); },
+                                       &AudioOutputDevice::transportType);
+    const double rate =
+        readOrKnown([&] { return client_.nominalSampleRate(id); }, &AudioOutputDevice::sampleRate);
+    device.sampleRate = std::isfinite(rate) ? rate : 0;
+    device.availableSampleRates = readOrKnown([&] { return client_.availableSampleRates(id); },
+                                              &AudioOutputDevice::availableSampleRates);
+    device.manufacturer = client_.deviceManufacturer(id);
+    device.latencyFrames = client_.outputLatencyFrames(id);
+    device.safetyOffsetFrames = client_.outputSafetyOffsetFrames(id);
+    device.hasVolumeControl = client_.supportsOutputVolume(id);
+    return device;
+}
+
+/// What was last read of the device of that object ID, as long as it is the same one and lives.
+std::optional<AudioOutputDevice> AudioDeviceManager::knownDevice(AudioObjectID id) {
+    auto known = lastRead_ ? find(*lastRead_, id, &AudioOutputDevice::deviceID) : std::nullopt;
+    if (!known || !client_.isAlive(id)) return std::nullopt;
+    const auto uid = answeredOr(known->uid, [&] { return client_.deviceUID(id); });
+    return uid == known->uid ? known : std::nullopt;
 }
 
 void AudioDeviceManager::recordConnectionTimes(const std::vector<AudioOutputDevice>& devices) {
@@ -125,7 +155,7 @@ void AudioDeviceManager::startObserving() {
     if (!listenerTokens_.empty()) return;
     constexpr std::array selectors{kAudioHardwarePropertyDevices, kAudioHardwarePropertyDefaultOutputDevice};
     for (const AudioObjectPropertySelector selector : selectors) {
-        auto handler = [this, alive = std::weak_ptr(changeHandlers_)] {
+        auto handler = [this, alive = std::weak_ptr(alive_)] {
             if (!alive.expired()) handleChange();
         };
         try {
@@ -142,10 +172,26 @@ void AudioDeviceManager::stopObserving() {
         client_.removePropertyListener(token);
 }
 
+void AudioDeviceManager::handleServiceRestart() {
+    lastRead_.reset();
+    stopObserving();
+    startObserving();
+}
+
 void AudioDeviceManager::handleChange() {
     if (listenerTokens_.empty()) return; // sent before observing ended
-    const std::set<std::string> before = connectedUIDs();
+    const auto before = knownUIDs();
+    const std::weak_ptr alive(alive_); // observers and handlers may end the manager
     refresh();
+    if (alive.expired()) return;
+    if (before) logChanges(*before);
+    changeCounter_.set(changeCounter() + 1);
+    if (alive.expired()) return;
+    const auto handlers = changeHandlers_;
+    handlers->notify();
+}
+
+void AudioDeviceManager::logChanges(const std::set<std::string>& before) const {
     const std::set<std::string> after = connectedUIDs();
     for (const AudioOutputDevice& device : devices()) {
         if (!before.contains(device.uid)) logger.notice("Device connected: {}", publicText(device.name));
@@ -153,9 +199,6 @@ void AudioDeviceManager::handleChange() {
     for (const std::string& uid : before) {
         if (!after.contains(uid)) logger.notice("Device disconnected: {}", publicText(uid));
     }
-    changeCounter_.set(changeCounter() + 1);
-    const auto handlers = changeHandlers_; // a handler may end the manager
-    handlers->notify();
 }
 
 AudioDeviceManager::ChangeSubscription AudioDeviceManager::onChange(std::function<void()> handler) {
@@ -186,6 +229,10 @@ std::set<std::string> AudioDeviceManager::connectedUIDs() const {
     for (const AudioOutputDevice& device : devices())
         uids.insert(device.uid);
     return uids;
+}
+
+std::optional<std::set<std::string>> AudioDeviceManager::knownUIDs() const {
+    return hasBeenRead_ ? std::optional(connectedUIDs()) : std::nullopt;
 }
 
 bool AudioDeviceManager::wasRecentlyConnected(std::string_view uid, double within) const {

@@ -55,14 +55,17 @@ class AudioDeviceManager {
     Subscription observeDefaultOutputDevice(std::function<void()> handler);
     Subscription observeChangeCounter(std::function<void()> handler);
 
-    /// Reads devices and default output again. A list that can't be read leaves the old one, and without an
-    /// answer so does the default output.
+    /// Reads devices and default output again, and publishes both together. A list that can't be read leaves
+    /// the old one, and without an answer so does the default output. A device of the list that lives keeps
+    /// what can't be read of it now; an unreadable newcomer is left out.
     void refresh();
 
     /// Starts listening to the hardware layer; nothing when it listens already.
     void startObserving();
     /// Ends listening; nothing when it doesn't listen. It may start again.
     void stopObserving();
+    /// For a restarted audio service: it gives out object IDs anew, and knows none of the listeners.
+    void handleServiceRestart();
     /// As when the hardware layer says that something changed: for changes that it may not have told of.
     /// Nothing when it doesn't listen.
     void handleChange();
@@ -79,6 +82,8 @@ class AudioDeviceManager {
     std::optional<AudioOutputDevice> device(std::string_view forUID) const;
     std::optional<AudioOutputDevice> device(AudioObjectID forID) const;
     std::set<std::string> connectedUIDs() const;
+    /// The same; absent as long as the list could never be read.
+    std::optional<std::set<std::string>> knownUIDs() const;
     /// Whether the device last appeared at most `within` seconds ago. Devices that were there at the start
     /// never appeared.
     bool wasRecentlyConnected(std::string_view uid, double within) const;
@@ -89,6 +94,9 @@ class AudioDeviceManager {
     std::optional<std::vector<AudioOutputDevice>> readDevices();
     std::optional<AudioOutputDevice> readDefaultOutputDevice(const std::vector<AudioOutputDevice>& devices);
     std::optional<AudioOutputDevice> makeDevice(AudioObjectID id);
+    AudioOutputDevice readDevice(AudioObjectID id);
+    std::optional<AudioOutputDevice> knownDevice(AudioObjectID id);
+    void logChanges(const std::set<std::string>& before) const;
     void recordConnectionTimes(const std::vector<AudioOutputDevice>& devices);
 
     CoreAudioClient& client_;
@@ -98,8 +106,12 @@ class AudioDeviceManager {
     Observable<std::optional<AudioOutputDevice>> defaultOutputDevice_;
     Observable<std::int64_t> changeCounter_;
     std::vector<PropertyListenerTokenRef> listenerTokens_;
-    /// Listeners hold it weakly: it says whether the manager still exists.
     std::shared_ptr<ChangeHandlers> changeHandlers_ = std::make_shared<ChangeHandlers>();
+    /// The list as it was last read since the audio service started; none before.
+    std::optional<std::vector<AudioOutputDevice>> lastRead_;
+    bool hasBeenRead_ = false; // in the life of this object
+    /// Held weakly by all that may outlast the manager, and by nothing else: it says whether that exists.
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     /// The latest appearance of each device that came while the manager ran.
     std::map<std::string, Date, std::less<>> connectionTimes_;
 };

@@ -99,11 +99,18 @@ class Observable {
     const T& value() const noexcept { return value_; }
     /// Stores the value; notifies, and answers true, only when it differs from the old one.
     bool set(T value) {
+        const bool isChanged = store(std::move(value));
+        if (isChanged) notify(); // a handler may end this object
+        return isChanged;
+    }
+    /// Stores the value, and answers whether it differs. To notify() then is for the caller, who has other
+    /// values that belong to this one.
+    bool store(T value) {
         if (value_ == value) return false;
         value_ = std::move(value);
-        observers_.notify();
         return true;
     }
+    void notify() const { observers_.notify(); }
     Subscription observe(std::function<void()> handler) { return observers_.observe(std::move(handler)); }
 
   private:

@@ -78,7 +78,7 @@ std::optional<SyncProfile> DualOutputCoordinator::currentSyncProfile() const {
 Task<void> DualOutputCoordinator::start() {
     co_await recover();
     if (isShuttingDown_) co_return;
-    previousConnectedUIDs_ = deviceManager_.connectedUIDs();
+    previousConnectedUIDs_ = deviceManager_.knownUIDs();
     subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
         if (!alive.expired()) handleDevicesChanged();
     });

@@ -174,8 +174,8 @@ class DualOutputCoordinator {
     Subscription stateSubscription_;
     Subscription devicesSubscription_;
     Subscription volumeSubscription_;
-    /// At the last device change.
-    std::set<std::string> previousConnectedUIDs_;
+    /// At the last device change; absent as long as the devices could never be read: nothing is new then.
+    std::optional<std::set<std::string>> previousConnectedUIDs_;
     /// From the decision to give the session up until that is done.
     bool isAbandoning_ = false;
     bool isResetting_ = false;

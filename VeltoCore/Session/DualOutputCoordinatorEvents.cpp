@@ -24,7 +24,8 @@ constexpr double reconnectionWindow = 15;
 
 void DualOutputCoordinator::handleDevicesChanged() {
     const std::set<std::string> connected = deviceManager_.connectedUIDs();
-    const std::set<std::string> previous = std::exchange(previousConnectedUIDs_, connected);
+    const std::set<std::string> previous =
+        std::exchange(previousConnectedUIDs_, deviceManager_.knownUIDs()).value_or(connected);
     if (isBusy() || isAbandoning_) {
         hasMissedChanges_ = true;
         return;
