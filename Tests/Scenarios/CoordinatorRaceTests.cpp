@@ -26,6 +26,7 @@ struct Stage {
         }
         machine.world.faults.aliveAfter = 120ms;
         machine.world.faults.lingersAfterDestroy = 250ms;
+        machine.world.faults.slowOutputChange = 40ms;
         machine.loop.setBlockingCallDuration(30ms);
     }
     ~Stage() {

@@ -272,13 +272,8 @@ TEST_F(CoordinatorScenarioTests, AsksWhatToDoWhenAnOutputGoes) {
     // Other answers.
     world.faults.doesNotRejoin = true;
     const std::vector<std::function<void()>> answers{
-        [&] { app->play("usb", "bluetooth"); },
-        [&] { app->stop(); },
-        [&] {
-            replug("builtin");
-            ASSERT_TRUE(coordinator().pendingDisconnectDecision()) << "its return alone is none";
-            app->finish(coordinator().reconnect());
-        },
+        [&] { app->play("usb", "bluetooth"); }, [&] { app->stop(); },
+        [&] { replug("builtin"); }, // though it takes no part
     };
     for (const auto& answer : answers) {
         play();
@@ -375,7 +370,252 @@ TEST_F(CoordinatorScenarioTests, SomebodyElsesChoiceEndsTheSession) {
     expectSound({.defaultOutputs = {"hdmi"}});
 }
 
-// Sleep
+TEST_F(CoordinatorScenarioTests, ASwitchThatShowsLateIsNobodysChoice) {
+    app->preferences.setAutoReconnect(true);
+    for (const Duration late : {Duration(1ms), Duration(100ms), Duration(4900ms), Duration(7s)}) {
+        SCOPED_TRACE(late.count());
+        world.faults.slowOutputChange = late;
+        app->begin(app->playing("bluetooth", "builtin"));
+        loop.runReady();
+        world.unplug("bluetooth"); // devices change while the default output still reads old
+        world.replug("bluetooth");
+        loop.runUntilIdle();
+        ASSERT_TRUE(app->isPlaying());
+        expectSound();
+        app->finish(coordinator().reconnect());
+        ASSERT_TRUE(app->isPlaying());
+        expectSound();
+        app->stop();
+        expectSilentEnd();
+        world.faults.slowOutputChange = Duration();
+    }
+    // Somebody else's choice is one all the same.
+    world.faults.slowOutputChange = 1s;
+    app->begin(app->playing("bluetooth", "builtin"));
+    loop.advance(100ms);
+    ASSERT_TRUE(app->isPlaying());
+    world.pickDefault("hdmi");
+    loop.advance(100ms);
+    EXPECT_TRUE(app->isIdle());
+    loop.runUntilIdle();
+    expectSound({.defaultOutputs = {"hdmi"}});
+    world.faults.slowOutputChange = Duration();
+}
+
+TEST_F(CoordinatorScenarioTests, ASwitchThatNeverShowsEndsTheSessionAsAStop) {
+    world.faults.slowOutputChange = 24h;
+    app->begin(app->playing("bluetooth", "builtin"));
+    loop.advance(2s);
+    loop.sleepMachine(8h); // which doesn't count
+    world.calls.clear();
+    loop.advance(2400ms);
+    EXPECT_EQ(world.calls.count(Operation::setDefaultOutputDevice), 0U);
+    loop.advance(700ms);
+    EXPECT_EQ(world.calls.count(Operation::setDefaultOutputDevice), 1U) << "once more";
+    world.hangAudioService(); // nor does this
+    app->volumes.setVolume(0.5F, "builtin");
+    loop.advance(1min);
+    EXPECT_TRUE(app->isPlaying());
+    world.resumeAudioService();
+    loop.advance(4s);
+    EXPECT_TRUE(app->isPlaying());
+    loop.advance(7s);
+    EXPECT_TRUE(app->isIdle());
+    ASSERT_TRUE(coordinator().lastError());
+    EXPECT_TRUE(std::holds_alternative<Error::CannotSetDefaultOutput>(coordinator().lastError()->kind()));
+    world.faults.slowOutputChange = Duration();
+    loop.runUntilIdle();
+    expectSilentEnd();
+}
+
+// All outputs lost
+
+TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem) {
+    app->preferences.setAutoReconnect(true);
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    const auto lose = [&] {
+        for (const auto* uid : {"bluetooth", "builtin"})
+            if (world.isPlugged(uid)) world.unplug(uid);
+        loop.runReady();
+        EXPECT_FALSE(coordinator().pendingDisconnectDecision()) << "nothing remains";
+    };
+    const auto comeBack = [&] {
+        for (const auto* uid : {"builtin", "bluetooth"})
+            if (!world.isPlugged(uid)) replug(uid);
+    };
+    play();
+    const auto preset = coordinator().saveCurrentSessionAsPreset("Both").value();
+    app->volumes.setVolume(0.3F, "bluetooth");
+    lose();
+    loop.advance(2s);
+    loop.sleepMachine(1h);
+    loop.advance(2400ms);
+    EXPECT_TRUE(coordinator().state().isActive()) << "time asleep doesn't count";
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
+    expectSilentEnd();
+    replug("builtin");
+    EXPECT_TRUE(app->isIdle());
+    replug("bluetooth");
+    ASSERT_TRUE(app->isPlaying());
+    EXPECT_EQ(coordinator().state().session()->first.uid, "bluetooth");
+    EXPECT_EQ(coordinator().activePresetID(), preset.id);
+    EXPECT_EQ(volumeOf("bluetooth"), 0.3F);
+    expectSound();
+
+    // One is back in time.
+    lose();
+    loop.advance(4s);
+    replug("builtin");
+    EXPECT_EQ(app->missing(), "bluetooth");
+    loop.advance(1min);
+    EXPECT_EQ(app->missing(), "bluetooth");
+    replug("bluetooth");
+    EXPECT_TRUE(app->isPlaying());
+
+    // Nobody who could play instead, or who could say so: it waits for that.
+    for (const auto* uid : {"usb", "hdmi"})
+        world.unplug(uid);
+    lose();
+    loop.advance(1min);
+    EXPECT_TRUE(coordinator().state().isActive());
+    for (const auto* uid : {"usb", "hdmi"})
+        world.replug(uid);
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    comeBack();
+    ASSERT_TRUE(app->isPlaying());
+
+    // What somebody wants meanwhile counts; what the system does by itself doesn't.
+    struct Between {
+        std::string what;
+        std::function<void()> happens;
+        bool isAgainStarted;
+    };
+    for (const auto& [what, happens, isAgainStarted] :
+         {Between{"stopped", [&] { app->stop(); }, false},
+          Between{"chosen", [&] { pickDefault("hdmi"); }, false},
+          Between{"default gone", [&] { unplug("usb"); }, true},
+          Between{"system follows the return",
+                  [&] {
+                      replug("builtin");
+                      pickDefault("builtin");
+                  },
+                  true},
+          Between{"reconnect by hand", [&] { app->preferences.setAutoReconnect(false); }, true}}) {
+        SCOPED_TRACE(what);
+        lose();
+        loop.runUntilIdle();
+        EXPECT_TRUE(app->isIdle());
+        happens();
+        comeBack();
+        EXPECT_EQ(app->isPlaying(), isAgainStarted);
+        if (!world.isPlugged("usb")) replug("usb");
+        pickDefault("usb");
+        if (!app->isPlaying()) play();
+    }
+    lose();
+    loop.runUntilIdle();
+    comeBack();
+    EXPECT_TRUE(app->isIdle()) << "reconnecting is switched off";
+}
+
+TEST_F(CoordinatorScenarioTests, TheLostPairGoesBeforeAutoConnect) {
+    app->play("usb", "bluetooth");
+    app->preferences.setAutoConnect(true, coordinator().saveCurrentSessionAsPreset("Other")->id);
+    app->preferences.setAutoConnect(true);
+    app->preferences.setAutoReconnect(true);
+    for (const bool isWaiting : {true, false}) {
+        play();
+        if (!isWaiting) app->stop();
+        world.unplug("builtin");
+        unplug("bluetooth");
+        log.clear();
+        replug("builtin");
+        replug("bluetooth");
+        ASSERT_TRUE(app->isPlaying());
+        EXPECT_EQ(coordinator().state().session()->first.uid, isWaiting ? "bluetooth" : "usb");
+        EXPECT_EQ(log.count("Auto Connect"), isWaiting ? 0U : 1U);
+        expectSound();
+    }
+}
+
+TEST_F(CoordinatorScenarioTests, ARebuildKnowsWhereSoundBelongs) {
+    play();
+    for (int restart = 0; restart < 2; ++restart) {
+        app->restartAudioService();
+        loop.runUntilIdle();
+        ASSERT_TRUE(app->isPlaying());
+        expectSound();
+    }
+    app->stop();
+    expectSilentEnd();
+
+    play();
+    world.calls.failNext(Operation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    app->restartAudioService();
+    loop.runUntilIdle();
+    EXPECT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
+    expectSilentEnd();
+}
+
+TEST_F(CoordinatorScenarioTests, ASessionThatHasLostItsAggregateIsRebuilt) {
+    // The rebuild can't read the name of an output.
+    play();
+    world.calls.failNext(Operation::deviceName, kAudioHardwareUnspecifiedError);
+    app->restartAudioService();
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isPlaying());
+    expectSound();
+
+    // The system has gone over to an output that was just back; the aggregate is not there to go back to.
+    unplug("builtin");
+    replug("builtin");
+    world.removeAggregate(ours);
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isPlaying());
+    expectSound();
+}
+
+TEST_F(CoordinatorScenarioTests, WhatWaitedBehindAnAbandonFindsWhatIsThere) {
+    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    const auto giveUp = [&] {
+        play();
+        world.faults.lingersAfterDestroy = 300ms;
+        world.pickDefault("hdmi");
+        loop.runReady();
+        world.faults.lingersAfterDestroy = Duration();
+    };
+    // Another's error is not what plays.
+    giveUp();
+    const auto started = app->begin(app->playing("usb", "builtin"));
+    loop.runReady();
+    app->begin(coordinator().activatePreset(
+        AudioPreset::create("Absent", app->device("gone"), app->device("gone"), {})));
+    loop.runReady();
+    EXPECT_TRUE(coordinator().lastError());
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isPlaying());
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
+
+    // One that waits when the program ends builds nothing more.
+    giveUp();
+    app->begin(app->playing("usb", "builtin"));
+    loop.runReady();
+    world.calls.clear();
+    app->quit();
+    EXPECT_EQ(world.calls.count(Operation::createAggregateDevice), 0U);
+    launch();
+
+    // What a reset has repaired is no error any more.
+    play();
+    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareUnspecifiedError);
+    app->reset();
+    EXPECT_TRUE(app->isIdle());
+    EXPECT_EQ(coordinator().lastError(), std::nullopt);
+    expectSound();
+}
 
 TEST_F(CoordinatorScenarioTests, WakesWithWhatIsLeft) {
     wake(); // nothing plays

@@ -84,13 +84,19 @@ InvariantContext contextAfterRecoveryFrom(const SweptOperation& swept) {
     return context;
 }
 
+/// What the coordinator does when the audio service answers again.
+void lookAfter(SessionStage& stage) {
+    if (!stage.session().isSessionHealthy()) stage.program->finish(rebuild.run(stage)); // nothing without one
+    EXPECT_EQ(stage.program->finish(stage.session().recoverIfNeeded()).error(), std::nullopt);
+}
+
 /// The audio service answers again, whatever it did, and the program is told.
 void answerAgain(SessionStage& stage) {
     stage.machine.world.startAudioService();
     stage.machine.world.resumeAudioService();
     stage.program->devices.stopObserving();
     stage.program->devices.startObserving();
-    EXPECT_EQ(stage.program->finish(stage.session().recoverIfNeeded()).error(), std::nullopt);
+    lookAfter(stage);
 }
 
 /// After whatever happened, the program still does its work.
@@ -114,7 +120,9 @@ void expectWorking(SessionStage& stage) {
 
 class SessionFaultSweepTests : public testing::TestWithParam<SweptOperation> {};
 
-INSTANTIATE_TEST_SUITE_P(, SessionFaultSweepTests, testing::Values(start, restart, stop, abandon, recover),
+INSTANTIATE_TEST_SUITE_P(, SessionFaultSweepTests,
+                         testing::Values(start, restart, stop, rebuild, rebuildAfterRestart, abandon,
+                                         recover),
                          [](const auto& info) { return info.param.name; });
 
 TEST_P(SessionFaultSweepTests, EachCallFailsOnce) {
@@ -151,7 +159,7 @@ TEST_P(SessionFaultSweepTests, EachCallGetsNoAnswerOnce) {
         EXPECT_TRUE(outcome.isDone());
         const bool canSay = calls.log().at(i).operation != Operation::isAlive; // that answers false
         if (outcome.error() && canSay) EXPECT_TRUE(outcome.error()->isNoAnswer());
-        stage.program->finish(stage.session().recoverIfNeeded());
+        lookAfter(stage);
         EXPECT_THAT(violations(*stage.program, contextAfterRecoveryFrom(GetParam())), IsEmpty());
         expectWorking(stage);
     }

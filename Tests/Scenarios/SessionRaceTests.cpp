@@ -43,6 +43,10 @@ INSTANTIATE_TEST_SUITE_P(
         Race{restart, stop, Ending::playing, Ending::idle}, Race{stop, start, Ending::idle, Ending::playing},
         Race{stop, stop, Ending::idle, Ending::idle}, Race{stop, abandon, Ending::idle, Ending::idle},
         Race{stop, recover, Ending::idle, Ending::idle},
+        Race{rebuild, start, Ending::playing, Ending::playing},
+        Race{rebuild, stop, Ending::playing, Ending::idle},
+        Race{rebuild, rebuild, Ending::playing, Ending::playing},
+        Race{rebuildAfterRestart, abandon, Ending::playing, Ending::idle},
         Race{abandon, start, Ending::playing, Ending::playing},
         Race{abandon, stop, Ending::idle, Ending::idle}, Race{abandon, abandon, Ending::idle, Ending::idle},
         Race{abandon, recover, Ending::idle, Ending::idle},
@@ -54,6 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
 void slowDown(SessionStage& stage) {
     stage.machine.world.faults.aliveAfter = 120ms;
     stage.machine.world.faults.lingersAfterDestroy = 250ms;
+    stage.machine.world.faults.slowOutputChange = 40ms;
     stage.machine.loop.setBlockingCallDuration(30ms);
 }
 
@@ -161,7 +166,7 @@ TEST(SessionRace, TheWorldChangesWhileTheAggregateIsBeingMade) {
 
 /// Listeners that are called in the middle of a call find a session that can be asked anything.
 TEST(SessionRace, SynchronousNotificationsMeetNoHalfBuiltSession) {
-    for (const SweptOperation& operation : {start, restart, stop, abandon, recover}) {
+    for (const SweptOperation& operation : {start, restart, stop, rebuild, abandon, recover}) {
         SCOPED_TRACE(operation.name);
         SessionStage stage;
         operation.prepare(stage);

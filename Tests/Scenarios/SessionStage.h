@@ -87,6 +87,28 @@ inline const SweptOperation abandon{"Abandon",
                                     [](SessionStage& stage) { return stage.session().abandonSession(); },
                                     {"hdmi"},
                                     {"builtin"}};
+inline const SweptOperation rebuild{
+    "Rebuild",
+    [](SessionStage& stage) { stage.play(); },
+    [](SessionStage& stage) {
+        const auto session = stage.session().activeSession().value_or(DualOutputSession());
+        return stage.session().rebuild(session.first, session.second, "Both", std::nullopt,
+                                       ClockStrategy::automatic);
+    },
+    {"usb"},
+    {"hdmi"}};
+/// The audio service came back without the aggregate, and chose where sound goes.
+inline const SweptOperation rebuildAfterRestart{"RebuildAfterRestart",
+                                                [](SessionStage& stage) {
+                                                    stage.play();
+                                                    stage.machine.world.restartAudioService();
+                                                    stage.program->devices.stopObserving();
+                                                    stage.program->devices.startObserving();
+                                                    stage.program->devices.refresh();
+                                                },
+                                                rebuild.run,
+                                                {"usb"},
+                                                {"hdmi"}};
 inline const SweptOperation recover{
     "Recover",
     [](SessionStage& stage) {

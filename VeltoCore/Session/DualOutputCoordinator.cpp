@@ -1,5 +1,6 @@
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -48,12 +49,12 @@ DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
           if (state().is<AudioSessionState::Degraded>()) observers_.notify(); // the lost one may be back
       })),
       volumeSubscription_(volumeController.observeAdjustments([this] { writeBackVolumes(); })),
-      tasks_(actor) {}
+      rememberedPair_(deviceManager), tasks_(actor) {}
 
 // What the user is shown
 
 VeltoStatus DualOutputCoordinator::status() const {
-    if (isReconnecting_) return VeltoStatus::Reconnecting{};
+    if (isReconnecting()) return VeltoStatus::Reconnecting{};
     if (state().is<AudioSessionState::Starting>())
         return VeltoStatus::Preparing{preparationStep_.value_or(PreparationStep::preparingAudio)};
     if (state().is<AudioSessionState::Stopping>()) return VeltoStatus::Connecting{};
@@ -133,9 +134,14 @@ Task<void> DualOutputCoordinator::activatePreset(AudioPreset preset) {
 Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOutputDevice second,
                                                std::optional<UUID> presetID, Settings settings) {
     if (isShuttingDown_ || isBusy()) co_return;
+    auto ended = systemAudio_.abandonOrRecoveryEnded();
+    co_await std::move(ended);
+    if (isShuttingDown_ || isBusy()) co_return; // meanwhile
+    rememberedPair_.forget();
     show(lastError_, std::optional<AudioManagerError>());
     show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
     hasMissedChanges_ = false;
+    endWaits();
     auto starting =
         failure(startSystemAudio(first, second, [this, alive = std::weak_ptr(alive_)](PreparationStep step) {
             if (!alive.expired()) show(preparationStep_, std::optional(step));
@@ -145,9 +151,6 @@ Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOut
         show(lastError_, std::optional(*error));
         sessionChanged();
     } else {
-        const auto session = systemAudio_.activeSession();
-        // Another start or stop got ahead while this one waited: what is shown is that one's.
-        if (!session || session->first.uid != first.uid || session->second.uid != second.uid) co_return;
         startSucceeded(first, second, presetID, settings);
     }
     show(preparationStep_, std::optional<PreparationStep>());
@@ -157,18 +160,25 @@ Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOut
 /// A start with the preferences as they are now.
 Task<void> DualOutputCoordinator::startSystemAudio(AudioOutputDevice first, AudioOutputDevice second,
                                                    SystemAudioManager::ProgressHandler progress) {
+    return systemAudio_.start(std::move(first), std::move(second),
+                              preferences_.effectiveAggregateDeviceName(), preferredSampleRate(),
+                              preferences_.clockStrategy(), std::move(progress));
+}
+
+std::optional<double> DualOutputCoordinator::preferredSampleRate() const {
     const double rate = rawValue(preferences_.preferredSampleRate());
-    return systemAudio_.start(
-        std::move(first), std::move(second), preferences_.effectiveAggregateDeviceName(),
-        rate > 0 ? std::optional(rate) : std::nullopt, preferences_.clockStrategy(), std::move(progress));
+    return rate > 0 ? std::optional(rate) : std::nullopt;
 }
 
 void DualOutputCoordinator::startSucceeded(const AudioOutputDevice& first, const AudioOutputDevice& second,
                                            std::optional<UUID> presetID, const Settings& settings) {
     preferences_.rememberLastUsed(first, second);
     show(activePresetID_, presetID);
+    sessionSettings_.clear();
     syncVolumeTracking();
     if (!settings.empty()) volumeController_.apply(settings);
+    noteSettings();
+    watchSwitch();
 }
 
 // Stopping
@@ -179,27 +189,34 @@ Task<void> DualOutputCoordinator::stopDualOutput() {
 }
 
 Task<void> DualOutputCoordinator::stopSession() {
+    auto ended = systemAudio_.abandonOrRecoveryEnded();
+    co_await std::move(ended);
+    if (isShuttingDown_ || isBusy()) co_return; // meanwhile
+    rememberedPair_.forget();
     show(lastError_, std::optional<AudioManagerError>());
     show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
     auto stopping = failure(systemAudio_.stop());
     const std::optional<AudioManagerError> error = co_await std::move(stopping);
     if (error) show(lastError_, std::optional(*error));
-    if (!state().isBusy()) sessionChanged(); // else a start got ahead while this stop waited
+    sessionChanged();
 }
 
 Task<void> DualOutputCoordinator::resetAudioConfiguration() {
     if (isShuttingDown_ || std::exchange(isResetting_, true)) co_return;
     co_await systemAudio_.operationEnded();
     if (!isShuttingDown_) {
+        rememberedPair_.forget();
         show(lastError_, std::optional<AudioManagerError>());
         if (state().isActive()) co_await stopSession();
         auto recovering = failure(systemAudio_.recoverIfNeeded());
         const std::optional<AudioManagerError> error = co_await std::move(recovering);
         if (error) {
             show(lastError_, error);
-        } else {
-            if (!state().isActive() && !state().isBusy()) preferences_.saveRecoveryState(std::nullopt);
+        } else if (!state().isActive() && !state().isBusy()) {
+            preferences_.saveRecoveryState(std::nullopt);
             systemAudio_.clearFailure();
+            const bool isClean = !deviceManager_.device(AggregateDeviceManager::aggregateUID);
+            if (isClean) show(lastError_, std::optional<AudioManagerError>()); // whatever failed is repaired
         }
         sessionChanged();
     }
@@ -216,35 +233,34 @@ void DualOutputCoordinator::dismissError() {
 Task<void> DualOutputCoordinator::reconnect() {
     const auto session = systemAudio_.activeSession();
     // An operation that leaves the state alone is giving the session up.
-    if (!session || isShuttingDown_ || isReconnecting_ || systemAudio_.isOperationRunning()) co_return;
-    for (const AudioOutputDevice& device : session->devices()) {
-        if (deviceManager_.device(device.uid)) continue;
-        show(lastError_, std::optional(AudioManagerError::deviceNotFound(device.name)));
+    if (!session || isShuttingDown_ || systemAudio_.isOperationRunning()) co_return;
+    if (const auto missing = systemAudio_.missingSessionDevices(); !missing.empty()) {
+        show(lastError_, std::optional(AudioManagerError::deviceNotFound(missing.front().name)));
         co_return;
     }
-    show(isReconnecting_, true);
     show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
     show(lastError_, std::optional<AudioManagerError>());
     hasMissedChanges_ = false;
+    endWaits();
     const Settings settings = volumeController_.currentSettings();
     auto rebuilding = failure(rebuild(*session));
     const std::optional<AudioManagerError> error = co_await std::move(rebuilding);
     if (error) show(lastError_, std::optional(*error));
     sessionChanged();
     if (!error) volumeController_.apply(settings);
-    show(isReconnecting_, false);
+    observers_.notify(); // the rebuild is over
+    watchSwitch();
     checkSessionDevicesIfMissed();
 }
 
 Task<void> DualOutputCoordinator::rebuild(DualOutputSession session) {
-    co_await systemAudio_.stop();
-    if (isShuttingDown_) co_return;
-    // As they are after the stop: their object IDs and rates may have changed.
+    // As they are now: their object IDs and rates may have changed.
     const auto now = [this](const AudioOutputDevice& device) {
         return deviceManager_.device(device.uid).value_or(device);
     };
-    auto started = startSystemAudio(now(session.first), now(session.second), {});
-    co_await std::move(started);
+    return systemAudio_.rebuild(now(session.first), now(session.second),
+                                preferences_.effectiveAggregateDeviceName(), preferredSampleRate(),
+                                preferences_.clockStrategy());
 }
 
 Task<void> DualOutputCoordinator::resolveDisconnect(bool keepPlaying) {
@@ -277,13 +293,18 @@ void DualOutputCoordinator::updateActivePresetSettings() {
 
 /// Only while both outputs are there: the settings of one that is missing would be lost.
 void DualOutputCoordinator::writeBackVolumes() {
+    noteSettings();
     if (!state().is<AudioSessionState::Active>()) return;
     if (std::ranges::all_of(volumeController_.states(), &DeviceVolumeState::isConnected))
         updateActivePresetSettings();
 }
 
 void DualOutputCoordinator::sessionChanged() {
-    if (!state().isActive()) show(activePresetID_, std::optional<UUID>());
+    if (!state().isActive()) {
+        show(activePresetID_, std::optional<UUID>());
+        show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+        endWaits();
+    }
     syncVolumeTracking();
 }
 
@@ -293,6 +314,12 @@ void DualOutputCoordinator::syncVolumeTracking() {
     } else {
         volumeController_.stopTracking();
     }
+}
+
+/// An output that is gone keeps those that it had.
+void DualOutputCoordinator::noteSettings() {
+    for (const auto& [uid, settings] : volumeController_.currentSettings())
+        sessionSettings_.insert_or_assign(uid, settings);
 }
 
 } // namespace velto

@@ -6,17 +6,22 @@
 //
 // Races, decided here once:
 // - A start or stop that comes while starting, stopping or rebuilding changes nothing at all. One that comes
-//   during an abandon or a recovery waits for it; when another one got ahead meanwhile, it did nothing, and
-//   only that other one's success counts.
+//   during an abandon or a recovery waits for it, and is ignored likewise when another one got ahead.
 // - Synchronous handlers never wait: they start tasks. Such a task knows which session it means, and does
 //   nothing when that one doesn't run any more.
 // - Device changes during a start, a rebuild or an abandon are only noted. When a start or rebuild ends well,
 //   the devices (not the default output, which may still read old) are looked at once more.
-// - There is no turn of the main loop between the two halves of a rebuild, nor between the end of an
-//   operation and the steps taken here after it: whoever waited for it finds them done.
+// - There is no turn of the main loop between the end of an operation and the steps taken here after it:
+//   whoever waited for it finds them done.
+// - What reads as the default output before a switch of ours shows is nobody's choice. A switch that does not
+//   show for 5 seconds is made once more; after another 5 the session ends.
+// - A session that has lost all its outputs for 5 seconds ends, if sound could go elsewhere. Its pair is
+//   started again when it is back, before Auto Connect, unless somebody wanted something else meanwhile.
+// - Neither of these 5 seconds counts time asleep, or passes while the audio service does not answer.
 // - Shutting down turns away all that is started later, waits for what runs, then ends the session.
 #pragma once
 
+#include "VeltoCore/Async/Cancellation.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Async/TaskScope.h"
@@ -28,6 +33,7 @@
 #include "VeltoCore/Session/AudioSessionState.h"
 #include "VeltoCore/Session/DualOutputSession.h"
 #include "VeltoCore/Session/PreparationStep.h"
+#include "VeltoCore/Session/RememberedPair.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Session/VeltoStatus.h"
 #include "VeltoCore/Settings/AudioPreset.h"
@@ -63,7 +69,7 @@ class DualOutputCoordinator {
     /// Absent when there is no error to show.
     const std::optional<AudioManagerError>& lastError() const noexcept { return lastError_; }
     /// While a session is being rebuilt.
-    bool isReconnecting() const noexcept { return isReconnecting_; }
+    bool isReconnecting() const noexcept { return systemAudio_.isRebuilding(); }
     /// Absent when no start is under way.
     const std::optional<PreparationStep>& preparationStep() const noexcept { return preparationStep_; }
     /// The lost output about which the user is to be asked; the question makes sense while degraded.
@@ -101,7 +107,7 @@ class DualOutputCoordinator {
     /// Stops, and removes whatever is left of this or an earlier session.
     Task<void> resetAudioConfiguration();
     /// Rebuilds the running session from scratch, with its outputs as they are now. With an output missing,
-    /// the session stays as it is.
+    /// or without an answer, the session stays as it is.
     Task<void> reconnect();
     /// The answer to pendingDisconnectDecision().
     Task<void> resolveDisconnect(bool keepPlaying);
@@ -124,12 +130,14 @@ class DualOutputCoordinator {
                         std::optional<UUID> presetID, const Settings& settings);
     Task<void> stopSession();
     Task<void> recover();
-    Task<void> rebuild(DualOutputSession session);
     /// After a session has ended or could not be made.
     void sessionChanged();
     void syncVolumeTracking();
     void writeBackVolumes();
-    bool isBusy() const noexcept { return state().isBusy() || isReconnecting_; }
+    Task<void> rebuild(DualOutputSession session);
+    std::optional<double> preferredSampleRate() const;
+    void noteSettings();
+    bool isBusy() const noexcept { return state().isBusy(); }
 
     // Events (DualOutputCoordinatorEvents.cpp)
 
@@ -138,12 +146,26 @@ class DualOutputCoordinator {
     bool wasSwitchedAway(const DualOutputSession& session);
     void checkSessionDevices();
     void checkSessionDevicesIfMissed();
+    void forgetAnsweredQuestion();
+    bool isAllLost() const;
+    bool canEndForLoss() const;
+    static void end(std::optional<CancellationSource>& wait);
+    void endWaits() {
+        end(lossWait_);
+        end(switchWait_);
+    }
+    void watchForLoss();
+    void watchSwitch();
+    bool startRememberedPair();
     void applyDisconnectBehavior(const AudioOutputDevice& missing);
     void evaluateAutoConnect(const std::set<std::string>& connected, const std::set<std::string>& previous);
     Task<void> abandon(DualOutputSession session);
     Task<void> stopAfterDisconnect(DualOutputSession session);
     Task<void> reconnectAfterReturn(DualOutputSession session);
-    Task<void> repairAfterWake(DualOutputSession session);
+    Task<void> repair(DualOutputSession session);
+    Task<void> endAfterLoss(DualOutputSession session, CancellationToken token);
+    Task<void> confirmSwitch(DualOutputSession session, CancellationToken token);
+    Task<void> startAgain(RememberedPair::Content pair);
     Task<void> autoConnect(UUID presetID);
     bool isRunning(const DualOutputSession& session) const { return systemAudio_.activeSession() == session; }
 
@@ -164,7 +186,6 @@ class DualOutputCoordinator {
     MainActor& actor_;
 
     std::optional<AudioManagerError> lastError_;
-    bool isReconnecting_ = false;
     std::optional<PreparationStep> preparationStep_;
     std::optional<AudioOutputDevice> pendingDisconnectDecision_;
     std::optional<UUID> activePresetID_;
@@ -180,6 +201,12 @@ class DualOutputCoordinator {
     bool isAbandoning_ = false;
     bool isResetting_ = false;
     bool isShuttingDown_ = false;
+    RememberedPair rememberedPair_;
+    /// Of the session's outputs, also of those that have gone meanwhile.
+    Settings sessionSettings_;
+    /// Present while they wait.
+    std::optional<CancellationSource> lossWait_;
+    std::optional<CancellationSource> switchWait_;
     /// Device changes came that were only noted.
     bool hasMissedChanges_ = false;
     /// Closures given to others hold it weakly: it says whether the coordinator still exists.

@@ -2,10 +2,13 @@
 // the machine woke.
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 
+#include "VeltoCore/Async/WakingSleep.h"
 #include "VeltoCore/Services/LoggingService.h"
 #include "VeltoCore/Session/DisconnectBehavior.h"
+#include "VeltoCore/Session/ReturningOutput.h"
 #include "VeltoCore/Settings/AutomationRuleEvaluator.h"
 
+#include <chrono>
 #include <utility>
 
 namespace velto {
@@ -14,9 +17,10 @@ namespace {
 
 constexpr const Logger& logger = LoggingService::routing;
 
-/// How long after an output came back the system may pick it without that being somebody's choice, in
-/// seconds.
-constexpr double reconnectionWindow = 15;
+/// What a switch to the aggregate is given to show.
+constexpr Duration switchPatience = std::chrono::seconds(5);
+/// How long a session waits for any of its outputs.
+constexpr Duration lossPatience = std::chrono::seconds(5);
 
 } // namespace
 
@@ -32,7 +36,7 @@ void DualOutputCoordinator::handleDevicesChanged() {
     }
     const auto session = systemAudio_.activeSession();
     if (!session) {
-        evaluateAutoConnect(connected, previous);
+        if (!startRememberedPair()) evaluateAutoConnect(connected, previous);
     } else if (!wasSwitchedAway(*session)) {
         checkSessionDevices();
     }
@@ -40,12 +44,19 @@ void DualOutputCoordinator::handleDevicesChanged() {
 
 bool DualOutputCoordinator::wasSwitchedAway(const DualOutputSession& session) {
     const auto& output = deviceManager_.defaultOutputDevice();
-    if (!output || output->uid == session.aggregateUID) return false;
-    const bool isOfSession = output->uid == session.first.uid || output->uid == session.second.uid;
-    if (isOfSession && deviceManager_.wasRecentlyConnected(output->uid, reconnectionWindow)) {
+    if (!output) return false;
+    const bool isChoice = systemAudio_.isSomebodysChoice(output->uid);
+    watchSwitch();
+    if (!isChoice) return false;
+    if (isReturningOutput(output->uid, session, deviceManager_)) {
         logger.notice("macOS routed output to a reconnected session device; re-asserting dual output");
-        systemAudio_.reassertDefaultOutput();
-        return false;
+        if (systemAudio_.reassertDefaultOutput()) {
+            watchSwitch();
+            return false;
+        }
+        logger.error("The aggregate is gone");
+        tasks_.spawn(repair(session));
+        return true;
     }
     logger.notice("Default output switched away from the aggregate; ending session");
     isAbandoning_ = true;
@@ -57,12 +68,22 @@ void DualOutputCoordinator::checkSessionDevices() {
     const bool wasDegraded = state().is<AudioSessionState::Degraded>();
     const bool needsRebuild = systemAudio_.updateDegradedState();
     syncVolumeTracking();
+    noteSettings();
+    forgetAnsweredQuestion();
+    watchForLoss();
     const auto* degraded = state().as<AudioSessionState::Degraded>();
     if (degraded && !wasDegraded) {
         applyDisconnectBehavior(degraded->missing);
     } else if (degraded && needsRebuild && preferences_.autoReconnect()) {
         tasks_.spawn(reconnectAfterReturn(degraded->session));
     }
+}
+
+/// The return of the lost output is an answer; and when nothing remains there is nothing to ask.
+void DualOutputCoordinator::forgetAnsweredQuestion() {
+    if (!pendingDisconnectDecision_) return;
+    if (deviceManager_.device(pendingDisconnectDecision_->uid) || isAllLost())
+        show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
 }
 
 /// At the end of a start or rebuild: what came meanwhile.
@@ -80,10 +101,101 @@ void DualOutputCoordinator::applyDisconnectBehavior(const AudioOutputDevice& mis
         tasks_.spawn(stopAfterDisconnect(*systemAudio_.activeSession()));
         break;
     case DisconnectBehavior::askUser:
-        show(pendingDisconnectDecision_, std::optional(missing));
+        if (!isAllLost()) show(pendingDisconnectDecision_, std::optional(missing));
         break;
     }
 }
+
+// All outputs lost
+
+bool DualOutputCoordinator::isAllLost() const {
+    const auto session = systemAudio_.activeSession();
+    return session && systemAudio_.missingSessionDevices().size() == session->devices().size();
+}
+
+/// Where sound can't go elsewhere, or nobody can say what is there, the session waits.
+bool DualOutputCoordinator::canEndForLoss() const {
+    return isAllLost() && systemAudio_.isAnswering() && !deviceManager_.selectableDevices().empty();
+}
+
+void DualOutputCoordinator::end(std::optional<CancellationSource>& wait) {
+    if (wait) wait->cancel();
+    wait.reset();
+}
+
+void DualOutputCoordinator::watchForLoss() {
+    if (!canEndForLoss()) {
+        end(lossWait_);
+    } else if (!lossWait_) {
+        lossWait_.emplace();
+        tasks_.spawn(endAfterLoss(*systemAudio_.activeSession(), lossWait_->token()));
+    }
+}
+
+Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session, CancellationToken token) {
+    auto waiting = wakingSleep(actor_, lossPatience, token);
+    if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
+    lossWait_.reset();
+    if (!isRunning(session) || systemAudio_.isOperationRunning() || !canEndForLoss()) co_return;
+    logger.notice("All outputs of the session are gone; ending session");
+    RememberedPair::Content pair{std::move(session), activePresetID_, sessionSettings_};
+    auto stopped = stopSession();
+    co_await std::move(stopped);
+    if (state().is<AudioSessionState::Idle>() && preferences_.autoReconnect())
+        rememberedPair_.remember(std::move(pair));
+}
+
+/// True when it is back, and about to play.
+bool DualOutputCoordinator::startRememberedPair() {
+    auto pair = rememberedPair_.takeWhenBack();
+    if (!pair) return false;
+    logger.notice("The lost outputs are back; playing together again");
+    tasks_.spawn(startAgain(std::move(*pair)));
+    return true;
+}
+
+Task<void> DualOutputCoordinator::startAgain(RememberedPair::Content pair) {
+    const auto first = deviceManager_.device(pair.session.first.uid);
+    const auto second = deviceManager_.device(pair.session.second.uid);
+    if (!first || !second || state().isActive()) co_return; // by now
+    auto started = startSession(*first, *second, pair.presetID, std::move(pair.settings));
+    co_await std::move(started);
+}
+
+// A switch that does not show
+
+void DualOutputCoordinator::watchSwitch() {
+    if (!systemAudio_.isSwitchPending()) {
+        end(switchWait_);
+    } else if (!switchWait_ && systemAudio_.isAnswering()) {
+        switchWait_.emplace();
+        tasks_.spawn(confirmSwitch(*systemAudio_.activeSession(), switchWait_->token()));
+    }
+}
+
+Task<void> DualOutputCoordinator::confirmSwitch(DualOutputSession session, CancellationToken token) {
+    for (const bool isLast : {false, true}) {
+        auto waiting = wakingSleep(actor_, switchPatience, token);
+        if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
+        if (!isRunning(session) || systemAudio_.isOperationRunning() || !systemAudio_.isAnswering()) break;
+        deviceManager_.refresh();
+        if (!systemAudio_.isSwitchPending()) break;
+        if (!isLast) {
+            systemAudio_.reassertDefaultOutput();
+            continue;
+        }
+        logger.error("The aggregate did not become the default output; ending session");
+        switchWait_.reset();
+        auto stopped = stopSession();
+        co_await std::move(stopped);
+        const auto error = AudioManagerError::cannotSetDefaultOutput("The system did not switch to it.");
+        if (!lastError_) show(lastError_, std::optional(error));
+        co_return;
+    }
+    switchWait_.reset();
+}
+
+// Auto Connect
 
 void DualOutputCoordinator::evaluateAutoConnect(const std::set<std::string>& connected,
                                                 const std::set<std::string>& previous) {
@@ -108,7 +220,7 @@ void DualOutputCoordinator::handleWake() {
         handleDevicesChanged();
     } else {
         logger.error("Session is unhealthy after wake");
-        tasks_.spawn(repairAfterWake(*session));
+        tasks_.spawn(repair(*session));
     }
 }
 
@@ -135,13 +247,14 @@ Task<void> DualOutputCoordinator::reconnectAfterReturn(DualOutputSession session
     if (isRunning(session)) co_await reconnect();
 }
 
-Task<void> DualOutputCoordinator::repairAfterWake(DualOutputSession session) {
+Task<void> DualOutputCoordinator::repair(DualOutputSession session) {
     if (!isRunning(session)) co_return;
     if (systemAudio_.missingSessionDevices().empty()) {
         co_await reconnect();
     } else { // nothing to rebuild it from
         systemAudio_.updateDegradedState();
         syncVolumeTracking();
+        watchForLoss();
     }
 }
 

@@ -4,8 +4,6 @@
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <algorithm>
-
 namespace velto {
 
 namespace {
@@ -65,51 +63,48 @@ Task<void> SystemAudioManager::start(AudioOutputDevice first, AudioOutputDevice 
     co_await std::move(ended);
     if (state().isBusy()) co_return;
     const Marker::Mark mark(operation_, Operation::start);
+    std::optional<PreviousOutputs> previous;
     if (auto session = activeSession()) {
+        if (!outputs_.isDefaultOutputChosen()) previous = previousOutputs(*session);
         auto stopped = endSession(std::move(*session));
         co_await std::move(stopped);
+    } else {
+        outputs_.endSwitch();
     }
     state_.set(AudioSessionState::starting());
-    std::optional<DualOutputSession> session;
-    std::optional<AudioManagerError> failure;
-    auto building = buildSession({std::move(first), std::move(second), std::move(aggregateName),
-                                  preferredSampleRate, clockStrategy, std::move(progress)});
-    try {
-        session = co_await std::move(building);
-    } catch (...) {
-        failure = currentAudioManagerError();
-    }
-    if (failure) {
-        closeRecord(failure);
-        state_.set(AudioSessionState::failed(*failure));
-        throw *failure;
-    }
-    state_.set(AudioSessionState::active(*session));
-    deviceManager_.refresh();
-    logger.notice("Dual output active: {} + {} at {} Hz", publicText(session->first.name),
-                  publicText(session->second.name), session->sampleRate);
+    auto starting = failureOf(startSession({std::move(first), std::move(second), std::move(aggregateName),
+                                            preferredSampleRate, clockStrategy, std::move(progress)},
+                                           std::move(previous)));
+    const std::optional<AudioManagerError> failure = co_await std::move(starting);
+    if (!failure) co_return;
+    becomeFailed(*failure);
+    throw *failure;
 }
 
-/// All of a start but its states. Leaves nothing behind when it throws, except the recovery record.
-Task<DualOutputSession> SystemAudioManager::buildSession(StartRequest request) {
-    const auto report = [&request](PreparationStep step) {
-        if (request.progress) request.progress(step);
-    };
-    report(PreparationStep::preparingAudio);
+/// All of a start but its other states. `previous` is known when another session was just ended for this one:
+/// what reads as the outputs then may be old.
+Task<void> SystemAudioManager::startSession(StartRequest request, std::optional<PreviousOutputs> previous) {
+    if (request.progress) request.progress(PreparationStep::preparingAudio);
     if (!client_.isAnswering()) throw noAnswer();
     if (recoveryStore_.loadRecoveryState()) { // an earlier session's, which could not be cleaned up after
         auto recovered = recover();
         co_await std::move(recovered);
     }
-    const PreviousOutputs previous = outputs_.inForce();
+    if (!previous) previous = outputs_.inForce();
     recoveryStore_.saveRecoveryState(RecoveryState{std::string(AggregateDeviceManager::aggregateUID),
-                                                   previous.defaultUID, previous.systemUID, request.first.uid,
-                                                   request.second.uid, actor_.now()});
+                                                   previous->defaultUID, previous->systemUID,
+                                                   request.first.uid, request.second.uid, actor_.now()});
+    auto built = buildSession(std::move(request), std::move(*previous));
+    co_await std::move(built);
+}
+
+/// Leaves nothing behind when it throws, except the recovery record; unless it gets no answer.
+Task<void> SystemAudioManager::buildSession(StartRequest request, PreviousOutputs previous) {
     auto creation = createAggregate(request);
     const AggregateDeviceInfo aggregate = co_await std::move(creation);
     std::optional<AudioManagerError> failure;
     try {
-        report(PreparationStep::startingPlayback);
+        if (request.progress) request.progress(PreparationStep::startingPlayback);
         outputs_.switchTo(aggregate.deviceID, previous);
     } catch (...) {
         failure = currentAudioManagerError();
@@ -122,9 +117,21 @@ Task<DualOutputSession> SystemAudioManager::buildSession(StartRequest request) {
         throw *failure;
     }
     logger.info("Default output switched to aggregate {}", aggregate.deviceID);
-    co_return DualOutputSession{
-        std::move(request.first), std::move(request.second), aggregate.deviceID,  aggregate.uid,
-        aggregate.masterUID,      aggregate.sampleRate,      previous.defaultUID, actor_.now()};
+    becomeActive({std::move(request.first), std::move(request.second), aggregate.deviceID, aggregate.uid,
+                  aggregate.masterUID, aggregate.sampleRate, previous.defaultUID, actor_.now()});
+}
+
+void SystemAudioManager::becomeActive(DualOutputSession session) {
+    state_.set(AudioSessionState::active(session));
+    deviceManager_.refresh();
+    logger.notice("Dual output active: {} + {} at {} Hz", publicText(session.first.name),
+                  publicText(session.second.name), session.sampleRate);
+}
+
+void SystemAudioManager::becomeFailed(const AudioManagerError& error) {
+    closeRecord(error);
+    deviceManager_.refresh();
+    state_.set(AudioSessionState::failed(error));
 }
 
 Task<AggregateDeviceInfo> SystemAudioManager::createAggregate(StartRequest request) {
@@ -204,16 +211,13 @@ Task<void> SystemAudioManager::undo(DualOutputSession session) {
 /// What failed; none also when someone else has changed the output, who is left alone. Throws only when there
 /// is no answer.
 std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOutputSession& session) {
-    const std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
-    if (!outputs_.isDefaultOutputOurs()) {
+    if (outputs_.isDefaultOutputChosen()) {
         logger.notice("Default output was changed externally; skipping restore");
         return std::nullopt;
     }
-    const auto recorded = record.value_or(RecoveryState());
+    const PreviousOutputs previous = previousOutputs(session);
     try {
-        outputs_.restoreOutput(session.previousDefaultOutputUID ? session.previousDefaultOutputUID
-                                                                : recorded.previousDefaultOutputUID,
-                               recorded.previousSystemOutputUID);
+        outputs_.restoreOutput(previous.defaultUID, previous.systemUID);
         return std::nullopt;
     } catch (...) {
         AudioManagerError error = currentAudioManagerError();
@@ -241,6 +245,69 @@ void SystemAudioManager::respectChoice() {
         recoveryStore_.saveRecoveryState(record);
     } catch (const AudioManagerError&) { // who can't be asked has not been heard of another choice
     }
+}
+
+// Rebuild
+
+Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevice second,
+                                       std::string aggregateName, std::optional<double> preferredSampleRate,
+                                       ClockStrategy clockStrategy) {
+    const auto session = activeSession();
+    if (!session || operation_.running()) co_return;
+    if (!client_.isAnswering()) throw noAnswer();
+    const Marker::Mark mark(operation_, Operation::rebuild);
+    const AudioSessionState before = state();
+    state_.set(AudioSessionState::stopping());
+    auto rebuilding = failureOf(rebuildSession(*session, {std::move(first),
+                                                          std::move(second),
+                                                          std::move(aggregateName),
+                                                          preferredSampleRate,
+                                                          clockStrategy,
+                                                          {}}));
+    const std::optional<AudioManagerError> failure = co_await std::move(rebuilding);
+    if (!failure) co_return;
+    if (failure->isNoAnswer()) {
+        state_.set(before);
+    } else {
+        becomeFailed(*failure);
+    }
+    throw *failure;
+}
+
+Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRequest request) {
+    const PreviousOutputs previous = previousOutputs(session);
+    const bool isElsewhere = outputs_.isDefaultOutputChosen();
+    auto replacing = failureOf(replaceSession(session, std::move(request), previous));
+    const std::optional<AudioManagerError> failure = co_await std::move(replacing);
+    if (!failure) co_return;
+    // Sound had gone elsewhere with the aggregate: undoing the session did not put the outputs back.
+    if (isElsewhere && !failure->isNoAnswer()) {
+        try {
+            outputs_.restoreOutput(previous.defaultUID, previous.systemUID);
+        } catch (...) {
+            const AudioManagerError error = currentAudioManagerError();
+            if (error.isNoAnswer()) throw error;
+            logger.error("Restore failed: {}", error.errorDescription());
+        }
+    }
+    throw *failure;
+}
+
+Task<void> SystemAudioManager::replaceSession(DualOutputSession session, StartRequest request,
+                                              PreviousOutputs previous) {
+    auto undone = undo(std::move(session));
+    co_await std::move(undone);
+    state_.set(AudioSessionState::starting());
+    auto built = buildSession(std::move(request), std::move(previous));
+    co_await std::move(built);
+}
+
+/// Where sound and alerts belong when the session ends.
+PreviousOutputs SystemAudioManager::previousOutputs(const DualOutputSession& session) const {
+    const RecoveryState recorded = recoveryStore_.loadRecoveryState().value_or(RecoveryState());
+    return {session.previousDefaultOutputUID ? session.previousDefaultOutputUID
+                                             : recorded.previousDefaultOutputUID,
+            recorded.previousSystemOutputUID};
 }
 
 // Abandon
@@ -301,98 +368,6 @@ Task<bool> SystemAudioManager::recover() {
     recoveryStore_.saveRecoveryState(std::nullopt);
     deviceManager_.refresh();
     co_return true;
-}
-
-// While a session runs
-
-void SystemAudioManager::reassertDefaultOutput() {
-    const auto session = activeSession();
-    if (!session || operation_.running()) return; // a session that is being given up stays down
-    try {
-        if (!isAggregatePresent(*session)) return;
-        client_.setDefaultOutputDevice(session->aggregateDeviceID);
-        client_.setDefaultSystemOutputDevice(session->aggregateDeviceID);
-        logger.notice("Re-asserted aggregate as default output");
-    } catch (...) {
-        logger.error("Could not re-assert default output: {}", currentErrorDescription());
-    }
-    deviceManager_.refresh();
-}
-
-bool SystemAudioManager::isAggregatePresent(const DualOutputSession& session) const {
-    return client_.deviceID(AggregateDeviceManager::aggregateUID) == session.aggregateDeviceID;
-}
-
-bool SystemAudioManager::updateDegradedState() {
-    if (operation_.running()) return false;
-    try {
-        if (const auto* degraded = state().as<AudioSessionState::Degraded>())
-            return updateDegraded(*degraded);
-        const auto missing = missingSessionDevices();
-        if (missing.empty()) return false;
-        logger.error("{} disconnected during dual output", publicText(missing.front().name));
-        state_.set(AudioSessionState::degraded(*activeSession(), missing.front()));
-    } catch (const AudioManagerError&) { // no answer
-    }
-    return false;
-}
-
-/// Throws only when there is no answer.
-bool SystemAudioManager::updateDegraded(const AudioSessionState::Degraded& degraded) {
-    if (!std::ranges::all_of(degraded.session.devices(),
-                             [this](const auto& device) { return isFound(device); }))
-        return false;
-    const std::string name = degraded.missing.name;
-    if (!isActiveInAggregate(degraded.session, degraded.missing.uid)) {
-        logger.notice("{} reconnected but is not active in the aggregate", publicText(name));
-        return true;
-    }
-    logger.notice("{} reconnected and rejoined the aggregate", publicText(name));
-    state_.set(AudioSessionState::active(degraded.session));
-    return false;
-}
-
-/// What can't be read doesn't play. Throws only when there is no answer.
-bool SystemAudioManager::isActiveInAggregate(const DualOutputSession& session, const std::string& uid) const {
-    return answeredOr(false, [&] {
-        const auto subDevices = client_.aggregateActiveSubDeviceIDs(session.aggregateDeviceID);
-        return std::ranges::any_of(subDevices,
-                                   [&](AudioObjectID device) { return client_.deviceUID(device) == uid; });
-    });
-}
-
-/// What can't be looked up counts as missing. Throws only when there is no answer.
-bool SystemAudioManager::isFound(const AudioOutputDevice& device) const {
-    return answeredOr(false, [&] { return client_.deviceID(device.uid).has_value(); });
-}
-
-std::vector<AudioOutputDevice> SystemAudioManager::missingSessionDevices() const {
-    std::vector<AudioOutputDevice> missing;
-    const auto session = activeSession();
-    if (!session) return missing;
-    for (AudioOutputDevice& device : session->devices()) {
-        try {
-            if (!isFound(device)) missing.push_back(std::move(device));
-        } catch (const AudioManagerError&) { // no answer
-        }
-    }
-    return missing;
-}
-
-bool SystemAudioManager::isSessionHealthy() const noexcept {
-    const auto session = activeSession();
-    if (!session) return false;
-    try {
-        return answeredOr(false, [&] {
-            return isAggregatePresent(*session) && currentDefaultOutputUID() == session->aggregateUID;
-        });
-    } catch (const AudioManagerError&) { // no answer
-        return true;
-    }
-}
-
-void SystemAudioManager::clearFailure() {
-    if (state().is<AudioSessionState::Failed>()) state_.set(AudioSessionState::idle());
 }
 
 } // namespace velto

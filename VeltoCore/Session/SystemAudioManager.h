@@ -4,9 +4,9 @@
 // the alert output, keeps the recovery record in step, and undoes all of it at the end. When, is for others
 // to decide.
 //
-// One operation at a time: start, stop, abandon and recover never overlap. A start or stop that comes while
-// starting or stopping is ignored and changes nothing; one that comes during an abandon or a recovery waits
-// for its end, then looks at what it finds.
+// One operation at a time: start, stop, rebuild, abandon and recover never overlap. A start or stop that
+// comes while starting, stopping or rebuilding is ignored and changes nothing; one that comes during an
+// abandon or a recovery waits for its end, then looks at what it finds.
 //
 // No answer from the audio service is unknown, not failed: an operation that gets none ends there, with that
 // error, and the recovery record stays. A recovery when the service answers, before the next start or at the
@@ -59,6 +59,12 @@ class SystemAudioManager {
     /// throws the first failure as AudioManagerError: the state is `failed` then. Without a session the state
     /// becomes `idle`.
     Task<void> stop();
+    /// Builds the running session anew, on its outputs as they are given. Where sound and alerts belong
+    /// without a session is kept. Throws AudioManagerError after all is left as a stop leaves it: the state
+    /// is `failed` then. Without an answer it throws that, and the session is to be looked after when there
+    /// is one. Nothing without a session or while something runs.
+    Task<void> rebuild(AudioOutputDevice first, AudioOutputDevice second, std::string aggregateName,
+                       std::optional<double> preferredSampleRate, ClockStrategy clockStrategy);
     /// Gives the session up where it can't go on: removes the aggregate, leaves the outputs alone. The state
     /// stays as it was until that is done. Nothing without a session or while one is being given up.
     Task<void> abandonSession();
@@ -67,19 +73,32 @@ class SystemAudioManager {
     Task<bool> recoverIfNeeded();
     /// Ends when none of the above runs.
     Task<void> operationEnded();
+    /// Ends when neither of those runs for which a start or stop waits.
+    Task<void> abandonOrRecoveryEnded();
     bool isOperationRunning() const noexcept { return operation_.running().has_value(); }
+    bool isRebuilding() const noexcept { return operation_.isRunning(Operation::rebuild); }
+    /// False while the audio service is known to be away or to hang.
+    bool isAnswering() const noexcept { return client_.isAnswering(); }
 
-    /// Makes the session's aggregate the default and alert output again, if it is still there.
-    void reassertDefaultOutput();
+    /// Makes the session's aggregate the default and alert output again. False when it is not there: the
+    /// session has been lost.
+    bool reassertDefaultOutput();
+    /// Whether somebody chose that default output, and it does not read so only because a switch to the
+    /// aggregate does not show yet.
+    bool isSomebodysChoice(const std::string& defaultOutputUID) {
+        return outputs_.isChoice(defaultOutputUID);
+    }
+    /// From a switch to the aggregate until it is read as the default output.
+    bool isSwitchPending() { return state().isActive() && outputs_.isSwitchPending(); }
     /// Moves between `active` and `degraded` as outputs went or came back. True when the lost output is
     /// present again but takes no part in the aggregate: the session must be rebuilt.
     bool updateDegradedState();
     /// The session's devices that can't be found now, the first before the second. What gets no answer is
     /// not missing.
     std::vector<AudioOutputDevice> missingSessionDevices() const;
-    /// Whether the session's aggregate exists and is the default output; false when that can't be read, but
-    /// true while there is no answer: unknown is not unhealthy.
-    bool isSessionHealthy() const noexcept;
+    /// Whether the session's aggregate exists and is the default output, or about to be; false when that
+    /// can't be read, but true while there is no answer: unknown is not unhealthy.
+    bool isSessionHealthy() noexcept;
     /// A `failed` state becomes `idle`; others stay.
     void clearFailure();
 
@@ -88,7 +107,7 @@ class SystemAudioManager {
     std::string currentSystemOutputUID() const { return outputs_.currentSystemOutputUID(); }
 
   private:
-    enum class Operation { start, stop, abandon, recover };
+    enum class Operation { start, stop, rebuild, abandon, recover };
     using Marker = OperationMarker<Operation>;
     struct StartRequest {
         AudioOutputDevice first;
@@ -99,8 +118,13 @@ class SystemAudioManager {
         ProgressHandler progress;
     };
 
-    Task<void> abandonOrRecoveryEnded();
-    Task<DualOutputSession> buildSession(StartRequest request);
+    Task<void> startSession(StartRequest request, std::optional<PreviousOutputs> previous);
+    Task<void> rebuildSession(DualOutputSession session, StartRequest request);
+    Task<void> replaceSession(DualOutputSession session, StartRequest request, PreviousOutputs previous);
+    Task<void> buildSession(StartRequest request, PreviousOutputs previous);
+    void becomeActive(DualOutputSession session);
+    void becomeFailed(const AudioManagerError& error);
+    PreviousOutputs previousOutputs(const DualOutputSession& session) const;
     Task<AggregateDeviceInfo> createAggregate(StartRequest request);
     Task<void> destroyQuietly(AudioObjectID aggregate);
     Task<void> endSession(DualOutputSession session);

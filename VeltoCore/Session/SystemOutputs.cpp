@@ -51,13 +51,37 @@ PreviousOutputs SystemOutputs::inForce() const {
             exceptOurs(readable([this] { return currentSystemOutputUID(); }))};
 }
 
+bool SystemOutputs::isDefaultOutputChosen() {
+    const auto uid = readable([this] { return currentDefaultOutputUID(); });
+    return !uid || switch_.isChoice(*uid);
+}
+
+void SystemOutputs::expectDefaultOfBefore() {
+    if (auto uid = exceptOurs(readable([this] { return currentDefaultOutputUID(); })))
+        switch_.mayShowFirst(std::move(*uid));
+}
+
+bool SystemOutputs::isSwitchPending() {
+    if (const auto& output = deviceManager_.defaultOutputDevice()) switch_.isChoice(output->uid);
+    return switch_.isPending();
+}
+
+void SystemOutputs::switchAgainTo(AudioObjectID device) {
+    expectDefaultOfBefore();
+    client_.setDefaultOutputDevice(device);
+    switch_.begin();
+    client_.setDefaultSystemOutputDevice(device);
+}
+
 void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previous) {
     bool isDefaultSwitched = false;
     std::string reason;
+    expectDefaultOfBefore();
     try {
         client_.setDefaultOutputDevice(device);
         isDefaultSwitched = true;
         client_.setDefaultSystemOutputDevice(device);
+        switch_.begin();
         return;
     } catch (...) {
         rethrowNoAnswer();
@@ -94,6 +118,7 @@ void SystemOutputs::restoreOutput(const std::optional<std::string>& previousDefa
         rethrowNoAnswer();
         throw AudioManagerError::cannotRestoreOutput(currentAudioManagerError().errorDescription());
     }
+    switch_.mayShowFirst(target.uid);
     logger.info("Restored default output to {}", publicText(target.name));
     restoreSystemOutput(previousSystemUID, target);
 }

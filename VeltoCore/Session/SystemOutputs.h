@@ -6,6 +6,7 @@
 
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Session/DefaultOutputSwitch.h"
 
 #include <optional>
 #include <string>
@@ -35,6 +36,18 @@ class SystemOutputs {
     /// Makes the device the default and the alert output, or neither: what was switched before a failure is
     /// switched back. Throws `cannotSetDefaultOutput`; where it gets no answer, that, and leaves off there.
     void switchTo(AudioObjectID device, const PreviousOutputs& previous);
+    /// Makes the device both again.
+    void switchAgainTo(AudioObjectID device);
+
+    /// Whether somebody chose that default output. Our aggregate is no choice; nor, until a switch to it
+    /// shows, is what was the default output before.
+    bool isChoice(const std::string& defaultUID) { return switch_.isChoice(defaultUID); }
+    /// Until the devices, as last read, show our aggregate as the default output.
+    bool isSwitchPending();
+    /// Nobody waits for a switch to show any more.
+    void endSwitch() noexcept { switch_.end(); }
+    /// Whether sound goes where somebody chose, or that can't be read. Throws only when there is no answer.
+    bool isDefaultOutputChosen();
 
     /// Goes back to the previous outputs, or to a fallback where they are gone. Throws `cannotRestoreOutput`
     /// when the default output can't be restored; the alert output is only tried. Where it gets no answer,
@@ -46,6 +59,7 @@ class SystemOutputs {
     using SetOutput = void (CoreAudioClient::*)(AudioObjectID);
 
     bool isSystemOutputOurs() const;
+    void expectDefaultOfBefore();
     AudioOutputDevice resolveRestoreTarget(const std::optional<std::string>& uid) const;
     void restoreSystemOutput(const std::optional<std::string>& previousUID,
                              const AudioOutputDevice& defaultTarget);
@@ -53,6 +67,7 @@ class SystemOutputs {
 
     CoreAudioClient& client_;
     AudioDeviceManager& deviceManager_;
+    DefaultOutputSwitch switch_;
 };
 
 } // namespace velto

@@ -1,0 +1,15 @@
+// wakingSleep: waits until the program could have run for so long. Time in which the machine sleeps doesn't
+// count, which the continuous clock counts.
+#pragma once
+
+#include "VeltoCore/Async/Cancellation.h"
+#include "VeltoCore/Async/Clock.h"
+#include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Async/Task.h"
+
+namespace velto {
+
+/// The token ends it early.
+Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token);
+
+} // namespace velto
