@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -379,7 +380,9 @@ void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
     perform(Operation::setOutputVolume, device, [=, this] {
         SimulatedDevice changed = requireControls(device);
         if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
-        changed.volume = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
+        const float clamped = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
+        const float step = changed.volumeStep;
+        changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
         replace(requirePlugged(changed.uid), changed);
     });
 }

@@ -27,6 +27,8 @@ struct SimulatedDevice {
     std::optional<std::int64_t> safetyOffsetFrames = std::nullopt;
     /// Absent: the device has no such control.
     std::optional<float> volume = std::nullopt;
+    /// What is written is rounded to a multiple of it; 0 for a device that takes any volume.
+    float volumeStep = 0;
     std::optional<bool> isMuted = std::nullopt;
     /// Present, but asking to be left out of lists.
     bool isHidden = false;

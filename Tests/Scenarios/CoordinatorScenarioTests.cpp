@@ -185,9 +185,10 @@ TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
     const auto before = stored();
     loop.advance(1min);
 
+    world.change("bluetooth", [](SimulatedDevice& device) { device.volumeStep = 0.14F; });
     app->activate(saved->id);
     EXPECT_EQ(coordinator().activePresetID(), saved->id);
-    EXPECT_EQ(volumeOf("bluetooth"), 0.75F);
+    EXPECT_NEAR(volumeOf("bluetooth"), 0.7, 0.001) << "the nearest that it can";
     EXPECT_TRUE(*world.device("builtin").isMuted);
     EXPECT_EQ(stored(), before) << "what is applied is not written back";
     EXPECT_LT(app->preferences.preset(saved->id)->updatedAt, loop.now());

@@ -296,10 +296,7 @@ std::vector<OutputCard> MenuBarViewModel::outputCards() const {
 
 Binding<float> MenuBarViewModel::masterVolume() {
     return {[this] { return volumeController_.masterVolume(); },
-            [this](float volume) {
-                volumeController_.setMasterVolume(volume);
-                updateActivePreset();
-            }};
+            [this](float volume) { volumeController_.setMasterVolume(volume); }};
 }
 
 Binding<float> MenuBarViewModel::volumeBinding(std::string forUID) {
@@ -307,10 +304,7 @@ Binding<float> MenuBarViewModel::volumeBinding(std::string forUID) {
                 const auto state = volumeController_.state(forUID);
                 return state ? state->volume : 0.0F;
             },
-            [this, forUID](float volume) {
-                volumeController_.setVolume(volume, forUID);
-                updateActivePreset();
-            }};
+            [this, forUID](float volume) { volumeController_.setVolume(volume, forUID); }};
 }
 
 Binding<bool> MenuBarViewModel::muteBinding(std::string forUID) {
@@ -318,21 +312,13 @@ Binding<bool> MenuBarViewModel::muteBinding(std::string forUID) {
                 const auto state = volumeController_.state(forUID);
                 return state && state->isMuted;
             },
-            [this, forUID](bool isMuted) {
-                volumeController_.setMuted(isMuted, forUID);
-                updateActivePreset();
-            }};
+            [this, forUID](bool isMuted) { volumeController_.setMuted(isMuted, forUID); }};
 }
 
 void MenuBarViewModel::adjustMasterVolume(float delta) {
     if (!hasMasterVolume()) return;
     const auto volume = masterVolume();
     volume.set(volume.value() + delta);
-}
-
-/// Not while an output is missing: what the preset remembers of it would be lost.
-void MenuBarViewModel::updateActivePreset() {
-    if (coordinator_.state().is<AudioSessionState::Active>()) coordinator_.updateActivePresetSettings();
 }
 
 // Saving the setup

@@ -165,7 +165,6 @@ class MenuBarViewModel {
     std::optional<AudioOutputDevice> device(Slot slot) const;
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
     void sessionMayHaveStarted();
-    void updateActivePreset();
     void preferencesChanged();
 
     ChangeAnnouncer changes_;

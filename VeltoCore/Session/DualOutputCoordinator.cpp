@@ -36,6 +36,14 @@ Task<std::optional<AudioManagerError>> failure(Task<T> task) {
     co_return std::nullopt;
 }
 
+/// The master volume over these; none where no device has a volume.
+std::optional<float> loudest(const DeviceVolumeController::Settings& settings) {
+    std::optional<float> volume;
+    for (const auto& entry : settings)
+        volume = std::max(volume, entry.second.volume); // none is less than any
+    return volume;
+}
+
 } // namespace
 
 DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
@@ -48,7 +56,10 @@ DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
       devicesSubscription_(deviceManager.observeDevices([this] {
           if (state().is<AudioSessionState::Degraded>()) observers_.notify(); // the lost one may be back
       })),
-      volumeSubscription_(volumeController.observeAdjustments([this] { writeBackVolumes(); })),
+      volumeSubscription_(volumeController.observeAdjustments([this] {
+          noteSettings();
+          updateActivePresetSettings();
+      })),
       rememberedPair_(deviceManager), tasks_(actor) {}
 
 // What the user is shown
@@ -275,7 +286,7 @@ std::optional<AudioPreset> DualOutputCoordinator::saveCurrentSessionAsPreset(std
     if (!session) return std::nullopt;
     auto preset = AudioPreset::create(std::move(named), session->first, session->second, actor_.now());
     preset.deviceSettings = volumeController_.currentSettings();
-    if (volumeController_.supportsMasterVolume()) preset.masterVolume = volumeController_.masterVolume();
+    preset.masterVolume = loudest(preset.deviceSettings);
     const UUID id = preset.id;
     preferences_.savePreset(std::move(preset));
     show(activePresetID_, std::optional(id));
@@ -283,20 +294,15 @@ std::optional<AudioPreset> DualOutputCoordinator::saveCurrentSessionAsPreset(std
 }
 
 void DualOutputCoordinator::updateActivePresetSettings() {
-    if (!activePresetID_ || !state().isActive()) return;
-    auto preset = preferences_.preset(*activePresetID_);
+    if (!activePresetID_ || !state().is<AudioSessionState::Active>()) return;
+    // The settings of an output that is missing would be lost.
+    if (!std::ranges::all_of(volumeController_.states(), &DeviceVolumeState::isConnected)) return;
+    const auto preset = preferences_.preset(*activePresetID_);
     if (!preset) return;
-    preset->deviceSettings = volumeController_.currentSettings();
-    if (volumeController_.supportsMasterVolume()) preset->masterVolume = volumeController_.masterVolume();
-    preferences_.savePreset(std::move(*preset));
-}
-
-/// Only while both outputs are there: the settings of one that is missing would be lost.
-void DualOutputCoordinator::writeBackVolumes() {
-    noteSettings();
-    if (!state().is<AudioSessionState::Active>()) return;
-    if (std::ranges::all_of(volumeController_.states(), &DeviceVolumeState::isConnected))
-        updateActivePresetSettings();
+    AudioPreset changed = *preset;
+    changed.deviceSettings = volumeController_.currentSettings();
+    if (const auto master = loudest(changed.deviceSettings)) changed.masterVolume = master;
+    if (changed != *preset) preferences_.savePreset(std::move(changed));
 }
 
 void DualOutputCoordinator::sessionChanged() {

@@ -116,7 +116,8 @@ class DualOutputCoordinator {
     /// Saves the session with its volumes as a new preset, which is the active one from then on. None
     /// without a session.
     std::optional<AudioPreset> saveCurrentSessionAsPreset(std::string named);
-    /// Takes the session's volumes over into the active preset.
+    /// Takes the session's volumes over into the active preset, which is written when they differ; nothing
+    /// while an output is missing. Every adjustment does it.
     void updateActivePresetSettings();
 
   private:
@@ -133,7 +134,6 @@ class DualOutputCoordinator {
     /// After a session has ended or could not be made.
     void sessionChanged();
     void syncVolumeTracking();
-    void writeBackVolumes();
     Task<void> rebuild(DualOutputSession session);
     std::optional<double> preferredSampleRate() const;
     void noteSettings();

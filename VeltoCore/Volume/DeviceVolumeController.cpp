@@ -23,13 +23,18 @@ float clamped(float volume) noexcept {
     return volume > 0 ? std::min(volume, 1.0F) : 0.0F; // not a number counts as silence
 }
 
+/// The coarsest that hardware is known to have.
+constexpr float coarsestStep = 1.0F / 16;
+
+bool isSame(float volume, float other) noexcept { return std::abs(volume - other) <= roundingError; }
+
 bool hasMasterVolume(const DeviceVolumeState& state) noexcept {
     return state.isConnected && state.supportsVolume;
 }
 
 bool isAdjusted(const DeviceVolumeState& before, const DeviceVolumeState& after) noexcept {
     if (!before.isConnected || !after.isConnected) return false;
-    return std::abs(before.volume - after.volume) > roundingError || before.isMuted != after.isMuted;
+    return !isSame(before.volume, after.volume) || before.isMuted != after.isMuted;
 }
 
 /// What the call reads; the fallback when it throws.
@@ -67,6 +72,7 @@ void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices) {
         const auto found = deviceIDs_.find(device.uid);
         if (found != deviceIDs_.end() && !listening_.contains(device.uid)) listen(device, found->second);
         states.push_back(readState(device));
+        if (states.back().isConnected) isEcho(device.uid, states.back().volume);
     }
     states_.set(std::move(states));
 }
@@ -76,6 +82,7 @@ void DeviceVolumeController::stopTracking() {
         removeListeners(entry.second);
     tracked_.clear();
     deviceIDs_.clear();
+    asked_.clear();
     states_.set({});
 }
 
@@ -139,7 +146,29 @@ void DeviceVolumeController::handleChange(const std::string& uid) {
     const auto device = std::ranges::find(tracked_, uid, &AudioOutputDevice::uid);
     if (device == tracked_.end()) return; // sent before tracking ended
     resolve(uid);
-    replace(readState(*device));
+    const auto before = state(uid);
+    if (!before) return; // tracking is only just beginning
+    const DeviceVolumeState now = readState(*device);
+    DeviceVolumeState changed = now;
+    if (now.isConnected && isEcho(uid, now.volume)) changed.volume = before->volume;
+    if (replace(now) && isAdjusted(*before, changed)) noteAdjustment();
+}
+
+/// Whether the volume read is what the hardware has made of the one asked for. It may have made nothing of
+/// it, where that lies in the step that it has been at: then only what is nearer can come of it.
+bool DeviceVolumeController::isEcho(const std::string& uid, float volume) {
+    const auto found = asked_.find(uid);
+    if (found == asked_.end()) return false;
+    Asked& asked = found->second;
+    const float error = std::min(coarsestStep, std::abs(asked.previous - asked.volume));
+    const bool isIt = asked.echo ? isSame(volume, *asked.echo)
+                                 : std::abs(volume - asked.volume) <= std::max(error, roundingError);
+    if (isIt) {
+        asked.echo = volume;
+    } else {
+        asked_.erase(found);
+    }
+    return isIt;
 }
 
 // States
@@ -149,23 +178,41 @@ std::optional<DeviceVolumeState> DeviceVolumeController::state(std::string_view 
     return found == states().end() ? std::nullopt : std::optional(*found);
 }
 
-void DeviceVolumeController::replace(DeviceVolumeState state) {
+bool DeviceVolumeController::replace(DeviceVolumeState state) {
     auto states = this->states();
     const auto found = std::ranges::find(states, state.uid, &DeviceVolumeState::uid);
-    if (found == states.end()) return;
-    const bool isAdjustment = !isApplying_ && isAdjusted(*found, state);
+    if (found == states.end()) return false;
     *found = std::move(state);
     const std::weak_ptr alive(alive_); // an observer may end the controller
     states_.set(std::move(states));
-    if (isAdjustment && !alive.expired()) adjustments_.notify();
+    return !alive.expired();
+}
+
+void DeviceVolumeController::noteAdjustment() {
+    hasAdjusted_ = true;
+    if (!isWritingSeveral_ && std::exchange(hasAdjusted_, false)) adjustments_.notify();
 }
 
 // Setters
 
 void DeviceVolumeController::setVolume(float volume, std::string_view forUID) {
-    write(
-        "volume", std::string(forUID), [&](AudioObjectID id) { client_.setOutputVolume(id, volume); },
-        [&](DeviceVolumeState& state) { state.volume = clamped(volume); });
+    const std::string uid(forUID);
+    const auto state = this->state(uid);
+    if (!state || !deviceIDs_.contains(uid)) return;
+    // Before the call, in which the hardware may answer already.
+    const auto found = asked_.find(uid);
+    const auto before = found == asked_.end() ? std::nullopt : std::optional(found->second);
+    const float previous = before ? before->echo.value_or(before->previous) : state->volume;
+    asked_.insert_or_assign(uid, Asked{.volume = clamped(volume), .previous = previous, .echo = {}});
+    const auto setVolume = [&](AudioObjectID id) {
+        try {
+            client_.setOutputVolume(id, volume);
+        } catch (...) {
+            before ? void(asked_.insert_or_assign(uid, *before)) : void(asked_.erase(uid));
+            throw;
+        }
+    };
+    write("volume", uid, setVolume, [&](DeviceVolumeState& state) { state.volume = clamped(volume); });
 }
 
 void DeviceVolumeController::setMuted(bool isMuted, std::string_view forUID) {
@@ -177,19 +224,23 @@ void DeviceVolumeController::setMuted(bool isMuted, std::string_view forUID) {
 template <class Write, class Note>
 void DeviceVolumeController::write(std::string_view control, const std::string& uid, Write write, Note note) {
     const auto id = deviceIDs_.find(uid);
-    auto state = this->state(uid);
-    if (id == deviceIDs_.end() || !state) return;
+    const auto before = this->state(uid);
+    if (id == deviceIDs_.end() || !before) return;
+    const std::weak_ptr alive(alive_); // an observer may end the controller
+    // Listeners may be called meanwhile; they hear of the same change.
+    const bool isOneOfSeveral = std::exchange(isWritingSeveral_, true);
     try {
         write(id->second);
+        auto state = alive.expired() ? std::nullopt : this->state(uid);
+        if (state) note(*state);
+        if (state && replace(*state) && isAdjusted(*before, *state)) noteAdjustment();
     } catch (...) {
-        logger.error("Could not set {} on {}: {}", publicText(control), publicText(state->name),
+        logger.error("Could not set {} on {}: {}", publicText(control), publicText(before->name),
                      currentErrorDescription());
-        return;
     }
-    state = this->state(uid); // listeners may have been called meanwhile
-    if (!state) return;
-    note(*state);
-    replace(std::move(*state));
+    if (alive.expired()) return;
+    isWritingSeveral_ = isOneOfSeveral;
+    if (hasAdjusted_) noteAdjustment();
 }
 
 // Master volume
@@ -209,12 +260,17 @@ bool DeviceVolumeController::supportsMasterVolume() const noexcept {
 void DeviceVolumeController::setMasterVolume(float target) {
     const float wanted = clamped(target);
     const float master = masterVolume();
+    const std::weak_ptr alive(alive_); // an observer may end the controller
+    isWritingSeveral_ = true;
     // Taken before the first write: each one changes the states, and listeners may change them further.
     for (const DeviceVolumeState& state : std::vector(states())) {
         if (!hasMasterVolume(state)) continue;
         const float volume = master > silence ? std::min(wanted * (state.volume / master), 1.0F) : wanted;
         setVolume(volume, state.uid);
+        if (alive.expired()) return;
     }
+    isWritingSeveral_ = false;
+    if (hasAdjusted_) noteAdjustment();
 }
 
 // Presets
@@ -224,21 +280,26 @@ DeviceVolumeController::Settings DeviceVolumeController::currentSettings() const
     for (const DeviceVolumeState& state : states()) {
         if (!state.isConnected) continue;
         DeviceAudioSettings& device = settings[state.uid];
-        if (state.supportsVolume) device.volume = state.volume;
+        const auto asked = asked_.find(state.uid);
+        if (state.supportsVolume) device.volume = asked == asked_.end() ? state.volume : asked->second.volume;
         if (state.supportsMute) device.isMuted = state.isMuted;
     }
     return settings;
 }
 
 void DeviceVolumeController::apply(const Settings& settings) {
-    isApplying_ = true;
+    const std::weak_ptr alive(alive_); // an observer may end the controller
+    isWritingSeveral_ = true;
     for (const auto& [uid, wanted] : settings) {
+        if (alive.expired()) return;
         const auto state = this->state(uid);
         if (!state || !state->isConnected) continue;
         if (wanted.volume && state->supportsVolume) setVolume(*wanted.volume, uid);
         if (wanted.isMuted && state->supportsMute) setMuted(*wanted.isMuted, uid);
     }
-    isApplying_ = false;
+    if (alive.expired()) return;
+    isWritingSeveral_ = false;
+    hasAdjusted_ = false; // what a preset holds is nobody's change
 }
 
 } // namespace velto

@@ -61,8 +61,9 @@ class DeviceVolumeController {
     std::optional<DeviceVolumeState> state(std::string_view forUID) const;
     /// Calls the handler when the states have really changed, whatever the reason.
     Subscription observeStates(std::function<void()> handler) { return states_.observe(std::move(handler)); }
-    /// Calls the handler after a connected device's volume or mute was changed, by a setter here or by
-    /// someone else: not for what track() reads, nor for what apply() writes.
+    /// Calls the handler once after connected devices' volume or mute were changed, by a setter here or by
+    /// someone else: not for what track() reads, nor for what apply() writes, nor for what the hardware makes
+    /// of a volume that was written.
     Subscription observeAdjustments(std::function<void()> handler) {
         return adjustments_.observe(std::move(handler));
     }
@@ -79,7 +80,8 @@ class DeviceVolumeController {
     /// silence all of them to the target.
     void setMasterVolume(float target);
 
-    /// What a preset would remember of the connected devices; delays are absent.
+    /// What a preset would remember of the connected devices: volumes as they were asked for, where the
+    /// hardware has nothing but rounded them; delays are absent.
     Settings currentSettings() const;
     /// Writes back what is given. Devices that are not tracked or not connected, and controls that a device
     /// doesn't have, are skipped.
@@ -90,6 +92,14 @@ class DeviceVolumeController {
     struct Listening {
         AudioObjectID deviceID = kAudioObjectUnknown;
         std::vector<PropertyListenerTokenRef> tokens;
+    };
+    /// A volume that was written, and that nobody has changed since.
+    struct Asked {
+        float volume = 0;
+        /// The hardware's before.
+        float previous = 0;
+        /// What the hardware has made of it; none before it told.
+        std::optional<float> echo;
     };
     using AddListener = PropertyListenerTokenRef (CoreAudioClient::*)(AudioObjectID, PropertyListenerHandler);
 
@@ -103,16 +113,22 @@ class DeviceVolumeController {
     /// Has the client write to a device that is there, and notes the new value in its state.
     template <class Write, class Note>
     void write(std::string_view control, const std::string& uid, Write write, Note note);
-    /// Puts the state in the place of the one of that UID, and notifies.
-    void replace(DeviceVolumeState state);
+    /// Puts the state in the place of the one of that UID, and notifies. False when there is none, or no
+    /// controller any more.
+    bool replace(DeviceVolumeState state);
+    bool isEcho(const std::string& uid, float volume);
+    void noteAdjustment();
 
     CoreAudioClient& client_;
     Observable<std::vector<DeviceVolumeState>> states_;
     std::vector<AudioOutputDevice> tracked_;
     std::map<std::string, AudioObjectID, std::less<>> deviceIDs_; // by UID; the connected ones
     std::map<std::string, Listening, std::less<>> listening_;     // by UID
+    std::map<std::string, Asked, std::less<>> asked_;             // by UID
     ObserverList adjustments_;
-    bool isApplying_ = false;
+    /// Adjustments are noted, and told by whoever writes several at once.
+    bool isWritingSeveral_ = false;
+    bool hasAdjusted_ = false;
     /// Listeners hold it weakly: it says whether the controller still exists.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
