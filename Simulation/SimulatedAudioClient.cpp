@@ -1,56 +1,12 @@
-// The client's side of the simulated audio system: each operation is noted, may fail, and reads or changes
-// the world.
-#include "Simulation/SimulatedAudioSystem.h"
-#include "VeltoCore/CoreAudio/CoreAudioStatus.h"
-#include "VeltoCore/Services/LoggingService.h"
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <stdexcept>
-#include <type_traits>
-#include <utility>
+// The client's side of the simulated audio system: devices, rates, outputs and aggregates.
+#include "Simulation/SimulatedAudioCalls.h"
 
 namespace velto {
 
+using simulated::refuse;
+using simulated::theSystem;
+
 namespace {
-
-constexpr AudioObjectID theSystem = kAudioObjectSystemObject;
-
-/// Fails as a client does: logs, then throws.
-[[noreturn]] void fail(CoreAudioOperation operation, OSStatus status) {
-    LoggingService::audioDevices.error("{} failed: {}", publicText(name(operation)),
-                                       coreAudioDescription(status));
-    throw AudioManagerError::coreAudioError(status);
-}
-
-[[noreturn]] void fail(CoreAudioOperation operation, const SimulatedCalls::Failure& failure) {
-    if (!failure.foreignError.empty()) throw std::runtime_error(failure.foreignError);
-    fail(operation, failure.status);
-}
-
-[[noreturn]] void refuse(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
-
-/// Whether the operation changes something, and so needs an answer even while the service hangs.
-bool isChange(CoreAudioOperation operation) noexcept {
-    constexpr std::array changes{CoreAudioOperation::setNominalSampleRate,
-                                 CoreAudioOperation::setDefaultOutputDevice,
-                                 CoreAudioOperation::setDefaultSystemOutputDevice,
-                                 CoreAudioOperation::createAggregateDevice,
-                                 CoreAudioOperation::destroyAggregateDevice,
-                                 CoreAudioOperation::setSubDeviceDriftCompensation,
-                                 CoreAudioOperation::setOutputVolume,
-                                 CoreAudioOperation::setOutputMute};
-    return std::ranges::find(changes, operation) != changes.end();
-}
-
-/// For what nobody waits for any more.
-void obey(const auto& body) {
-    try {
-        body();
-    } catch (const AudioManagerError&) { // what was to be changed has gone
-    }
-}
 
 /// The rates that all the outputs of an aggregate can run at.
 std::vector<SampleRateRange> shared(const std::vector<SampleRateRange>& first,
@@ -67,74 +23,6 @@ std::vector<SampleRateRange> shared(const std::vector<SampleRateRange>& first,
 }
 
 } // namespace
-
-void SimulatedAudioSystem::swapWithLastHeard() noexcept {
-    if (!lastHeard_) return;
-    std::swap(plugged_, lastHeard_->plugged);
-    std::swap(aggregates_, lastHeard_->aggregates);
-    std::swap(defaultOutput_, lastHeard_->defaultOutput);
-    std::swap(alertOutput_, lastHeard_->alertOutput);
-}
-
-/// What the body reads, in the world as the program knows it.
-template <class Body>
-auto SimulatedAudioSystem::asLastHeard(Body body) {
-    struct Swapped {
-        explicit Swapped(SimulatedAudioSystem& world) : world(world) { world.swapWithLastHeard(); }
-        ~Swapped() { world.swapWithLastHeard(); }
-        SimulatedAudioSystem& world;
-    };
-    const Swapped swapped(*this);
-    return body();
-}
-
-template <class Body>
-auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Body body) {
-    const auto failure = calls.begin(operation, object);
-    const auto noAnswer = [this, operation] {
-        isKnownToHang_ = isHanging_;
-        fail(operation, kAudioHardwareNotRunningError);
-    };
-    if (!isReachable()) noAnswer();
-    if (isHanging_ && isChange(operation)) {
-        if (faults.obeysLate.consume()) lateWork_.emplace_back([body] { obey(body); });
-        noAnswer();
-    }
-    if (failure && !failure->isAfterEffect) fail(operation, *failure);
-    const auto failAfterwards = [&] {
-        publish();
-        if (failure) fail(operation, *failure);
-    };
-    try {
-        if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
-            asLastHeard(body);
-            failAfterwards();
-        } else {
-            auto value = asLastHeard(body);
-            failAfterwards();
-            return value;
-        }
-    } catch (const AudioManagerError& error) {
-        if (failure || !error.status()) throw;
-        fail(operation, *error.status()); // refused by the world's rules: logged like any failed call
-    }
-}
-
-template <class Value, class Body>
-Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
-                                   Body body) noexcept {
-    const auto failure = calls.begin(operation, object);
-    return failure || !isReachable() ? std::move(otherwise) : static_cast<Value>(asLastHeard(body));
-}
-
-template <class Value>
-Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID device,
-                                   Value SimulatedDevice::*field) noexcept {
-    return answer(operation, device, Value(), [&] {
-        const Plugged* found = plugged_.find(device);
-        return found ? found->device.*field : Value();
-    });
-}
 
 // Devices
 
@@ -352,113 +240,6 @@ void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice
         if (std::exchange(member.driftCompensation, enabled) == enabled) return;
         notify(subDevice, kAudioSubDevicePropertyDriftCompensation);
     });
-}
-
-// Volume and mute
-
-const SimulatedDevice& SimulatedAudioSystem::requireControls(AudioObjectID id) const {
-    if (aggregate(id)) refuse(kAudioHardwareUnsupportedOperationError); // it has none
-    return requireDevice(id);
-}
-
-bool SimulatedAudioSystem::supportsOutputVolume(AudioObjectID device) noexcept {
-    return answer(Operation::supportsOutputVolume, device, false, [&] {
-        const Plugged* found = plugged_.find(device);
-        return found && found->device.volume.has_value();
-    });
-}
-
-float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
-    return perform(Operation::outputVolume, device, [&] {
-        const auto& volume = requireControls(device).volume;
-        if (!volume) refuse(kAudioHardwareUnsupportedOperationError);
-        return *volume;
-    });
-}
-
-void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
-    perform(Operation::setOutputVolume, device, [=, this] {
-        SimulatedDevice changed = requireControls(device);
-        if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
-        const float clamped = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
-        const float step = changed.volumeStep;
-        changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
-        replace(requirePlugged(changed.uid), changed);
-    });
-}
-
-bool SimulatedAudioSystem::supportsOutputMute(AudioObjectID device) noexcept {
-    return answer(Operation::supportsOutputMute, device, false, [&] {
-        const Plugged* found = plugged_.find(device);
-        return found && found->device.isMuted.has_value();
-    });
-}
-
-bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
-    return perform(Operation::outputMute, device, [&] {
-        const auto& isMuted = requireControls(device).isMuted;
-        if (!isMuted) refuse(kAudioHardwareUnsupportedOperationError);
-        return *isMuted;
-    });
-}
-
-void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
-    perform(Operation::setOutputMute, device, [=, this] {
-        SimulatedDevice changed = requireControls(device);
-        if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
-        changed.isMuted = isMuted;
-        replace(requirePlugged(changed.uid), changed);
-    });
-}
-
-// Listeners
-
-PropertyListenerTokenRef SimulatedAudioSystem::addOutputVolumeListener(AudioObjectID device,
-                                                                       PropertyListenerHandler handler) {
-    return perform(Operation::addOutputVolumeListener, device, [&]() -> PropertyListenerTokenRef {
-        const Plugged* found = plugged_.find(device);
-        if (!found || !found->device.volume) return nullptr;
-        return listeners_.add(device,
-                              {kAudioHardwareServiceDeviceProperty_VirtualMainVolume,
-                               kAudioObjectPropertyScopeOutput, kAudioObjectPropertyElementMain},
-                              std::move(handler));
-    });
-}
-
-PropertyListenerTokenRef SimulatedAudioSystem::addOutputMuteListener(AudioObjectID device,
-                                                                     PropertyListenerHandler handler) {
-    return perform(Operation::addOutputMuteListener, device, [&]() -> PropertyListenerTokenRef {
-        const Plugged* found = plugged_.find(device);
-        if (!found || !found->device.isMuted) return nullptr;
-        return listeners_.add(
-            device,
-            {kAudioDevicePropertyMute, kAudioObjectPropertyScopeOutput, kAudioObjectPropertyElementMain},
-            std::move(handler));
-    });
-}
-
-PropertyListenerTokenRef SimulatedAudioSystem::addPropertyListener(AudioObjectID objectID,
-                                                                   AudioObjectPropertySelector selector,
-                                                                   AudioObjectPropertyScope scope,
-                                                                   AudioObjectPropertyElement element,
-                                                                   PropertyListenerHandler handler) {
-    if (selector == kAudioHardwarePropertyServiceRestarted && !isReachable())
-        return listeners_.add(objectID, {selector, scope, element}, std::move(handler)); // nobody is asked
-    return perform(Operation::addPropertyListener, objectID, [&] {
-        if (objectID != theSystem && uid(objectID).empty()) refuse(kAudioHardwareBadObjectError);
-        return listeners_.add(objectID, {selector, scope, element}, std::move(handler));
-    });
-}
-
-void SimulatedAudioSystem::removePropertyListener(const PropertyListenerTokenRef& token) noexcept {
-    if (!token) return;
-    const auto failure = calls.begin(Operation::removePropertyListener, token->objectID);
-    const OSStatus status = failure                     ? failure->status
-                            : listeners_.remove(*token) ? noErr
-                                                        : kAudioHardwareIllegalOperationError;
-    if (status == noErr) return;
-    LoggingService::audioDevices.error("RemovePropertyListenerBlock failed: {}",
-                                       coreAudioDescription(status));
 }
 
 } // namespace velto

@@ -465,6 +465,16 @@ TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem)
     EXPECT_EQ(volumeOf("bluetooth"), 0.3F);
     expectSound();
 
+    // Both are back while it ends.
+    world.faults.lingersAfterDestroy = 300ms;
+    lose();
+    loop.advance(5100ms);
+    for (const auto* uid : {"bluetooth", "builtin"})
+        world.replug(uid);
+    loop.runUntilIdle();
+    world.faults.lingersAfterDestroy = Duration();
+    ASSERT_TRUE(app->isPlaying());
+
     // One is back in time.
     lose();
     loop.advance(4s);

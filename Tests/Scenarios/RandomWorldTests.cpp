@@ -165,7 +165,10 @@ class RandomStory {
         return presets.at(static_cast<std::size_t>(which) % presets.size()).id;
     }
     /// From here to the next quiet point without a session, sound may go anywhere.
-    void loseTrack() { home_.reset(); }
+    void loseTrack() {
+        home_.reset();
+        alertHome_.reset();
+    }
     void callsMayFail() {
         mayFail_ = true;
         loseTrack();
@@ -198,6 +201,8 @@ class RandomStory {
     bool isQuiet_ = true;
     /// Where sound goes without a session; none while that can't be told.
     std::optional<std::string> home_ = "usb";
+    /// Where alerts go then.
+    std::optional<std::string> alertHome_ = "hdmi";
     bool mayFail_ = false;
     bool isOutputSlow_ = false;
     bool hasMeddled_ = false;
@@ -323,6 +328,7 @@ void RandomStory::plugOrUnplug(const std::string& uid, bool asAnother) {
     } else {
         world.unplug(uid);
     }
+    if (uid == alertHome_) alertHome_.reset();
     if (uid == home_) loseTrack(); // the system chooses another one, for good or not
     if (world.pluggedUIDs().empty()) hasMeddled_ = true;
 }
@@ -334,6 +340,7 @@ void RandomStory::pickDefault(const std::string& uid) {
     const bool isOfSession = session && (session->first.uid == uid || session->second.uid == uid);
     if (isQuiet_ && !isOfSession && !mayFail_) {
         home_ = uid;
+        if (session) alertHome_.reset(); // nobody restores them when a choice ends the session
     } else {
         loseTrack();
     }
@@ -398,6 +405,7 @@ void RandomStory::checkQuietPoint() {
                              .mayHaveLostSession = mayFail_ || (hasMeddled_ && !app_->isPlaying()),
                              .mayMissListeners = mayFail_};
     if (home_ && machine_.world.isPlugged(*home_)) context.defaultOutputs = {*home_};
+    if (alertHome_ && machine_.world.isPlugged(*alertHome_)) context.alertOutputs = {*alertHome_};
     RC_ASSERT(withoutStrays(violations(*app_, context)) == std::vector<std::string>());
     for (const Started<void>& task : begun_)
         RC_ASSERT(task.isDone());
@@ -407,7 +415,9 @@ void RandomStory::checkQuietPoint() {
     if (hasSession) return;
     hasMeddled_ = false;
     if (machine_.world.calls.unconsumed().empty() && violations(*app_).empty()) mayFail_ = false;
-    if (!mayFail_) home_ = machine_.world.defaultOutputUID();
+    if (mayFail_) return;
+    home_ = machine_.world.defaultOutputUID();
+    alertHome_ = machine_.world.alertOutputUID();
 }
 
 std::size_t setting(const char* name, std::size_t otherwise) {

@@ -141,8 +141,9 @@ Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session, Cancel
     RememberedPair::Content pair{std::move(session), activePresetID_, sessionSettings_};
     auto stopped = stopSession();
     co_await std::move(stopped);
-    if (state().is<AudioSessionState::Idle>() && preferences_.autoReconnect())
-        rememberedPair_.remember(std::move(pair));
+    if (!state().is<AudioSessionState::Idle>() || !preferences_.autoReconnect()) co_return;
+    rememberedPair_.remember(std::move(pair));
+    startRememberedPair(); // when they came back while it ended
 }
 
 /// True when it is back, and about to play.
@@ -181,8 +182,9 @@ Task<void> DualOutputCoordinator::confirmSwitch(DualOutputSession session, Cance
         deviceManager_.refresh();
         if (!systemAudio_.isSwitchPending()) break;
         if (!isLast) {
-            systemAudio_.reassertDefaultOutput();
-            continue;
+            if (systemAudio_.reassertDefaultOutput()) continue;
+            tasks_.spawn(repair(session));
+            break;
         }
         logger.error("The aggregate did not become the default output; ending session");
         switchWait_.reset();
