@@ -195,6 +195,7 @@ std::vector<std::string> RealServer::ourNotes() {
 }
 
 bool RealServer::leavesNoNotes() {
+    refreshLab();
     return lab->waitUntil([this] { return ourNotes().empty(); });
 }
 
@@ -215,7 +216,19 @@ void RealServer::setDefaultMetadata(const std::string& key, const std::string& v
         const SoundLab::Lock lock(*lab);
         lab->graph().defaultMetadata()->set(key, "Spa:String:JSON", value);
     }
-    ASSERT_TRUE(lab->waitUntil([&] { return lab->defaultMetadata(key) == value; }));
+    ASSERT_TRUE(runUntil([&] {
+        refreshLab();
+        return lab->defaultMetadata(key) == value;
+    }));
+}
+
+void RealServer::refreshLab() {
+    bool isAnswered = false;
+    {
+        const SoundLab::Lock lock(*lab);
+        lab->graph().refreshDefaultMetadata([&] { isAnswered = true; });
+    }
+    lab->waitUntil([&] { return isAnswered; });
 }
 
 std::unique_ptr<ChildProcess> RealServer::play(const std::string& role) {

@@ -73,6 +73,9 @@ class RealServer : public testing::Test {
     void setSetting(const std::string& key, const std::string& value);
     void setDefaultMetadata(const std::string& key, const std::string& value);
 
+    /// The lab sees what the store holds now, also if it was not told of a change.
+    void refreshLab();
+
     /// Plays noise with the stock player until the value goes, as an alert where a role is given.
     std::unique_ptr<ChildProcess> play(const std::string& role = "Music");
     /// Whether a program, and not one of our aggregates, plays into the output now.

@@ -87,6 +87,8 @@ void PipeWireAudioClient::connectionLost() {
 
 void PipeWireAudioClient::connectionAnswers() {
     wasSilent_ = true;
+    hadAggregate_.reset(); // what was asked meanwhile, and given up, has been done by now
+    followAggregate();
     publishLater();
 }
 
@@ -328,6 +330,7 @@ AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDe
             client.isCreatingAggregate_ = false;
             client.hadAggregate_ = true; // so that its absence, now or later, is one that is new
             client.followAggregate();
+            client.outputs_.finishRestoring();
         }
     } const creating(*this);
     if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);

@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::chrono::milliseconds firstRetryDelay{50};
 constexpr std::chrono::milliseconds longestRetryDelay{2000};
+/// A question that was open for so long when a call gave up makes the server one that hangs.
+constexpr std::chrono::milliseconds hangingAfter{300};
 
 } // namespace
 
@@ -153,7 +155,7 @@ bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Durat
         serve(left);
         if (condition()) return true;
     }
-    if (!questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= pipeWireDeadline) {
+    if (!questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= hangingAfter) {
         isHanging_ = true;
         LoggingService::audioDevices.error("The sound server does not answer");
     }

@@ -117,6 +117,7 @@ void PipeWireGraph::add(uint32_t globalID, std::string_view type, PipeWireProper
         const auto end = [&](const char* key) {
             return numberProperty(properties, key).value_or(SPA_ID_INVALID);
         };
+        ++linkChanges_;
         const bool isOurs = property(properties, PW_KEY_OBJECT_PATH) == PipeWireKey::link;
         links_.insert_or_assign(
             globalID, PipeWireLink{isOurs, end(PW_KEY_LINK_OUTPUT_NODE), end(PW_KEY_LINK_OUTPUT_PORT),
@@ -179,7 +180,7 @@ void PipeWireGraph::remove(uint32_t globalID) {
         objectIDs_.erase(node);
     }
     ports_.erase(globalID);
-    links_.erase(globalID);
+    linkChanges_ += links_.erase(globalID);
     cards_.erase(globalID);
     notificationStreams_.erase(globalID);
     if (default_ && default_->globalID() == globalID) default_.reset();
@@ -187,17 +188,19 @@ void PipeWireGraph::remove(uint32_t globalID) {
     changed_();
 }
 
-void PipeWireGraph::refreshDefaultMetadata() {
+void PipeWireGraph::refreshDefaultMetadata(std::function<void()> refreshed) {
     if (!default_) return;
     default_->refresh(registry_);
-    complete(&PipeWireGraph::default_);
+    complete(&PipeWireGraph::default_, std::move(refreshed));
 }
 
 /// The values that a store has been asked for are there once this is answered.
-void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store) {
-    whenAnswered([this, store, globalID = (this->*store)->globalID()] {
+void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store,
+                             std::function<void()> completed) {
+    whenAnswered([this, store, globalID = (this->*store)->globalID(), completed = std::move(completed)] {
         PipeWireMetadata* metadata = (this->*store).get();
         if (metadata && metadata->globalID() == globalID) metadata->completed();
+        if (completed) completed();
     });
 }
 

@@ -54,6 +54,8 @@ class PipeWireGraph {
     /// The card behind a device; null when it has none.
     PipeWireDevice* card(const PipeWireNode& node) const;
     const std::map<uint32_t, PipeWireLink>& links() const noexcept { return links_; }
+    /// Counts the links that came and went.
+    std::uint64_t linkChanges() const noexcept { return linkChanges_; }
     /// Global IDs of playing streams that carry notifications, with their object serials.
     const std::map<uint32_t, std::string>& notificationStreams() const noexcept {
         return notificationStreams_;
@@ -63,7 +65,7 @@ class PipeWireGraph {
     PipeWireMetadata* settingsMetadata() const noexcept { return settings_.get(); }
     /// Asks for the values of "default" again: the server loses updates of it while a program begins to
     /// watch it.
-    void refreshDefaultMetadata();
+    void refreshDefaultMetadata(std::function<void()> refreshed = {});
     /// Counts the "default" stores there have been: each is that of another session manager.
     int defaultMetadataGeneration() const noexcept { return defaultGeneration_; }
     /// Whether all that the server has was told once, with all that the objects say of themselves.
@@ -73,7 +75,8 @@ class PipeWireGraph {
     struct Events;
 
     void whenAnswered(std::function<void()> answered);
-    void complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store);
+    void complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store,
+                  std::function<void()> completed = {});
     void add(uint32_t globalID, std::string_view type, PipeWireProperties properties);
     void addNode(uint32_t globalID, PipeWireProperties properties);
     void addPort(uint32_t globalID, const PipeWireProperties& properties);
@@ -95,6 +98,7 @@ class PipeWireGraph {
     std::map<uint32_t, std::string> notificationStreams_;
     std::unique_ptr<PipeWireMetadata> default_;
     std::unique_ptr<PipeWireMetadata> settings_;
+    std::uint64_t linkChanges_ = 0;
     int defaultGeneration_ = 0;
     bool isListed_ = false;
     AudioObjectID objectIDBase_ = 0;

@@ -67,22 +67,17 @@ bool PipeWireNotes::isConfiguredOutputRestored() {
     // A choice that somebody else has made since then stays.
     if (outputs->name(PipeWireKey::configuredSink) != aggregateName_) return true;
     const std::string previous = *noted(PipeWireKey::previousConfiguredSink);
-    sendOnce(PipeWireKey::configuredSink, previous, [&] {
-        if (previous.empty()) {
-            outputs->remove(PipeWireKey::configuredSink);
-        } else {
-            outputs->setName(PipeWireKey::configuredSink, previous);
-        }
-    });
+    sendNameOnce(PipeWireKey::configuredSink, previous);
     return false;
 }
 
 bool PipeWireNotes::isAlertOutputRestored() {
     PipeWireMetadata* outputs = graph_.defaultMetadata();
     if (!outputs || !outputs->isComplete()) return false;
+    // Only Velto sets it, so nobody else's choice can be in the way.
     const std::string previous = *noted(PipeWireKey::previousAlertSink);
-    if (previous.empty() || outputs->value(PipeWireKey::alertSink)) return true;
-    sendOnce(PipeWireKey::alertSink, previous, [&] { outputs->setName(PipeWireKey::alertSink, previous); });
+    if (outputs->name(PipeWireKey::alertSink).value_or("") == previous) return true;
+    sendNameOnce(PipeWireKey::alertSink, previous);
     return false;
 }
 
@@ -93,6 +88,13 @@ bool PipeWireNotes::isSampleRateRestored() {
     sendOnce(PipeWireKey::forcedRate, previous,
              [&] { settings->set(PipeWireKey::forcedRate, "", previous); });
     return false;
+}
+
+void PipeWireNotes::sendNameOnce(const char* key, const std::string& name) {
+    sendOnce(key, name, [&] {
+        PipeWireMetadata& outputs = *graph_.defaultMetadata();
+        name.empty() ? outputs.remove(key) : outputs.setName(key, name);
+    });
 }
 
 void PipeWireNotes::sendOnce(const char* key, const std::string& what, const std::function<void()>& send) {

@@ -45,6 +45,8 @@ class PipeWireNotes {
     std::optional<std::string> noted(const char* key) const;
     /// Sends the change of what is under the key, unless that very change was sent already.
     void sendOnce(const char* key, const std::string& what, const std::function<void()>& send);
+    /// Stores the name of an output under the key, or nothing where it is empty.
+    void sendNameOnce(const char* key, const std::string& name);
 
     PipeWireGraph& graph_;
     std::string aggregateName_;

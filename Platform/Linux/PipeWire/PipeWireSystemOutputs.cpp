@@ -16,6 +16,8 @@ namespace {
 
 /// How long an update may take before it is taken for lost. It takes about 2 ms.
 constexpr std::chrono::milliseconds lostUpdateGrace{100};
+/// How long it may take to make the aggregate the default because of its priority, before it is told to.
+constexpr std::chrono::milliseconds priorityGrace{200};
 /// How long the session manager may take to make the aggregate the default again. It takes about 20 ms.
 constexpr std::chrono::seconds reclaimingGrace{1};
 
@@ -59,11 +61,17 @@ std::optional<std::string> PipeWireSystemOutputs::configuredName() const {
     return metadata ? metadata->name(PipeWireKey::configuredSink) : std::nullopt;
 }
 
+bool PipeWireSystemOutputs::becomesTrue(const std::function<bool()>& condition, Duration deadline) {
+    if (connection_.waitUntil(condition, lostUpdateGrace)) return true;
+    graph_.refreshDefaultMetadata();
+    if (!connection_.waitUntil(condition, deadline - lostUpdateGrace)) return false;
+    isDeaf_ = true;
+    return true;
+}
+
 void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition,
                                                    const char* label) {
-    if (connection_.waitUntil(condition, lostUpdateGrace)) return;
-    graph_.refreshDefaultMetadata();
-    if (!connection_.waitUntil(condition, pipeWireDeadline - lostUpdateGrace)) fail(label);
+    if (!becomesTrue(condition, pipeWireDeadline)) fail(label);
 }
 
 // The default output
@@ -103,7 +111,7 @@ void PipeWireSystemOutputs::switchToAggregate(const std::string& name) {
     const auto isEffective = [&] { return defaultName() == name; };
     // Where nobody has chosen, its priority does it.
     const bool isChosen = defaultMetadata().value(PipeWireKey::configuredSink).has_value();
-    if (isChosen || !connection_.waitUntil(isEffective, lostUpdateGrace)) {
+    if (isChosen || !becomesTrue(isEffective, priorityGrace)) {
         if (connection_.isSilent()) fail(label);
         defaultMetadata().setName(PipeWireKey::configuredSink, name);
         waitForDefaultMetadata([&] { return isEffective() && configuredName() == name; }, label);
@@ -178,12 +186,18 @@ void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
 
 void PipeWireSystemOutputs::finishRestoring() {
     const auto isDone = [this] { return !notes_.isRestoring() || !graph_.defaultMetadata(); };
-    if (connection_.waitUntil(isDone, lostUpdateGrace) || connection_.isSilent()) return;
-    graph_.refreshDefaultMetadata();
-    connection_.waitUntil(isDone, pipeWireDeadline - lostUpdateGrace);
+    becomesTrue(isDone, pipeWireDeadline);
+}
+
+/// A store that has let us miss a change may go on doing so, for good. What somebody chooses shows in where
+/// players are linked, too.
+void PipeWireSystemOutputs::listenHarder() {
+    if (isDeaf_ && std::exchange(linkChanges_, graph_.linkChanges()) != graph_.linkChanges())
+        graph_.refreshDefaultMetadata();
 }
 
 void PipeWireSystemOutputs::follow() {
+    listenHarder();
     notes_.continueRestoring();
     holdDefault();
     routeAlerts();
@@ -195,6 +209,7 @@ void PipeWireSystemOutputs::forget() {
     heldSince_.reset();
     stopReclaiming();
     routedAlerts_.clear();
+    isDeaf_ = false;
 }
 
 // The alert output

@@ -75,8 +75,11 @@ class PipeWireSystemOutputs {
     /// configured.
     bool leaveAggregate(const std::string& aggregateName, const std::string& outputName);
     void holdDefault();
+    void listenHarder();
     void stopReclaiming();
     void routeAlerts();
+    /// Waits, and asks the store anew when it takes too long.
+    bool becomesTrue(const std::function<bool()>& condition, Duration deadline);
     void waitForDefaultMetadata(const std::function<bool()>& condition, const char* label);
     [[noreturn]] void fail(const char* label) const;
 
@@ -93,6 +96,9 @@ class PipeWireSystemOutputs {
     std::optional<int> heldSince_;
     /// Ends the wait for the aggregate to be the default again.
     std::optional<MainActor::TimerID> reclaiming_;
+    /// A change was only seen when the store was asked anew.
+    bool isDeaf_ = false;
+    std::uint64_t linkChanges_ = 0; // at the last look
     /// Alert streams that were sent elsewhere, by global ID, with the target's serial.
     std::map<uint32_t, std::string> routedAlerts_;
 };

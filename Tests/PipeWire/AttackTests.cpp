@@ -1,0 +1,363 @@
+// The client under attack: killed after each message it sends, its outputs swapped for others while it looks
+// away, its server held still at each operation. VELTO_ATTACK multiplies how often.
+#include "Tests/PipeWire/CutLine.h"
+#include "Tests/PipeWire/RealServer.h"
+
+#include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Simulation/InMemoryUserDefaults.h"
+#include "Tests/Support/PlatformTextCollation.h"
+#include "Tests/Support/Started.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/Session/SystemAudioManager.h"
+#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <signal.h>
+
+namespace velto {
+namespace {
+
+int times(int count) {
+    const char* factor = std::getenv("VELTO_ATTACK");
+    return count * (factor ? std::max(std::atoi(factor), 1) : 1);
+}
+
+/// The program's core up to the session, on a client.
+struct Core {
+    Core(CoreAudioClient& client, MainActor& loop, UserDefaults& defaults)
+        : collation(makePlatformTextCollation()), devices(client, loop, *collation), aggregates(client, loop),
+          store(defaults), session(client, devices, aggregates, store, loop), tasks(loop) {}
+
+    std::unique_ptr<TextCollation> collation;
+    AudioDeviceManager devices;
+    AggregateDeviceManager aggregates;
+    UserDefaultsRecoveryStateStore store;
+    SystemAudioManager session;
+    TaskScope tasks; // dies first
+};
+
+class AttackTests : public RealServer {
+  protected:
+    /// Runs until the task has ended, well or not.
+    template <class T>
+    void finish(Core& core, Task<T> task) {
+        Started<T> started(core.tasks, std::move(task));
+        ASSERT_TRUE(runUntil([&] { return started.isDone(); }));
+    }
+    void startSession(Core& core) {
+        const auto desk = core.devices.device("desk");
+        const auto usb = core.devices.device("usb");
+        if (!desk || !usb) return; // it never heard of them
+        finish(core, core.session.start(*desk, *usb, "Both", 44100, ClockStrategy::automatic));
+    }
+    /// What is not Velto's to change for good, seen from outside.
+    std::map<std::string, std::string> outside() {
+        refreshLab();
+        std::map<std::string, std::string> result;
+        for (const char* key :
+             {PipeWireKey::configuredSink, PipeWireKey::defaultSink, PipeWireKey::alertSink})
+            result[key] = lab->defaultMetadata(key).value_or("none");
+        result["rate"] = lab->settingsMetadata(PipeWireKey::forcedRate).value_or("none");
+        for (const std::string& note : ourNotes())
+            if (!note.starts_with(PipeWireKey::alertSink)) result[note] = "is left";
+        result["aggregate"] = lab->exists(aggregateUID) ? "there" : "none";
+        return result;
+    }
+    std::string storedBySessionManager() {
+        std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+};
+
+TEST_F(AttackTests, KilledAfterAnyMessageItLeavesNothing) {
+    stopClient();
+    struct World {
+        std::string name, choice, alert, rate;
+    };
+    int passed = 0;
+    for (const World& world :
+         {World{"nothing chosen", "", "", "0"}, World{"all chosen", "usb", "blue", "32000"}}) {
+        refreshLab();
+        if (!world.choice.empty())
+            setDefaultMetadata(PipeWireKey::configuredSink, "{ \"name\": \"" + world.choice + "\" }");
+        if (!world.alert.empty())
+            setDefaultMetadata(PipeWireKey::alertSink, "{ \"name\": \"" + world.alert + "\" }");
+        setSetting(PipeWireKey::forcedRate, world.rate);
+        const auto before = outside();
+        // One run that is not cut counts them; then at each, or in short at some of them.
+        int messages = CutLine::never;
+        const int step = std::max(5 / times(1), 1);
+        for (int cut = messages; cut > 0; cut = cut == CutLine::never ? messages : cut - step) {
+            InMemoryUserDefaults defaults;
+            {
+                CutLine line(server.socket(), server.folder() / "cut", cut);
+                PipeWireAudioClient killed(loop, loop, line.socket());
+                Core core(killed, loop, defaults);
+                startSession(core);
+                finish(core, core.session.stop());
+                if (cut == CutLine::never) messages = line.passed();
+            }
+            InMemoryUserDefaults afterwards(defaults.onDisk());
+            PipeWireAudioClient next(loop, loop, server.socket());
+            Core core(next, loop, afterwards);
+            finish(core, core.session.recoverIfNeeded());
+            EXPECT_TRUE(runUntil([&] { return outside() == before; }))
+                << world.name << ", killed after message " << cut << " of " << messages << ": "
+                << testing::PrintToString(outside());
+            Started<bool> again(core.tasks, core.session.recoverIfNeeded());
+            ASSERT_TRUE(runUntil([&] { return again.isDone(); }));
+            EXPECT_FALSE(again.value()) << "a second recovery has nothing to do";
+            if (HasFailure()) break;
+            ++passed;
+        }
+        EXPECT_GT(messages, 50);
+    }
+    std::cout << passed << " points\n";
+    // A watcher that dies before it has been told all deafens all others for good. The client still hears of
+    // a choice, when the player moves.
+    startClient();
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    client->setDefaultOutputDevice(aggregate);
+    const auto music = play();
+    ASSERT_TRUE(runUntil([&] { return isPlayedTo(aggregateUID); }));
+    setDefaultMetadata(PipeWireKey::configuredSink, "{ \"name\": \"desk\" }");
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
+    client->destroyAggregateDevice(aggregate);
+    client->setDefaultSystemOutputDevice(id("desk"));
+    setSetting(PipeWireKey::forcedRate, "0");
+}
+
+TEST_F(AttackTests, AnOutputThatComesAsAnotherGoesGetsNoSound) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    for (int i = 0; i < times(40); ++i) {
+        // All of it before the client hears of any: the newcomer has the IDs of the one that went.
+        lab->unplug("usb");
+        const std::string stranger = "stranger " + std::to_string(i);
+        lab->plug(VirtualOutput::usb(stranger, "Stranger"));
+        ASSERT_TRUE(runUntil([&] { return id(stranger) != kAudioObjectUnknown; }));
+        settle();
+        EXPECT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, stranger) == 0; })) << i;
+        lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+        EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }))
+            << i;
+        lab->unplug(stranger);
+    }
+    EXPECT_EQ(log.count("Removing a link"), 0u) << "not even for a moment";
+
+    // A link that carries our mark and leads astray goes; the same link of somebody else stays.
+    const auto linkByHand = [&](const char* path) {
+        const SoundLab::Lock lock(*lab);
+        pw_properties* properties =
+            pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_OBJECT_PATH, path, PW_KEY_LINK_OUTPUT_NODE,
+                              aggregateUID, PW_KEY_LINK_INPUT_NODE, "blue", PW_KEY_LINK_OUTPUT_PORT,
+                              "monitor_FL", PW_KEY_LINK_INPUT_PORT, "playback_FL", nullptr);
+        pw_core_create_object(lab->core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
+                              &properties->dict, 0);
+        pw_properties_free(properties);
+    };
+    linkByHand(PipeWireKey::link);
+    EXPECT_TRUE(runUntil([&] { return log.count("Removing a link to blue") == 1; }));
+    EXPECT_TRUE(runUntil([&] { return lab->linkCount(aggregateUID, "blue") == 0; }));
+    linkByHand("somebody");
+    EXPECT_TRUE(runUntil([&] { return lab->linkCount(aggregateUID, "blue") == 1; }));
+    settle();
+    EXPECT_EQ(lab->linkCount(aggregateUID, "blue"), 1);
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(AttackTests, StoppingLeavesTheSessionManagerAlive) {
+    std::mt19937 random(7);
+    for (int i = 0; i < times(8); ++i) {
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        client->setDefaultOutputDevice(aggregate);
+        client->setDefaultSystemOutputDevice(aggregate);
+        auto music = play();
+        ASSERT_TRUE(runUntil([&] { return isPlayedTo(aggregateUID); }));
+        if (i % 2) { // paused: the aggregate goes to sleep, and for 5 s its sleep is to become deeper
+            music.reset();
+            ASSERT_TRUE(runUntil([&] { return !client->isRunningSomewhere(aggregate); }));
+        }
+        const auto until = loop.continuousNow() + std::chrono::milliseconds(random() % 200);
+        ASSERT_TRUE(runUntil([&] { return loop.continuousNow() >= until; }));
+        client->destroyAggregateDevice(aggregate);
+    }
+    // The session manager's timers are longest after 5 s.
+    const auto end = loop.continuousNow() + std::chrono::milliseconds(5500);
+    while (loop.continuousNow() < end) {
+        ASSERT_EQ(kill(server.sessionManagerID(), 0), 0);
+        ASSERT_TRUE(lab->waitUntil([&] {
+            return lab->defaultMetadata(PipeWireKey::defaultSink).has_value();
+        })) << "the session manager has crashed";
+        const auto pause = loop.continuousNow() + std::chrono::milliseconds(100);
+        runUntil([&] { return loop.continuousNow() >= pause; });
+    }
+}
+
+TEST_F(AttackTests, WhereNobodyHasChosenNobodyHasAfterwards) {
+    for (int i = 0; i < 3; ++i) {
+        InMemoryUserDefaults defaults;
+        Core core(*client, loop, defaults);
+        startSession(core);
+        ASSERT_TRUE(core.session.activeSession());
+        EXPECT_EQ(lab->defaultOutput(), aggregateUID);
+        EXPECT_EQ(lab->defaultMetadata(PipeWireKey::configuredSink), std::nullopt);
+        finish(core, core.session.stop());
+        EXPECT_TRUE(lab->waitForDefault("desk"));
+    }
+    // The session manager goes on choosing.
+    lab->plug({"better", "Better", {{"priority.session", "1500"}}});
+    EXPECT_TRUE(lab->waitForDefault("better"));
+    lab->unplug("better");
+    EXPECT_TRUE(lab->waitForDefault("desk"));
+    EXPECT_EQ(storedBySessionManager().find("velto"), std::string::npos) << storedBySessionManager();
+}
+
+TEST_F(AttackTests, AnAggregateThatSomebodyElseRemovesIsRestoredFrom) {
+    lab->pickDefault("usb");
+    for (const bool isAlive : {true, false}) {
+        const auto before = outside();
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        client->setNominalSampleRate(aggregate, 96000);
+        client->setDefaultOutputDevice(aggregate);
+        client->setDefaultSystemOutputDevice(aggregate);
+        ASSERT_TRUE(lab->waitForDefault(aggregateUID));
+        if (!isAlive) stopClient();
+        lab->unplug(aggregateUID);
+        if (!isAlive) startClient();
+        EXPECT_TRUE(runUntil([&] { return outside() == before; })) << testing::PrintToString(outside());
+    }
+    client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
+    for (const char* choice : {"", "usb"}) {
+        if (*choice) {
+            lab->pickDefault(choice);
+            ASSERT_TRUE(runUntil([&] { return storedBySessionManager().find(choice) != std::string::npos; }));
+        }
+        const auto before = outside();
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        client->setDefaultOutputDevice(aggregate);
+        std::vector<std::string> heard;
+        listen(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice,
+               [&] { heard.push_back(defaultUID()); });
+        bool isBack = false;
+        listen(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted, [&] { isBack = true; });
+        server.killSessionManager(); // before it has stored what it was told
+        server.startSessionManager();
+        EXPECT_TRUE(runUntil([&] { return isBack; }));
+        EXPECT_TRUE(runUntil([&] { return lab->defaultOutput() == aggregateUID; }));
+        settle();
+        EXPECT_THAT(heard, testing::Each(testing::AnyOf(aggregateUID, "")))
+            << "nobody else has chosen anything";
+        stopListening();
+        client->setDefaultOutputDevice(id(*choice ? choice : "desk"));
+        client->destroyAggregateDevice(aggregate);
+        EXPECT_TRUE(runUntil([&] { return outside() == before; })) << testing::PrintToString(outside());
+    }
+    client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(AttackTests, AForeignSinkWithTheAggregatesNameIsRefusedAndLeftAlone) {
+    lab->pickDefault("usb");
+    lab->plug(VirtualOutput::usb(aggregateUID, "Impostor"));
+    stopClient();
+    startClient();
+    const auto before = outside();
+    InMemoryUserDefaults defaults;
+    Core core(*client, loop, defaults);
+    finish(core, core.session.recoverIfNeeded());
+    startSession(core);
+    const auto* failed = core.session.state().as<AudioSessionState::Failed>();
+    ASSERT_NE(failed, nullptr);
+    EXPECT_NE(failed->error.errorDescription().find("Another program's output has the name"),
+              std::string::npos)
+        << failed->error.errorDescription();
+    EXPECT_EQ(outside(), before);
+    lab->unplug(aggregateUID);
+    client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(AttackTests, AnOutputWhoseNameIsNoUTF8IsGoneBackTo) {
+    const std::string name = "bro\xff\xc3ken";
+    lab->plug({name, "Broken", {{"priority.session", "1400"}}});
+    ASSERT_TRUE(runUntil([&] { return defaultUID() == name; }));
+    InMemoryUserDefaults defaults;
+    Core core(*client, loop, defaults);
+    startSession(core);
+    ASSERT_TRUE(core.session.activeSession());
+    finish(core, core.session.stop());
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == name; })) << defaultUID();
+    lab->unplug(name);
+}
+
+TEST_F(AttackTests, AHangingServerCostsNoTurnOfTheLoopMuch) {
+    for (const pid_t hanging : {server.daemonID(), server.sessionManagerID()}) {
+        for (int operation = 0; operation < 6; ++operation) {
+            const auto before = outside();
+            InMemoryUserDefaults defaults;
+            Core core(*client, loop, defaults);
+            if (operation > 0) startSession(core);
+            int answersAgain = 0;
+            listen(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted, [&] { ++answersAgain; });
+            ASSERT_EQ(kill(hanging, SIGSTOP), 0);
+            // A turn that is posted takes its place between those of what runs.
+            Duration longest{};
+            ContinuousInstant last = loop.continuousNow();
+            std::function<void()> lookAtTheClock = [&] {
+                longest = std::max(longest, loop.continuousNow() - last);
+                last = loop.continuousNow();
+            };
+            const auto look = [&] { lookAtTheClock(); };
+            switch (operation) {
+            case 0:
+                startSession(core);
+                break;
+            case 1:
+                finish(core, core.session.stop());
+                break;
+            case 2:
+                for (int i = 0; i < 10; ++i)
+                    client->setOutputVolume(id("desk"), 0.05F * static_cast<float>(i));
+                EXPECT_FLOAT_EQ(client->outputVolume(id("desk")), 0.45F) << "what was asked last";
+                break;
+            case 3:
+                core.session.reassertDefaultOutput();
+                break;
+            case 4:
+                finish(core, core.session.recoverIfNeeded());
+                break;
+            default: {
+                const AudioObjectID device = id("usb");
+                statusThrown([&] { client->setNominalSampleRate(device, 96000); });
+                look();
+                statusThrown([&] { client->setDefaultOutputDevice(device); });
+            }
+            }
+            look();
+            EXPECT_LT(longest, std::chrono::milliseconds(operation == 0 ? 1100 : 600))
+                << operation << " " << std::chrono::duration<double>(longest).count();
+            ASSERT_EQ(kill(hanging, SIGCONT), 0);
+            ASSERT_TRUE(runUntil([&] { return client->settle(); }));
+            stopListening();
+            finish(core, core.session.recoverIfNeeded()); // as the service monitor has it
+            if (core.session.activeSession()) finish(core, core.session.stop());
+            client->setOutputVolume(id("desk"), 1);
+            if (operation == 5) {
+                client->setDefaultOutputDevice(id("desk"));
+                client->setNominalSampleRate(id("desk"), 48000);
+            }
+            if (operation < 5)
+                EXPECT_TRUE(runUntil([&] { return outside() == before; }))
+                    << operation << " " << testing::PrintToString(outside())
+                    << testing::PrintToString(log.linesWith(""));
+        }
+    }
+}
+
+} // namespace
+} // namespace velto
