@@ -216,10 +216,10 @@ void RealServer::setDefaultMetadata(const std::string& key, const std::string& v
         const SoundLab::Lock lock(*lab);
         lab->graph().defaultMetadata()->set(key, "Spa:String:JSON", value);
     }
-    ASSERT_TRUE(runUntil([&] {
-        refreshLab();
-        return lab->defaultMetadata(key) == value;
-    }));
+    const auto isSet = [&] { return lab->defaultMetadata(key) == value; };
+    if (lab->waitUntil(isSet, std::chrono::milliseconds(500))) return;
+    refreshLab();
+    ASSERT_TRUE(lab->waitUntil(isSet));
 }
 
 void RealServer::refreshLab() {

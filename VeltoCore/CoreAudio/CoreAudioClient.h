@@ -94,9 +94,11 @@ class CoreAudioClient {
     // Volume and mute
 
     virtual bool supportsOutputVolume(AudioObjectID device) noexcept = 0;
-    /// A scalar from 0 to 1. Throws 'unop' without a volume control.
+    /// A scalar from 0 to 1, above it where somebody else amplifies. Throws 'unop' without a volume control.
+    /// An aggregate that has one must not apply it to the sound: it is shown and set as the master volume of
+    /// its outputs, and likewise its mute.
     virtual float outputVolume(AudioObjectID device) = 0;
-    /// Clamped to 0…1 first.
+    /// Clamped to 0…1 first. May take effect later, but what is read meanwhile is what was asked last.
     virtual void setOutputVolume(AudioObjectID device, float volume) = 0;
     virtual bool supportsOutputMute(AudioObjectID device) noexcept = 0;
     virtual bool outputMute(AudioObjectID device) = 0;

@@ -316,7 +316,7 @@ void DualOutputCoordinator::sessionChanged() {
 
 void DualOutputCoordinator::syncVolumeTracking() {
     if (const auto session = systemAudio_.activeSession()) {
-        volumeController_.track({session->first, session->second});
+        volumeController_.track({session->first, session->second}, session->aggregateDeviceID);
     } else {
         volumeController_.stopTracking();
     }

@@ -48,13 +48,14 @@ auto valueOr(auto fallback, auto call) {
 
 } // namespace
 
-DeviceVolumeController::DeviceVolumeController(CoreAudioClient& client) : client_(client) {}
+DeviceVolumeController::DeviceVolumeController(CoreAudioClient& client)
+    : client_(client), aggregateVolume_(client, *this) {}
 
 DeviceVolumeController::~DeviceVolumeController() = default;
 
 // Tracking
 
-void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices) {
+void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices, AudioObjectID aggregate) {
     tracked_ = std::move(devices);
     deviceIDs_.clear();
     for (const AudioOutputDevice& device : tracked_)
@@ -74,10 +75,13 @@ void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices) {
         states.push_back(readState(device));
         if (states.back().isConnected) isEcho(device.uid, states.back().volume);
     }
+    const std::weak_ptr alive(alive_); // an observer may end the controller
     states_.set(std::move(states));
+    if (!alive.expired()) aggregateVolume_.follow(aggregate);
 }
 
 void DeviceVolumeController::stopTracking() {
+    aggregateVolume_.follow(kAudioObjectUnknown);
     for (const auto& entry : std::exchange(listening_, {}))
         removeListeners(entry.second);
     tracked_.clear();
@@ -89,7 +93,9 @@ void DeviceVolumeController::stopTracking() {
 void DeviceVolumeController::renewListeners() {
     for (const auto& entry : std::exchange(listening_, {}))
         removeListeners(entry.second);
-    track(tracked_);
+    const AudioObjectID aggregate = aggregateVolume_.aggregate();
+    aggregateVolume_.follow(kAudioObjectUnknown);
+    track(tracked_, aggregate);
 }
 
 std::optional<AudioObjectID> DeviceVolumeController::resolve(const std::string& uid) {

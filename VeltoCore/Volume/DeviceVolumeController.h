@@ -12,6 +12,7 @@
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Settings/DeviceAudioSettings.h"
+#include "VeltoCore/Volume/AggregateVolume.h"
 
 #include <functional>
 #include <map>
@@ -27,7 +28,7 @@ struct DeviceVolumeState {
     std::string uid;
     std::string name;
     AudioTransportType transportType;
-    /// From 0 to 1, as last read or written; 0 while it was never read.
+    /// As last read or written: from 0 to 1, above it where somebody else amplifies; 0 while it was never read.
     float volume = 0;
     /// As last read or written.
     bool isMuted = false;
@@ -50,8 +51,9 @@ class DeviceVolumeController {
     DeviceVolumeController& operator=(const DeviceVolumeController&) = delete;
     ~DeviceVolumeController();
 
-    /// Tracks these devices and no others, and reads them anew, also those tracked before.
-    void track(std::vector<AudioOutputDevice> devices);
+    /// Tracks these devices and no others, and reads them anew, also those tracked before. Where the aggregate
+    /// that plays to them has a volume of its own, that is their master volume (AggregateVolume).
+    void track(std::vector<AudioOutputDevice> devices, AudioObjectID aggregate = kAudioObjectUnknown);
     void stopTracking();
     /// Listens to the tracked devices anew, and reads them: after the audio service was restarted.
     void renewListeners();
@@ -129,6 +131,7 @@ class DeviceVolumeController {
     /// Adjustments are noted, and told by whoever writes several at once.
     bool isWritingSeveral_ = false;
     bool hasAdjusted_ = false;
+    AggregateVolume aggregateVolume_;
     /// Listeners hold it weakly: it says whether the controller still exists.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
