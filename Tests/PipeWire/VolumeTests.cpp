@@ -1,6 +1,9 @@
 #include "Tests/PipeWire/FakeCard.h"
 #include "Tests/PipeWire/RealServer.h"
 #include "Tests/PipeWire/ServedDevice.h"
+#include "Tests/Support/PlatformTextCollation.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <cmath>
 #include <limits>
@@ -69,6 +72,39 @@ TEST_F(VolumeTests, EveryChannelOfEveryOutputHasIt) {
         })) << name;
         EXPECT_TRUE(client->outputMute(id(name)));
     }
+    client->destroyAggregateDevice(aggregate);
+}
+
+TEST_F(VolumeTests, TheAggregatesOwnIsTheMasterVolumeOfItsOutputs) {
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
+    const AudioDeviceManager devices(*client, loop, *collation);
+    DeviceVolumeController controller(*client);
+    setLinearVolumes("usb", {0.125F, 0.125F});
+    ASSERT_TRUE(becomes("usb", 0.5F));
+    const auto startSession = [&] {
+        const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+        client->setDefaultOutputDevice(aggregate);
+        controller.track({devices.device("desk").value(), devices.device("usb").value()}, aggregate);
+        return aggregate;
+    };
+    AudioObjectID aggregate = startSession();
+    setLinearVolumes(aggregateUID, {0.064F, 0.064F}); // a desktop's key
+    EXPECT_TRUE(becomes("desk", 0.4F) && becomes("usb", 0.2F));
+    controller.setMasterVolume(0.8F);
+    EXPECT_TRUE(becomes(aggregateUID, 0.8F) && becomes("usb", 0.4F));
+    for (int i = 0; i < 60; ++i) { // a key held for a while
+        const float step = 0.8F - 0.01F * static_cast<float>(i + 1);
+        setLinearVolumes(aggregateUID, {step * step * step, step * step * step});
+        client->settle();
+    }
+    EXPECT_TRUE(becomes(aggregateUID, 0.2F) && becomes("desk", 0.2F) && becomes("usb", 0.1F));
+    controller.stopTracking();
+    client->destroyAggregateDevice(aggregate);
+    aggregate = startSession();
+    EXPECT_TRUE(becomes(aggregateUID, 0.2F)) << "of the outputs as they are, not what anybody remembers";
+    settle();
+    EXPECT_TRUE(becomes("desk", 0.2F) && becomes("usb", 0.1F));
+    controller.stopTracking();
     client->destroyAggregateDevice(aggregate);
 }
 
