@@ -38,24 +38,24 @@ std::set<ListenedProperty> PipeWireSnapshot::differences(const PipeWireSnapshot&
     system(defaultOutput != next.defaultOutput, kAudioHardwarePropertyDefaultOutputDevice);
     system(alertOutput != next.alertOutput, kAudioHardwarePropertyDefaultSystemOutputDevice);
 
-    for (const auto& [objectID, before] : devices) {
-        const auto found = next.devices.find(objectID);
+    for (const auto& [objectID, before] : devices)
+        if (!next.devices.contains(objectID)) result.emplace(objectID, kAudioDevicePropertyDeviceIsAlive);
+    for (const auto& [objectID, after] : next.devices) {
         const auto property = [&](bool differs, AudioObjectPropertySelector selector) {
             if (differs) result.emplace(objectID, selector);
         };
-        if (found == next.devices.end()) {
-            property(true, kAudioDevicePropertyDeviceIsAlive);
-            continue;
-        }
-        const Device& after = found->second;
-        const bool volumeDiffers = before.channelVolumes != after.channelVolumes;
+        const auto found = devices.find(objectID);
+        // Of a new one everything differs: who found it before this was told may have read something older.
+        const bool isNew = found == devices.end();
+        const Device& before = isNew ? after : found->second;
+        const bool volumeDiffers = isNew || before.channelVolumes != after.channelVolumes;
         property(volumeDiffers, kAudioHardwareServiceDeviceProperty_VirtualMainVolume);
         property(volumeDiffers, kAudioDevicePropertyVolumeScalar);
-        property(before.isMuted != after.isMuted, kAudioDevicePropertyMute);
-        property(before.isRunning != after.isRunning, kAudioDevicePropertyDeviceIsRunningSomewhere);
-        property(before.isAlive != after.isAlive, kAudioDevicePropertyDeviceIsAlive);
-        property(before.name != after.name, kAudioObjectPropertyName);
-        property(sampleRate != next.sampleRate, kAudioDevicePropertyNominalSampleRate);
+        property(isNew || before.isMuted != after.isMuted, kAudioDevicePropertyMute);
+        property(isNew || before.isRunning != after.isRunning, kAudioDevicePropertyDeviceIsRunningSomewhere);
+        property(isNew || before.isAlive != after.isAlive, kAudioDevicePropertyDeviceIsAlive);
+        property(isNew || before.name != after.name, kAudioObjectPropertyName);
+        property(isNew || sampleRate != next.sampleRate, kAudioDevicePropertyNominalSampleRate);
     }
     return result;
 }
