@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds firstRetryDelay{50};
 constexpr std::chrono::milliseconds longestRetryDelay{2000};
+constexpr std::chrono::milliseconds questionInterval{50};
 /// A question that was open for so long when a call gave up makes the server one that hangs.
 constexpr std::chrono::milliseconds hangingAfter{300};
 
@@ -146,13 +147,17 @@ bool PipeWireConnection::roundTrip(Duration deadline) {
 bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Duration deadline) {
     if (!isConnected() || condition()) return isConnected();
     if (isHanging_) return false;
-    // Who waits in vain is to know whether the server answers at all.
-    if (questions_.empty()) whenAnswered({});
     const ContinuousInstant end = actor_.continuousNow() + deadline;
+    ContinuousInstant nextQuestion = actor_.continuousNow();
     while (isConnected()) {
-        const Duration left = end - actor_.continuousNow();
-        if (left <= Duration::zero()) break;
-        serve(left);
+        const ContinuousInstant now = actor_.continuousNow();
+        if (now >= end) break;
+        // Who waits in vain is to know whether the server answers at all, also later.
+        if (questions_.empty() && now >= nextQuestion) {
+            whenAnswered({});
+            nextQuestion = now + questionInterval;
+        }
+        serve(std::min(end, std::max(nextQuestion, now + questionInterval)) - now);
         if (condition()) return true;
     }
     if (!questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= hangingAfter) {

@@ -122,8 +122,9 @@ void PipeWireSystemOutputs::switchToAggregate(const std::string& name) {
 bool PipeWireSystemOutputs::leaveAggregate(const std::string& aggregateName, const std::string& outputName) {
     const auto configured = configuredName();
     const auto noted = notes_.configuredOutput();
-    if (!noted || (configured && configured != aggregateName)) return false; // somebody else has chosen
-    if (*noted == outputName) return false; // it was chosen before, and is again
+    if (!noted || *noted == outputName) return false;            // it was chosen before, and is again
+    if (configured == noted) return true;                        // that is so already
+    if (configured && configured != aggregateName) return false; // somebody else has chosen
     if (configured && noted->empty()) {
         defaultMetadata().remove(PipeWireKey::configuredSink);
     } else if (configured) {
