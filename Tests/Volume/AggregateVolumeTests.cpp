@@ -91,6 +91,14 @@ TEST_F(AggregateVolumeTests, AHeldKeyEndsWhereItsSliderWould) {
     EXPECT_NEAR(volume("right"), 0.4F, 0.02F);
 }
 
+TEST_F(AggregateVolumeTests, TheNextChangeIsNotUndoneByTheOneBefore) {
+    // While the outputs are turned for the first, the second is there, but nobody has heard of it yet.
+    world.setVolume("both", 0.6F);
+    world.calls.atCall(4, [&] { world.setVolume("both", 0.5F); });
+    loop.runReady();
+    expectVolumes(0.5F, 0.25F, 0.5F, "the last one counts");
+}
+
 TEST_F(AggregateVolumeTests, MutesBothAndUnmutesWhatItMuted) {
     expectMuted(false, false, false, "set from the outputs");
     after([&] { world.setMuted("right", true); });

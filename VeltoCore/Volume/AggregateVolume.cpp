@@ -34,6 +34,7 @@ void AggregateVolume::follow(AudioObjectID aggregate) {
         hasControls_ = aggregate != kAudioObjectUnknown && client_.supportsOutputVolume(aggregate);
         if (!hasControls_) return;
         adjustments_ = controller_.observeAdjustments([this] { devicesAdjusted(); });
+        if (const auto now = read()) shown_ = *now;
         show(ofDevices()); // first: what it was before is nobody's wish for these outputs
         listen();
     } else if (hasControls_ && connected() != connected_) {
@@ -55,18 +56,12 @@ void AggregateVolume::listen() {
 
 /// From the aggregate to the outputs.
 void AggregateVolume::aggregateChanged() {
-    if (!hasControls_) return;
-    Controls now;
-    try {
-        now = {client_.outputVolume(aggregate_),
-               client_.supportsOutputMute(aggregate_) && client_.outputMute(aggregate_)};
-    } catch (...) { // it has gone; the client has logged it
-        return;
-    }
-    const Controls before = std::exchange(shown_, now);
+    const auto now = hasControls_ ? read() : std::nullopt;
+    if (!now) return;
+    const Controls before = std::exchange(shown_, *now);
     const bool wasTurning = std::exchange(isTurning_, true);
-    if (std::abs(now.volume - before.volume) > roundingError) controller_.setMasterVolume(now.volume);
-    if (now.isMuted != before.isMuted) setMuted(now.isMuted);
+    if (std::abs(now->volume - before.volume) > roundingError) controller_.setMasterVolume(now->volume);
+    if (now->isMuted != before.isMuted) setMuted(now->isMuted);
     isTurning_ = wasTurning;
     // What could not be done, or not so far, is shown as it is.
     devicesAdjusted();
@@ -94,6 +89,15 @@ void AggregateVolume::setMuted(bool isMuted) {
     if (!isMuted) mutedHere_.clear();
 }
 
+std::optional<AggregateVolume::Controls> AggregateVolume::read() const {
+    try {
+        return Controls{client_.outputVolume(aggregate_),
+                        client_.supportsOutputMute(aggregate_) && client_.outputMute(aggregate_)};
+    } catch (...) { // it has gone; the client has logged it
+        return std::nullopt;
+    }
+}
+
 AggregateVolume::Controls AggregateVolume::ofDevices() const {
     const auto& states = controller_.states();
     const bool isAnyHeard =
@@ -102,14 +106,15 @@ AggregateVolume::Controls AggregateVolume::ofDevices() const {
             !isAnyHeard && std::ranges::any_of(states, hasMute)};
 }
 
+/// Compared with what was heard last, not with what could be read now: that may be somebody's next change
+/// already, which is yet to be heard and must not be undone.
 void AggregateVolume::show(Controls controls) {
-    shown_ = controls;
+    const Controls before = std::exchange(shown_, controls);
     connected_ = connected();
     try {
-        if (std::abs(client_.outputVolume(aggregate_) - controls.volume) > roundingError)
+        if (std::abs(before.volume - controls.volume) > roundingError)
             client_.setOutputVolume(aggregate_, controls.volume);
-        if (client_.supportsOutputMute(aggregate_) && client_.outputMute(aggregate_) != controls.isMuted)
-            client_.setOutputMute(aggregate_, controls.isMuted);
+        if (before.isMuted != controls.isMuted) client_.setOutputMute(aggregate_, controls.isMuted);
     } catch (...) {
         logger.error("Could not show the volume at the aggregate: {}", currentErrorDescription());
     }

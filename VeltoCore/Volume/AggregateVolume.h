@@ -1,12 +1,12 @@
-// AggregateVolume: the volume and mute that an aggregate itself has, kept as the master volume and mute of the
-// outputs that it plays to.
+// AggregateVolume: the volume and mute that an aggregate itself has, kept as the master volume and mute of
+// the outputs that it plays to.
 //
-// On some platforms an aggregate has controls of its own, and they are what the desktop's volume keys and mixers
-// act on. They make no difference to the sound; who changes them turns the outputs, and what changes at an
-// output is shown by them. Where an aggregate has none there is nothing to do.
+// On some platforms an aggregate has controls of its own, and they are what the desktop's volume keys and
+// mixers act on. They make no difference to the sound; who changes them turns the outputs, and what changes
+// at an output is shown by them. Where an aggregate has none there is nothing to do.
 //
-// No loop, no jitter: only somebody's change goes from one side to the other. What this writes and hears again
-// is no change, nor is what the hardware makes of a volume.
+// No loop, no jitter: only somebody's change goes from one side to the other. What this writes and hears
+// again is no change, nor is what the hardware makes of a volume.
 //
 // A part of DeviceVolumeController; main actor only.
 #pragma once
@@ -15,6 +15,7 @@
 #include "VeltoCore/Observation/Observable.h"
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -45,6 +46,8 @@ class AggregateVolume {
     void aggregateChanged();
     void devicesAdjusted();
     void setMuted(bool isMuted);
+    /// What the aggregate says; none when it can't be read.
+    std::optional<Controls> read() const;
     /// What the devices say, and the aggregate is to show.
     Controls ofDevices() const;
     void show(Controls controls);
