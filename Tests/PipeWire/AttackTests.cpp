@@ -12,6 +12,7 @@
 #include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -67,9 +68,13 @@ class AttackTests : public RealServer {
         result["aggregate"] = lab->exists(aggregateUID) ? "there" : "none";
         return result;
     }
-    std::string storedBySessionManager() {
-        std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
+    static std::string contentOf(const std::filesystem::path& path) {
+        std::ifstream file(path);
         return {std::istreambuf_iterator<char>(file), {}};
+    }
+    /// What was chosen, now and ever.
+    std::string storedBySessionManager() {
+        return contentOf(server.folder() / "state/wireplumber/default-nodes");
     }
 };
 
@@ -214,7 +219,15 @@ TEST_F(AttackTests, WhereNobodyHasChosenNobodyHasAfterwards) {
     EXPECT_TRUE(lab->waitForDefault("better"));
     lab->unplug("better");
     EXPECT_TRUE(lab->waitForDefault("desk"));
+    // Nor does it remember anything else: what it stores it has stored by the time it has stored this.
+    const auto somethingElse = [&](float volume) { lab->setChannelVolumes("blue", volume); };
+    const std::filesystem::path volumes = server.folder() / "state/wireplumber/restore-stream";
+    somethingElse(0.25F);
+    EXPECT_TRUE(
+        runUntil([&] { return contentOf(volumes).find("blue:channelVolumes=0.25") != std::string::npos; }));
+    EXPECT_EQ(contentOf(volumes).find("velto"), std::string::npos) << contentOf(volumes);
     EXPECT_EQ(storedBySessionManager().find("velto"), std::string::npos) << storedBySessionManager();
+    somethingElse(1);
 }
 
 TEST_F(AttackTests, AnAggregateThatSomebodyElseRemovesIsRestoredFrom) {

@@ -48,10 +48,12 @@ pw_properties* sinkProperties(const AggregateDeviceDescription& description,
     // The aggregate's own volume makes no difference to the sound: each output has its own.
     // The session manager's rule that suspends idle nodes crashes it when the node has just gone; idle, this
     // node costs no more than suspended. A desktop's mixer lists a sink as hardware if it has a device's API.
+    // The session manager remembers the volume of nodes whose device has no routes, but this one's is that of
+    // its outputs as they are.
     pw_properties* properties = pw_properties_new(
         "factory.name", "support.null-audio-sink", PW_KEY_MEDIA_CLASS, "Audio/Sink", PW_KEY_OBJECT_LINGER,
         "true", PW_KEY_NODE_VIRTUAL, "true", PW_KEY_DEVICE_API, "velto", "monitor.channel-volumes", "false",
-        "session.suspend-timeout-seconds", "0", "audio.position", "[ FL FR ]", nullptr);
+        "session.suspend-timeout-seconds", "0", "device.routes", "1", "audio.position", "[ FL FR ]", nullptr);
     if (priority) pw_properties_setf(properties, PW_KEY_PRIORITY_SESSION, "%" PRId64, *priority);
     pw_properties_set(properties, PW_KEY_NODE_NAME, description.uid.c_str());
     pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
