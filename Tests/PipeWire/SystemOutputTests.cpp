@@ -239,6 +239,26 @@ TEST_F(SystemOutputTests, ARateThatAKilledRunForcedIsPutBack) {
     EXPECT_TRUE(leavesNoNotes());
 }
 
+TEST_F(SystemOutputTests, WhatIsKnownOfTheOutputsStaysWhileItIsAskedForAgain) {
+    int answered = 0;
+    std::vector<bool> wasKnown;
+    {
+        const SoundLab::Lock lock(*lab);
+        PipeWireGraph& graph = lab->graph();
+        const auto look = [&] {
+            ++answered;
+            wasKnown.push_back(graph.defaultMetadata()->name(PipeWireKey::defaultSink).has_value());
+        };
+        graph.refreshDefaultMetadata([&, look] {
+            look();
+            graph.refreshDefaultMetadata(look); // answered after the one below
+        });
+        graph.refreshDefaultMetadata(look);
+    }
+    ASSERT_TRUE(lab->waitUntil([&] { return answered == 3; }));
+    EXPECT_THAT(wasKnown, ElementsAre(true, true, true));
+}
+
 TEST_F(SystemOutputTests, WithoutASessionManagerNobodyAnswersForTheOutputs) {
     server.killSessionManager();
     const auto defaultStatus = [&] { return statusThrown([&] { client->defaultOutputDeviceID(); }); };
@@ -250,7 +270,9 @@ TEST_F(SystemOutputTests, WithoutASessionManagerNobodyAnswersForTheOutputs) {
               kAudioHardwareNotRunningError);
     EXPECT_EQ(statusThrown([&] { client->setDefaultSystemOutputDevice(id("usb")); }),
               kAudioHardwareNotRunningError);
+    client->setNominalSampleRate(id("desk"), 96000); // for the aggregate
     EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotRunningError);
+    EXPECT_TRUE(runUntil([&] { return client->nominalSampleRate(id("desk")) == 48000; }));
     EXPECT_LT(loop.continuousNow() - before, std::chrono::seconds(1));
 
     server.startSessionManager();

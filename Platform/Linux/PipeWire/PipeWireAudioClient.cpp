@@ -122,7 +122,7 @@ void PipeWireAudioClient::publishLater() {
 }
 
 void PipeWireAudioClient::publish() {
-    if (!graph_.defaultMetadata()) wasSilent_ = true; // nobody answers for the default output
+    if (!hasSessionManager()) wasSilent_ = true; // nobody answers for the default output
     if (!hasHeard()) return;
     PipeWireSnapshot next = current();
     std::set<ListenedProperty> changed = published_.differences(next);
@@ -200,9 +200,12 @@ void PipeWireAudioClient::requireAnswer(const char* operation) const {
 }
 
 void PipeWireAudioClient::requireSessionManager(const char* operation) const {
+    if (!hasHeard() || !hasSessionManager()) failPipeWireCall(kAudioHardwareNotRunningError, operation);
+}
+
+bool PipeWireAudioClient::hasSessionManager() const noexcept {
     const PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!hasHeard() || !metadata || !metadata->isComplete())
-        failPipeWireCall(kAudioHardwareNotRunningError, operation);
+    return metadata && metadata->isComplete();
 }
 
 PipeWireNode& PipeWireAudioClient::require(AudioObjectID device, const char* operation) const {
@@ -322,7 +325,7 @@ void PipeWireAudioClient::setDefaultSystemOutputDevice(AudioObjectID device) {
 // Aggregates
 
 AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDescription& description) {
-    requireSessionManager("CreateAggregateDevice");
+    requireAnswer("CreateAggregateDevice");
     struct Creating {
         PipeWireAudioClient& client;
         explicit Creating(PipeWireAudioClient& owner) : client(owner) { client.isCreatingAggregate_ = true; }
@@ -332,7 +335,8 @@ AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDe
             client.followAggregate();
             client.outputs_.finishRestoring();
         }
-    } const creating(*this);
+    } const creating(*this); // from here on: a rate has been forced for it by now
+    requireSessionManager("CreateAggregateDevice");
     if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);
     const AudioObjectID created = aggregates_.create(description);
     for (const auto& subDevice : description.subDevices)

@@ -100,6 +100,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     AggregateDeviceDescription requireAggregate(AudioObjectID device, const char* operation) const;
     /// Whether reads can be answered, if only with what was last heard.
     bool hasHeard() const noexcept { return connection_.isConnected() && graph_.isComplete(); }
+    bool hasSessionManager() const noexcept;
     void requireAnswer(const char* operation) const;
     /// The same for what only the session manager can answer.
     void requireSessionManager(const char* operation) const;

@@ -164,10 +164,10 @@ void PipeWireGraph::addMetadata(uint32_t globalID, const PipeWireProperties& pro
     if (name == "default") {
         default_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
         ++defaultGeneration_;
-        complete(&PipeWireGraph::default_);
+        complete(&PipeWireGraph::default_, 0);
     } else if (name == "settings") {
         settings_ = std::make_unique<PipeWireMetadata>(registry_, globalID, changed_);
-        complete(&PipeWireGraph::settings_);
+        complete(&PipeWireGraph::settings_, 0);
     } else {
         return;
     }
@@ -190,18 +190,18 @@ void PipeWireGraph::remove(uint32_t globalID) {
 
 void PipeWireGraph::refreshDefaultMetadata(std::function<void()> refreshed) {
     if (!default_) return;
-    default_->refresh(registry_);
-    complete(&PipeWireGraph::default_, std::move(refreshed));
+    complete(&PipeWireGraph::default_, default_->refresh(registry_), std::move(refreshed));
 }
 
 /// The values that a store has been asked for are there once this is answered.
-void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store,
+void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store, int refresh,
                              std::function<void()> completed) {
-    whenAnswered([this, store, globalID = (this->*store)->globalID(), completed = std::move(completed)] {
-        PipeWireMetadata* metadata = (this->*store).get();
-        if (metadata && metadata->globalID() == globalID) metadata->completed();
-        if (completed) completed();
-    });
+    whenAnswered(
+        [this, store, refresh, globalID = (this->*store)->globalID(), completed = std::move(completed)] {
+            PipeWireMetadata* metadata = (this->*store).get();
+            if (metadata && metadata->globalID() == globalID) metadata->completed(refresh);
+            if (completed) completed();
+        });
 }
 
 void PipeWireGraph::whenAnswered(std::function<void()> answered) {

@@ -75,7 +75,7 @@ class PipeWireGraph {
     struct Events;
 
     void whenAnswered(std::function<void()> answered);
-    void complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store,
+    void complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*store, int refresh,
                   std::function<void()> completed = {});
     void add(uint32_t globalID, std::string_view type, PipeWireProperties properties);
     void addNode(uint32_t globalID, PipeWireProperties properties);

@@ -105,13 +105,16 @@ PipeWireMetadata::PipeWireMetadata(pw_registry* registry, uint32_t globalID, std
 
 PipeWireMetadata::~PipeWireMetadata() = default;
 
-void PipeWireMetadata::refresh(pw_registry* registry) {
-    if (!next_) next_ = std::make_unique<Watch>(*this, registry);
+int PipeWireMetadata::refresh(pw_registry* registry) {
+    if (next_) return refreshes_;
+    next_ = std::make_unique<Watch>(*this, registry);
+    return ++refreshes_;
 }
 
-void PipeWireMetadata::completed() {
+void PipeWireMetadata::completed(int refresh) {
     isComplete_ = true;
-    if (next_) watch_ = std::move(next_);
+    // One that was asked for earlier has nothing to say of the values that arrive now.
+    if (next_ && refresh == refreshes_) watch_ = std::move(next_);
     changed_();
 }
 

@@ -26,10 +26,11 @@ class PipeWireMetadata {
     PipeWireMetadata& operator=(const PipeWireMetadata&) = delete;
     ~PipeWireMetadata();
 
-    /// Asks the server for all values again; they are complete when completed() is called.
-    void refresh(pw_registry* registry);
-    /// The server has answered what was asked after the mirror began or was refreshed.
-    void completed();
+    /// Asks the server for all values again, unless that is under way; they are complete when completed() is
+    /// called with the number that this answers.
+    int refresh(pw_registry* registry);
+    /// The server has answered what was asked after that refresh; or, 0, after the mirror began.
+    void completed(int refresh = 0);
     /// Whether all values have been known once.
     bool isComplete() const noexcept { return isComplete_; }
 
@@ -53,6 +54,7 @@ class PipeWireMetadata {
     std::function<void()> changed_;
     std::unique_ptr<Watch> watch_;
     std::unique_ptr<Watch> next_; // begun anew, its values are still arriving
+    int refreshes_ = 0;
     bool isComplete_ = false;
 };
 
