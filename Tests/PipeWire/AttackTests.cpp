@@ -277,21 +277,24 @@ TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
 }
 
 TEST_F(AttackTests, AForeignSinkWithTheAggregatesNameIsRefusedAndLeftAlone) {
-    lab->pickDefault("usb");
     lab->plug(VirtualOutput::usb(aggregateUID, "Impostor"));
-    stopClient();
-    startClient();
-    const auto before = outside();
-    InMemoryUserDefaults defaults;
-    Core core(*client, loop, defaults);
-    finish(core, core.session.recoverIfNeeded());
-    startSession(core);
-    const auto* failed = core.session.state().as<AudioSessionState::Failed>();
-    ASSERT_NE(failed, nullptr);
-    EXPECT_NE(failed->error.errorDescription().find("Another program's output has the name"),
-              std::string::npos)
-        << failed->error.errorDescription();
-    EXPECT_EQ(outside(), before);
+    for (const char* chosen : {"usb", aggregateUID}) {
+        lab->pickDefault(chosen);
+        const auto before = outside();
+        stopClient();
+        startClient();
+        InMemoryUserDefaults defaults;
+        Core core(*client, loop, defaults);
+        finish(core, core.session.recoverIfNeeded());
+        startSession(core);
+        const auto* failed = core.session.state().as<AudioSessionState::Failed>();
+        ASSERT_NE(failed, nullptr);
+        EXPECT_NE(failed->error.errorDescription().find("Another program's output has the name"),
+                  std::string::npos)
+            << failed->error.errorDescription();
+        settle();
+        EXPECT_EQ(outside(), before) << chosen;
+    }
     lab->unplug(aggregateUID);
     client->setDefaultOutputDevice(id("desk"));
 }

@@ -180,7 +180,8 @@ void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
     standIn_.reset();
     heldSince_.reset();
     stopReclaiming();
-    if (!notes_.configuredOutput() && configuredName() == aggregateName)
+    const bool isForeign = graph_.device(aggregateName); // somebody else's, which may well be chosen
+    if (!notes_.configuredOutput() && !isForeign && configuredName() == aggregateName)
         graph_.defaultMetadata()->remove(PipeWireKey::configuredSink);
     notes_.beginRestoring(aggregateName);
 }
