@@ -211,6 +211,7 @@ TEST_F(AttackTests, WhereNobodyHasChosenNobodyHasAfterwards) {
         ASSERT_TRUE(core.session.activeSession());
         EXPECT_EQ(lab->defaultOutput(), aggregateUID);
         EXPECT_EQ(lab->defaultMetadata(PipeWireKey::configuredSink), std::nullopt);
+        client->setOutputMute(id(aggregateUID), true); // as a desktop's key does
         finish(core, core.session.stop());
         EXPECT_TRUE(lab->waitForDefault("desk"));
     }
@@ -261,6 +262,13 @@ TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
                [&] { heard.push_back(defaultUID()); });
         bool isBack = false;
         listen(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted, [&] { isBack = true; });
+        if (!*choice) { // a session manager that starts doesn't know all outputs
+            for (const char* first : {"desk", aggregateUID}) {
+                setDefaultMetadata(PipeWireKey::defaultSink, "{ \"name\": \"" + std::string(first) + "\" }");
+                settle();
+            }
+            EXPECT_EQ(outside()[PipeWireKey::configuredSink], "none");
+        }
         server.killSessionManager(); // before it has stored what it was told
         server.startSessionManager();
         EXPECT_TRUE(runUntil([&] { return isBack; }));
@@ -274,6 +282,24 @@ TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
         EXPECT_TRUE(runUntil([&] { return outside() == before; })) << testing::PrintToString(outside());
     }
     client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(AttackTests, ALaunchThatMeetsAHangingServerPutsAllBackWhenItAnswers) {
+    InMemoryUserDefaults defaults;
+    const auto before = outside();
+    {
+        Core core(*client, loop, defaults);
+        startSession(core);
+        ASSERT_TRUE(core.session.activeSession());
+    } // killed
+    stopClient();
+    ASSERT_EQ(kill(server.daemonID(), SIGSTOP), 0);
+    client.emplace(loop, loop, server.socket());
+    ASSERT_EQ(kill(server.daemonID(), SIGCONT), 0);
+    Core core(*client, loop, defaults);
+    ASSERT_TRUE(runUntil([&] { return client->isAnswering() && defaultUID() == aggregateUID; }));
+    finish(core, core.session.recoverIfNeeded());
+    EXPECT_TRUE(runUntil([&] { return outside() == before; })) << testing::PrintToString(outside());
 }
 
 TEST_F(AttackTests, AForeignSinkWithTheAggregatesNameIsRefusedAndLeftAlone) {

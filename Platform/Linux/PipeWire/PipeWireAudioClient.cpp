@@ -88,7 +88,7 @@ void PipeWireAudioClient::connectionLost() {
 void PipeWireAudioClient::connectionAnswers() {
     wasSilent_ = true;
     hadAggregate_.reset(); // what was asked meanwhile, and given up, has been done by now
-    followAggregate();
+    if (graph_.isComplete()) followAggregate(); // else one that is there has only not been heard of
     publishLater();
 }
 

@@ -151,9 +151,23 @@ void PipeWireSystemOutputs::holdDefault() {
         return stopReclaiming();
     }
     if (reclaiming_) return;
+    // A session manager that starts chooses among the outputs that it knows already. Where nobody has chosen,
+    // the aggregate's priority does the rest, without a choice that would be remembered.
+    if (configured) return reclaimDefault();
+    reclaiming_ = actor_.postAfter(reclaimingGrace, [this] {
+        reclaiming_.reset();
+        reclaimDefault();
+    });
+}
+
+void PipeWireSystemOutputs::reclaimDefault() {
+    const PipeWireNode* aggregate = aggregates_.existing();
+    PipeWireMetadata* metadata = graph_.defaultMetadata();
+    if (!aggregate || !metadata || !metadata->isComplete()) return; // again when it is
     LoggingService::audioDevices.notice(
         "The session manager left the aggregate; making it the default again");
-    if (configured != aggregate->name()) metadata->setName(PipeWireKey::configuredSink, aggregate->name());
+    if (configuredName() != aggregate->name())
+        metadata->setName(PipeWireKey::configuredSink, aggregate->name());
     reclaiming_ = actor_.postAfter(reclaimingGrace, [this] {
         reclaiming_.reset();
         heldSince_.reset(); // in vain

@@ -76,6 +76,7 @@ class PipeWireSystemOutputs {
     bool leaveAggregate(const std::string& aggregateName, const std::string& outputName);
     void holdDefault();
     void listenHarder();
+    void reclaimDefault();
     void stopReclaiming();
     void routeAlerts();
     /// Waits, and asks the store anew when it takes too long.
