@@ -15,10 +15,15 @@ constexpr Duration slice = 500ms;
 
 } // namespace
 
-Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token) {
-    for (Duration left = interval; left > Duration::zero(); left -= std::min(left, slice)) {
-        auto slept = actor.sleep(std::min(left, slice), token);
-        if (co_await slept == SleepResult::cancelled) co_return SleepResult::cancelled;
+Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token,
+                              std::function<bool()> counts) {
+    for (Duration left = interval; left > Duration::zero();) {
+        const Duration next = std::min(left, slice);
+        auto slept = actor.sleep(next, token);
+        const SleepResult result = co_await slept;
+        // It may have been cancelled in the very turn in which it elapsed.
+        if (result == SleepResult::cancelled || token.isCancelled()) co_return SleepResult::cancelled;
+        if (!counts || counts()) left -= next;
     }
     co_return SleepResult::elapsed;
 }

@@ -7,9 +7,12 @@
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
 
+#include <functional>
+
 namespace velto {
 
-/// The token ends it early.
-Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token);
+/// The token ends it early. Only time in which `counts` answers yes counts; without it all does.
+Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token,
+                              std::function<bool()> counts = {});
 
 } // namespace velto

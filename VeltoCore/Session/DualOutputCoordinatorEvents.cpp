@@ -133,7 +133,7 @@ void DualOutputCoordinator::watchForLoss() {
 }
 
 Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session, CancellationToken token) {
-    auto waiting = wakingSleep(actor_, lossPatience, token);
+    auto waiting = wakingSleep(actor_, lossPatience, token, [this] { return systemAudio_.isAnswering(); });
     if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
     lossWait_.reset();
     if (!isRunning(session) || systemAudio_.isOperationRunning() || !canEndForLoss()) co_return;
@@ -176,7 +176,8 @@ void DualOutputCoordinator::watchSwitch() {
 
 Task<void> DualOutputCoordinator::confirmSwitch(DualOutputSession session, CancellationToken token) {
     for (const bool isLast : {false, true}) {
-        auto waiting = wakingSleep(actor_, switchPatience, token);
+        auto waiting =
+            wakingSleep(actor_, switchPatience, token, [this] { return systemAudio_.isAnswering(); });
         if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
         if (!isRunning(session) || systemAudio_.isOperationRunning() || !systemAudio_.isAnswering()) break;
         deviceManager_.refresh();

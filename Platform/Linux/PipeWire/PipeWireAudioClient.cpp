@@ -55,7 +55,7 @@ PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher
       askAgainDelay_(firstAskAgainDelay) {
     connection_.connect();
     connection_.waitUntil([this] { return graph_.isComplete(); });
-    outputs_.finishRestoring();
+    outputs_.finishRestoring(newDefaultGrace);
     wasSilent_ = !isAnswering();
     published_ = current();
     askAgainForDefault();
@@ -333,7 +333,7 @@ AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDe
             client.isCreatingAggregate_ = false;
             client.hadAggregate_ = true; // so that its absence, now or later, is one that is new
             client.followAggregate();
-            client.outputs_.finishRestoring();
+            client.outputs_.finishRestoring(newDefaultGrace);
         }
     } const creating(*this); // from here on: a rate has been forced for it by now
     requireSessionManager("CreateAggregateDevice");
@@ -353,7 +353,7 @@ void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
     aggregates_.destroy(*node);
     followAggregate();
     connection_.waitUntil([&] { return outputs_.hasLeft(name); }, newDefaultGrace);
-    outputs_.finishRestoring();
+    outputs_.finishRestoring(pipeWireDeadline - newDefaultGrace);
     driftCompensation_.clear();
 }
 

@@ -25,8 +25,8 @@ void PipeWireNotes::noteOutputs(const std::string& aggregateName) {
     const PipeWireMetadata* outputs = graph_.defaultMetadata();
     if (!settings || !outputs || noted(PipeWireKey::previousConfiguredSink)) return;
     const auto configured = outputs->name(PipeWireKey::configuredSink);
-    settings->set(PipeWireKey::previousConfiguredSink, "",
-                  configured == aggregateName ? "" : configured.value_or(""));
+    if (configured != aggregateName) lastConfigured_ = configured.value_or("");
+    settings->set(PipeWireKey::previousConfiguredSink, "", lastConfigured_);
     const auto alert = outputs->name(PipeWireKey::alertSink);
     settings->set(PipeWireKey::previousAlertSink, "", alert == aggregateName ? "" : alert.value_or(""));
 }
@@ -36,6 +36,13 @@ void PipeWireNotes::noteSampleRate() {
     if (!settings || noted(PipeWireKey::previousForcedRate)) return;
     settings->set(PipeWireKey::previousForcedRate, "",
                   settings->value(PipeWireKey::forcedRate).value_or("0"));
+}
+
+void PipeWireNotes::restoreWithoutNote(const std::string& aggregateName) {
+    PipeWireMetadata* outputs = graph_.defaultMetadata();
+    if (!outputs || configuredOutput() || outputs->name(PipeWireKey::configuredSink) != aggregateName) return;
+    lastConfigured_.empty() ? outputs->remove(PipeWireKey::configuredSink)
+                            : outputs->setName(PipeWireKey::configuredSink, lastConfigured_);
 }
 
 void PipeWireNotes::beginRestoring(const std::string& aggregateName) {

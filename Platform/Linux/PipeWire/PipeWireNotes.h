@@ -27,6 +27,9 @@ class PipeWireNotes {
     /// The configured output that is noted: empty when nothing was configured, none without a note.
     std::optional<std::string> configuredOutput() const;
 
+    /// A choice of the aggregate that outlived its server, and the notes with it, is no choice: what this run
+    /// noted last is put back, or nothing is chosen.
+    void restoreWithoutNote(const std::string& aggregateName);
     /// From now on puts back all that is noted. For when no aggregate is there, or none any more.
     void beginRestoring(const std::string& aggregateName);
     /// Takes the next steps of it that can be taken now. Called on every change, also from within server
@@ -50,6 +53,8 @@ class PipeWireNotes {
 
     PipeWireGraph& graph_;
     std::string aggregateName_;
+    /// The configured output as it was last noted; outlives the server.
+    std::string lastConfigured_;
     bool isRestoring_ = false;
     /// What was asked of the stores since restoring began: their mirror follows later.
     std::set<std::string> sent_;

@@ -69,9 +69,9 @@ bool PipeWireSystemOutputs::becomesTrue(const std::function<bool()>& condition, 
     return true;
 }
 
-void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition,
-                                                   const char* label) {
-    if (!becomesTrue(condition, pipeWireDeadline)) fail(label);
+void PipeWireSystemOutputs::waitForDefaultMetadata(const std::function<bool()>& condition, const char* label,
+                                                   Duration deadline) {
+    if (!becomesTrue(condition, deadline)) fail(label);
 }
 
 // The default output
@@ -114,7 +114,8 @@ void PipeWireSystemOutputs::switchToAggregate(const std::string& name) {
     if (isChosen || !becomesTrue(isEffective, priorityGrace)) {
         if (connection_.isSilent()) fail(label);
         defaultMetadata().setName(PipeWireKey::configuredSink, name);
-        waitForDefaultMetadata([&] { return isEffective() && configuredName() == name; }, label);
+        waitForDefaultMetadata([&] { return isEffective() && configuredName() == name; }, label,
+                               isChosen ? pipeWireDeadline : pipeWireDeadline - priorityGrace);
     }
     heldSince_ = graph_.defaultMetadataGeneration();
 }
@@ -185,8 +186,8 @@ void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName
     constexpr const char* label = "Preparing for an aggregate";
     if (!connection_.roundTrip()) fail(label); // also, what was stored a moment ago counts
     defaultMetadata();                         // without a session manager nobody would give it its ports
-    finishRestoring();
-    if (connection_.isSilent()) fail(label);
+    finishRestoring(pipeWireDeadline);
+    if (connection_.isSilent() || notes_.isRestoring()) fail(label); // else it would go on in the session
     notes_.noteOutputs(aggregateName);
 }
 
@@ -195,14 +196,13 @@ void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
     heldSince_.reset();
     stopReclaiming();
     const bool isForeign = graph_.device(aggregateName); // somebody else's, which may well be chosen
-    if (!notes_.configuredOutput() && !isForeign && configuredName() == aggregateName)
-        graph_.defaultMetadata()->remove(PipeWireKey::configuredSink);
+    if (!isForeign) notes_.restoreWithoutNote(aggregateName);
     notes_.beginRestoring(aggregateName);
 }
 
-void PipeWireSystemOutputs::finishRestoring() {
+void PipeWireSystemOutputs::finishRestoring(Duration deadline) {
     const auto isDone = [this] { return !notes_.isRestoring() || !graph_.defaultMetadata(); };
-    becomesTrue(isDone, pipeWireDeadline);
+    becomesTrue(isDone, deadline);
 }
 
 /// A store that has let us miss a change may go on doing so, for good. What somebody chooses shows in where
@@ -301,7 +301,7 @@ void PipeWireSystemOutputs::setSampleRate(double sampleRate) {
     constexpr const char* label = "SetNominalSampleRate";
     if (connection_.isSilent()) fail(label);
     if (this->sampleRate() == sampleRate) return;
-    finishRestoring(); // else it would put back the rate that is set now
+    finishRestoring(pipeWireDeadline); // else it would put back the rate that is set now
     notes_.noteSampleRate();
     graph_.settingsMetadata()->set(PipeWireKey::forcedRate, "", std::to_string(std::lround(sampleRate)));
     const auto isEffective = [&] { return graph_.settingsMetadata() && this->sampleRate() == sampleRate; };

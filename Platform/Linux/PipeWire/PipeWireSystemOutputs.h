@@ -60,7 +60,7 @@ class PipeWireSystemOutputs {
     /// it that outlived its server is no choice.
     void restore(const std::string& aggregateName);
     /// Waits for the end of that, as long as the server answers.
-    void finishRestoring();
+    void finishRestoring(Duration deadline);
 
     /// Keeps all that is said above true. Called on every change, also from within server callbacks.
     void follow();
@@ -81,7 +81,8 @@ class PipeWireSystemOutputs {
     void routeAlerts();
     /// Waits, and asks the store anew when it takes too long.
     bool becomesTrue(const std::function<bool()>& condition, Duration deadline);
-    void waitForDefaultMetadata(const std::function<bool()>& condition, const char* label);
+    void waitForDefaultMetadata(const std::function<bool()>& condition, const char* label,
+                                Duration deadline = pipeWireDeadline);
     [[noreturn]] void fail(const char* label) const;
 
     MainActor& actor_;
