@@ -8,8 +8,22 @@ namespace {
 using Kind = AudioTransportType::Kind;
 
 TEST(AudioTransportTypeTests, StoredNamesAreExact) {
-    for (const std::uint32_t code : {fourCharCode("ccwd"), fourCharCode("ccwl")})
-        EXPECT_EQ(AudioTransportType(code).storedName(), "continuityCapture");
+    const std::pair<std::uint32_t, const char*> names[] = {
+        {fourCharCode("bltn"), "builtIn"},
+        {fourCharCode("grup"), "aggregate"},
+        {fourCharCode("fgrp"), "autoAggregate"},
+        {fourCharCode("virt"), "virtual"},
+        {fourCharCode("usb "), "usb"},
+        {fourCharCode("blue"), "bluetooth"},
+        {fourCharCode("blea"), "bluetoothLE"},
+        {fourCharCode("hdmi"), "hdmi"},
+        {fourCharCode("dprt"), "displayPort"},
+        {fourCharCode("airp"), "airPlay"},
+        {fourCharCode("ccwd"), "continuityCapture"},
+        {fourCharCode("ccwl"), "continuityCapture"},
+    };
+    for (const auto& [code, name] : names)
+        EXPECT_EQ(AudioTransportType(code).storedName(), name);
     EXPECT_EQ(AudioTransportType::fromStoredName("Bluetooth"), std::nullopt);
     EXPECT_EQ(AudioTransportType::fromStoredName(""), std::nullopt);
     EXPECT_EQ(AudioTransportType::fromStoredName("virtualDevice"), std::nullopt);
