@@ -18,7 +18,6 @@ void InMemoryUserDefaults::remove(std::string_view key) {
 }
 
 void InMemoryUserDefaults::synchronize() {
-    ++synchronizeCount_;
     if (!fault_) onDisk_ = stored_;
     setWriteFailure(fault_);
 }

@@ -30,7 +30,6 @@ class InMemoryUserDefaults final : public UserDefaults {
     const DefaultsDictionary& stored() const noexcept { return stored_; }
     /// What the last synchronize() wrote: all that survives a crash.
     const DefaultsDictionary& onDisk() const noexcept { return onDisk_; }
-    int synchronizeCount() const noexcept { return synchronizeCount_; }
     /// Calls of set() and remove().
     int writeCount() const noexcept { return writeCount_; }
 
@@ -38,7 +37,6 @@ class InMemoryUserDefaults final : public UserDefaults {
     DefaultsDictionary stored_;
     DefaultsDictionary onDisk_;
     std::optional<std::string> fault_;
-    int synchronizeCount_ = 0;
     int writeCount_ = 0;
 };
 

@@ -9,14 +9,6 @@ std::size_t SimulatedCalls::count(CoreAudioOperation operation) const noexcept {
     return static_cast<std::size_t>(std::ranges::count(log_, operation, &Call::operation));
 }
 
-std::vector<CoreAudioOperation> SimulatedCalls::order(std::initializer_list<CoreAudioOperation> of) const {
-    std::vector<CoreAudioOperation> result;
-    for (const Call& call : log_) {
-        if (std::ranges::find(of, call.operation) != of.end()) result.push_back(call.operation);
-    }
-    return result;
-}
-
 void SimulatedCalls::failNext(CoreAudioOperation operation, Failure failure) {
     next_[operation].push_back(std::move(failure));
 }

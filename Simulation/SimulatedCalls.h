@@ -39,8 +39,6 @@ class SimulatedCalls {
     const std::vector<Call>& log() const noexcept { return log_; }
     std::size_t total() const noexcept { return log_.size(); }
     std::size_t count(CoreAudioOperation operation) const noexcept;
-    /// The log reduced to some operations, to look at their order.
-    std::vector<CoreAudioOperation> order(std::initializer_list<CoreAudioOperation> of) const;
     void clear() { log_.clear(); }
 
     // Failures

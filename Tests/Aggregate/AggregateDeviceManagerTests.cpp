@@ -101,20 +101,6 @@ TEST_F(AggregateDeviceManagerTests, ChecksEverythingBeforeItChangesAnything) {
     EXPECT_EQ(world.device("usb").sampleRate, 48000);
 }
 
-TEST_F(AggregateDeviceManagerTests, GroupOfThreeNamesAllOthersWhenRatesDiffer) {
-    const AudioGroup group({device("usb"), device("builtin"), device("hdmi")});
-    auto both = device("builtin");
-    both.availableSampleRates = {{44100, 44100}};
-    const auto created = program->finish(program->aggregates.createAggregate(
-        AudioGroup({device("usb"), both, device("bluetooth")}), "All", 96000, ClockStrategy::automatic));
-    EXPECT_EQ(created.error(), Error::incompatibleSampleRates("USB DAC", "Built-in Speakers, Headphones"));
-    const auto info = program->finish(
-        program->aggregates.createAggregate(group, "All", std::nullopt, ClockStrategy::builtInPreferred));
-    EXPECT_EQ(info.value().masterUID, "builtin");
-    EXPECT_THAT(drift(), ElementsAre(true, false, true));
-    destroy(info.value().deviceID).value();
-}
-
 TEST_F(AggregateDeviceManagerTests, CreationFailuresCarryTheStatusAlone) {
     world.calls.failNext(Operation::createAggregateDevice, kAudioHardwareIllegalOperationError);
     EXPECT_EQ(create("usb", "hdmi").error(),

@@ -33,15 +33,6 @@ Task<> sleep(MainActor& actor, Duration interval, CancellationToken token, Trace
                     std::to_string(now.count()));
 }
 
-TEST_F(MainActorTests, SleepsEndInOrderOfTimeThenOfStarting) {
-    for (const auto interval : {300ms, 100ms, 100ms, 0ms})
-        scope.spawn(sleep(actor, interval, {}, trace));
-    actor.advance(99ms);
-    EXPECT_THAT(trace, ElementsAre("elapsed 0"));
-    actor.advance(1s);
-    EXPECT_THAT(trace, ElementsAre("elapsed 0", "elapsed 100", "elapsed 100", "elapsed 300"));
-}
-
 TEST_F(MainActorTests, CancelledSleepEndsEarlyInATurnOfItsOwn) {
     CancellationSource source;
     scope.spawn(sleep(actor, 10s, source.token(), trace));

@@ -13,7 +13,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -162,29 +161,6 @@ TEST_F(NotifierStatusItemTests, ClicksSayWhereAndTheWheelHowFar) {
         shell->callItem("Scroll", {delta, "vertical"});
     shell->callItem("Scroll", {120, "Horizontal"});
     EXPECT_THAT(scrolled, ElementsAre(1, -2, 0.5, -1, 2));
-}
-
-TEST_F(NotifierStatusItemTests, TheMenuIsDescribedByItsInterface) {
-    showItem();
-    const QDBusMessage answer = shell->callMenu("GetLayout", {0, -1, QStringList()});
-    ASSERT_EQ(answer.signature(), "u(ia{sv}av)");
-    const auto layout = qdbus_cast<NotifierMenuLayout>(answer.arguments()[1]);
-    EXPECT_EQ(layout.properties.value("children-display"), "submenu");
-    std::vector<std::string> lines;
-    QList<int> ids;
-    for (const QVariant& child : layout.children) {
-        ASSERT_EQ(signature(child), "(ia{sv}av)");
-        const auto entry = qdbus_cast<NotifierMenuLayout>(child);
-        ids.append(entry.id);
-        lines.push_back(
-            entry.properties.value("type", entry.properties.value("label")).toString().toStdString());
-    }
-    ASSERT_THAT(lines, ElementsAre("Open Velto", "Settings…", "separator", "Quit Velto"));
-    for (const QDBusMessage& nonsense :
-         {shell->callMenu("GetLayout", {-1, -1, QStringList()}),
-          shell->callMenu("GetProperty", {99, "label"}), shell->callMenu("GetProperty", {ids[2], "label"}),
-          shell->callMenu("AboutToShow", {99})})
-        EXPECT_EQ(nonsense.type(), QDBusMessage::ErrorMessage);
 }
 
 TEST_F(NotifierStatusItemTests, WhatIsChosenInTheMenuIsDoneOnce) {

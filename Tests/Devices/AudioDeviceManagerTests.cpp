@@ -192,36 +192,6 @@ TEST_F(AudioDeviceManagerTests, ExplicitRefreshDoesNotSwallowAReconnection) {
     EXPECT_EQ(manager->changeCounter(), counter + 1);
 }
 
-TEST_F(AudioDeviceManagerTests, ListensOnceUntilItStops) {
-    manager->startObserving();
-    const auto listeners = world.listeners();
-    manager->startObserving();
-    EXPECT_EQ(world.listeners(), listeners);
-    EXPECT_THAT(listeners, ElementsAre(testing::HasSubstr("'dev#'"), testing::HasSubstr("'dOut'")));
-
-    manager->stopObserving();
-    EXPECT_EQ(world.listenerCount(), 0U);
-    world.unplug("usb");
-    actor.runReady();
-    EXPECT_EQ(manager->changeCounter(), 0);
-
-    manager->startObserving();
-    world.replug("usb");
-    actor.runReady();
-    EXPECT_EQ(manager->changeCounter(), 1);
-    EXPECT_THAT(uids(), testing::Contains("usb"));
-}
-
-TEST_F(AudioDeviceManagerTests, NotificationsAfterItsEndAreHarmless) {
-    observe();
-    world.unplug("usb"); // the notifications are under way
-    manager.reset();
-    actor.runReady();
-    world.replug("usb");
-    actor.runReady();
-    EXPECT_EQ(handlerCalls, 0);
-}
-
 TEST_F(AudioDeviceManagerTests, ListThatCannotBeReadLeavesTheOldOne) {
     observe();
     world.unplug("bluetooth");
@@ -340,18 +310,6 @@ TEST_F(AudioDeviceManagerTests, MayBeEndedByWhomeverItTells) {
         world.replug("usb");
         world.pickDefault("usb");
     }
-}
-
-TEST_F(AudioDeviceManagerTests, ListenerThatCannotBeAddedLeavesTheOther) {
-    world.calls.failNext(Operation::addPropertyListener, kAudioHardwareIllegalOperationError);
-    observe();
-    EXPECT_EQ(world.listenerCount(), 1U);
-    EXPECT_EQ(log.count("AudioDevices error: Could not observe 'dev#'"), 1U);
-    world.pickDefault("bluetooth");
-    actor.runReady();
-    EXPECT_EQ(handlerCalls, 1);
-    manager->stopObserving();
-    EXPECT_EQ(world.listenerCount(), 0U);
 }
 
 TEST_F(AudioDeviceManagerTests, ObserversHearOfRealChangesOnly) {

@@ -86,16 +86,5 @@ TEST(DeviceSelectionRulesTests, FallsBackToBuiltInElseTheFirstGiven) {
     EXPECT_EQ(fallback({headphones, display, speakers}, "Speakers"), "Wireless");
 }
 
-/// An order that contradicts itself: everything comes before everything.
-class AbsurdCollation final : public TextCollation {
-  public:
-    int compare(std::string_view, std::string_view) const override { return -1; }
-};
-
-TEST(DeviceSelectionRulesTests, BearsAnOrderThatContradictsItself) {
-    const std::vector<AudioOutputDevice> devices(100, output("Speaker", Kind::usb));
-    EXPECT_EQ(DeviceSelectionRules::selectableOutputDevices(devices, {}, AbsurdCollation()).size(), 100U);
-}
-
 } // namespace
 } // namespace velto

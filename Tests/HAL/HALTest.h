@@ -1,7 +1,7 @@
 // HALTest: the real client over a fake HAL.
 //
-// Fails every test that leaves a platform object or a block alive, uses a dead one, leaves a listener
-// registered without saying so, or scripts a failure that never comes.
+// Fails every test that leaves a platform object, a block or a listener, uses a dead one, or scripts a
+// failure that never comes.
 #pragma once
 
 #include "Tests/HAL/FakeHAL.h"
@@ -22,7 +22,7 @@ class HALTest : public ::testing::Test, private LogSink {
     ~HALTest() override { LoggingService::install(nullptr); }
 
     void TearDown() override {
-        EXPECT_EQ(hal.listeners.size(), listenersLeft);
+        EXPECT_THAT(hal.listeners, ::testing::IsEmpty());
         EXPECT_FALSE(hal.hasPendingFault());
         hal.release();
         EXPECT_EQ(hal.liveBlocks(), 0u);
@@ -55,8 +55,6 @@ class HALTest : public ::testing::Test, private LogSink {
     SystemCoreAudioClient client;
     /// What was logged: errors of the devices' channel, nothing else is expected here.
     std::vector<std::string> log;
-    /// Listeners that the test means to leave registered.
-    std::size_t listenersLeft = 0;
 
   private:
     bool isEnabled(LogLevel) const noexcept override { return true; }

@@ -151,22 +151,18 @@ TEST_F(JudgeCommandTests, StoryThatCannotBeTakenAtItsWord) {
     };
     const Case cases[] = {
         {"\"sampleRate\" must be 48000", [](json& story) { story["sampleRate"] = 44100; }},
-        {"there are no steps", [](json& story) { story["steps"] = json::array(); }},
         {"step 1: it is no object", [](json& story) { story["steps"][0] = 1; }},
-        {"two outputs have the UID desk", [](json& story) { story["outputs"][1]["uid"] = "desk"; }},
-        {"\"from\" must be a number", inStep("from", true)},
         {"no output has the UID tv", inStep("sound", {"tv"})},
-        {"skew needs two outputs", inStep("sound", {"desk"})},
         {"outside of the recordings, which last 8.000 s", inStep("to", 8.01)},
         {"too short to be judged", inStep("to", 1.05)},
         {"\"skewLimitSamples\" must be a whole number", inStep("skewLimitSamples", -1)},
         {"the key \"lostLimit\" is unknown", inStep("lostLimit", 0)},
         {"around the survivor's event", inStep("survivorEvent", 0.4)},
-        {"\"gains\" must be an object of numbers", inStep("gains", {{"usb", -1}})},
         {"\"gains\" names an output on which no sound is due", inStep("gains", {{"display", 1}})},
-        {"\"clickIntervalSamples\" is missing", inStep("clickPeak", 0.5)},
         {"clicks tell nothing of a loss",
-         [](json& story) { story["steps"][0].update({{"clickPeak", 0.5}, {"clickIntervalSamples", 4800}}); }},
+         [](json& story) {
+             story["steps"][0].update({{"clickPeak", 0.5}, {"clickIntervalSamples", 4800}});
+         }},
         {"not before the end of the window", inStep("returnedEvent", 3)},
     };
     const json sound = story;

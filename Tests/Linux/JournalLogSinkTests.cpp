@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <string>
 
 namespace velto {
@@ -27,16 +26,6 @@ TEST(JournalLogSinkTests, ForeignTextCannotForgeAField) {
                             "VELTO_CATEGORY=AudioDevices"));
     for (const std::string& field : fields)
         EXPECT_EQ(field.find('\n'), std::string::npos) << field;
-}
-
-TEST(JournalLogSinkTests, EachLevelHasItsPriority) {
-    const auto priority = [](LogLevel level) {
-        return JournalLogSink::journalFields({"UI", level, "x", {}}).at(1);
-    };
-    EXPECT_EQ(priority(LogLevel::debug), "PRIORITY=7");
-    EXPECT_EQ(priority(LogLevel::info), "PRIORITY=6");
-    EXPECT_EQ(priority(LogLevel::notice), "PRIORITY=5");
-    EXPECT_EQ(priority(LogLevel::fault), "PRIORITY=2");
 }
 
 } // namespace

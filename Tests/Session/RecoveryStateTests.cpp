@@ -50,15 +50,6 @@ TEST(RecoveryStateTests, IsOneObjectWithoutAbsentKeys) {
     EXPECT_EQ(decodeRecoveryState(*encodeRecoveryState(bare)), bare);
 }
 
-TEST_F(RecoveryStateStoreTests, RecordSurvivesACrashFromItsSaveToItsClear) {
-    EXPECT_EQ(store.loadRecoveryState(), std::nullopt);
-    store.saveRecoveryState(record);
-    InMemoryUserDefaults afterCrash(defaults.onDisk());
-    EXPECT_EQ(UserDefaultsRecoveryStateStore(afterCrash).loadRecoveryState(), record);
-    store.saveRecoveryState(std::nullopt);
-    EXPECT_THAT(defaults.onDisk(), IsEmpty());
-}
-
 TEST_F(RecoveryStateStoreTests, RecordThatCannotBeEncodedLeavesNoOldOne) {
     store.saveRecoveryState(record);
     RecoveryState timeless = record;
@@ -67,27 +58,15 @@ TEST_F(RecoveryStateStoreTests, RecordThatCannotBeEncodedLeavesNoOldOne) {
     EXPECT_THAT(defaults.onDisk(), IsEmpty());
 }
 
-TEST_F(RecoveryStateStoreTests, ReadsAbsentNullAndUnknownKeys) {
-    const auto state = load(R"({"startedAt":-1e3,"secondDeviceUID":"c","future":[{}],"firstDeviceUID":"b",
-                                "previousDefaultOutputUID":null,"aggregateUID":"a"})");
-    const RecoveryState expected{
-        .aggregateUID = "a", .firstDeviceUID = "b", .secondDeviceUID = "c", .startedAt = Date{-1000}};
-    EXPECT_EQ(state, expected);
-}
-
 TEST_F(RecoveryStateStoreTests, UnreadableRecordIsAbsentAndStays) {
     const RecordingLogSink log;
     const std::string_view unreadable[] = {
         "",
         "{",
-        "\xFF\xFE",
         R"({"aggregateUID":"a"})",
-        R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":"c","startedAt":"2026"})",
         R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":"c","startedAt":1e999})",
-        R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":"c","startedAt":NaN})",
         R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":null,"startedAt":1})",
         R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":"c","startedAt":1,"previousSystemOutputUID":0})",
-        R"({"aggregateUID":"a","firstDeviceUID":"b","secondDeviceUID":"c","startedAt":1} x)",
     };
     for (const std::string_view stored : unreadable) {
         EXPECT_EQ(load(stored), std::nullopt) << stored;

@@ -4,17 +4,14 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <memory>
 #include <string>
 
 namespace velto {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Operation = CoreAudioOperation;
-using State = AudioSessionState;
 
 /// What one run leaves behind when it dies, and what the next one makes of it.
 class RecoveryTests : public ProgramTest {
@@ -33,28 +30,6 @@ class RecoveryTests : public ProgramTest {
         EXPECT_THAT(log.lines(), IsEmpty());
     }
 };
-
-TEST_F(RecoveryTests, NothingToRecoverChangesAndLogsNothing) {
-    EXPECT_FALSE(recover());
-    EXPECT_THAT(log.lines(), IsEmpty());
-    // An unreadable record is no record, and stays.
-    const Data broken{'{'};
-    defaults.set(UserDefaultsRecoveryStateStore::key, broken);
-    EXPECT_FALSE(recover());
-    EXPECT_EQ(defaults.dataValue(UserDefaultsRecoveryStateStore::key), broken);
-}
-
-TEST_F(RecoveryTests, CrashWhilePlayingIsCleanedUp) {
-    play();
-    crashAndLaunch();
-    EXPECT_TRUE(recover());
-    EXPECT_EQ(program->session.state(), State::idle());
-    EXPECT_THAT(log.linesWith("SystemOutput "),
-                ElementsAre("SystemOutput notice: Recovering from previous session (aggregate present: true, "
-                            "state saved: true)",
-                            "SystemOutput info: Restored default output to USB DAC"));
-    expectClean("usb", "hdmi");
-}
 
 TEST_F(RecoveryTests, CrashAtAnyMomentOfAStartIsCleanedUp) {
     for (int turns = 0;; ++turns) {
@@ -117,24 +92,6 @@ TEST_F(RecoveryTests, AggregateWithoutARecordIsRemoved) {
         log.contains("SystemOutput notice: Recovering from previous session (aggregate present: true, "
                      "state saved: false)"));
     expectClean("builtin", "builtin");
-}
-
-TEST_F(RecoveryTests, ASessionThatRunsIsNoLeftOver) {
-    play();
-    const State playing = program->session.state();
-    EXPECT_FALSE(recover());
-    EXPECT_EQ(program->session.state(), playing);
-    EXPECT_THAT(violations(*program), IsEmpty());
-
-    // Nor is one that is being made while the recovery waits for its turn.
-    program->finish(program->session.stop()).value();
-    world.faults.aliveAfter = 200ms;
-    const auto started = program->begin(program->start("bluetooth", "builtin"));
-    loop.advance(100ms);
-    EXPECT_FALSE(recover());
-    started.value();
-    EXPECT_THAT(violations(*program), IsEmpty());
-    program->finish(program->session.stop()).value();
 }
 
 } // namespace

@@ -72,44 +72,6 @@ TEST_F(SystemAudioManagerTests, StartTakesOverBothOutputsAndStopGivesThemBack) {
     expectUntouched();
 }
 
-TEST_F(SystemAudioManagerTests, FailedStartsSayWhyAndLeaveNothing) {
-    AudioOutputDevice silent = program->devices.device("usb").value();
-    silent.outputChannelCount = 0;
-    const auto group = program->finish(session().start(silent, program->devices.device("hdmi").value(),
-                                                       "Both", std::nullopt, ClockStrategy::automatic));
-    EXPECT_EQ(group.error(), Error::sameDeviceSelected());
-    world.calls.failNext(Operation::createAggregateDevice, {.foreignError = "out of memory"});
-    EXPECT_EQ(start().error(), Error::aggregateCreationFailed("out of memory"));
-    expectUntouched();
-}
-
-TEST_F(SystemAudioManagerTests, FailedSwitchIsUndoneBeforeTheAggregateGoes) {
-    for (const auto operation :
-         {Operation::setDefaultOutputDevice, Operation::setDefaultSystemOutputDevice}) {
-        for (const bool isAfterEffect : {false, true}) {
-            SCOPED_TRACE(name(operation));
-            world.calls.clear();
-            world.calls.failNext(operation,
-                                 {.status = kAudioDevicePermissionsError, .isAfterEffect = isAfterEffect});
-            const auto error =
-                Error::cannotSetDefaultOutput("Core Audio reported an error: Audio device permissions error");
-            EXPECT_EQ(start().error(), error);
-            EXPECT_EQ(state(), State::failed(error));
-            expectUntouched();
-            const auto order = world.calls.order({operation, Operation::destroyAggregateDevice});
-            EXPECT_EQ(order.back(), Operation::destroyAggregateDevice);
-        }
-    }
-    // A system that takes its time: what was switched still reads old, and is switched back all the same.
-    world.faults.slowOutputChange = 50ms;
-    world.calls.failNext(Operation::setDefaultSystemOutputDevice, kAudioHardwareNotReadyError);
-    world.calls.failNext(Operation::destroyAggregateDevice, kAudioHardwareBadDeviceError);
-    EXPECT_TRUE(start().error());
-    world.faults.slowOutputChange = Duration();
-    expectOutputs("usb", "hdmi");
-    world.removeAggregate(AggregateDeviceManager::aggregateUID);
-}
-
 TEST_F(SystemAudioManagerTests, OwnAggregateIsNeverWhatToGoBackTo) {
     // An earlier run's aggregate still is the default and the alert output.
     world.makeAggregate({.uid = std::string(AggregateDeviceManager::aggregateUID),
@@ -173,81 +135,6 @@ TEST_F(SystemAudioManagerTests, StopRespectsWhatOthersHaveDone) {
         world.unplug(uid);
     EXPECT_EQ(stop().error(), Error::cannotRestoreOutput("No output device is available."));
     EXPECT_THAT(violations(*program), IsEmpty());
-}
-
-TEST_F(SystemAudioManagerTests, RestoreGoesOnWithoutTheAlertOutput) {
-    start().value();
-    world.unplug("hdmi"); // where alerts went before
-    world.calls.failNext(Operation::setDefaultSystemOutputDevice, kAudioHardwareBadDeviceError);
-    stop().value();
-    EXPECT_EQ(world.defaultOutputUID(), "usb");
-    EXPECT_TRUE(log.contains("SystemOutput error: Could not restore system alert output: Core Audio reported "
-                             "an error: Bad audio device"));
-}
-
-TEST_F(SystemAudioManagerTests, AbandonLeavesTheUsersChoice) {
-    start().value();
-    world.pickDefault("hdmi");
-    world.faults.lingersAfterDestroy = 250ms;
-    const State playing = state();
-    const auto abandoned = program->begin(session().abandonSession());
-    loop.advance(200ms);
-    EXPECT_EQ(state(), playing) << "until it is done";
-    EXPECT_TRUE(session().isOperationRunning());
-
-    // A session that is being given up neither comes back nor changes.
-    session().reassertDefaultOutput();
-    world.unplug("bluetooth");
-    EXPECT_FALSE(session().updateDegradedState());
-    loop.runReady();
-    EXPECT_EQ(state(), playing);
-    EXPECT_EQ(log.count("re-assert"), 0U);
-
-    loop.runUntilIdle();
-    EXPECT_TRUE(abandoned.isDone());
-    EXPECT_EQ(state(), State::idle());
-    EXPECT_THAT(violations(*program, {.defaultOutputs = {"hdmi"}, .alertOutputs = {"builtin"}}), IsEmpty());
-}
-
-TEST_F(SystemAudioManagerTests, DegradedUntilAllOutputsAreBackInTheAggregate) {
-    EXPECT_FALSE(session().updateDegradedState());
-    start().value();
-    const State playing = state();
-    EXPECT_FALSE(session().updateDegradedState());
-    EXPECT_EQ(state(), playing);
-
-    world.unplug("builtin");
-    EXPECT_FALSE(session().updateDegradedState());
-    const auto* degraded = state().as<State::Degraded>();
-    ASSERT_TRUE(degraded);
-    EXPECT_EQ(degraded->missing.uid, "builtin");
-    world.unplug("bluetooth");
-    world.replug("builtin");
-    EXPECT_FALSE(session().updateDegradedState());
-    EXPECT_EQ(state().as<State::Degraded>()->missing.uid, "builtin") << "the first one that went";
-    EXPECT_THAT(session().missingSessionDevices(),
-                ElementsAre(testing::Field(&AudioOutputDevice::uid, "bluetooth")));
-    world.replug("bluetooth");
-    EXPECT_FALSE(session().updateDegradedState());
-    EXPECT_EQ(state(), playing);
-    EXPECT_THAT(log.linesWith("connected"),
-                testing::IsSupersetOf(
-                    {"SystemOutput error: Built-in Speakers disconnected during dual output",
-                     "SystemOutput notice: Built-in Speakers reconnected and rejoined the aggregate"}));
-
-    world.unplug("bluetooth");
-    session().updateDegradedState();
-    world.faults.doesNotRejoin = true;
-    world.replug("bluetooth");
-    EXPECT_TRUE(session().updateDegradedState());
-    EXPECT_TRUE(state().is<State::Degraded>());
-    EXPECT_TRUE(
-        log.contains("SystemOutput notice: Headphones reconnected but is not active in the aggregate"));
-    // What can't be read counts as missing.
-    world.calls.failNext(Operation::deviceIDForUID, kAudioHardwareNotReadyError);
-    EXPECT_FALSE(session().updateDegradedState());
-    stop().value();
-    expectUntouched();
 }
 
 TEST_F(SystemAudioManagerTests, ReassertsOnlyItsOwnAggregate) {

@@ -254,17 +254,6 @@ TEST_F(PreferencesManagerTests, AnEqualListIsNeitherStoredNorAnnounced) {
     EXPECT_EQ(changes, 0);
 }
 
-TEST_F(PreferencesManagerTests, AListWithoutAStoredFormIsDroppedFromTheStoreButKept) {
-    save(made("Den"));
-    AudioPreset odd = made("Odd");
-    odd.masterVolume = std::numeric_limits<float>::infinity();
-    const UUID id = save(odd);
-    EXPECT_FALSE(defaults.stored().contains(Key::presets));
-    EXPECT_THAT(names(preferences->presets()), ElementsAre("Den", "Odd"));
-    preferences->removePreset(id);
-    EXPECT_EQ(storedPresets(), preferences->presets());
-}
-
 TEST_F(PreferencesManagerTests, SavedPresetsKeepTheirPlaceAndAreDated) {
     AudioPreset den = made("Den");
     save(den);
@@ -350,27 +339,6 @@ TEST_F(PreferencesManagerTests, RemembersThePairPlayedLastInOneHiddenPreset) {
     EXPECT_THAT(names(preferences->userPresets()), ElementsAre("Den"));
     EXPECT_THAT(preferences->favoritePresets(), IsEmpty());
     EXPECT_THAT(preferences->automationRules(), IsEmpty());
-}
-
-TEST_F(PreferencesManagerTests, RulesAreThoseOfThePresetsThatMayStartByThemselves) {
-    AudioPreset den = made("Den");
-    AudioPreset kitchen = made("Kitchen");
-    AudioPreset attic = made("last used"); // letter case counts
-    den.autoConnect = attic.autoConnect = attic.isFavorite = true;
-    preferences->setPresets({den, kitchen, attic});
-    EXPECT_THAT(names(preferences->favoritePresets()), ElementsAre("last used"));
-    for (const bool isOn : {false, true}) {
-        preferences->setAutoConnect(isOn);
-        const AutomationRule ofDen{.id = den.id,
-                                   .isEnabled = isOn,
-                                   .trigger = AutomationRule::DevicesAvailable{{"a", "b"}},
-                                   .action = AutomationRule::ActivatePreset{den.id}};
-        const AutomationRule ofAttic{.id = attic.id,
-                                     .isEnabled = isOn,
-                                     .trigger = AutomationRule::DevicesAvailable{{"a", "b"}},
-                                     .action = AutomationRule::ActivatePreset{attic.id}};
-        EXPECT_THAT(preferences->automationRules(), ElementsAre(ofDen, ofAttic));
-    }
 }
 
 } // namespace

@@ -92,11 +92,6 @@ class QuitTests : public ShellTest {
         EXPECT_EQ(desktop.terminationReplies, 1);
         EXPECT_EQ(log.count("Lifecycle notice: Velto terminating"), 1U) << "the others started nothing";
     }
-    template <class State>
-    void runUntil() {
-        while (!coordinator().state().is<State>())
-            ASSERT_TRUE(loop.runNextTurn());
-    }
 };
 
 TEST_F(QuitTests, AnswersAtOnceWhenIdleAndStartsNothingMore) {
@@ -111,49 +106,12 @@ TEST_F(QuitTests, AnswersAtOnceWhenIdleAndStartsNothingMore) {
     EXPECT_TRUE(log.contains("Lifecycle notice: Velto terminating; playing: false"));
 }
 
-TEST_F(QuitTests, AnswersAtOnceAfterAFailure) {
-    world.calls.failNext(CoreAudioOperation::createAggregateDevice, kAudioHardwareUnspecifiedError);
-    choose("bluetooth", "builtin");
-    menuBar().play();
-    run();
-    ASSERT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
-    EXPECT_EQ(app->applicationShouldTerminate(), Reply::now);
-}
-
 TEST_F(QuitTests, WaitsForTheSessionToEnd) {
     play("bluetooth", "builtin");
     settings().startSyncTest();
     expectReplyAfterCleanUp();
     EXPECT_FALSE(settings().isSyncTestRunning());
     EXPECT_TRUE(log.contains("Lifecycle notice: Velto terminating; playing: true"));
-}
-
-TEST_F(QuitTests, WaitsForAStop) {
-    play("bluetooth", "builtin");
-    world.faults.lingersAfterDestroy = 500ms;
-    menuBar().stop();
-    runUntil<AudioSessionState::Stopping>();
-    expectReplyAfterCleanUp();
-}
-
-TEST_F(QuitTests, WaitsForARebuildAtEachOfItsTurns) {
-    bool isOver = false;
-    for (int turns = 1; !isOver; ++turns) {
-        SCOPED_TRACE(turns);
-        play("bluetooth", "builtin");
-        world.removeAggregate(AggregateDeviceManager::aggregateUID);
-        coordinator().handleWake();
-        for (int turn = 0; turn < turns; ++turn)
-            loop.runNextTurn();
-        isOver = !coordinator().isReconnecting();
-        desktop.terminationReplies = 0;
-        world.pickDefault("usb"); // whatever the system fell back to
-        world.pickAlertOutput("hdmi");
-        EXPECT_EQ(quit(), Reply::later);
-        EXPECT_EQ(desktop.terminationReplies, 1);
-        EXPECT_THAT(world.aggregates(), IsEmpty());
-        launch();
-    }
 }
 
 TEST_F(QuitTests, LetsTheProgramGoEvenIfTheOutputsCantBeRestored) {
@@ -184,19 +142,6 @@ TEST_F(SleepTests, RebuildsAnUnhealthySessionTwoSecondsAfterTheWake) {
     EXPECT_TRUE(log.contains("Lifecycle notice: Mac is going to sleep"));
     EXPECT_TRUE(log.contains("Lifecycle notice: Mac woke from sleep"));
     context = {};
-}
-
-TEST_F(SleepTests, LooksAfterTheWakeAlthoughTheUserQuits) {
-    play("bluetooth", "builtin");
-    desktop.wakeUp();
-    loop.advance(1s);
-    EXPECT_EQ(app->applicationShouldTerminate(), Reply::later);
-    loop.runReady();
-    EXPECT_EQ(desktop.terminationReplies, 1) << "the quit doesn't wait for it";
-    log.clear();
-    loop.advance(1s);
-    EXPECT_EQ(log.count("AudioDevices debug: Enumerated"), 1U);
-    EXPECT_THAT(world.aggregates(), IsEmpty());
 }
 
 class AudioServiceTests : public QuitTests {
@@ -316,17 +261,6 @@ TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
     context = {};
 }
 
-TEST_F(AudioServiceTests, FollowsTheDevicesWithoutASessionToo) {
-    for (int restart = 0; restart < 3; ++restart)
-        world.restartAudioService();
-    run();
-    EXPECT_EQ(state().deviceManager().device("usb")->deviceID, world.objectID("usb"));
-    unplug("hdmi");
-    EXPECT_EQ(menuBar().selectableDevices().size(), 3U);
-    replug("hdmi");
-    context.alertOutputs.clear();
-}
-
 TEST_F(AudioServiceTests, MakesGoodForWhatCameWhileItWasAway) {
     play("bluetooth", "builtin");
     presets().toggleAutoConnect(save("Desk"));
@@ -339,13 +273,6 @@ TEST_F(AudioServiceTests, MakesGoodForWhatCameWhileItWasAway) {
     world.startAudioService();
     run();
     EXPECT_TRUE(menuBar().isPlaying());
-}
-
-TEST_F(AudioServiceTests, IsLeftAloneOnceTheProgramEnds) {
-    quit();
-    world.restartAudioService();
-    run();
-    EXPECT_EQ(world.listenerCount(), 0U);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 #include "Tests/Shell/ShellTest.h"
 #include "Velto/Shell/SettingsTexts.h"
 
-#include <chrono>
 #include <limits>
 
 namespace velto {
@@ -11,7 +10,6 @@ namespace {
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 class SettingsTests : public ShellTest {
@@ -82,20 +80,6 @@ TEST_F(SettingsTests, ReportsAnyRateThatADeviceMayHave) {
     EXPECT_EQ(rate(std::numeric_limits<double>::quiet_NaN()), "—");
 }
 
-// Reset
-
-TEST_F(SettingsTests, IsBusyWhileItResets) {
-    play("bluetooth", "builtin");
-    world.faults.lingersAfterDestroy = std::chrono::milliseconds(300);
-    settings().beginReset();
-    settings().beginReset(); // pressed twice
-    loop.advance(std::chrono::milliseconds(100));
-    EXPECT_TRUE(settings().isResetting());
-    run();
-    EXPECT_FALSE(settings().isResetting());
-    EXPECT_FALSE(menuBar().isPlaying());
-}
-
 // Preferences
 
 TEST_F(SettingsTests, ShowsInTheDockAtOnce) {
@@ -104,21 +88,6 @@ TEST_F(SettingsTests, ShowsInTheDockAtOnce) {
     settings().setShowInDock(false);
     EXPECT_THAT(desktop.policies, ElementsAre(Policy::regular, Policy::accessory));
     EXPECT_FALSE(preferences().showInDock());
-}
-
-TEST_F(SettingsTests, TakesTheChoicesThatItOffersAndNoOthers) {
-    for (const SettingChoice& choice : SettingsViewModel::clockStrategyChoices())
-        settings().setClockStrategy(choice.rawValue);
-    for (const SettingChoice& choice : SettingsViewModel::disconnectBehaviorChoices())
-        settings().setDisconnectBehavior(choice.rawValue);
-    for (const SampleRateChoice& choice : SettingsViewModel::preferredSampleRateChoices())
-        settings().setPreferredSampleRate(choice.rawValue);
-    settings().setClockStrategy("quartz");
-    settings().setDisconnectBehavior("");
-    settings().setPreferredSampleRate(88200);
-    EXPECT_EQ(settings().clockStrategy(), "lowestLatency") << "the last one offered";
-    EXPECT_EQ(settings().disconnectBehavior(), "askUser");
-    EXPECT_EQ(settings().preferredSampleRate(), 96000);
 }
 
 TEST_F(SettingsTests, OffersTheReferenceOutputAlsoWhenItIsGone) {
@@ -147,50 +116,10 @@ TEST_F(SettingsTests, SaysWhatKeepsTheLoginItemFromWorking) {
     settings().setLaunchAtLoginEnabled(false);
     EXPECT_TRUE(settings().launchAtLoginEnabled());
     EXPECT_EQ(settings().launchAtLoginNote(), "No space left on device");
+    settings().setLaunchAtLoginEnabled(false);
+    EXPECT_FALSE(settings().launchAtLoginEnabled() || settings().launchAtLoginNote());
     loginItems.isInstalled = false;
     EXPECT_EQ(settings().launchAtLoginNote(), "Available when Velto runs from an app bundle.");
-}
-
-// Sync
-
-TEST_F(SettingsTests, ListsSyncProfilesAndRemovesOne) {
-    auto& profiles = state().syncProfiles();
-    profiles.save(SyncProfile({"usb", "builtin"}, "usb", {{"builtin", -20.6}, {"usb", 3}},
-                              SyncProfile::Kind::measured, {}));
-    SyncProfile odd({"hdmi", "gone"}, "hdmi", {}, SyncProfile::Kind::estimated, {});
-    odd.id = "an older key";
-    profiles.save(odd);
-    EXPECT_THAT(settings().syncProfileRows(),
-                ElementsAre(SyncProfileRow{"builtin|usb", "USB DAC + Built-in Speakers", "21 ms measured"},
-                            SyncProfileRow{"an older key", "Display + gone", "0 ms estimated"}));
-    settings().removeSyncProfile("an older key");
-    settings().removeSyncProfile("nothing");
-    EXPECT_EQ(profiles.profiles().size(), 1U);
-    settings().removeSyncProfile("builtin|usb");
-    EXPECT_THAT(settings().syncProfileRows(), IsEmpty());
-}
-
-TEST_F(SettingsTests, TellsOfAllThatItShows) {
-    int changes = 0;
-    const auto subscription = settings().observe([&] { ++changes; });
-    const auto expectChange = [&](std::string_view what, const std::function<void()>& change) {
-        changes = 0;
-        change();
-        loop.runReady();
-        EXPECT_EQ(changes, 1) << what;
-    };
-    expectChange("a preference", [&] { preferences().setAutoReconnect(true); });
-    expectChange("the login item", [&] { settings().setLaunchAtLoginEnabled(true); });
-    expectChange("the sync test", [&] { settings().startSyncTest(); });
-    expectChange("a sync profile", [&] {
-        state().syncProfiles().save(SyncProfile({"usb", "hdmi"}, "usb", {}, SyncProfile::Kind::manual, {}));
-    });
-    expectChange("the default output", [&] { world.pickDefault("hdmi"); });
-    expectChange("the copy", [&] { settings().copyDebugInfo(); });
-    changes = 0;
-    settings().beginReset();
-    run();
-    EXPECT_GT(changes, 0) << "the reset";
 }
 
 } // namespace

@@ -62,7 +62,6 @@ class ShellTest : public MachineTest {
     /// Starts the program, up to where its loop begins.
     void boot() {
         app = std::make_unique<AppDelegate>(platformOf(*this, *collation), [this](auto closed) {
-            ++windowsMade;
             auto made = std::make_unique<SimulatedOnboardingWindow>(isWindowOpen, std::move(closed));
             window = made.get();
             return made;
@@ -125,7 +124,6 @@ class ShellTest : public MachineTest {
     /// What the story makes due at its end.
     InvariantContext context;
     bool isWindowOpen = false;
-    int windowsMade = 0;
     SimulatedOnboardingWindow* window = nullptr;
     std::unique_ptr<AppDelegate> app;
 };

@@ -90,15 +90,5 @@ TEST_F(SyncTestPlayerTests, WhatCantStartIsLoggedAndSilent) {
     EXPECT_EQ(log.count("stopped"), 1U);
 }
 
-TEST_F(SyncTestPlayerTests, AnObserverMayStopItAtOnce) {
-    const auto subscription = player->observeIsPlaying([&] {
-        if (player->isPlaying()) player->stop();
-    });
-    player->start(0.5F, 6, 0.5);
-    EXPECT_FALSE(player->isPlaying() || engine.isRunning());
-    loop.runUntilIdle();
-    EXPECT_EQ(log.count("stopped"), 1U);
-}
-
 } // namespace
 } // namespace velto

@@ -93,8 +93,7 @@ const NamedState states[]{
          s.menuBar().play();
          s.advance(std::chrono::milliseconds(60));
      }},
-    {"panel-playing", "Playing Together", [](Scene& s) { s.play("airpods", "flip"); }},
-    {"panel-playing-estimated", "182 ms estimated",
+    {"panel-playing", "182 ms estimated",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.play("airpods", "flip");
@@ -110,13 +109,6 @@ const NamedState states[]{
          s.unplug("flip");
      }},
     {"panel-asking", "Stop playing together", [](Scene& s) { s.ask("airpods"); }},
-    {"panel-reconnected", "JBL Flip 6 reconnected",
-     [](Scene& s) {
-         s.world().faults.doesNotRejoin = true;
-         s.play("airpods", "flip");
-         s.unplug("flip");
-         s.replug("flip");
-     }},
     {"panel-reconnecting", "Reconnecting…",
      [](Scene& s) {
          s.play("airpods", "flip");
@@ -162,23 +154,16 @@ const NamedState states[]{
     {"settings-general", "Auto Connect saved setups", [](Scene& s) { s.openSettings("General"); },
      Shows::settings},
     {"settings-audio", "Preferred sample rate", [](Scene& s) { s.openSettings("Audio"); }, Shows::settings},
-    {"settings-sync", "AirPods Pro + JBL Flip 6",
+    {"settings-sync", "Playing…",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.estimate("airpods", "dac");
-         s.openSettings("Sync");
-     },
-     Shows::settings},
-    {"settings-sync-testing", "Playing…",
-     [](Scene& s) {
          s.play("airpods", "flip");
          s.openSettings("Sync");
          s.settings().click("Play Test");
      },
      Shows::settings},
-    {"settings-advanced", "Copy Debug Information", [](Scene& s) { s.openSettings("Advanced"); },
-     Shows::settings},
-    {"settings-advanced-resetting", "stopping",
+    {"settings-advanced", "stopping",
      [](Scene& s) {
          s.play("airpods", "flip");
          s.openSettings("Advanced");
