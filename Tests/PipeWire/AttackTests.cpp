@@ -248,22 +248,6 @@ TEST_F(AttackTests, AnAggregateThatSomebodyElseRemovesIsRestoredFrom) {
     client->setDefaultOutputDevice(id("desk"));
 }
 
-TEST_F(AttackTests, AChoiceOutlivesTheServerOfItsSession) {
-    lab->pickDefault("usb");
-    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
-    client->setDefaultOutputDevice(aggregate);
-    ASSERT_TRUE(runUntil([&] {
-        return storedBySessionManager().find("sink=com.corlent.velto.aggregate") != std::string::npos;
-    })) << "the session manager has stored it as what was chosen";
-    killServer();
-    restartServer();
-    EXPECT_TRUE(runUntil([&] {
-        return outside()[PipeWireKey::configuredSink].find("usb") != std::string::npos;
-    })) << outside()[PipeWireKey::configuredSink];
-    EXPECT_TRUE(runUntil([&] { return defaultUID() == "usb"; }));
-    client->setDefaultOutputDevice(id("desk"));
-}
-
 TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
     for (const char* choice : {"", "usb"}) {
         if (*choice) {
