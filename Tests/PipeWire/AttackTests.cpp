@@ -155,14 +155,15 @@ TEST_F(AttackTests, AnOutputThatComesAsAnotherGoesGetsNoSound) {
     EXPECT_EQ(log.count("Removing a link"), 0u) << "not even for a moment";
 
     // A link that carries our mark and leads astray goes; the same link of somebody else stays.
+    std::vector<pw_proxy*> links;
     const auto linkByHand = [&](const char* path) {
         const SoundLab::Lock lock(*lab);
         pw_properties* properties =
             pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_OBJECT_PATH, path, PW_KEY_LINK_OUTPUT_NODE,
                               aggregateUID, PW_KEY_LINK_INPUT_NODE, "blue", PW_KEY_LINK_OUTPUT_PORT,
                               "monitor_FL", PW_KEY_LINK_INPUT_PORT, "playback_FL", nullptr);
-        pw_core_create_object(lab->core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
-                              &properties->dict, 0);
+        links.push_back(static_cast<pw_proxy*>(pw_core_create_object(
+            lab->core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &properties->dict, 0)));
         pw_properties_free(properties);
     };
     linkByHand(PipeWireKey::link);
@@ -172,6 +173,11 @@ TEST_F(AttackTests, AnOutputThatComesAsAnotherGoesGetsNoSound) {
     EXPECT_TRUE(runUntil([&] { return lab->linkCount(aggregateUID, "blue") == 1; }));
     settle();
     EXPECT_EQ(lab->linkCount(aggregateUID, "blue"), 1);
+    {
+        const SoundLab::Lock lock(*lab);
+        for (pw_proxy* link : links)
+            pw_proxy_destroy(link);
+    }
     client->destroyAggregateDevice(aggregate);
 }
 
