@@ -27,7 +27,7 @@ inline constexpr Duration pipeWireDeadline = std::chrono::milliseconds(500);
 
 class PipeWireConnection {
   public:
-    /// Told on the main actor, outside of any server callback.
+    /// Told on the main actor; outside of any server callback, where nothing else is said.
     class Delegate {
       public:
         virtual ~Delegate() = default;
