@@ -4,7 +4,7 @@
 // something plays is a mistake of the caller: std::logic_error.
 #pragma once
 
-#include "VeltoCore/Services/AudioEngine.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <cstdint>
 #include <optional>

@@ -3,7 +3,7 @@
 // A device is described by the one who plugs it in; an aggregate is a snapshot to look at.
 #pragma once
 
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
 

@@ -3,7 +3,7 @@
 // Owned by the program's root, used on the main actor; the render block runs on the engine's audio thread.
 #pragma once
 
-#include "VeltoCore/Services/AudioEngine.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 // The numbers and keys of the core are the platform's own: checked when this is compiled, never run.
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
 
 #include <AudioToolbox/AudioToolbox.h>

@@ -1,7 +1,7 @@
 // AudioEngineUnderTest: a platform's engine on a machine that has a default output.
 #pragma once
 
-#include "VeltoCore/Services/AudioEngine.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <functional>
 #include <memory>

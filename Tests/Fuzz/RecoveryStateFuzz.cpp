@@ -1,6 +1,6 @@
 #include "Tests/Fuzz/FuzzTarget.h"
 
-#include "VeltoCore/Session/RecoveryState.h"
+#include "VeltoCore/Recovery/RecoveryState.h"
 
 namespace velto {
 

@@ -1,6 +1,6 @@
 #include "Tests/PipeWire/RealServer.h"
 
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 
 #include <signal.h>
 

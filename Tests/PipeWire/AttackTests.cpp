@@ -8,8 +8,8 @@
 #include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Started.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
 
 #include <cstdlib>
 #include <filesystem>

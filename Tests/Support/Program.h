@@ -9,8 +9,8 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
 
 #include <memory>
 #include <optional>

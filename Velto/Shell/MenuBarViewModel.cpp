@@ -4,7 +4,7 @@
 #include "Velto/Shell/StatusItemLabel.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Foundation/TrimmedText.h"
-#include "VeltoCore/Session/DisconnectBehavior.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <fmt/format.h>
 

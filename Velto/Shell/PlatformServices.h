@@ -4,10 +4,10 @@
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Services/ApplicationHost.h"
-#include "VeltoCore/Services/AudioEngine.h"
 #include "VeltoCore/Services/LoginItemService.h"
 #include "VeltoCore/Services/TextCollation.h"
 #include "VeltoCore/Services/UserDefaults.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <functional>
 #include <memory>

@@ -6,7 +6,7 @@
 #include "VeltoCore/Aggregate/ClockStrategy.h"
 #include "VeltoCore/Aggregate/PreferredSampleRate.h"
 #include "VeltoCore/Services/LoggingService.h"
-#include "VeltoCore/Session/DisconnectBehavior.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <fmt/format.h>
 

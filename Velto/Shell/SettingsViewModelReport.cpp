@@ -4,7 +4,7 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Aggregate/ClockStrategy.h"
 #include "VeltoCore/Aggregate/PreferredSampleRate.h"
-#include "VeltoCore/Session/DisconnectBehavior.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <cmath>
 #include <cstdint>

@@ -5,13 +5,13 @@
 // It never touches the default output.
 #pragma once
 
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
 #include "VeltoCore/Aggregate/AggregateDeviceInfo.h"
+#include "VeltoCore/Aggregate/AudioGroup.h"
 #include "VeltoCore/Aggregate/ClockStrategy.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
-#include "VeltoCore/Settings/AudioGroup.h"
 
 #include <map>
 #include <optional>

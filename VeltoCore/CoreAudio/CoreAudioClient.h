@@ -12,7 +12,7 @@
 // again, restarted or awake, kAudioHardwarePropertyServiceRestarted is notified on the system object.
 #pragma once
 
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/CoreAudio/CompositionValue.h"

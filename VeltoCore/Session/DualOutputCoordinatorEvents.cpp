@@ -4,9 +4,9 @@
 
 #include "VeltoCore/Async/WakingSleep.h"
 #include "VeltoCore/Services/LoggingService.h"
-#include "VeltoCore/Session/DisconnectBehavior.h"
 #include "VeltoCore/Session/ReturningOutput.h"
 #include "VeltoCore/Settings/AutomationRuleEvaluator.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <chrono>
 #include <utility>

@@ -21,10 +21,10 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Recovery/RecoveryStateStore.h"
 #include "VeltoCore/Session/AudioSessionState.h"
 #include "VeltoCore/Session/DualOutputSession.h"
 #include "VeltoCore/Session/PreparationStep.h"
-#include "VeltoCore/Session/RecoveryStateStore.h"
 #include "VeltoCore/Session/SystemOutputs.h"
 
 #include <functional>

@@ -7,7 +7,7 @@
 #include "VeltoCore/Foundation/Date.h"
 #include "VeltoCore/Foundation/DecodingError.h"
 #include "VeltoCore/Foundation/UUID.h"
-#include "VeltoCore/Settings/DeviceAudioSettings.h"
+#include "VeltoCore/Volume/DeviceAudioSettings.h"
 
 #include <array>
 #include <expected>

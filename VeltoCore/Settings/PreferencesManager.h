@@ -12,12 +12,12 @@
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/Foundation/UUID.h"
 #include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Recovery/RecoveryStateStore.h"
+#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
 #include "VeltoCore/Services/UserDefaults.h"
-#include "VeltoCore/Session/DisconnectBehavior.h"
-#include "VeltoCore/Session/RecoveryStateStore.h"
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
 #include "VeltoCore/Settings/AudioPreset.h"
 #include "VeltoCore/Settings/AutomationRule.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <functional>
 #include <map>

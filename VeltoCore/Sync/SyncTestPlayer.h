@@ -10,7 +10,7 @@
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Observation/Observable.h"
-#include "VeltoCore/Services/AudioEngine.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <functional>
 #include <optional>

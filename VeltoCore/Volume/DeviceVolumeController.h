@@ -11,8 +11,8 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 #include "VeltoCore/Observation/Observable.h"
-#include "VeltoCore/Settings/DeviceAudioSettings.h"
 #include "VeltoCore/Volume/AggregateVolume.h"
+#include "VeltoCore/Volume/DeviceAudioSettings.h"
 
 #include <functional>
 #include <map>
@@ -28,7 +28,8 @@ struct DeviceVolumeState {
     std::string uid;
     std::string name;
     AudioTransportType transportType;
-    /// As last read or written: from 0 to 1, above it where somebody else amplifies; 0 while it was never read.
+    /// As last read or written: from 0 to 1, above it where somebody else amplifies; 0 while it was never
+    /// read.
     float volume = 0;
     /// As last read or written.
     bool isMuted = false;
@@ -51,8 +52,8 @@ class DeviceVolumeController {
     DeviceVolumeController& operator=(const DeviceVolumeController&) = delete;
     ~DeviceVolumeController();
 
-    /// Tracks these devices and no others, and reads them anew, also those tracked before. Where the aggregate
-    /// that plays to them has a volume of its own, that is their master volume (AggregateVolume).
+    /// Tracks these devices and no others, and reads them anew, also those tracked before. Where the
+    /// aggregate that plays to them has a volume of its own, that is their master volume (AggregateVolume).
     void track(std::vector<AudioOutputDevice> devices, AudioObjectID aggregate = kAudioObjectUnknown);
     void stopTracking();
     /// Listens to the tracked devices anew, and reads them: after the audio service was restarted.

@@ -14,7 +14,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 
 #include <functional>
 #include <map>

@@ -8,7 +8,7 @@
 
 #include "Platform/Linux/FileDescriptorWatcher.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
-#include "VeltoCore/Services/AudioEngine.h"
+#include "VeltoCore/Sync/AudioEngine.h"
 
 #include <memory>
 #include <string>

@@ -4,7 +4,7 @@
 // nothing in it is taken for granted.
 #pragma once
 
-#include "VeltoCore/Aggregate/AggregateDeviceDescription.h"
+#include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "VeltoCore/Session/RecoveryState.h"
+#include "VeltoCore/Recovery/RecoveryState.h"
 
 #include "VeltoCore/Foundation/JSONFields.h"
 

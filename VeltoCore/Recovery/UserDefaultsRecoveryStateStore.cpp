@@ -1,4 +1,4 @@
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
+#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "VeltoCore/Session/DisconnectBehavior.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "VeltoCore/Settings/AudioGroup.h"
+#include "VeltoCore/Aggregate/AudioGroup.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // RecoveryStateStore: where the recovery record is kept between runs. The session code knows no more of it.
 #pragma once
 
-#include "VeltoCore/Session/RecoveryState.h"
+#include "VeltoCore/Recovery/RecoveryState.h"
 
 #include <optional>
 

@@ -1,8 +1,8 @@
-#include "VeltoCore/Session/RecoveryState.h"
+#include "VeltoCore/Recovery/RecoveryState.h"
 
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/RecordingLogSink.h"
-#include "VeltoCore/Session/UserDefaultsRecoveryStateStore.h"
+#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "VeltoCore/Settings/AudioGroup.h"
+#include "VeltoCore/Aggregate/AudioGroup.h"
 
 #include <algorithm>
 #include <set>

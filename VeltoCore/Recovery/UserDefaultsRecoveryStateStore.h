@@ -4,8 +4,8 @@
 // crash.
 #pragma once
 
+#include "VeltoCore/Recovery/RecoveryStateStore.h"
 #include "VeltoCore/Services/UserDefaults.h"
-#include "VeltoCore/Session/RecoveryStateStore.h"
 
 #include <optional>
 #include <string_view>
