@@ -1,8 +1,7 @@
 #include "Platform/Linux/DefaultsDocument.h"
 
+#include "Platform/Linux/Base64.h"
 #include "Platform/Linux/JSONText.h"
-
-#include <QByteArray>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -29,27 +28,19 @@ struct Encode {
         if (JSONText::isValid(bytes, DefaultsDocument::deepestNesting - nestingAround) &&
             JSONText::compact(bytes) == bytes)
             return fmt::format(R"({{"{}":{}}})", jsonTag, bytes);
-        const QByteArray base64 =
-            QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())).toBase64();
-        return fmt::format(R"({{"{}":"{}"}})", dataTag, base64.toStdString());
+        return fmt::format(R"({{"{}":"{}"}})", dataTag, base64::encoded(data));
     }
     std::string operator()(const auto& plain) const { return text(plain); }
 };
-
-std::optional<Data> decodedBase64(const json& value) {
-    if (!value.is_string()) return std::nullopt;
-    const auto bytes = QByteArray::fromBase64Encoding(QByteArray::fromStdString(value.get<std::string>()),
-                                                      QByteArray::AbortOnBase64DecodingErrors);
-    if (bytes.decodingStatus != QByteArray::Base64DecodingStatus::Ok) return std::nullopt;
-    return Data(bytes.decoded.begin(), bytes.decoded.end());
-}
 
 std::optional<Data> decodedData(std::string_view entry) {
     const auto fields = JSONText::fields(entry);
     if (fields.size() != 1) return std::nullopt;
     const auto& [tag, content] = fields.front();
     if (tag == jsonTag) return Data(content.begin(), content.end());
-    return tag == dataTag ? decodedBase64(json::parse(content.begin(), content.end())) : std::nullopt;
+    const json text = json::parse(content.begin(), content.end());
+    return tag == dataTag && text.is_string() ? base64::decoded(text.get_ref<const std::string&>())
+                                              : std::nullopt;
 }
 
 /// None for a value of a kind that this program never stores.

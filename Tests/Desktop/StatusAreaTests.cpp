@@ -32,8 +32,10 @@ class StatusAreaTests : public MachineTest {
     /// Starts the program; its user has been welcomed before.
     void start() {
         defaults.set(PreferencesManager::Key::hasCompletedOnboarding, true);
-        application.emplace(platform(), host,
+        delegate.emplace(platform());
+        application.emplace(*delegate, host,
                             [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });
+        delegate->applicationDidFinishLaunching();
         application->start();
         loop.runReady();
     }
@@ -66,10 +68,11 @@ class StatusAreaTests : public MachineTest {
     struct : SleepMonitor {
         void observe(SleepObserver) override {}
     } sleep;
-    QtApplicationHost host{sleep};
+    LinuxApplicationHost host{sleep};
     const IcuTextCollation collation;
     UnseenWindows windows;
     std::optional<DesktopShell> shell;
+    std::optional<AppDelegate> delegate;
     std::optional<LinuxApplication> application;
 };
 

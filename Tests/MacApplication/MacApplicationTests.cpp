@@ -35,8 +35,10 @@ class MacApplicationTests : public MachineTest {
     }
 
     void boot() {
-        application.emplace(platformOf(*this, *collation), termination,
+        delegate.emplace(platformOf(*this, *collation));
+        application.emplace(*delegate, termination,
                             [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });
+        delegate->applicationDidFinishLaunching();
         application->start();
     }
     void launch() {
@@ -56,6 +58,7 @@ class MacApplicationTests : public MachineTest {
     TerminationDelegate termination;
     const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     UnseenWindows windows;
+    std::optional<AppDelegate> delegate;
     std::optional<MacApplication> application;
 };
 

@@ -61,7 +61,8 @@ class ShellTest : public MachineTest {
     void run() { loop.runUntilIdle(); }
     /// Starts the program, up to where its loop begins.
     void boot() {
-        app = std::make_unique<AppDelegate>(platformOf(*this, *collation), [this](auto closed) {
+        app = std::make_unique<AppDelegate>(platformOf(*this, *collation));
+        app->offerWindows([this](auto closed) {
             auto made = std::make_unique<SimulatedOnboardingWindow>(isWindowOpen, std::move(closed));
             window = made.get();
             return made;

@@ -52,6 +52,7 @@ Stage::~Stage() {
     }
     benchWindow.reset();
     application.reset();
+    delegate.reset();
     actor.runUntilIdle();
     qInstallMessageHandler(nullptr);
 }
@@ -62,8 +63,9 @@ void Stage::launch() {
 }
 
 void Stage::launchForTheFirstTime() {
+    delegate = std::make_unique<AppDelegate>(computer.platform());
     application = std::make_unique<LinuxApplication>(
-        computer.platform(), computer.host(), [this](UserInterface::Context context) {
+        *delegate, computer.host(), [this](UserInterface::Context context) {
             auto made = std::make_unique<QuickUserInterface>(std::move(context));
             made->appearance().overrule({.isDark = false,
                                          .accent = QColor(0x2f, 0x6b, 0xe8),
@@ -72,6 +74,7 @@ void Stage::launchForTheFirstTime() {
             windows = made.get();
             return made;
         });
+    delegate->applicationDidFinishLaunching();
     application->start();
     actor.runUntilIdle(); // where no status area appears, the panel does
     settle();

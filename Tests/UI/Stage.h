@@ -64,6 +64,7 @@ class Stage : public testing::Test {
     SimulatedComputer computer{actor, collation};
     DeviceBench bench{computer};
     DeviceBenchAdapter benchAdapter{bench};
+    std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<LinuxApplication> application;
     QuickUserInterface* windows = nullptr; // the application's
     std::unique_ptr<QQuickWindow> benchWindow;

@@ -1,39 +1,34 @@
 #include "Velto/Linux/LinuxApplication.h"
 
 #include "Velto/Linux/DesktopStatusArea.h"
+#include "Velto/Qt/Text.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <QCoreApplication>
+#include <QClipboard>
+#include <QGuiApplication>
 
+#include <string_view>
 #include <utility>
 
 namespace velto {
 
-LinuxApplication::LinuxApplication(PlatformServices platform, QtApplicationHost& host,
+LinuxApplication::LinuxApplication(AppDelegate& delegate, LinuxApplicationHost& host,
                                    UserInterfaceFactory makeUserInterface)
-    : VeltoApplication(std::move(platform), std::move(makeUserInterface)), host_(host) {
-    host_.setHandlers({.policyChanged =
-                           [this](ApplicationHost::ActivationPolicy policy) {
-                               policy_ = policy;
-                               applyPanelStyle();
-                           },
-                       .activate = {},
-                       .terminate =
-                           [this] {
-                               isTerminated_ = true;
-                               QCoreApplication::quit();
-                           }});
+    : VeltoApplication(delegate, std::move(makeUserInterface)), host_(host) {
+    host_.setHandlers(
+        {.policyChanged = [this] { applyPanelStyle(); },
+         .terminate =
+             [this] {
+                 isTerminated_ = true;
+                 QCoreApplication::quit();
+             },
+         .copy = [](std::string_view text) { QGuiApplication::clipboard()->setText(toQString(text)); }});
 }
 
 LinuxApplication::~LinuxApplication() { host_.setHandlers({}); }
 
 std::unique_ptr<StatusArea> LinuxApplication::makeStatusArea(std::function<void()> changed) {
     return std::make_unique<DesktopStatusArea>(std::move(changed));
-}
-
-void LinuxApplication::requestQuit() {
-    if (delegate().applicationShouldTerminate() == AppDelegate::TerminationReply::later) return;
-    whenNothingRuns([this] { host_.replyToTermination(); });
 }
 
 void LinuxApplication::endSession(const WaitUntil& waitUntil) {
@@ -43,7 +38,7 @@ void LinuxApplication::endSession(const WaitUntil& waitUntil) {
 }
 
 void LinuxApplication::endWithoutDisplay(const WaitUntil& waitUntil) {
-    host_.setHandlers({.policyChanged = {}, .activate = {}, .terminate = [this] { isTerminated_ = true; }});
+    host_.setHandlers({.policyChanged = {}, .terminate = [this] { isTerminated_ = true; }, .copy = {}});
     endSession(waitUntil);
 }
 

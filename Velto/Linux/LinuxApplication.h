@@ -1,9 +1,9 @@
 // LinuxApplication: the program on a desktop where Qt's loop is the program's to end.
 //
-// Made and owned by the entry point, on the stack; main actor only. On a simulated computer too.
+// Made by who runs Qt's loop, on the stack; main actor only. On a simulated computer too.
 #pragma once
 
-#include "Velto/Qt/QtApplicationHost.h"
+#include "Platform/Linux/LinuxApplicationHost.h"
 #include "Velto/Qt/VeltoApplication.h"
 
 #include <functional>
@@ -17,11 +17,11 @@ class LinuxApplication final : public VeltoApplication {
     using WaitUntil = std::function<bool(const std::function<bool()>& condition)>;
 
     /// The host is the platform's. What is given must outlive the application.
-    LinuxApplication(PlatformServices platform, QtApplicationHost& host,
+    LinuxApplication(AppDelegate& delegate, LinuxApplicationHost& host,
                      UserInterfaceFactory makeUserInterface);
     ~LinuxApplication() override;
 
-    void requestQuit() override;
+    void requestQuit() override { delegate().quit(); }
     /// The desktop's session ends: returns when all is put back.
     void endSession(const WaitUntil& waitUntil);
     /// The same, when the windows and the status item have nothing to be drawn on any more.
@@ -30,10 +30,11 @@ class LinuxApplication final : public VeltoApplication {
   private:
     std::unique_ptr<StatusArea> makeStatusArea(std::function<void()> changed) override;
     /// A program in the task bar has a window there.
-    bool dropsPanel() const override { return policy_ == ApplicationHost::ActivationPolicy::accessory; }
+    bool dropsPanel() const override {
+        return host_.activationPolicy() == ApplicationHost::ActivationPolicy::accessory;
+    }
 
-    QtApplicationHost& host_;
-    ApplicationHost::ActivationPolicy policy_ = ApplicationHost::ActivationPolicy::accessory;
+    LinuxApplicationHost& host_;
     bool isTerminated_ = false;
 };
 

@@ -13,9 +13,6 @@ set(VELTO_PLATFORM_DESKTOP_SOURCES
   Linux/SystemSymbolImage.cpp
   Linux/TrayStatusItem.cpp Linux/TrayStatusItem.h
   Linux/X11Desktop.cpp Linux/X11Desktop.h
-  Linux/X11SystemTray.cpp Linux/X11SystemTray.h
-  Qt/QtApplicationHost.cpp Qt/QtApplicationHost.h)
+  Linux/X11SystemTray.cpp Linux/X11SystemTray.h)
 set(VELTO_PLATFORM_WINDOWS_SOURCES
   Linux/PortalAppearance.cpp Linux/PortalAppearance.h)
-set_source_files_properties(Qt/QtApplicationHost.cpp PROPERTIES COMPILE_DEFINITIONS
-  "VELTO_VERSION=\"${PROJECT_VERSION}\";VELTO_BUILD_NUMBER=\"${VELTO_BUILD_NUMBER}\"")

@@ -1,11 +1,8 @@
-// Compiled into the program.
+// Compiled into the desktop's module.
+#include "Velto/Linux/ProgramModule.h"
 #include "Velto/Linux/UserInterfaceModule.h"
 
-#include <QCoreApplication>
-#include <QFileInfo>
-#include <QLibrary>
-
-#include <stdexcept>
+#include <QtGlobal>
 
 namespace velto {
 
@@ -20,15 +17,8 @@ void chooseRenderer() {
 
 std::unique_ptr<UserInterface> loadUserInterface(UserInterface::Context context) {
     chooseRenderer();
-    const QString folder = QCoreApplication::applicationDirPath();
-    QString file = folder + QStringLiteral("/velto-windows.so");
-    if (!QFileInfo::exists(file)) file = folder + QStringLiteral("/../lib/velto/velto-windows.so");
-    QLibrary module(file); // never unloaded: what it made outlives this function
-    module.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    const auto make =
-        reinterpret_cast<decltype(&veltoMakeUserInterface)>(module.resolve("veltoMakeUserInterface"));
-    if (!make)
-        throw std::runtime_error("The windows could not be loaded: " + module.errorString().toStdString());
+    const auto make = reinterpret_cast<decltype(&veltoMakeUserInterface)>(
+        programSymbol("velto-windows", "veltoMakeUserInterface"));
     return std::unique_ptr<UserInterface>(make(&context));
 }
 

@@ -1,7 +1,9 @@
-// The entry point on Linux: the platform's services, Qt's loop, and the application on them.
+// The entry point on Linux: the platform's services, and the application on them, on a desktop or without
+// one.
 #include "Platform/Linux/FileUserDefaults.h"
 #include "Platform/Linux/IcuTextCollation.h"
 #include "Platform/Linux/JournalLogSink.h"
+#include "Platform/Linux/LinuxApplicationHost.h"
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/LogindSleepMonitor.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
@@ -9,58 +11,32 @@
 #include "Platform/Linux/SingleInstance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/XdgAutostart.h"
-#include "Velto/Linux/LinuxApplication.h"
-#include "Velto/Linux/QtLoop.h"
-#include "Velto/Linux/UserInterfaceModule.h"
-#include "Velto/Qt/QtApplicationHost.h"
+#include "Velto/Linux/DesktopModule.h"
+#include "Velto/Linux/ProgramModule.h"
+#include "Velto/Shell/AppDelegate.h"
 #include "Velto/Shell/ProgramMain.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <QGuiApplication>
-#include <QIcon>
-
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
+#include <string_view>
 
 namespace velto {
 
 namespace {
 
-constexpr std::chrono::seconds sessionEndPatience{5};
-
 /// Without one Qt would end the program with a signal.
 bool hasDisplay() {
-    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        if (const char* value = std::getenv(name); value && *value) return true;
+    return false;
 }
 
-/// What is still to be done when the display is lost: Qt ends the program by exit() then.
-class LostDisplay {
-  public:
-    explicit LostDisplay(std::function<void()> action) {
-        pending() = std::move(action);
-        static const int registered = std::atexit([] {
-            if (const auto action = std::exchange(pending(), {})) action();
-        });
-        static_cast<void>(registered);
-    }
-    LostDisplay(const LostDisplay&) = delete;
-    LostDisplay& operator=(const LostDisplay&) = delete;
-    ~LostDisplay() { pending() = {}; }
-
-  private:
-    static std::function<void()>& pending() {
-        static std::function<void()> action;
-        return action;
-    }
-};
-
 int run(int argumentCount, char** arguments) {
+    const bool isBackground = argumentCount > 1 && std::string_view(arguments[1]) == "--background";
     LinuxMainActor actor;
     TerminationSignals terminationSignals; // before any thread
     SingleInstance instance(FileUserDefaults::standardFile(), SingleInstance::runtimeFolder());
@@ -69,46 +45,49 @@ int run(int argumentCount, char** arguments) {
         std::fputs("velto: Velto is running already, but does not answer.\n", stderr);
         return 1;
     }
-    if (!hasDisplay()) {
-        std::fputs("velto: There is no display; start Velto from a desktop.\n", stderr);
-        return 1;
-    }
+    const bool hasWindows = !isBackground && hasDisplay();
+    if (!hasWindows && !isBackground)
+        std::fputs("velto: There is no display; Velto runs without windows.\n", stderr);
     JournalLogSink log(LogLevel::info);
     LoggingService::install(&log);
     for (const std::string& trouble : instance.troubles())
         LoggingService::lifecycle.error("{}", trouble);
-    QGuiApplication qt(argumentCount, arguments);
-    QGuiApplication::setApplicationName(QStringLiteral("Velto"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    QtLoop loop(actor);
 
     FileUserDefaults defaults(FileUserDefaults::standardFile(), actor);
     IcuTextCollation collation;
     XdgAutostart loginItems(XdgAutostart::runningProgram(), XdgAutostart::standardFile());
     LogindSleepMonitor sleep(actor);
-    QtApplicationHost host(sleep);
-    PlatformServices platform{.actor = actor,
-                              .client = std::make_shared<PipeWireAudioClient>(actor, actor),
-                              .defaults = defaults,
-                              .collation = collation,
-                              .loginItems = loginItems,
-                              .host = host,
-                              .makeAudioEngine = [&actor](CoreAudioClient& client) {
-                                  return std::make_unique<PipeWireAudioEngine>(client, actor);
-                              }};
-    LinuxApplication application(std::move(platform), host, loadUserInterface);
-    terminationSignals.observe(actor, [&application] { application.requestQuit(); });
-    instance.observeRaise(actor, [&application] { application.raise(); });
-    const auto waitUntil = [&actor](const std::function<bool()>& condition) {
-        return actor.runUntil(condition, sessionEndPatience);
-    };
-    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &loop,
-                     [&] { application.endSession(waitUntil); });
-    const LostDisplay lostDisplay([&] { application.endWithoutDisplay(waitUntil); });
-    application.start();
-    return QGuiApplication::exec();
+    LinuxApplicationHost host(sleep);
+    AppDelegate delegate({.actor = actor,
+                          .client = std::make_shared<PipeWireAudioClient>(actor, actor),
+                          .defaults = defaults,
+                          .collation = collation,
+                          .loginItems = loginItems,
+                          .host = host,
+                          .makeAudioEngine = [&actor](CoreAudioClient& client) {
+                              return std::make_unique<PipeWireAudioEngine>(client, actor);
+                          }});
+    terminationSignals.observe(actor, [&delegate] { delegate.quit(); });
+    std::function<void()> raise; // none without windows
+    instance.observeRaise(actor, [&raise] {
+        if (raise) raise();
+    });
+    host.setHandlers({.policyChanged = {}, .terminate = [&actor] { actor.quit(); }, .copy = {}});
+    delegate.applicationDidFinishLaunching();
+    if (!hasWindows) {
+        actor.run();
+        return 0;
+    }
+    DesktopContext context{
+        .actor = actor,
+        .host = host,
+        .delegate = delegate,
+        .raisable = [&raise](std::function<void()> handler) { raise = std::move(handler); },
+        .argumentCount = argumentCount,
+        .arguments = arguments};
+    const auto runDesktop =
+        reinterpret_cast<decltype(&veltoRunDesktop)>(programSymbol("velto-desktop", "veltoRunDesktop"));
+    return runDesktop(&context);
 }
 
 } // namespace

@@ -15,26 +15,25 @@ namespace {
 constexpr std::chrono::seconds statusAreaDelay{4};
 /// What one notch of the wheel over the status item changes the volume by.
 constexpr double volumePerNotch = 0.04;
-/// How often the end asks whether all is done.
-constexpr std::chrono::milliseconds operationPoll{10};
 
 } // namespace
 
-VeltoApplication::VeltoApplication(PlatformServices platform, UserInterfaceFactory makeUserInterface)
-    : makeUserInterface_(std::move(makeUserInterface)),
-      delegate_(std::move(platform), [this](std::function<void()> closedHandler) {
-          std::unique_ptr<OnboardingWindow> window;
-          withWindows([&](UserInterface& windows) {
-              window = windows.makeOnboardingWindow(std::move(closedHandler));
-          });
-          return window;
-      }) {}
+VeltoApplication::VeltoApplication(AppDelegate& delegate, UserInterfaceFactory makeUserInterface)
+    : delegate_(delegate), makeUserInterface_(std::move(makeUserInterface)) {}
 
-VeltoApplication::~VeltoApplication() { stopWaitingForStatusArea(); }
+VeltoApplication::~VeltoApplication() {
+    stopWaitingForStatusArea();
+    delegate_.withdrawWindows();
+}
 
 void VeltoApplication::start() {
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
-    delegate_.applicationDidFinishLaunching();
+    delegate_.offerWindows([this](std::function<void()> closedHandler) {
+        std::unique_ptr<OnboardingWindow> window;
+        withWindows(
+            [&](UserInterface& windows) { window = windows.makeOnboardingWindow(std::move(closedHandler)); });
+        return window;
+    });
     statusArea_ = makeStatusArea([this] { followStatusArea(); });
     makeStatusItem();
     if (statusItem_) return;
@@ -121,19 +120,6 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
 void VeltoApplication::raise() {
     withWindows(
         [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });
-}
-
-void VeltoApplication::whenNothingRuns(std::function<void()> action) {
-    MainActor& actor = delegate_.appState().actor();
-    actor.post([this, &actor, action = std::move(action)]() mutable {
-        if (delegate_.appState().systemAudio().isOperationRunning()) {
-            actor.postAfter(operationPoll, [this, action = std::move(action)]() mutable {
-                whenNothingRuns(std::move(action));
-            });
-        } else {
-            actor.post(std::move(action));
-        }
-    });
 }
 
 } // namespace velto

@@ -1,15 +1,15 @@
-// VeltoApplication: the program on a desktop: the plain half of it, its status item and its windows.
+// VeltoApplication: the program on a desktop: its status item and its windows, for the plain half of it.
 //
-// Made and owned by the entry point; main actor only. What a desktop does in its own way (where items stand,
-// how a program ends) is in the class that a platform derives from this one. The windows are made when
-// something is first opened. Where there is no status area, the panel is an ordinary window and opens at the
-// start. The status item comes and goes with the desktop's status area.
+// Made and owned by the entry point, at the start or while the plain half runs already; main actor only. What
+// a desktop does in its own way (where items stand, how a program ends) is in the class that a platform
+// derives from this one. The windows are made when something is first opened. Where there is no status area,
+// the panel is an ordinary window and opens at the start. The status item comes and goes with the desktop's
+// status area.
 #pragma once
 
 #include "Velto/Qt/StatusItem.h"
 #include "Velto/Qt/UserInterface.h"
 #include "Velto/Shell/AppDelegate.h"
-#include "Velto/Shell/PlatformServices.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Observation/Observable.h"
 
@@ -37,17 +37,14 @@ class VeltoApplication {
     StatusItem* statusItem() const { return statusItem_.get(); }
 
   protected:
-    /// What the platform's services refer to must outlive the application.
-    VeltoApplication(PlatformServices platform, UserInterfaceFactory makeUserInterface);
+    /// The delegate must outlive the application.
+    VeltoApplication(AppDelegate& delegate, UserInterfaceFactory makeUserInterface);
 
     /// The handler is to be called, from the main loop, when the item must be made anew.
     virtual std::unique_ptr<StatusArea> makeStatusArea(std::function<void()> changed) = 0;
     /// Whether the panel drops from the status item, when there is one.
     virtual bool dropsPanel() const { return true; }
     void applyPanelStyle();
-    /// Calls it in a later turn, once what the delegate has begun, and what may still be under way, such as
-    /// the clean-up after an earlier run, is done.
-    void whenNothingRuns(std::function<void()> action);
 
   private:
     /// Makes the windows if need be. Throws std::runtime_error when they can't be had.
@@ -61,8 +58,8 @@ class VeltoApplication {
     void stopWaitingForStatusArea();
     UserInterface::PanelStyle panelStyle() const;
 
+    AppDelegate& delegate_;
     UserInterfaceFactory makeUserInterface_;
-    AppDelegate delegate_;
     Subscription statusSubscription_;
     std::unique_ptr<UserInterface> userInterface_;
     std::unique_ptr<StatusArea> statusArea_; // none before the start

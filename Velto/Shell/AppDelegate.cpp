@@ -3,6 +3,7 @@
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
+#include <chrono>
 #include <utility>
 
 namespace velto {
@@ -11,11 +12,13 @@ namespace {
 
 constexpr const Logger& logger = LoggingService::lifecycle;
 
+/// How often the end asks whether all is done.
+constexpr std::chrono::milliseconds operationPoll{10};
+
 } // namespace
 
-AppDelegate::AppDelegate(PlatformServices platform, OnboardingWindowFactory makeOnboardingWindow)
-    : appState_(std::move(platform)), makeOnboardingWindow_(std::move(makeOnboardingWindow)),
-      tasks_(appState_.actor()) {}
+AppDelegate::AppDelegate(PlatformServices platform)
+    : appState_(std::move(platform)), tasks_(appState_.actor()) {}
 
 // Launching
 
@@ -26,12 +29,29 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 Task<void> AppDelegate::launch() {
     co_await appState_.launch();
-    if (isShuttingDown() || appState_.preferences().hasCompletedOnboarding()) co_return;
+    isLaunched_ = true;
+    welcome();
+}
+
+void AppDelegate::offerWindows(OnboardingWindowFactory makeOnboardingWindow) {
+    makeOnboardingWindow_ = std::move(makeOnboardingWindow);
+    if (isLaunched_) welcome();
+}
+
+void AppDelegate::withdrawWindows() {
+    onboardingController_.reset();
+    makeOnboardingWindow_ = {};
+}
+
+void AppDelegate::welcome() {
+    if (!makeOnboardingWindow_ || isShuttingDown() || appState_.preferences().hasCompletedOnboarding())
+        return;
     appState_.host().activateIgnoringOtherApplications();
     showOnboarding();
 }
 
 void AppDelegate::showOnboarding() {
+    if (!makeOnboardingWindow_) return;
     if (!onboardingController_) onboardingController_.emplace(appState_.preferences(), makeOnboardingWindow_);
     onboardingController_->show();
 }
@@ -44,6 +64,24 @@ AppDelegate::TerminationReply AppDelegate::applicationShouldTerminate() {
     appState_.beginTermination();
     tasks_.spawn(terminate());
     return *terminationReply_;
+}
+
+void AppDelegate::quit() {
+    if (applicationShouldTerminate() == TerminationReply::later) return;
+    whenNothingRuns([this] { appState_.host().replyToTermination(); });
+}
+
+void AppDelegate::whenNothingRuns(std::function<void()> action) {
+    MainActor& actor = appState_.actor();
+    actor.post([this, &actor, action = std::move(action)]() mutable {
+        if (appState_.systemAudio().isOperationRunning()) {
+            actor.postAfter(operationPoll, [this, action = std::move(action)]() mutable {
+                whenNothingRuns(std::move(action));
+            });
+        } else {
+            actor.post(std::move(action));
+        }
+    });
 }
 
 bool AppDelegate::mustCleanUpFirst() {

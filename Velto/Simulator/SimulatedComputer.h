@@ -3,10 +3,10 @@
 // Owned by the simulator's entry point, or a test; main actor only. Nothing outlives it but what it is given.
 #pragma once
 
+#include "Platform/Linux/LinuxApplicationHost.h"
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/SimulatedAudioSystem.h"
 #include "Simulation/SimulatedLoginItemService.h"
-#include "Velto/Qt/QtApplicationHost.h"
 #include "Velto/Shell/PlatformServices.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Services/SleepMonitor.h"
@@ -29,7 +29,7 @@ class SimulatedComputer {
     SimulatedAudioSystem& world() { return *world_; }
     InMemoryUserDefaults& defaults() { return defaults_; }
     SimulatedLoginItemService& loginItems() { return loginItems_; }
-    QtApplicationHost& host() { return host_; }
+    LinuxApplicationHost& host() { return host_; }
     MainActor& actor() { return actor_; }
 
     /// The machine announces that it falls asleep, or that it woke.
@@ -48,7 +48,7 @@ class SimulatedComputer {
     InMemoryUserDefaults defaults_;
     SimulatedLoginItemService loginItems_;
     Sleep sleep_;
-    QtApplicationHost host_{sleep_};
+    LinuxApplicationHost host_{sleep_};
 };
 
 } // namespace velto

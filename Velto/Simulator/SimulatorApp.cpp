@@ -40,12 +40,14 @@ int run(int argumentCount, char** arguments) {
     DeviceBench bench(computer);
     DeviceBenchAdapter adapter(bench);
     QuickUserInterface* windows = nullptr;
-    LinuxApplication application(computer.platform(), computer.host(), [&](UserInterface::Context context) {
+    AppDelegate delegate(computer.platform());
+    LinuxApplication application(delegate, computer.host(), [&](UserInterface::Context context) {
         auto made = std::make_unique<QuickUserInterface>(std::move(context));
         windows = made.get();
         return made;
     });
     terminationSignals.observe(actor, [&application] { application.requestQuit(); });
+    delegate.applicationDidFinishLaunching();
     application.start();
     application.raise();
     const std::unique_ptr<QQuickWindow> benchWindow =

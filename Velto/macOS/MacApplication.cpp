@@ -6,9 +6,9 @@
 
 namespace velto {
 
-MacApplication::MacApplication(PlatformServices platform, TerminationDelegate& termination,
+MacApplication::MacApplication(AppDelegate& delegate, TerminationDelegate& termination,
                                UserInterfaceFactory makeUserInterface)
-    : VeltoApplication(std::move(platform), std::move(makeUserInterface)), termination_(termination) {
+    : VeltoApplication(delegate, std::move(makeUserInterface)), termination_(termination) {
     termination_.setHandlers(
         {.shouldTerminate = [this] { return shouldTerminate(); }, .reopened = [this] { raise(); }});
 }
@@ -27,7 +27,7 @@ TerminationDelegate::Reply MacApplication::shouldTerminate() {
     if (delegate().applicationShouldTerminate() == AppDelegate::TerminationReply::later) return Reply::later;
     if (!app.systemAudio().isOperationRunning()) return Reply::now;
     // The clean-up after an earlier run: to end in the middle of it would leave the outputs as they are.
-    whenNothingRuns([&app] { app.host().replyToTermination(); });
+    delegate().whenNothingRuns([&app] { app.host().replyToTermination(); });
     return Reply::later;
 }
 

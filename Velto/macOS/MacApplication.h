@@ -1,7 +1,7 @@
 // MacApplication: the program on a Mac, where the system's own application object ends it.
 //
-// Made and owned by the entry point; main actor only. The application object ends the process where it stands:
-// no destructor runs then, and all that must be put back is, before the reply.
+// Made and owned by the entry point; main actor only. The application object ends the process where it
+// stands: no destructor runs then, and all that must be put back is, before the reply.
 #pragma once
 
 #include "Platform/macOS/TerminationDelegate.h"
@@ -15,7 +15,7 @@ namespace velto {
 class MacApplication final : public VeltoApplication {
   public:
     /// What is given must outlive the application.
-    MacApplication(PlatformServices platform, TerminationDelegate& termination,
+    MacApplication(AppDelegate& delegate, TerminationDelegate& termination,
                    UserInterfaceFactory makeUserInterface);
     ~MacApplication() override;
 

@@ -10,6 +10,7 @@
 #include "Platform/macOS/TerminationDelegate.h"
 #include "Platform/macOS/UnifiedLogSink.h"
 #include "Velto/Qt/QuickUserInterface.h"
+#include "Velto/Shell/AppDelegate.h"
 #include "Velto/Shell/ProgramMain.h"
 #include "Velto/macOS/MacApplication.h"
 #include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
@@ -50,11 +51,13 @@ int run(int argumentCount, char** arguments) {
         .loginItems = loginItems,
         .host = host,
         .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<AVFAudioEngine>(); }};
-    MacApplication application(std::move(platform), termination, [](UserInterface::Context context) {
+    AppDelegate delegate(std::move(platform));
+    MacApplication application(delegate, termination, [](UserInterface::Context context) {
         return std::make_unique<QuickUserInterface>(std::move(context));
     });
     const DispatchTerminationSignals terminationSignals([&application] { application.requestQuit(); });
     const HandOverObserver handOver([&application] { application.raise(); });
+    delegate.applicationDidFinishLaunching();
     application.start();
     return QGuiApplication::exec();
 }

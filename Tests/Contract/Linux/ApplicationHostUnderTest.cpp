@@ -1,6 +1,6 @@
 #include "Tests/Contract/ApplicationHostUnderTest.h"
 
-#include "Velto/Qt/QtApplicationHost.h"
+#include "Platform/Linux/LinuxApplicationHost.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -28,8 +28,14 @@ class ScriptedSleepMonitor final : public SleepMonitor {
 };
 
 /// Qt without a display and without a bus.
-class QtApplicationHostUnderTest final : public ApplicationHostUnderTest {
+class LinuxApplicationHostUnderTest final : public ApplicationHostUnderTest {
   public:
+    LinuxApplicationHostUnderTest() {
+        host_.setHandlers({.policyChanged = {}, .terminate = {}, .copy = [](std::string_view text) {
+                               QGuiApplication::clipboard()->setText(
+                                   QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+                           }});
+    }
     ApplicationHost& host() override { return host_; }
     void fallAsleep() override { sleep_.fallAsleep(); }
     void wake() override { sleep_.wake(); }
@@ -54,13 +60,13 @@ class QtApplicationHostUnderTest final : public ApplicationHostUnderTest {
     char* arguments_[2] = {name_, nullptr};
     QGuiApplication application_{argumentCount_, arguments_};
     ScriptedSleepMonitor sleep_;
-    QtApplicationHost host_{sleep_};
+    LinuxApplicationHost host_{sleep_};
 };
 
 } // namespace
 
 std::unique_ptr<ApplicationHostUnderTest> makeApplicationHostUnderTest() {
-    return std::make_unique<QtApplicationHostUnderTest>();
+    return std::make_unique<LinuxApplicationHostUnderTest>();
 }
 
 } // namespace velto

@@ -1,7 +1,8 @@
-// QtApplicationHost: the desktop, as the program asks for it, where Qt's application object stands for it.
+// LinuxApplicationHost: the desktop, as the program asks for it, and what it can tell without one.
 //
-// Owned by the program's entry point; main actor only. What concerns the program's own windows, and its end,
-// is done by VeltoApplication through the handlers.
+// Owned by the program's entry point; main actor only. What concerns the program's own windows, its end, and
+// the pasteboard is done through the handlers, by who runs the loop: without a display nobody has a
+// pasteboard, and nothing is copied.
 #pragma once
 
 #include "VeltoCore/Services/ApplicationHost.h"
@@ -15,22 +16,24 @@
 
 namespace velto {
 
-class QtApplicationHost final : public ApplicationHost {
+class LinuxApplicationHost final : public ApplicationHost {
   public:
     struct Handlers {
-        std::function<void(ActivationPolicy)> policyChanged;
-        std::function<void()> activate;
+        std::function<void()> policyChanged;
         std::function<void()> terminate;
+        std::function<void(std::string_view text)> copy;
     };
 
     /// The monitor must outlive the host.
-    explicit QtApplicationHost(SleepMonitor& sleep) : sleep_(sleep) {}
+    explicit LinuxApplicationHost(SleepMonitor& sleep) : sleep_(sleep) {}
     /// Empty handlers do nothing.
     void setHandlers(Handlers handlers) { handlers_ = std::move(handlers); }
+    /// As it was set last.
+    ActivationPolicy activationPolicy() const noexcept { return policy_; }
 
     void setActivationPolicy(ActivationPolicy policy) override;
-    void activateIgnoringOtherApplications() override;
-    void yieldActivation() override {} // window managers do
+    void activateIgnoringOtherApplications() override {} // window managers do
+    void yieldActivation() override {}                   // window managers do
     void replyToTermination() override;
     void registerSleepObserver(SleepObserver observer) override;
     void removeSleepObserver() override;
@@ -41,6 +44,7 @@ class QtApplicationHost final : public ApplicationHost {
   private:
     SleepMonitor& sleep_;
     Handlers handlers_;
+    ActivationPolicy policy_ = ActivationPolicy::accessory;
 };
 
 } // namespace velto
