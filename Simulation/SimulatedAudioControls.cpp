@@ -1,5 +1,6 @@
 // The client's side of the simulated audio system: volume, mute, listeners.
 #include "Simulation/SimulatedAudioCalls.h"
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
 
 #include <cmath>
 
@@ -34,7 +35,7 @@ void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
     perform(Operation::setOutputVolume, device, [=, this] {
         SimulatedDevice changed = requireControls(device);
         if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
-        const float clamped = volume > 0 ? std::min(volume, 1.0F) : 0.0F;
+        const float clamped = clampedVolume(volume);
         const float step = changed.volumeStep;
         changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
         replace(requirePlugged(changed.uid), changed);

@@ -31,7 +31,7 @@ class StatusAreaTests : public MachineTest {
 
     /// Starts the program; its user has been welcomed before.
     void start() {
-        defaults.set(PreferencesManager::Key::hasCompletedOnboarding, true);
+        defaults.set("hasCompletedOnboarding", true);
         delegate.emplace(platform());
         application.emplace(*delegate, host,
                             [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });

@@ -23,7 +23,7 @@ class MacApplicationTests : public MachineTest {
   protected:
     MacApplicationTests() {
         plugUsualOutputs();
-        defaults.set(PreferencesManager::Key::hasCompletedOnboarding, true);
+        defaults.set("hasCompletedOnboarding", true);
     }
     ~MacApplicationTests() override {
         if (!application) return;

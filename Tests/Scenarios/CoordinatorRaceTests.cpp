@@ -19,7 +19,7 @@ using testing::IsEmpty;
 struct Stage {
     explicit Stage(bool isPlaying) {
         application.launch();
-        application.preferences.setAutoReconnect(true);
+        application.preferences.autoReconnect.set(true);
         if (isPlaying) {
             application.play("bluetooth", "builtin");
             EXPECT_TRUE(application.coordinator.saveCurrentSessionAsPreset("Both"));

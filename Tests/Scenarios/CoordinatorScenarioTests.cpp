@@ -75,8 +75,8 @@ TEST_F(CoordinatorScenarioTests, PlaysTogetherAndRemembersThePair) {
     const auto subscription = coordinator().observe([&] {
         if (titles.empty() || titles.back() != title()) titles.push_back(title());
     });
-    app->preferences.setAggregateDeviceName(" Living room ");
-    app->preferences.setPreferredSampleRate(PreferredSampleRate::rate44100);
+    app->preferences.aggregateDeviceName.set(" Living room ");
+    app->preferences.preferredSampleRate.set(PreferredSampleRate::rate44100);
     app->play("usb", "builtin");
     EXPECT_THAT(titles, ElementsAre("Preparing audio…", "Checking devices…", "Creating audio group…",
                                     "Starting playback…", "Playing Together"));
@@ -95,7 +95,7 @@ TEST_F(CoordinatorScenarioTests, PlaysTogetherAndRemembersThePair) {
 }
 
 TEST_F(CoordinatorScenarioTests, LaunchCleansUpBeforeItLooksAtDevices) {
-    app->preferences.setAutoConnect(true);
+    app->preferences.autoConnect.set(true);
     play();
     const auto preset = coordinator().saveCurrentSessionAsPreset("Both");
     app->preferences.setAutoConnect(true, preset->id);
@@ -218,11 +218,11 @@ TEST_F(CoordinatorScenarioTests, FailuresAreShownUntilDismissedAndClearThePreset
         EXPECT_TRUE(coordinator().state().is<AudioSessionState::Failed>());
         EXPECT_TRUE(coordinator().lastError());
         EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
-        defaults.set(PreferencesManager::Key::recoveryState, std::string("unreadable"));
+        defaults.set(UserDefaultsRecoveryStateStore::key, std::string("unreadable"));
         const auto isReset = app->begin(coordinator().resetAudioConfiguration());
         app->reset(); // once is enough
         ASSERT_TRUE(isReset.isDone());
-        EXPECT_EQ(defaults.storedValue(PreferencesManager::Key::recoveryState), std::nullopt);
+        EXPECT_EQ(defaults.storedValue(UserDefaultsRecoveryStateStore::key), std::nullopt);
         EXPECT_TRUE(app->isIdle()) << "what could not be removed is gone, too";
         EXPECT_EQ(coordinator().lastError(), std::nullopt);
         expectSound();
@@ -239,7 +239,7 @@ TEST_F(CoordinatorScenarioTests, FailuresAreShownUntilDismissedAndClearThePreset
 // An output goes and comes back
 
 TEST_F(CoordinatorScenarioTests, PausesOnceWhenAnOutputGoes) {
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::pauseGroup);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::pauseGroup);
     play();
     unplug("bluetooth");
     EXPECT_TRUE(app->isIdle());
@@ -248,16 +248,16 @@ TEST_F(CoordinatorScenarioTests, PausesOnceWhenAnOutputGoes) {
 
     // Set while already degraded: that is no new loss.
     replug("bluetooth");
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::keepPlaying);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::keepPlaying);
     play();
     unplug("bluetooth");
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::pauseGroup);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::pauseGroup);
     unplug("hdmi");
     EXPECT_EQ(app->missing(), "bluetooth");
 }
 
 TEST_F(CoordinatorScenarioTests, AsksWhatToDoWhenAnOutputGoes) {
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::askUser);
     for (const bool keepPlaying : {true, false}) {
         play();
         unplug("builtin");
@@ -300,7 +300,7 @@ TEST_F(CoordinatorScenarioTests, RebuildsWhenAnOutputReturnsWithoutRejoining) {
     unplug("bluetooth");
     app->finish(coordinator().reconnect());
     EXPECT_EQ(app->missing(), "bluetooth") << "nothing is touched";
-    app->preferences.setAutoReconnect(true);
+    app->preferences.autoReconnect.set(true);
     std::vector<std::string> titles;
     const auto subscription = coordinator().observe([&] {
         if (titles.empty() || titles.back() != title()) titles.push_back(title());
@@ -372,7 +372,7 @@ TEST_F(CoordinatorScenarioTests, SomebodyElsesChoiceEndsTheSession) {
 }
 
 TEST_F(CoordinatorScenarioTests, ASwitchThatShowsLateIsNobodysChoice) {
-    app->preferences.setAutoReconnect(true);
+    app->preferences.autoReconnect.set(true);
     for (const Duration late : {Duration(1ms), Duration(100ms), Duration(4900ms), Duration(7s)}) {
         SCOPED_TRACE(late.count());
         world.faults.slowOutputChange = late;
@@ -432,8 +432,8 @@ TEST_F(CoordinatorScenarioTests, ASwitchThatNeverShowsEndsTheSessionAsAStop) {
 // All outputs lost
 
 TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem) {
-    app->preferences.setAutoReconnect(true);
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    app->preferences.autoReconnect.set(true);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::askUser);
     const auto lose = [&] {
         for (const auto* uid : {"bluetooth", "builtin"})
             if (world.isPlugged(uid)) world.unplug(uid);
@@ -514,7 +514,7 @@ TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem)
                       pickDefault("builtin");
                   },
                   true},
-          Between{"reconnect by hand", [&] { app->preferences.setAutoReconnect(false); }, true}}) {
+          Between{"reconnect by hand", [&] { app->preferences.autoReconnect.set(false); }, true}}) {
         SCOPED_TRACE(what);
         lose();
         loop.runUntilIdle();
@@ -535,8 +535,8 @@ TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem)
 TEST_F(CoordinatorScenarioTests, TheLostPairGoesBeforeAutoConnect) {
     app->play("usb", "bluetooth");
     app->preferences.setAutoConnect(true, coordinator().saveCurrentSessionAsPreset("Other")->id);
-    app->preferences.setAutoConnect(true);
-    app->preferences.setAutoReconnect(true);
+    app->preferences.autoConnect.set(true);
+    app->preferences.autoReconnect.set(true);
     for (const bool isWaiting : {true, false}) {
         play();
         if (!isWaiting) app->stop();
@@ -590,7 +590,7 @@ TEST_F(CoordinatorScenarioTests, ASessionThatHasLostItsAggregateIsRebuilt) {
 }
 
 TEST_F(CoordinatorScenarioTests, WhatWaitedBehindAnAbandonFindsWhatIsThere) {
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::askUser);
     const auto giveUp = [&] {
         play();
         world.faults.lingersAfterDestroy = 300ms;
@@ -679,7 +679,7 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     };
     appear();
     EXPECT_TRUE(app->isIdle()) << "switched off altogether";
-    app->preferences.setAutoConnect(true);
+    app->preferences.autoConnect.set(true);
     pickDefault("hdmi");
     EXPECT_TRUE(app->isIdle()) << "complete all along";
     appear();
@@ -719,7 +719,7 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
 }
 
 TEST_F(CoordinatorScenarioTests, LooksAgainAtWhatHappenedDuringAStartOrARebuild) {
-    app->preferences.setDisconnectBehavior(DisconnectBehavior::askUser);
+    app->preferences.disconnectBehavior.set(DisconnectBehavior::askUser);
     world.faults.aliveAfter = 300ms;
     world.faults.notifiesSynchronously = true; // so that nothing is heard after it
     for (const bool isRebuild : {false, true}) {

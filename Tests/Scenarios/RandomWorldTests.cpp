@@ -264,17 +264,17 @@ void RandomStory::setPreference(int which, int value) {
     PreferencesManager& preferences = app_->preferences;
     switch (which % 4) {
     case 0:
-        preferences.setAutoReconnect(value % 2 == 0);
+        preferences.autoReconnect.set(value % 2 == 0);
         break;
     case 1:
-        preferences.setAutoConnect(value % 2 == 0);
+        preferences.autoConnect.set(value % 2 == 0);
         break;
     case 2:
-        preferences.setDisconnectBehavior(allDisconnectBehaviors.at(static_cast<std::size_t>(value) % 3));
+        preferences.disconnectBehavior.set(allDisconnectBehaviors.at(static_cast<std::size_t>(value) % 3));
         break;
     default:
-        preferences.setPreferredSampleRate(value % 2 == 0 ? PreferredSampleRate::automatic
-                                                          : PreferredSampleRate::rate44100);
+        preferences.preferredSampleRate.set(value % 2 == 0 ? PreferredSampleRate::automatic
+                                                           : PreferredSampleRate::rate44100);
     }
 }
 

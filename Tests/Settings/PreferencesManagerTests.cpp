@@ -16,7 +16,6 @@
 namespace velto {
 namespace {
 
-using Key = PreferencesManager::Key;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using testing::ElementsAre;
@@ -47,35 +46,24 @@ class PreferencesManagerTests : public testing::Test {
     void relaunch() { preferences = std::make_unique<PreferencesManager>(defaults, clock); }
     /// What the settings are, each as it is stored.
     DefaultsDictionary inForce() const {
-        DefaultsDictionary result{
-            {"rememberSelectedDevices", preferences->rememberSelectedDevices()},
-            {"autoReconnect", preferences->autoReconnect()},
-            {"preferredSampleRate", rawValue(preferences->preferredSampleRate())},
-            {"aggregateDeviceName", preferences->aggregateDeviceName()},
-            {"clockStrategy", std::string(rawValue(preferences->clockStrategy()))},
-            {"disconnectBehavior", std::string(rawValue(preferences->disconnectBehavior()))},
-            {"autoConnect", preferences->autoConnect()},
-            {"showInDock", preferences->showInDock()},
-            {"rememberSyncProfiles", preferences->rememberSyncProfiles()},
-            {"syncTestVolume", static_cast<double>(preferences->syncTestVolume())},
-            {"hasCompletedOnboarding", preferences->hasCompletedOnboarding()},
-        };
-        if (const auto& uid = preferences->defaultReferenceDeviceUID())
-            result["defaultReferenceDeviceUID"] = *uid;
-        if (const auto& id = preferences->lastPresetID()) result["lastPresetID"] = id->string();
+        DefaultsDictionary result;
+        for (const AnySetting* setting : preferences->settings())
+            if (auto value = setting->stored()) result.emplace(setting->key(), *value);
         return result;
     }
     void store(std::string_view key, DefaultsValue value) {
         defaults.set(key, std::move(value));
         relaunch();
     }
-    void storePresets(std::string_view text) { store(Key::presets, Data(text.begin(), text.end())); }
+    void storePresets(std::string_view text) {
+        store(PreferencesManager::presetsKey, Data(text.begin(), text.end()));
+    }
     std::string storedPresetText() const {
-        const auto data = defaults.dataValue(Key::presets);
+        const auto data = defaults.dataValue(PreferencesManager::presetsKey);
         return data ? std::string(data->begin(), data->end()) : "none";
     }
     std::optional<std::vector<AudioPreset>> storedPresets() const {
-        const auto data = defaults.dataValue(Key::presets);
+        const auto data = defaults.dataValue(PreferencesManager::presetsKey);
         return data ? std::optional(decodePresets(*data).value()) : std::nullopt;
     }
     UUID save(AudioPreset preset) {
@@ -89,7 +77,7 @@ class PreferencesManagerTests : public testing::Test {
     std::unique_ptr<PreferencesManager> preferences = std::make_unique<PreferencesManager>(defaults, clock);
 };
 
-TEST_F(PreferencesManagerTests, FreshStoreGivesTheDefaultsAndStaysEmpty) {
+TEST_F(PreferencesManagerTests, EverySettingHasItsDefaultAndIsStoredAtOnceAndReadAtTheNextLaunch) {
     const DefaultsDictionary registered{
         {"rememberSelectedDevices", true},
         {"autoReconnect", false},
@@ -107,25 +95,8 @@ TEST_F(PreferencesManagerTests, FreshStoreGivesTheDefaultsAndStaysEmpty) {
     EXPECT_THAT(defaults.stored(), IsEmpty());
     for (const auto& [key, value] : registered)
         EXPECT_EQ(defaults.value(key), value) << key;
-    EXPECT_THAT(preferences->presets(), IsEmpty());
-    EXPECT_EQ(preferences->lastPreset(), std::nullopt);
-}
 
-TEST_F(PreferencesManagerTests, EverySettingIsStoredAtOnceAndReadAtTheNextLaunch) {
-    preferences->setRememberSelectedDevices(false);
-    preferences->setAutoReconnect(true);
-    preferences->setPreferredSampleRate(PreferredSampleRate::rate96000);
-    preferences->setAggregateDeviceName("Both");
-    preferences->setClockStrategy(ClockStrategy::lowestLatency);
-    preferences->setDisconnectBehavior(DisconnectBehavior::askUser);
-    preferences->setAutoConnect(true);
-    preferences->setShowInDock(true);
-    preferences->setRememberSyncProfiles(false);
-    preferences->setDefaultReferenceDeviceUID("usb");
-    preferences->setSyncTestVolume(0.3F);
-    preferences->setHasCompletedOnboarding(true);
-    preferences->setLastPresetID(UUID::fromString(upperCaseID));
-    const DefaultsDictionary expected{
+    const DefaultsDictionary others{
         {"rememberSelectedDevices", false},
         {"autoReconnect", true},
         {"preferredSampleRate", 96000.0},
@@ -140,19 +111,21 @@ TEST_F(PreferencesManagerTests, EverySettingIsStoredAtOnceAndReadAtTheNextLaunch
         {"hasCompletedOnboarding", true},
         {"lastPresetID", std::string(upperCaseID)},
     };
-    EXPECT_EQ(defaults.stored(), expected);
+    for (AnySetting* setting : preferences->settings())
+        EXPECT_TRUE(setting->setStored(others.at(std::string(setting->key())))) << setting->key();
+    EXPECT_EQ(defaults.stored(), others);
     relaunch();
-    EXPECT_EQ(inForce(), expected);
+    EXPECT_EQ(inForce(), others);
 
-    preferences->setDefaultReferenceDeviceUID(std::nullopt);
-    preferences->setLastPresetID(std::nullopt);
-    EXPECT_FALSE(defaults.stored().contains(Key::defaultReferenceDeviceUID));
-    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+    preferences->defaultReferenceDeviceUID.set(std::nullopt);
+    preferences->lastPresetID.set(std::nullopt);
+    EXPECT_FALSE(defaults.stored().contains("defaultReferenceDeviceUID"));
+    EXPECT_FALSE(defaults.stored().contains("lastPresetID"));
 }
 
 TEST_F(PreferencesManagerTests, AggregateNameStaysAsTypedAndIsStoredTrimmed) {
     const auto check = [&](const std::string& typed, const std::string& effective) {
-        preferences->setAggregateDeviceName(typed);
+        preferences->aggregateDeviceName.set(typed);
         EXPECT_EQ(preferences->aggregateDeviceName(), typed);
         EXPECT_EQ(preferences->effectiveAggregateDeviceName(), effective);
         EXPECT_EQ(defaults.stored().at("aggregateDeviceName"), DefaultsValue(effective));
@@ -167,7 +140,7 @@ TEST_F(PreferencesManagerTests, AggregateNameStaysAsTypedAndIsStoredTrimmed) {
 
 TEST_F(PreferencesManagerTests, UnusableStoredSettingsReadAsTheDefault) {
     const auto rate = [&](DefaultsValue value) {
-        store(Key::preferredSampleRate, std::move(value));
+        store("preferredSampleRate", std::move(value));
         return preferences->preferredSampleRate();
     };
     EXPECT_EQ(rate(88200.0), PreferredSampleRate::automatic);
@@ -176,9 +149,9 @@ TEST_F(PreferencesManagerTests, UnusableStoredSettingsReadAsTheDefault) {
     EXPECT_EQ(rate("48000"s), PreferredSampleRate::rate48000);
     EXPECT_EQ(rate("high"s), PreferredSampleRate::automatic);
 
-    store(Key::clockStrategy, "LowestLatency"s);
-    store(Key::disconnectBehavior, "stop"s);
-    store(Key::aggregateDeviceName, true);
+    store("clockStrategy", "LowestLatency"s);
+    store("disconnectBehavior", "stop"s);
+    store("aggregateDeviceName", true);
     EXPECT_EQ(preferences->clockStrategy(), ClockStrategy::automatic);
     EXPECT_EQ(preferences->disconnectBehavior(), DisconnectBehavior::keepPlaying);
     EXPECT_EQ(preferences->aggregateDeviceName(), "Velto Output");
@@ -186,41 +159,41 @@ TEST_F(PreferencesManagerTests, UnusableStoredSettingsReadAsTheDefault) {
 
 TEST_F(PreferencesManagerTests, TestVolumeStaysBetweenZeroAndOne) {
     for (const auto& [stored, volume] : {std::pair(1e300, 1.0F), {-0.5, 0.0F}, {0.25, 0.25F}}) {
-        store(Key::syncTestVolume, stored);
+        store("syncTestVolume", stored);
         EXPECT_EQ(preferences->syncTestVolume(), volume);
     }
-    preferences->setSyncTestVolume(3);
+    preferences->syncTestVolume.setStored(3.0);
     EXPECT_EQ(defaults.stored().at("syncTestVolume"), DefaultsValue(1.0));
-    preferences->setSyncTestVolume(std::numeric_limits<float>::quiet_NaN());
+    preferences->syncTestVolume.setStored(std::numeric_limits<double>::quiet_NaN());
     EXPECT_EQ(preferences->syncTestVolume(), 0.0F);
 }
 
 TEST_F(PreferencesManagerTests, LastPresetIDIsRewrittenAtLaunch) {
-    store(Key::lastPresetID, "0f8fad5b-d9cb-469f-a165-70867728950e"s);
+    store("lastPresetID", "0f8fad5b-d9cb-469f-a165-70867728950e"s);
     EXPECT_EQ(defaults.stored().at("lastPresetID"), DefaultsValue(std::string(upperCaseID)));
     EXPECT_EQ(preferences->lastPresetID(), UUID::fromString(upperCaseID));
     EXPECT_EQ(preferences->lastPreset(), std::nullopt) << "there is no such preset";
-    store(Key::lastPresetID, "junk"s);
-    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+    store("lastPresetID", "junk"s);
+    EXPECT_FALSE(defaults.stored().contains("lastPresetID"));
 }
 
 TEST_F(PreferencesManagerTests, ObserversHearOfRealChangesButEveryAssignmentIsStored) {
     int ofAutoConnect = 0;
     int ofAll = 0;
-    const auto one = preferences->observe(Key::autoConnect, [&] { ++ofAutoConnect; });
+    const auto one = preferences->autoConnect.observe([&] { ++ofAutoConnect; });
     const auto all = preferences->observe([&] {
-        EXPECT_TRUE(defaults.stored().contains(Key::autoConnect)) << "stored before anyone hears of it";
+        EXPECT_TRUE(defaults.stored().contains("autoConnect")) << "stored before anyone hears of it";
         ++ofAll;
     });
-    preferences->setAutoConnect(true);
-    defaults.remove(Key::autoConnect);
-    preferences->setAutoConnect(true);
+    preferences->autoConnect.set(true);
+    defaults.remove("autoConnect");
+    preferences->autoConnect.set(true);
     EXPECT_EQ(defaults.stored().at("autoConnect"), DefaultsValue(true));
     EXPECT_EQ(ofAutoConnect, 1);
     EXPECT_EQ(ofAll, 1);
 
-    preferences->setSyncTestVolume(0.75F);
-    preferences->setAggregateDeviceName("Velto Output ");
+    preferences->syncTestVolume.set(0.75F);
+    preferences->aggregateDeviceName.set("Velto Output ");
     preferences->savePreset(made("Den"));
     EXPECT_EQ(ofAutoConnect, 1);
     EXPECT_EQ(ofAll, 4);
@@ -293,7 +266,7 @@ TEST_F(PreferencesManagerTests, RemovingTheLastPresetForgetsItsID) {
     twin.id = den.id;
     const AudioPreset kitchen = made("Kitchen");
     preferences->setPresets({den, kitchen, twin});
-    preferences->setLastPresetID(kitchen.id);
+    preferences->lastPresetID.set(kitchen.id);
     EXPECT_EQ(preferences->lastPreset()->name, "Kitchen");
 
     preferences->removePreset(preferences->presets()[0].id);
@@ -301,22 +274,22 @@ TEST_F(PreferencesManagerTests, RemovingTheLastPresetForgetsItsID) {
     EXPECT_EQ(preferences->lastPresetID(), kitchen.id);
     preferences->removePreset(kitchen.id);
     EXPECT_EQ(preferences->lastPresetID(), std::nullopt);
-    EXPECT_FALSE(defaults.stored().contains(Key::lastPresetID));
+    EXPECT_FALSE(defaults.stored().contains("lastPresetID"));
     EXPECT_EQ(storedPresetText(), "[]");
 
-    preferences->setLastPresetID(save(den));
+    preferences->lastPresetID.set(save(den));
     preferences->clearPresets();
     EXPECT_EQ(defaults.stored(), (DefaultsDictionary{{"presets", Data{'[', ']'}}}));
 }
 
 TEST_F(PreferencesManagerTests, RemembersThePairPlayedLastInOneHiddenPreset) {
     save(made("Den"));
-    preferences->setRememberSelectedDevices(false);
+    preferences->rememberSelectedDevices.set(false);
     preferences->rememberLastUsed(device("a"), device("b"));
     EXPECT_THAT(names(preferences->presets()), ElementsAre("Den"));
     EXPECT_EQ(preferences->lastPresetID(), std::nullopt);
 
-    preferences->setRememberSelectedDevices(true);
+    preferences->rememberSelectedDevices.set(true);
     preferences->rememberLastUsed(device("a"), device("b"));
     AudioPreset expected = preferences->presets().at(1);
     EXPECT_EQ(expected.createdAt, clock.now());
@@ -327,7 +300,7 @@ TEST_F(PreferencesManagerTests, RemembersThePairPlayedLastInOneHiddenPreset) {
     save(expected);
     expected.updatedAt = clock.now();
     clock.advance(1min);
-    preferences->setLastPresetID(preferences->presets()[0].id);
+    preferences->lastPresetID.set(preferences->presets()[0].id);
     preferences->rememberLastUsed(device("c"), device("d"));
     expected.first = AudioPreset::DeviceReference::to(device("c"));
     expected.second = AudioPreset::DeviceReference::to(device("d"));
@@ -335,7 +308,7 @@ TEST_F(PreferencesManagerTests, RemembersThePairPlayedLastInOneHiddenPreset) {
     EXPECT_EQ(preferences->lastPresetID(), expected.id);
     EXPECT_EQ(storedPresets(), preferences->presets());
 
-    preferences->setAutoConnect(true);
+    preferences->autoConnect.set(true);
     EXPECT_THAT(names(preferences->userPresets()), ElementsAre("Den"));
     EXPECT_THAT(preferences->favoritePresets(), IsEmpty());
     EXPECT_THAT(preferences->automationRules(), IsEmpty());

@@ -31,7 +31,7 @@ TEST_F(LaunchTests, WelcomesOnceHoweverTheWindowIsClosed) {
     EXPECT_TRUE(preferences().hasCompletedOnboarding());
 
     quit();
-    preferences().setShowInDock(true);
+    preferences().showInDock.set(true);
     desktop.policies.clear();
     launch();
     EXPECT_FALSE(isWindowOpen);
@@ -264,7 +264,7 @@ TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
 TEST_F(AudioServiceTests, MakesGoodForWhatCameWhileItWasAway) {
     play("bluetooth", "builtin");
     presets().toggleAutoConnect(save("Desk"));
-    preferences().setAutoConnect(true);
+    preferences().autoConnect.set(true);
     menuBar().stop();
     run();
     unplug("bluetooth");

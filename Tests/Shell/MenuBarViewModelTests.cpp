@@ -96,7 +96,7 @@ TEST_F(MenuBarTests, SaysOnceThatSettingsCannotBeSavedAndPlaysAllTheSame) {
     desktop.wakeUp();
     loop.advance(2s);
     run();
-    EXPECT_TRUE(defaults.onDisk().contains(PreferencesManager::Key::recoveryState));
+    EXPECT_TRUE(defaults.onDisk().contains(UserDefaultsRecoveryStateStore::key));
     defaults.failWrites("Read-only file system");
     preferences().synchronize();
     EXPECT_THAT(menuBar().errorText(), Optional(testing::HasSubstr("Read-only")));
@@ -117,7 +117,7 @@ TEST_F(MenuBarTests, PutsRememberedOutputsBackIntoEmptyAndVanishedSlotsOnly) {
     unplug("hdmi");
     EXPECT_THAT(chosen(), ElementsAre("bluetooth", "usb"));
 
-    preferences().setRememberSelectedDevices(false);
+    preferences().rememberSelectedDevices.set(false);
     menuBar().binding(Slot::first).set(std::nullopt);
     replug("hdmi");
     EXPECT_THAT(chosen(), ElementsAre("-", "usb"));
@@ -216,7 +216,7 @@ TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
         menuBar().setIsShowingPresetEditor(true);
         menuBar().setIsChoosingOutputs(true);
     });
-    expectChange("a preference", [&] { preferences().setRememberSelectedDevices(false); });
+    expectChange("a preference", [&] { preferences().rememberSelectedDevices.set(false); });
     menuBar().play();
     run();
     expectChange("a volume", [&] {

@@ -65,7 +65,7 @@ TEST_F(PresetViewModelTests, RenamesNothingToABlankNorWhatIsDeleted) {
 }
 
 TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {
-    preferences().setLastPresetID(second);
+    preferences().lastPresetID.set(second);
     const auto before = preferences().presets();
     const auto stored = defaults.stored();
     EXPECT_FALSE(presets().canUndoDelete());
@@ -89,7 +89,7 @@ TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {
 }
 
 TEST_F(PresetViewModelTests, LosesNothingThatHappenedBeforeTheUndo) {
-    preferences().setLastPresetID(second);
+    preferences().lastPresetID.set(second);
     presets().deletePreset(second);
     presets().toggleFavorite(third);
     preferences().renamePreset(first, "Earlier");

@@ -1,12 +1,13 @@
 // What the settings window shows and does.
 #include "Tests/Shell/ShellTest.h"
-#include "Velto/Shell/SettingsTexts.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace velto {
 namespace {
 
+using namespace std::string_literals;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -21,13 +22,19 @@ class SettingsTests : public ShellTest {
             if (row.title == title) return row.value;
         return "no such row";
     }
+    SettingRow row(std::string_view key) {
+        const auto rows = list().rows();
+        return *std::ranges::find(rows, key, &SettingRow::key);
+    }
+    bool launchAtLogin() { return asBool(row("launchAtLogin").value); }
+    SettingsList& list() { return settings().list(); }
 };
 
 // Debug report
 
 TEST_F(SettingsTests, ReportsARunningSession) {
     desktop.systemVersion = "Version 15.2";
-    preferences().setClockStrategy(ClockStrategy::firstSelected);
+    preferences().clockStrategy.set(ClockStrategy::firstSelected);
     play("bluetooth", "hdmi");
     settings().copyDebugInfo();
     EXPECT_THAT(desktop.pasteboardText,
@@ -84,42 +91,56 @@ TEST_F(SettingsTests, ReportsAnyRateThatADeviceMayHave) {
 
 TEST_F(SettingsTests, ShowsInTheDockAtOnce) {
     desktop.policies.clear();
-    settings().setShowInDock(true);
-    settings().setShowInDock(false);
+    list().set("showInDock", true);
+    list().set("showInDock", false);
     EXPECT_THAT(desktop.policies, ElementsAre(Policy::regular, Policy::accessory));
     EXPECT_FALSE(preferences().showInDock());
 }
 
+TEST_F(SettingsTests, ATextIsReadByTheKindOfItsSetting) {
+    for (const SettingRow& row : list().rows()) {
+        EXPECT_EQ(row.parsed(row.text()), row.value) << row.key;
+        const bool isText = row.kind == SettingRow::Kind::text;
+        for (const char* text : {"nonsense", "1.5", "101%", "-0", "true", "nan"})
+            EXPECT_EQ(row.parsed(text).has_value(), isText) << row.key << ' ' << text;
+    }
+    EXPECT_EQ(row("syncTestVolume").parsed("25%"), DefaultsValue(0.25));
+    EXPECT_EQ(row("preferredSampleRate").parsed("48 kHz"), DefaultsValue(48000.0));
+    EXPECT_EQ(row("clockStrategy").parsed("x").error(),
+              "“Clock” takes: automatic, firstSelected, builtInPreferred, lowestLatency.");
+    EXPECT_FALSE(list().set("clockStrategy", "x"s) || list().set("no such setting", true));
+}
+
 TEST_F(SettingsTests, OffersTheReferenceOutputAlsoWhenItIsGone) {
-    settings().setDefaultReferenceDeviceUID("bluetooth");
-    EXPECT_EQ(settings().referenceDeviceChoices().size(), 5U) << "none, and the four";
+    list().set("defaultReferenceDeviceUID", "bluetooth"s);
+    EXPECT_EQ(row("defaultReferenceDeviceUID").choices.size(), 5U) << "none, and the four";
     play("bluetooth", "builtin"); // from now on a preset knows its name
     unplug("bluetooth");
-    EXPECT_EQ(settings().referenceDeviceChoices().back(), (SettingChoice{"bluetooth", "Headphones"}));
-    settings().setDefaultReferenceDeviceUID("");
+    EXPECT_EQ(row("defaultReferenceDeviceUID").choices.back(), (SettingChoice{"bluetooth"s, "Headphones"}));
+    list().set("defaultReferenceDeviceUID", ""s);
     EXPECT_EQ(preferences().defaultReferenceDeviceUID(), std::nullopt);
-    EXPECT_EQ(settings().referenceDeviceChoices().size(), 4U);
+    EXPECT_EQ(row("defaultReferenceDeviceUID").choices.size(), 4U);
 }
 
 TEST_F(SettingsTests, SaysWhatKeepsTheLoginItemFromWorking) {
-    EXPECT_EQ(settings().launchAtLoginNote(), std::nullopt);
+    EXPECT_EQ(row("launchAtLogin").help, "");
     loginItems.wantsApproval = true;
-    settings().setLaunchAtLoginEnabled(true);
-    EXPECT_FALSE(settings().launchAtLoginEnabled());
-    EXPECT_EQ(settings().launchAtLoginNote(), "Approve Velto in System Settings > General > Login Items.");
-    EXPECT_TRUE(settings().offersLoginItemsSettings());
+    list().set("launchAtLogin", true);
+    EXPECT_FALSE(launchAtLogin());
+    EXPECT_EQ(row("launchAtLogin").help, "Approve Velto in System Settings > General > Login Items.");
+    EXPECT_EQ(row("launchAtLogin").action, "Open Login Items");
     loginItems.current = LoginItemService::Status::enabled; // the user has approved
     settings().refreshLaunchAtLogin();
-    EXPECT_TRUE(settings().launchAtLoginEnabled());
-    EXPECT_FALSE(settings().offersLoginItemsSettings());
+    EXPECT_TRUE(launchAtLogin());
+    EXPECT_EQ(row("launchAtLogin").action, "");
     loginItems.failNextChange("No space left on device");
-    settings().setLaunchAtLoginEnabled(false);
-    EXPECT_TRUE(settings().launchAtLoginEnabled());
-    EXPECT_EQ(settings().launchAtLoginNote(), "No space left on device");
-    settings().setLaunchAtLoginEnabled(false);
-    EXPECT_FALSE(settings().launchAtLoginEnabled() || settings().launchAtLoginNote());
+    list().set("launchAtLogin", false);
+    EXPECT_TRUE(launchAtLogin());
+    EXPECT_EQ(row("launchAtLogin").help, "No space left on device");
+    list().set("launchAtLogin", false);
+    EXPECT_FALSE(launchAtLogin() || !row("launchAtLogin").help.empty());
     loginItems.isInstalled = false;
-    EXPECT_EQ(settings().launchAtLoginNote(), "Available when Velto runs from an app bundle.");
+    EXPECT_EQ(row("launchAtLogin").help, "Available when Velto runs from an app bundle.");
 }
 
 } // namespace

@@ -126,7 +126,7 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
     require(!coordinator.isReconnecting(), "still rebuilding");
     require(!coordinator.preparationStep(), "still preparing");
     require(!coordinator.activePresetID() || coordinator.state().isActive(), "a preset without a session");
-    const auto stored = machine.defaults.dataValue(PreferencesManager::Key::presets);
+    const auto stored = machine.defaults.dataValue(PreferencesManager::presetsKey);
     require(!stored || decodePresets(*stored).value() == state.preferences().presets(),
             "other presets are stored than there are");
     return result;

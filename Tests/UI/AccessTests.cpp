@@ -59,7 +59,7 @@ TEST_F(AccessTests, tabReachesEveryControlAndTheTreeIsComplete) {
         EXPECT_THAT(faults(page), IsEmpty());
     };
     check(panel());
-    preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+    preferences().disconnectBehavior.set(DisconnectBehavior::askUser);
     play("airpods", "flip");
     check(panel());
     EXPECT_TRUE(panel().shows("<b>Flip</b> & co"));

@@ -32,7 +32,7 @@ class Scene : public Stage {
             {{one, other}, one, {{other, 182}}, SyncProfile::Kind::estimated, actor.now()});
     }
     void ask(std::string_view missing) {
-        preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+        preferences().disconnectBehavior.set(DisconnectBehavior::askUser);
         play("airpods", "flip");
         unplug(missing);
     }

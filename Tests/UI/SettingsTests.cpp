@@ -4,7 +4,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
-#include <functional>
+#include <algorithm>
 
 namespace velto {
 
@@ -27,17 +27,17 @@ class SettingsTests : public Stage {
 TEST_F(SettingsTests, switchesAreTurnedByMouseAndKeyboard) {
     launch();
     open("General");
-    PreferencesManager& stored = preferences();
-    const std::pair<const char*, std::function<bool()>> switches[]{
-        {"Launch Velto at Login",
-         [this] { return computer.loginItems().current == LoginItemService::Status::enabled; }},
-        {"Show Velto in the Dock", [&] { return stored.showInDock(); }},
-        {"Remember the last outputs", [&] { return stored.rememberSelectedDevices(); }},
-        {"Auto Connect saved setups", [&] { return stored.autoConnect(); }},
-        {"Reconnect automatically", [&] { return stored.autoReconnect(); }},
-    };
-    for (const auto& [name, isOn] : switches) {
-        SCOPED_TRACE(name);
+    const SettingsList& list = state().settings().list();
+    int count = 0;
+    for (const SettingRow& row : list.rows()) {
+        if (row.kind != SettingRow::Kind::toggle || row.section == "Saved sync profiles") continue;
+        ++count;
+        const auto isOn = [&] {
+            const auto rows = list.rows();
+            return asBool(std::ranges::find(rows, row.key, &SettingRow::key)->value);
+        };
+        const QString name = QString::fromStdString(row.label);
+        SCOPED_TRACE(row.key);
         const bool before = isOn();
         EXPECT_EQ(settings().find(name).isChecked, before);
         settings().click(name);
@@ -48,6 +48,7 @@ TEST_F(SettingsTests, switchesAreTurnedByMouseAndKeyboard) {
         EXPECT_EQ(isOn(), before);
         EXPECT_EQ(settings().find(name).isChecked, before);
     }
+    EXPECT_EQ(count, 5);
 }
 
 TEST_F(SettingsTests, choicesAndNamesAreKept) {

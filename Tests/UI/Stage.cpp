@@ -58,7 +58,7 @@ Stage::~Stage() {
 }
 
 void Stage::launch() {
-    computer.defaults().set(PreferencesManager::Key::hasCompletedOnboarding, true);
+    computer.defaults().set("hasCompletedOnboarding", true);
     launchForTheFirstTime();
 }
 

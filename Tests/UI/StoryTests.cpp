@@ -121,7 +121,7 @@ TEST_F(StoryTests, volumesFollowPointerKeysAndWheel) {
 
 TEST_F(StoryTests, aLostOutputAsksAndBothAnswersAreKept) {
     launch();
-    preferences().setDisconnectBehavior(DisconnectBehavior::askUser);
+    preferences().disconnectBehavior.set(DisconnectBehavior::askUser);
     for (const bool keeps : {true, false}) {
         play("airpods", "flip");
         benchPage().click("Unplug JBL Flip 6");

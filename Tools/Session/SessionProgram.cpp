@@ -122,12 +122,12 @@ std::string SessionProgram::performOnPreferences(const Words& words) {
     if (words.command == "autoconnect" && !words.first.empty()) {
         const auto saved = preset(words.first);
         if (!saved) return "There is no such preset";
-        preferences_.setAutoConnect(true);
+        preferences_.autoConnect.set(true);
         preferences_.setAutoConnect(true, saved->id);
         return "";
     }
     if (const auto behavior = disconnectBehavior(words.first); words.command == "disconnect" && behavior) {
-        preferences_.setDisconnectBehavior(*behavior);
+        preferences_.disconnectBehavior.set(*behavior);
         return "";
     }
     return "The commands are: start UID UID, stop, reset, recover, state, devices, volume UID NUMBER, "

@@ -1,20 +1,66 @@
 #include "Velto/Qt/SettingsAdapter.h"
 
-#include "Velto/Shell/SettingsTexts.h"
-
+#include <cstdint>
 #include <utility>
 
 namespace velto {
 
 namespace {
 
+struct AsVariant {
+    QVariant operator()(const std::string& text) const { return toQString(text); }
+    QVariant operator()(const Data&) const { return {}; }
+    QVariant operator()(std::int64_t number) const { return static_cast<qlonglong>(number); }
+    QVariant operator()(auto value) const { return value; }
+};
+
+QVariant toVariant(const DefaultsValue& value) { return std::visit(AsVariant{}, value); }
+
+DefaultsValue fromVariant(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return value.toBool();
+    case QMetaType::QString:
+        return value.toString().toStdString();
+    default:
+        return value.toDouble();
+    }
+}
+
 QVariantList choiceList(const std::vector<SettingChoice>& choices) {
     QVariantList list;
     for (const SettingChoice& choice : choices)
-        list.append(QVariantMap{{"value", toQString(choice.rawValue)},
-                                {"title", toQString(choice.title)},
-                                {"help", toQString(choice.helpText)}});
+        list.append(QVariantMap{{"value", toVariant(choice.value)}, {"title", toQString(choice.title)}});
     return list;
+}
+
+QString kindName(SettingRow::Kind kind) {
+    switch (kind) {
+    case SettingRow::Kind::toggle:
+        return "toggle";
+    case SettingRow::Kind::choice:
+        return "choice";
+    case SettingRow::Kind::text:
+        return "text";
+    case SettingRow::Kind::level:
+        return "level";
+    }
+    return {};
+}
+
+std::unique_ptr<RecordListModel<SettingRow>> settingRows(QObject* parent) {
+    using Row = SettingRow;
+    return std::make_unique<RecordListModel<Row>>(
+        parent, &Row::key,
+        std::vector<RecordListModel<Row>::Role>{
+            {"key", [](const Row& row) { return toQString(row.key); }},
+            {"kind", [](const Row& row) { return kindName(row.kind); }},
+            {"label", [](const Row& row) { return toQString(row.label); }},
+            {"help", [](const Row& row) { return toQString(row.help); }},
+            {"available", [](const Row& row) { return row.isAvailable; }},
+            {"value", [](const Row& row) { return toVariant(row.value); }},
+            {"choices", [](const Row& row) { return choiceList(row.choices); }},
+            {"action", [](const Row& row) { return toQString(row.action); }}});
 }
 
 } // namespace
@@ -32,56 +78,33 @@ SettingsAdapter::SettingsAdapter(SettingsViewModel& model)
 }
 
 void SettingsAdapter::updateLists() {
+    std::map<std::string, std::vector<SettingRow>> sections;
+    for (SettingRow& row : model_.list().rows())
+        sections[row.section].push_back(std::move(row));
+    for (const auto& [title, rows] : sections) {
+        auto& model = sections_[toQString(title)];
+        if (!model) model = settingRows(this);
+        model->update(rows);
+    }
     syncProfiles_.update(model_.syncProfileRows());
     debugRows_.update(model_.debugRows());
 }
 
-QVariantMap SettingsAdapter::texts() {
-    using Texts = SettingsTexts;
-    const std::pair<const char*, SettingText> all[]{
-        {"launchAtLogin", Texts::launchAtLogin},
-        {"openLoginItems", Texts::openLoginItems},
-        {"showInDock", Texts::showInDock},
-        {"rememberSelectedDevices", Texts::rememberSelectedDevices},
-        {"autoConnect", Texts::autoConnect},
-        {"autoReconnect", Texts::autoReconnect},
-        {"disconnectBehavior", Texts::disconnectBehavior},
-        {"sampleRate", Texts::preferredSampleRate},
-        {"clockStrategy", Texts::clockStrategy},
-        {"aggregateDeviceName", Texts::aggregateDeviceName},
-        {"syncEngine", Texts::syncEngine},
-        {"rememberSyncProfiles", Texts::rememberSyncProfiles},
-        {"referenceDevice", Texts::defaultReferenceDevice},
-        {"syncTest", Texts::syncTest},
-        {"syncTestVolume", Texts::syncTestVolume},
-        {"syncProfiles", Texts::syncProfiles},
-        {"reset", Texts::resetAudioConfiguration},
-        {"copyDebugInfo", Texts::copyDebugInfo},
-    };
-    QVariantMap map;
-    for (const auto& [name, text] : all)
-        map[QString::fromLatin1(name)] =
-            QVariantMap{{"label", toQString(text.label)}, {"help", toQString(text.help)}};
-    return map;
+QStringList SettingsAdapter::sections(const QString& ofTab) const {
+    QStringList titles;
+    for (const std::string& title : model_.list().sections(ofTab.toStdString()))
+        titles.append(toQString(title));
+    return titles;
 }
 
-QVariantList SettingsAdapter::disconnectBehaviors() const {
-    return choiceList(SettingsViewModel::disconnectBehaviorChoices());
+ListModel* SettingsAdapter::rows(const QString& inSection) const {
+    const auto found = sections_.find(inSection);
+    return found == sections_.end() ? nullptr : found->second.get();
 }
 
-QVariantList SettingsAdapter::clockStrategies() const {
-    return choiceList(SettingsViewModel::clockStrategyChoices());
+void SettingsAdapter::set(const QString& key, const QVariant& value) {
+    model_.list().set(key.toStdString(), fromVariant(value));
 }
-
-QVariantList SettingsAdapter::sampleRates() const {
-    QVariantList list;
-    for (const SampleRateChoice& choice : SettingsViewModel::preferredSampleRateChoices())
-        list.append(
-            QVariantMap{{"value", choice.rawValue}, {"title", toQString(choice.title)}, {"help", ""}});
-    return list;
-}
-
-QVariantList SettingsAdapter::referenceDevices() const { return choiceList(model_.referenceDeviceChoices()); }
 
 QString SettingsAdapter::version() const {
     return toQString("Version " + model_.shortVersion() + " (" + model_.buildNumber() + ")");

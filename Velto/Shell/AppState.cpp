@@ -35,9 +35,7 @@ AppState::AppState(PlatformServices platform)
 Task<void> AppState::launch() {
     if (isShuttingDown_) co_return;
     logger.notice("Velto {} launched", publicText(shortVersion(platform_.host)));
-    platform_.host.setActivationPolicy(preferences_.showInDock()
-                                           ? ApplicationHost::ActivationPolicy::regular
-                                           : ApplicationHost::ActivationPolicy::accessory);
+    settings_.list().applyShowInDock();
     audioServiceMonitor_.start(); // first: the service may come while an earlier run is cleaned up after
     co_await coordinator_.start();
     if (isShuttingDown_) co_return;

@@ -5,7 +5,7 @@ namespace velto {
 OnboardingWindowController::OnboardingWindowController(PreferencesManager& preferences,
                                                        const OnboardingWindowFactory& makeWindow)
     : preferences_(preferences),
-      window_(makeWindow([this] { preferences_.setHasCompletedOnboarding(true); })) {}
+      window_(makeWindow([this] { preferences_.hasCompletedOnboarding.set(true); })) {}
 
 void OnboardingWindowController::show() {
     if (window_) window_->show();

@@ -10,9 +10,8 @@ PresetViewModel::PresetViewModel(PreferencesManager& preferences, DualOutputCoor
                                  AudioDeviceManager& deviceManager, MainActor& actor)
     : changes_(actor), preferences_(preferences), coordinator_(coordinator), deviceManager_(deviceManager),
       tasks_(actor) {
-    for (const std::string_view key :
-         {PreferencesManager::Key::presets, PreferencesManager::Key::lastPresetID})
-        changes_.keep(preferences.observe(key, changes_.handler()));
+    changes_.keep(preferences.observePresets(changes_.handler()));
+    changes_.keep(preferences.lastPresetID.observe(changes_.handler()));
     changes_.keep(coordinator.observe(changes_.handler()));
     changes_.keep(deviceManager.observeDevices(changes_.handler()));
 }
@@ -109,7 +108,7 @@ void PresetViewModel::undoDelete() {
     presets.insert(place, deleted->preset);
     preferences_.setPresets(std::move(presets));
     if (deleted->wasLastPreset && !preferences_.lastPresetID())
-        preferences_.setLastPresetID(deleted->preset.id);
+        preferences_.lastPresetID.set(deleted->preset.id);
     changes_.announce();
 }
 

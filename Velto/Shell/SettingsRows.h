@@ -1,28 +1,9 @@
-// What the settings window lists: choices of a setting, saved sync profiles, lines of the debug report.
+// What the settings window lists besides the settings: saved sync profiles, lines of the debug report.
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace velto {
-
-/// One of the values that a setting can have.
-struct SettingChoice {
-    std::string rawValue;
-    std::string title;
-    /// Empty where there is nothing to explain.
-    std::string helpText = {};
-
-    friend bool operator==(const SettingChoice&, const SettingChoice&) = default;
-};
-
-struct SampleRateChoice {
-    /// In Hz; 0 for automatic.
-    double rawValue = 0;
-    std::string title;
-
-    friend bool operator==(const SampleRateChoice&, const SampleRateChoice&) = default;
-};
 
 struct SyncProfileRow {
     std::string id;

@@ -15,7 +15,7 @@ Column {
             label: page.model.didCopyDebugInfo ? "Copied" : ""
             PushButton {
                 symbol: page.model.didCopyDebugInfo ? "checkmark" : "doc.on.doc"
-                text: page.model.texts.copyDebugInfo.label
+                text: "Copy Debug Information"
                 onClicked: page.model.copyDebugInfo()
             }
         }
@@ -23,12 +23,12 @@ Column {
     SettingsSection {
         title: "Troubleshooting"
         SettingsRow {
-            help: page.model.texts.reset.help
+            help: page.model.resetHelp
             PushButton {
                 busy: page.model.isResetting
                 enabled: !page.model.isResetting
                 symbol: "arrow.counterclockwise"
-                text: page.model.texts.reset.label
+                text: "Reset Audio Configuration"
                 onClicked: page.model.reset()
             }
         }

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A setting with several values: {value, title, help} each. What it shows follows `value`.
+// A setting with several values: {value, title} each. What it shows follows `value`.
 SettingsRow {
     id: row
 

@@ -8,8 +8,8 @@ FocusScope {
     required property QtObject model
     property int tab: 0
     readonly property var tabs: [
-        { title: "General", symbol: "gearshape", view: "GeneralSettingsView.qml" },
-        { title: "Audio", symbol: "hifispeaker.2", view: "AudioSettingsView.qml" },
+        { title: "General", symbol: "gearshape" },
+        { title: "Audio", symbol: "hifispeaker.2" },
         { title: "Sync", symbol: "stopwatch", view: "SyncSettingsView.qml" },
         { title: "Advanced", symbol: "slider.horizontal.3", view: "AdvancedSettingsView.qml" },
         { title: "About", symbol: "info.circle", view: "AboutSettingsView.qml" }
@@ -67,7 +67,13 @@ FocusScope {
             y: 20
             width: flickable.width - 48
             Component.onCompleted: load()
-            function load() { setSource(view.tabs[view.tab].view, { model: view.model }) }
+            function load() {
+                const tab = view.tabs[view.tab]
+                if (tab.view)
+                    setSource(tab.view, { model: view.model })
+                else
+                    setSource("DeclaredSettingsView.qml", { model: view.model, tab: tab.title })
+            }
             Connections {
                 target: view
                 function onTabChanged() { page.load(); flickable.contentY = 0 }

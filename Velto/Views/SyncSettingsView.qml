@@ -6,10 +6,10 @@ Column {
     required property QtObject model
 
     SettingsSection {
-        title: page.model.texts.syncTest.label
+        title: "Sync test"
         SettingsRow {
             label: page.model.isSyncTestRunning ? "Playing…" : "By ear"
-            help: page.model.texts.syncTest.help
+            help: page.model.syncTestHelp
             PushButton {
                 implicitWidth: 112
                 symbol: page.model.isSyncTestRunning ? "stop.fill" : "play.fill"
@@ -18,39 +18,20 @@ Column {
             }
         }
         RowSeparator {}
-        SettingsRow {
-            label: page.model.texts.syncTestVolume.label
-            VolumeSlider {
-                implicitWidth: Theme.fieldWidth
-                volume: page.model.syncTestVolume
-                Accessible.name: page.model.texts.syncTestVolume.label
-                onVolumeMoved: volume => page.model.syncTestVolume = volume
-            }
-        }
+        SettingRows { settings: page.model; section: "Sync test" }
     }
     SettingsSection {
-        title: page.model.texts.syncEngine.label
+        title: "Sync engine"
         SettingsRow {
             label: page.model.syncEngineName
-            help: page.model.texts.syncEngine.help
+            help: page.model.syncEngineHelp
         }
         RowSeparator {}
-        ChoiceRow {
-            label: page.model.texts.referenceDevice.label
-            help: page.model.texts.referenceDevice.help
-            choices: page.model.referenceDevices
-            value: page.model.referenceDevice
-            onPicked: value => page.model.referenceDevice = value
-        }
+        SettingRows { settings: page.model; section: "Sync engine" }
     }
     SettingsSection {
-        title: page.model.texts.syncProfiles.label
-        SwitchRow {
-            label: page.model.texts.rememberSyncProfiles.label
-            help: page.model.texts.rememberSyncProfiles.help
-            on: page.model.rememberSyncProfiles
-            onToggled: on => page.model.rememberSyncProfiles = on
-        }
+        title: "Saved sync profiles"
+        SettingRows { settings: page.model; section: "Saved sync profiles" }
         Repeater {
             model: page.model.syncProfiles
             SettingsRow {

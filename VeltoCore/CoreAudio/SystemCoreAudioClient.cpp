@@ -1,5 +1,6 @@
 #include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
 
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
 #include "VeltoCore/CoreAudio/CoreAudioProperty.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
@@ -79,7 +80,6 @@ std::optional<Address> muteAddress(AudioObjectID device) {
 }
 
 /// From 0 to 1; silence for what is no number.
-float clampedVolume(float volume) { return volume > 0 ? std::min(volume, 1.0f) : 0.0f; }
 
 // Platform objects
 

@@ -35,6 +35,15 @@ struct AsDouble {
 
 } // namespace
 
+bool asBool(const DefaultsValue& value) { return std::visit(AsBool{}, value); }
+
+double asDouble(const DefaultsValue& value) { return std::visit(AsDouble{}, value); }
+
+std::optional<std::string> asText(const DefaultsValue& value) {
+    const auto* text = std::get_if<std::string>(&value);
+    return text ? std::optional(*text) : std::nullopt;
+}
+
 void UserDefaults::registerDefaults(DefaultsDictionary defaults) {
     for (auto& [key, value] : defaults)
         registered_.insert_or_assign(key, std::move(value));
@@ -44,16 +53,6 @@ std::optional<DefaultsValue> UserDefaults::value(std::string_view key) const {
     if (auto stored = storedValue(key)) return stored;
     const auto found = registered_.find(key);
     return found == registered_.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::optional<bool> UserDefaults::boolValue(std::string_view key) const {
-    const auto found = value(key);
-    return found ? std::optional(std::visit(AsBool{}, *found)) : std::nullopt;
-}
-
-std::optional<double> UserDefaults::doubleValue(std::string_view key) const {
-    const auto found = value(key);
-    return found ? std::optional(std::visit(AsDouble{}, *found)) : std::nullopt;
 }
 
 } // namespace velto

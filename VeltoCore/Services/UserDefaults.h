@@ -22,6 +22,13 @@ namespace velto {
 using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, Data>;
 using DefaultsDictionary = std::map<std::string, DefaultsValue, std::less<>>;
 
+/// A number is true unless it is 0; text when it is "YES", "true" or "1", in any case; nothing else.
+bool asBool(const DefaultsValue& value);
+/// Text is the number that it begins with; what has none is 0.
+double asDouble(const DefaultsValue& value);
+/// None for anything but text.
+std::optional<std::string> asText(const DefaultsValue& value);
+
 class UserDefaults {
   public:
     virtual ~UserDefaults() = default;
@@ -48,12 +55,6 @@ class UserDefaults {
 
     /// What is stored, else what is registered.
     std::optional<DefaultsValue> value(std::string_view key) const;
-    /// A number reads as true unless it is 0; text when it is "YES", "true" or "1", in any case; nothing
-    /// else.
-    std::optional<bool> boolValue(std::string_view key) const;
-    std::optional<std::int64_t> integerValue(std::string_view key) const { return typed<std::int64_t>(key); }
-    /// Text reads as the number that it begins with; what has none reads as 0.
-    std::optional<double> doubleValue(std::string_view key) const;
     std::optional<std::string> stringValue(std::string_view key) const { return typed<std::string>(key); }
     std::optional<Data> dataValue(std::string_view key) const { return typed<Data>(key); }
 

@@ -1,5 +1,6 @@
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -18,10 +19,6 @@ constexpr const Logger& logger = LoggingService::audioDevices;
 constexpr float silence = 0.001F;
 /// Hardware gives a written volume back with a rounding error; that is nobody's change.
 constexpr float roundingError = 0.0001F;
-
-float clamped(float volume) noexcept {
-    return volume > 0 ? std::min(volume, 1.0F) : 0.0F; // not a number counts as silence
-}
 
 /// The coarsest that hardware is known to have.
 constexpr float coarsestStep = 1.0F / 16;
@@ -209,7 +206,7 @@ void DeviceVolumeController::setVolume(float volume, std::string_view forUID) {
     const auto found = asked_.find(uid);
     const auto before = found == asked_.end() ? std::nullopt : std::optional(found->second);
     const float previous = before ? before->echo.value_or(before->previous) : state->volume;
-    asked_.insert_or_assign(uid, Asked{.volume = clamped(volume), .previous = previous, .echo = {}});
+    asked_.insert_or_assign(uid, Asked{.volume = clampedVolume(volume), .previous = previous, .echo = {}});
     const auto setVolume = [&](AudioObjectID id) {
         try {
             client_.setOutputVolume(id, volume);
@@ -218,7 +215,7 @@ void DeviceVolumeController::setVolume(float volume, std::string_view forUID) {
             throw;
         }
     };
-    write("volume", uid, setVolume, [&](DeviceVolumeState& state) { state.volume = clamped(volume); });
+    write("volume", uid, setVolume, [&](DeviceVolumeState& state) { state.volume = clampedVolume(volume); });
 }
 
 void DeviceVolumeController::setMuted(bool isMuted, std::string_view forUID) {
@@ -264,7 +261,7 @@ bool DeviceVolumeController::supportsMasterVolume() const noexcept {
 }
 
 void DeviceVolumeController::setMasterVolume(float target) {
-    const float wanted = clamped(target);
+    const float wanted = clampedVolume(target);
     const float master = masterVolume();
     const std::weak_ptr alive(alive_); // an observer may end the controller
     isWritingSeveral_ = true;
