@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include <atomic>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace velto {
@@ -134,6 +136,38 @@ TEST_F(SystemOutputTests, AChoiceOfAnAggregateThatWentWithItsServerIsForgottenAt
     startAgainWithChoice("blue");
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "blue"; })) << "any other choice stays";
     client->setDefaultOutputDevice(id("desk"));
+}
+
+TEST_F(SystemOutputTests, AChoiceOutlivesTheServerOfItsSession) {
+    const auto isStored = [&](const std::string& name) {
+        return lab->waitUntil([&] {
+            std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
+            const std::string stored(std::istreambuf_iterator<char>(file), {});
+            return stored.contains("default.configured.audio.sink=" + name);
+        });
+    };
+    const auto isConfiguredAgain = [&] { return runUntil([&] { return configured() == "desk"; }); };
+    lab->pickDefault("desk");
+    ASSERT_TRUE(isStored("desk"));
+    settle();
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    switchTo(aggregate);
+    ASSERT_TRUE(isStored(aggregateUID));
+    killServer();
+    restartServer();
+    EXPECT_TRUE(isConfiguredAgain()) << configured().value_or("none");
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; })) << defaultUID();
+
+    // What the session manager has stored comes after its store, which we follow already.
+    setDefaultMetadata(PipeWireKey::configuredSink, R"({ "name": "com.corlent.velto.aggregate" })");
+    ASSERT_TRUE(isStored(aggregateUID));
+    server.killSessionManager();
+    const auto isSeen = [&] {
+        return statusThrown([&] { client->defaultOutputDeviceID(); }) == kAudioHardwareNotRunningError;
+    };
+    ASSERT_TRUE(runUntil(isSeen));
+    server.startSessionManager();
+    EXPECT_TRUE(isConfiguredAgain()) << configured().value_or("none");
 }
 
 TEST_F(SystemOutputTests, AlertsFollowTheDefaultUntilTheyHaveAnOutputOfTheirOwn) {

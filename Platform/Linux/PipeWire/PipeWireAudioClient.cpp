@@ -19,7 +19,7 @@ namespace {
 constexpr SampleRateRange serverRates{8000, 192000};
 /// How long the session manager may take to leave a removed default output. It takes about 2 ms.
 constexpr std::chrono::milliseconds newDefaultGrace{200};
-/// After this the news of a default output are taken for lost on the way.
+/// After this what the store of defaults ought to have told is taken for lost on the way.
 constexpr std::chrono::milliseconds firstAskAgainDelay{200};
 constexpr std::chrono::seconds longestAskAgainDelay{10};
 
@@ -58,7 +58,7 @@ PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher
     outputs_.finishRestoring(newDefaultGrace);
     wasSilent_ = !isAnswering();
     published_ = current();
-    askAgainForDefault();
+    askAgainForMissing();
 }
 
 PipeWireAudioClient::~PipeWireAudioClient() {
@@ -107,8 +107,9 @@ void PipeWireAudioClient::graphChanged() {
 void PipeWireAudioClient::followAggregate() {
     if (isCreatingAggregate_) return;
     const bool hasAggregate = aggregates_.existing() != nullptr;
-    if (!hasAggregate && hadAggregate_.value_or(true))
-        outputs_.restore(std::string(AggregateDeviceManager::aggregateUID));
+    const std::string name(AggregateDeviceManager::aggregateUID);
+    if (!hasAggregate && (hadAggregate_.value_or(true) || outputs_.isToBeRestored(name)))
+        outputs_.restore(name);
     hadAggregate_ = hasAggregate;
 }
 
@@ -132,13 +133,14 @@ void PipeWireAudioClient::publish() {
         wasSilent_ = false;
         changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
     }
-    askAgainForDefault();
+    askAgainForMissing();
     if (!changed.empty()) listeners_.notify(changed);
 }
 
-void PipeWireAudioClient::askAgainForDefault() {
-    const bool isMissing = graph_.defaultMetadata() && !outputs_.defaultOutput() &&
-                           std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
+void PipeWireAudioClient::askAgainForMissing() {
+    const bool isWithoutDefault =
+        !outputs_.defaultOutput() && std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
+    const bool isMissing = graph_.defaultMetadata() && (isWithoutDefault || outputs_.isRestoring());
     if (!isMissing) {
         if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
         askAgainDelay_ = firstAskAgainDelay;

@@ -107,7 +107,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
 
     void graphChanged();
     void followAggregate();
-    void askAgainForDefault();
+    /// For what the store of defaults ought to tell, and perhaps told while nobody heard it.
+    void askAgainForMissing();
     void publishLater();
     void publish();
     PipeWireSnapshot current() const;

@@ -38,13 +38,6 @@ void PipeWireNotes::noteSampleRate() {
                   settings->value(PipeWireKey::forcedRate).value_or("0"));
 }
 
-void PipeWireNotes::restoreWithoutNote(const std::string& aggregateName) {
-    PipeWireMetadata* outputs = graph_.defaultMetadata();
-    if (!outputs || configuredOutput() || outputs->name(PipeWireKey::configuredSink) != aggregateName) return;
-    lastConfigured_.empty() ? outputs->remove(PipeWireKey::configuredSink)
-                            : outputs->setName(PipeWireKey::configuredSink, lastConfigured_);
-}
-
 void PipeWireNotes::beginRestoring(const std::string& aggregateName) {
     aggregateName_ = aggregateName;
     isRestoring_ = true;
@@ -58,7 +51,8 @@ void PipeWireNotes::continueRestoring() {
     bool (PipeWireNotes::*const isRestored[])() = {&PipeWireNotes::isConfiguredOutputRestored,
                                                    &PipeWireNotes::isAlertOutputRestored,
                                                    &PipeWireNotes::isSampleRateRestored};
-    bool isAnyLeft = false;
+    bool isAnyLeft = isChosenWithoutNote(aggregateName_);
+    if (isAnyLeft) sendNameOnce(PipeWireKey::configuredSink, lastConfigured_);
     for (std::size_t i = 0; i < std::size(allNotes); ++i) {
         if (!noted(allNotes[i])) continue;
         isAnyLeft = true;
@@ -66,6 +60,13 @@ void PipeWireNotes::continueRestoring() {
             sendOnce(allNotes[i], "gone", [&, key = allNotes[i]] { settings->remove(key); });
     }
     isRestoring_ = isAnyLeft;
+}
+
+bool PipeWireNotes::isChosenWithoutNote(const std::string& aggregateName) const {
+    const PipeWireMetadata* outputs = graph_.defaultMetadata();
+    const bool isForeign = graph_.device(aggregateName); // somebody else's, which may well be chosen
+    return outputs && !isForeign && !configuredOutput() &&
+           outputs->name(PipeWireKey::configuredSink) == aggregateName;
 }
 
 bool PipeWireNotes::isConfiguredOutputRestored() {

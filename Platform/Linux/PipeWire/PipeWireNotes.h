@@ -27,10 +27,11 @@ class PipeWireNotes {
     /// The configured output that is noted: empty when nothing was configured, none without a note.
     std::optional<std::string> configuredOutput() const;
 
-    /// A choice of the aggregate that outlived its server, and the notes with it, is no choice: what this run
-    /// noted last is put back, or nothing is chosen.
-    void restoreWithoutNote(const std::string& aggregateName);
-    /// From now on puts back all that is noted. For when no aggregate is there, or none any more.
+    /// Whether an aggregate that isn't there is configured, and no note tells what was before: the session
+    /// manager has stored it, and brings it back when it starts with a server that knows nothing.
+    bool isChosenWithoutNote(const std::string& aggregateName) const;
+    /// From now on puts back all that is noted, and for a choice without a note what this run noted last. For
+    /// when no aggregate is there, or none any more.
     void beginRestoring(const std::string& aggregateName);
     /// Takes the next steps of it that can be taken now. Called on every change, also from within server
     /// callbacks: it sends, and never waits.

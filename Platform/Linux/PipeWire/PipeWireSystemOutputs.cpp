@@ -65,7 +65,7 @@ bool PipeWireSystemOutputs::becomesTrue(const std::function<bool()>& condition, 
     if (connection_.waitUntil(condition, lostUpdateGrace)) return true;
     graph_.refreshDefaultMetadata();
     if (!connection_.waitUntil(condition, deadline - lostUpdateGrace)) return false;
-    isDeaf_ = true;
+    deafStore_ = graph_.defaultMetadataGeneration();
     return true;
 }
 
@@ -186,6 +186,9 @@ void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName
     constexpr const char* label = "Preparing for an aggregate";
     if (!connection_.roundTrip()) fail(label); // also, what was stored a moment ago counts
     defaultMetadata();                         // without a session manager nobody would give it its ports
+    // One that starts writes what it had stored, and then the default output. Before that, what it is about
+    // to bring back would be noted as nobody's choice.
+    connection_.waitUntil([this] { return defaultName().has_value(); });
     finishRestoring(pipeWireDeadline);
     if (connection_.isSilent() || notes_.isRestoring()) fail(label); // else it would go on in the session
     notes_.noteOutputs(aggregateName);
@@ -195,9 +198,13 @@ void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
     standIn_.reset();
     heldSince_.reset();
     stopReclaiming();
-    const bool isForeign = graph_.device(aggregateName); // somebody else's, which may well be chosen
-    if (!isForeign) notes_.restoreWithoutNote(aggregateName);
     notes_.beginRestoring(aggregateName);
+}
+
+bool PipeWireSystemOutputs::isToBeRestored(const std::string& aggregateName) const {
+    // Later it is what somebody chooses, who knows of a sink of that name.
+    return settledSince_ != graph_.defaultMetadataGeneration() && !notes_.isRestoring() &&
+           notes_.isChosenWithoutNote(aggregateName);
 }
 
 void PipeWireSystemOutputs::finishRestoring(Duration deadline) {
@@ -208,11 +215,13 @@ void PipeWireSystemOutputs::finishRestoring(Duration deadline) {
 /// A store that has let us miss a change may go on doing so, for good. What somebody chooses shows in where
 /// players are linked, too.
 void PipeWireSystemOutputs::listenHarder() {
-    if (isDeaf_ && std::exchange(linkChanges_, graph_.linkChanges()) != graph_.linkChanges())
+    if (deafStore_ != graph_.defaultMetadataGeneration()) return;
+    if (std::exchange(linkChanges_, graph_.linkChanges()) != graph_.linkChanges())
         graph_.refreshDefaultMetadata();
 }
 
 void PipeWireSystemOutputs::follow() {
+    if (defaultName()) settledSince_ = graph_.defaultMetadataGeneration();
     listenHarder();
     notes_.continueRestoring();
     holdDefault();
@@ -225,7 +234,7 @@ void PipeWireSystemOutputs::forget() {
     heldSince_.reset();
     stopReclaiming();
     routedAlerts_.clear();
-    isDeaf_ = false;
+    deafStore_.reset();
 }
 
 // The alert output

@@ -59,6 +59,9 @@ class PipeWireSystemOutputs {
     /// Where there is no aggregate of that name, or none any more: what is noted is put back, and a choice of
     /// it that outlived its server is no choice.
     void restore(const std::string& aggregateName);
+    /// Whether a session manager that starts has brought such a choice back.
+    bool isToBeRestored(const std::string& aggregateName) const;
+    bool isRestoring() const noexcept { return notes_.isRestoring(); }
     /// Waits for the end of that, as long as the server answers.
     void finishRestoring(Duration deadline);
 
@@ -98,8 +101,10 @@ class PipeWireSystemOutputs {
     std::optional<int> heldSince_;
     /// Ends the wait for the aggregate to be the default again.
     std::optional<MainActor::TimerID> reclaiming_;
-    /// A change was only seen when the store was asked anew.
-    bool isDeaf_ = false;
+    /// The session manager, by generation, that has said all that it had stored.
+    std::optional<int> settledSince_;
+    /// The store, by generation, of which a change was only seen when it was asked anew.
+    std::optional<int> deafStore_;
     std::uint64_t linkChanges_ = 0; // at the last look
     /// Alert streams that were sent elsewhere, by global ID, with the target's serial.
     std::map<uint32_t, std::string> routedAlerts_;
