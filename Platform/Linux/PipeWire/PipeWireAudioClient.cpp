@@ -19,9 +19,6 @@ namespace {
 constexpr SampleRateRange serverRates{8000, 192000};
 /// How long the session manager may take to leave a removed default output. It takes about 2 ms.
 constexpr std::chrono::milliseconds newDefaultGrace{200};
-/// After this what the store of defaults ought to have told is taken for lost on the way.
-constexpr std::chrono::milliseconds firstAskAgainDelay{200};
-constexpr std::chrono::seconds longestAskAgainDelay{10};
 
 /// The UID of an output of somebody else that has the name Velto's own aggregate would have: it must not be
 /// taken for that.
@@ -43,27 +40,25 @@ std::string uidOf(const PipeWireNode& node) {
 
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote)
     : actor_(actor), connection_(actor, watcher, std::move(remote), *this),
-      graph_([this] { graphChanged(); }), aggregates_(actor, connection_, graph_, [this] { publishLater(); }),
-      outputs_(actor, connection_, graph_, aggregates_, [this] { publishLater(); }),
+      graph_([this] { graphChanged(); }),
+      aggregates_(actor, connection_, graph_, [this] { news_.tellLater(); }),
+      outputs_(actor, connection_, graph_, aggregates_, [this] { news_.tellLater(); }),
       volumeWrites_(actor, connection_, graph_,
                     [this](PipeWireVolumeWrites::Control control) {
                         const bool isVolume = control.kind == PipeWireVolumeWrites::Kind::volume;
-                        listeners_.notify(
+                        news_.listeners().notify(
                             {{control.device, isVolume ? kAudioHardwareServiceDeviceProperty_VirtualMainVolume
                                                        : kAudioDevicePropertyMute}});
                     }),
-      askAgainDelay_(firstAskAgainDelay) {
+      news_(actor, connection_, graph_, aggregates_, outputs_) {
     connection_.connect();
     connection_.waitUntil([this] { return graph_.isComplete(); });
     outputs_.finishRestoring(newDefaultGrace);
-    wasSilent_ = !isAnswering();
-    published_ = current();
-    askAgainForMissing();
+    news_.begin();
 }
 
 PipeWireAudioClient::~PipeWireAudioClient() {
     if (!connection_.isSilent()) settle(); // what was sent last is not to go with the program
-    if (askAgain_) actor_.cancelTimer(*askAgain_);
     aggregates_.forget();
     outputs_.forget();
     volumeWrites_.forget();
@@ -82,17 +77,17 @@ void PipeWireAudioClient::connectionLost() {
     graph_.detach();
     driftCompensation_.clear();
     hadAggregate_.reset();
-    wasSilent_ = true;
+    news_.noteSilence();
 }
 
 void PipeWireAudioClient::connectionAnswers() {
-    wasSilent_ = true;
+    news_.noteSilence();
     hadAggregate_.reset(); // what was asked meanwhile, and given up, has been done by now
     if (graph_.isComplete()) followAggregate(); // else one that is there has only not been heard of
-    publishLater();
+    news_.tellLater();
 }
 
-// Notification
+// What changes
 
 void PipeWireAudioClient::graphChanged() {
     if (!graph_.isComplete()) return; // what is not known yet is not missing
@@ -100,7 +95,7 @@ void PipeWireAudioClient::graphChanged() {
     followAggregate();
     outputs_.follow();
     volumeWrites_.follow();
-    publishLater();
+    news_.tellLater();
 }
 
 /// Whoever removed it, and whenever: what stood before it is put back.
@@ -113,50 +108,7 @@ void PipeWireAudioClient::followAggregate() {
     hadAggregate_ = hasAggregate;
 }
 
-void PipeWireAudioClient::publishLater() {
-    if (std::exchange(isPublishing_, true)) return;
-    actor_.post([this, alive = std::weak_ptr(alive_)] {
-        if (alive.expired()) return;
-        isPublishing_ = false;
-        publish();
-    });
-}
-
-void PipeWireAudioClient::publish() {
-    if (!hasSessionManager()) wasSilent_ = true; // nobody answers for the default output
-    if (!hasHeard()) return;
-    PipeWireSnapshot next = current();
-    std::set<ListenedProperty> changed = published_.differences(next);
-    published_ = std::move(next);
-    // A server that came back has its devices, and a session manager that has chosen among them.
-    if (wasSilent_ && isAnswering() && outputs_.defaultOutput()) {
-        wasSilent_ = false;
-        changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
-    }
-    askAgainForMissing();
-    if (!changed.empty()) listeners_.notify(changed);
-}
-
-void PipeWireAudioClient::askAgainForMissing() {
-    const bool isWithoutDefault =
-        !outputs_.defaultOutput() && std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
-    const bool isMissing = graph_.defaultMetadata() && (isWithoutDefault || outputs_.isRestoring());
-    if (!isMissing) {
-        if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
-        askAgainDelay_ = firstAskAgainDelay;
-    } else if (!askAgain_) {
-        askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
-            askAgain_.reset();
-            askAgainDelay_ = std::min<Duration>(askAgainDelay_ * 2, longestAskAgainDelay);
-            graph_.refreshDefaultMetadata();
-            publishLater();
-        });
-    }
-}
-
-PipeWireSnapshot PipeWireAudioClient::current() const {
-    return PipeWireSnapshot::of(graph_, aggregates_, outputs_);
-}
+// Listeners
 
 PropertyListenerTokenRef PipeWireAudioClient::addOutputVolumeListener(AudioObjectID device,
                                                                       PropertyListenerHandler handler) {
@@ -181,11 +133,11 @@ PropertyListenerTokenRef PipeWireAudioClient::addPropertyListener(AudioObjectID 
         failPipeWireCall(hasHeard() ? kAudioHardwareBadObjectError : kAudioHardwareNotRunningError,
                          "AddPropertyListener " + fourCharCodeDescription(selector) + " on " +
                              std::to_string(objectID));
-    return listeners_.add(objectID, {selector, scope, element}, std::move(handler));
+    return news_.listeners().add(objectID, {selector, scope, element}, std::move(handler));
 }
 
 void PipeWireAudioClient::removePropertyListener(const PropertyListenerTokenRef& token) noexcept {
-    if (!token || listeners_.remove(*token)) return;
+    if (!token || news_.listeners().remove(*token)) return;
     LoggingService::audioDevices.error("RemovePropertyListenerBlock failed: {}",
                                        "The listener is not registered");
 }
@@ -202,12 +154,8 @@ void PipeWireAudioClient::requireAnswer(const char* operation) const {
 }
 
 void PipeWireAudioClient::requireSessionManager(const char* operation) const {
-    if (!hasHeard() || !hasSessionManager()) failPipeWireCall(kAudioHardwareNotRunningError, operation);
-}
-
-bool PipeWireAudioClient::hasSessionManager() const noexcept {
-    const PipeWireMetadata* metadata = graph_.defaultMetadata();
-    return metadata && metadata->isComplete();
+    if (!hasHeard() || !outputs_.hasSessionManager())
+        failPipeWireCall(kAudioHardwareNotRunningError, operation);
 }
 
 PipeWireNode& PipeWireAudioClient::require(AudioObjectID device, const char* operation) const {

@@ -12,15 +12,13 @@
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
-#include "Platform/Linux/PipeWire/PipeWireListeners.h"
-#include "Platform/Linux/PipeWire/PipeWireSnapshot.h"
+#include "Platform/Linux/PipeWire/PipeWireNews.h"
 #include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
 #include "Platform/Linux/PipeWire/PipeWireVolumeWrites.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +37,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     /// second: false then.
     bool settle() { return connection_.roundTrip(); }
     /// Listeners that are registered and not yet removed.
-    std::size_t listenerCount() const noexcept { return listeners_.count(); }
+    std::size_t listenerCount() const noexcept { return news_.listeners().count(); }
 
     bool isAnswering() const noexcept override { return hasHeard() && !connection_.isSilent(); }
     std::vector<AudioObjectID> allDeviceIDs() override;
@@ -100,18 +98,12 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     AggregateDeviceDescription requireAggregate(AudioObjectID device, const char* operation) const;
     /// Whether reads can be answered, if only with what was last heard.
     bool hasHeard() const noexcept { return connection_.isConnected() && graph_.isComplete(); }
-    bool hasSessionManager() const noexcept;
     void requireAnswer(const char* operation) const;
     /// The same for what only the session manager can answer.
     void requireSessionManager(const char* operation) const;
 
     void graphChanged();
     void followAggregate();
-    /// For what the store of defaults ought to tell, and perhaps told while nobody heard it.
-    void askAgainForMissing();
-    void publishLater();
-    void publish();
-    PipeWireSnapshot current() const;
 
     MainActor& actor_;
     PipeWireConnection connection_;
@@ -119,20 +111,12 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     PipeWireAggregates aggregates_;
     PipeWireSystemOutputs outputs_;
     PipeWireVolumeWrites volumeWrites_;
-    PipeWireListeners listeners_;
+    PipeWireNews news_;
     /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
     std::map<std::string, bool, std::less<>> driftCompensation_;
-    /// What listeners were last told of.
-    PipeWireSnapshot published_;
-    bool isPublishing_ = false;
-    std::optional<MainActor::TimerID> askAgain_;
-    Duration askAgainDelay_{};
-    /// There was a time without an answer since the listeners were last told that the service is there.
-    bool wasSilent_ = false;
     /// Whether an aggregate was there at the last look; none before the first.
     std::optional<bool> hadAggregate_;
     bool isCreatingAggregate_ = false;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 } // namespace velto

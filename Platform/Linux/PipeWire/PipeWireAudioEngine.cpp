@@ -106,7 +106,8 @@ void PipeWireAudioEngine::Run::connect(const std::string& remote) {
 }
 
 void PipeWireAudioEngine::Run::openStream(spa_audio_info_raw format) {
-    // The session manager shall neither remember a volume or an output for the stream, nor take it for music.
+    // The session manager shall neither remember a volume or an output for the stream, where it can be told
+    // so (0.4.13 can't), nor take it for music.
     stream_ = pw_stream_new(core_, "Sync Test",
                             pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
                                               PW_KEY_MEDIA_ROLE, "Test", PW_KEY_APP_NAME, "Velto",

@@ -21,6 +21,10 @@ constexpr std::chrono::milliseconds priorityGrace{200};
 /// How long the session manager may take to make the aggregate the default again. It takes about 20 ms.
 constexpr std::chrono::seconds reclaimingGrace{1};
 
+/// After this what the store of defaults ought to have told is taken for lost on the way.
+constexpr std::chrono::milliseconds firstAskAgainDelay{200};
+constexpr std::chrono::seconds longestAskAgainDelay{10};
+
 uint32_t wholeNumber(const std::optional<std::string>& text) {
     uint32_t number = 0;
     if (text) std::from_chars(text->data(), text->data() + text->size(), number);
@@ -33,7 +37,7 @@ PipeWireSystemOutputs::PipeWireSystemOutputs(MainActor& actor, PipeWireConnectio
                                              PipeWireGraph& graph, PipeWireAggregates& aggregates,
                                              std::function<void()> changed)
     : actor_(actor), connection_(connection), graph_(graph), aggregates_(aggregates), notes_(graph),
-      changed_(std::move(changed)) {}
+      changed_(std::move(changed)), askAgainDelay_(firstAskAgainDelay) {}
 
 PipeWireSystemOutputs::~PipeWireSystemOutputs() { forget(); }
 
@@ -44,11 +48,14 @@ void PipeWireSystemOutputs::fail(const char* label) const {
     failPipeWireCall(isAnswering ? kAudioHardwareNotReadyError : kAudioHardwareNotRunningError, label);
 }
 
+bool PipeWireSystemOutputs::hasSessionManager() const noexcept {
+    const PipeWireMetadata* metadata = graph_.defaultMetadata();
+    return metadata && metadata->isComplete();
+}
+
 PipeWireMetadata& PipeWireSystemOutputs::defaultMetadata() const {
-    PipeWireMetadata* metadata = graph_.defaultMetadata();
-    if (!metadata || !metadata->isComplete())
-        failPipeWireCall(kAudioHardwareNotRunningError, "Asking the session manager");
-    return *metadata;
+    if (!hasSessionManager()) failPipeWireCall(kAudioHardwareNotRunningError, "Asking the session manager");
+    return *graph_.defaultMetadata();
 }
 
 std::optional<std::string> PipeWireSystemOutputs::defaultName() const {
@@ -220,15 +227,38 @@ void PipeWireSystemOutputs::listenHarder() {
         graph_.refreshDefaultMetadata();
 }
 
+/// What the store ought to tell, and perhaps told while nobody heard it.
+void PipeWireSystemOutputs::askAgainForMissing() {
+    const bool isWithoutDefault =
+        !defaultOutput() && std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
+    const bool isMissing = graph_.defaultMetadata() && (isWithoutDefault || notes_.isRestoring());
+    if (!isMissing) {
+        stopAskingAgain();
+    } else if (!askAgain_) {
+        askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
+            askAgain_.reset();
+            askAgainDelay_ = std::min<Duration>(askAgainDelay_ * 2, longestAskAgainDelay);
+            graph_.refreshDefaultMetadata();
+        });
+    }
+}
+
+void PipeWireSystemOutputs::stopAskingAgain() {
+    if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
+    askAgainDelay_ = firstAskAgainDelay;
+}
+
 void PipeWireSystemOutputs::follow() {
     if (defaultName()) settledSince_ = graph_.defaultMetadataGeneration();
     listenHarder();
     notes_.continueRestoring();
     holdDefault();
     routeAlerts();
+    askAgainForMissing();
 }
 
 void PipeWireSystemOutputs::forget() {
+    stopAskingAgain();
     notes_.forget();
     standIn_.reset();
     heldSince_.reset();

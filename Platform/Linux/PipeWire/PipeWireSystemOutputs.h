@@ -34,6 +34,8 @@ class PipeWireSystemOutputs {
     PipeWireSystemOutputs& operator=(const PipeWireSystemOutputs&) = delete;
     ~PipeWireSystemOutputs();
 
+    /// Whether somebody answers for the default output.
+    bool hasSessionManager() const noexcept;
     /// Null while there is none.
     const PipeWireNode* defaultOutput() const;
     /// Whether the session manager has left the aggregate of that name.
@@ -61,7 +63,6 @@ class PipeWireSystemOutputs {
     void restore(const std::string& aggregateName);
     /// Whether a session manager that starts has brought such a choice back.
     bool isToBeRestored(const std::string& aggregateName) const;
-    bool isRestoring() const noexcept { return notes_.isRestoring(); }
     /// Waits for the end of that, as long as the server answers.
     void finishRestoring(Duration deadline);
 
@@ -79,6 +80,8 @@ class PipeWireSystemOutputs {
     bool leaveAggregate(const std::string& aggregateName, const std::string& outputName);
     void holdDefault();
     void listenHarder();
+    void askAgainForMissing();
+    void stopAskingAgain();
     void reclaimDefault();
     void stopReclaiming();
     void routeAlerts();
@@ -106,6 +109,8 @@ class PipeWireSystemOutputs {
     /// The store, by generation, of which a change was only seen when it was asked anew.
     std::optional<int> deafStore_;
     std::uint64_t linkChanges_ = 0; // at the last look
+    std::optional<MainActor::TimerID> askAgain_;
+    Duration askAgainDelay_;
     /// Alert streams that were sent elsewhere, by global ID, with the target's serial.
     std::map<uint32_t, std::string> routedAlerts_;
 };
