@@ -57,8 +57,9 @@ FileLock::~FileLock() {
     close(descriptor_);
 }
 
-std::string FileLock::note() const {
-    std::ifstream stream(file_, std::ios::binary);
+std::string FileLock::note(const std::filesystem::path& file) {
+    if (belongsToAnother(file)) return "";
+    std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 

@@ -23,8 +23,8 @@ class FileLock {
     const std::optional<std::string>& failure() const noexcept { return failure_; }
     const std::filesystem::path& file() const noexcept { return file_; }
 
-    /// What its holder has last said to others; empty at first.
-    std::string note() const;
+    /// What the holder of that file's lock has last said to others; empty at first, and where there is none.
+    static std::string note(const std::filesystem::path& file);
     /// For its holder.
     void setNote(std::string_view note) const;
 

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace velto {
@@ -82,11 +83,25 @@ MainActor::TimerID LinuxMainActor::postAfter(Duration interval, Work work) {
 void LinuxMainActor::cancelTimer(TimerID timer) noexcept { timers_.cancel(timer); }
 
 void LinuxMainActor::watchReadable(int descriptor, std::function<void()> handler) {
-    const bool isKnown = watched_.contains(descriptor);
-    epoll_event event{EPOLLIN, {.fd = descriptor}};
-    const int result = epoll_ctl(poll_, isKnown ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, descriptor, &event);
-    const bool isPlainFile = result < 0 && errno == EPERM;
-    watched_.insert_or_assign(descriptor, Watch{std::move(handler), nextWatch_++, isPlainFile});
+    const auto known = watched_.find(descriptor);
+    Watch watch = known == watched_.end() ? Watch() : known->second;
+    watch.readable = std::move(handler);
+    wait(descriptor, std::move(watch));
+}
+
+void LinuxMainActor::watchWritable(int descriptor, std::function<void()> handler) {
+    const auto known = watched_.find(descriptor);
+    Watch watch = known == watched_.end() ? Watch() : known->second;
+    watch.writable = std::move(handler);
+    wait(descriptor, std::move(watch));
+}
+
+void LinuxMainActor::wait(int descriptor, Watch watch) {
+    epoll_event event{(watch.readable ? EPOLLIN : 0U) | (watch.writable ? EPOLLOUT : 0U), {.fd = descriptor}};
+    const int operation = watched_.contains(descriptor) ? EPOLL_CTL_MOD : EPOLL_CTL_ADD;
+    watch.isAlwaysReadable = epoll_ctl(poll_, operation, descriptor, &event) < 0 && errno == EPERM;
+    watch.number = nextWatch_++;
+    watched_.insert_or_assign(descriptor, std::move(watch));
 }
 
 void LinuxMainActor::unwatch(int descriptor) noexcept {
@@ -145,20 +160,30 @@ void LinuxMainActor::wait(Duration longest) {
     const std::uint64_t polled = nextWatch_; // what a handler watches from here on was not
     std::array<epoll_event, 64> events{};    // more of them are told of in the next turn
     const int count = epoll_wait(poll_, events.data(), static_cast<int>(events.size()), waits ? -1 : 0);
-    std::vector<int> readable;
-    for (int i = 0; i < count; ++i)
-        readable.push_back(events[static_cast<std::size_t>(i)].data.fd);
+    std::vector<std::pair<int, std::uint32_t>> ready;
+    for (int i = 0; i < count; ++i) {
+        const epoll_event& event = events[static_cast<std::size_t>(i)];
+        ready.emplace_back(event.data.fd, event.events);
+    }
     for (const auto& [descriptor, watch] : watched_)
-        if (watch.isAlwaysReadable) readable.push_back(descriptor);
-    for (const int descriptor : readable)
-        callReader(descriptor, polled);
+        if (watch.isAlwaysReadable) ready.emplace_back(descriptor, EPOLLIN);
+    for (const auto& [descriptor, told] : ready)
+        callHandlers(descriptor, told, polled);
 }
 
-void LinuxMainActor::callReader(int descriptor, std::uint64_t polled) {
+void LinuxMainActor::callHandlers(int descriptor, std::uint32_t events, std::uint64_t polled) {
     const auto found = watched_.find(descriptor); // an earlier handler may have ended it
     if (found == watched_.end() || found->second.number >= polled) return;
-    const std::function<void()> handler = found->second.handler; // it may end itself
-    handler();
+    const std::uint32_t broken = EPOLLHUP | EPOLLERR; // whoever reads or writes learns it
+    if (found->second.writable && (events & (EPOLLOUT | broken))) {
+        Watch watch = found->second;
+        const auto handler = std::exchange(watch.writable, {});
+        wait(descriptor, std::move(watch));
+        handler();
+        return; // what can be read still can in the next turn
+    }
+    const std::function<void()> handler = found->second.readable; // it may end itself
+    if (handler && (events & (EPOLLIN | broken))) handler();
 }
 
 void LinuxMainActor::setAlarm(std::optional<ContinuousInstant> latest) {

@@ -4,7 +4,7 @@
 // whenever its descriptor can be read. Only post() may be called from another thread.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/TimerQueue.h"
 
@@ -41,20 +41,24 @@ class LinuxMainActor final : public MainActor, public FileDescriptorWatcher {
     TimerID postAfter(Duration interval, Work work) override;
     void cancelTimer(TimerID timer) noexcept override;
     void watchReadable(int descriptor, std::function<void()> handler) override;
+    void watchWritable(int descriptor, std::function<void()> handler) override;
     void unwatch(int descriptor) noexcept override;
 
   private:
     struct Watch {
-        std::function<void()> handler;
-        std::uint64_t number;  // tells a descriptor from an earlier one of the same value
-        bool isAlwaysReadable; // a plain file, which can't be waited for
+        std::function<void()> readable;
+        std::function<void()> writable;
+        std::uint64_t number = 0;      // tells a descriptor from an earlier one of the same value
+        bool isAlwaysReadable = false; // a plain file, which can't be waited for
     };
 
     /// Waits at most that long for something to do, then does all that is ready.
     void turn(Duration longestWait);
     void runPosted();
     void wait(Duration longest);
-    void callReader(int descriptor, std::uint64_t polled);
+    /// Has the kernel wait for what there are handlers for.
+    void wait(int descriptor, Watch watch);
+    void callHandlers(int descriptor, std::uint32_t events, std::uint64_t polled);
     /// Sets the alarm to the first timer, or to the given time if that comes first.
     void setAlarm(std::optional<ContinuousInstant> latest = std::nullopt);
 

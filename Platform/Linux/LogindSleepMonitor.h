@@ -4,7 +4,7 @@
 // ever announced, which is logged once.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Services/SleepMonitor.h"
 
 #include <memory>

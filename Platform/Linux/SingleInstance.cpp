@@ -2,19 +2,14 @@
 
 #include "Platform/Linux/FileUserDefaults.h"
 #include "Platform/Linux/PrivateFolder.h"
+#include "Platform/POSIX/LocalSocket.h"
 
 #include <fmt/format.h>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -23,47 +18,13 @@ namespace velto {
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-using namespace std::chrono_literals;
-
-constexpr auto pause = 20ms;
-
-/// None when the path is too long for one.
-std::optional<sockaddr_un> address(const std::filesystem::path& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.native().size() >= sizeof address.sun_path) return std::nullopt;
-    std::memcpy(address.sun_path, path.c_str(), path.native().size() + 1);
-    return address;
-}
-
-/// A socket that listens, or -1 with errno. It appears under its name when it listens already: who finds it
-/// can connect.
-int listeningSocket(const std::filesystem::path& path) {
-    const std::filesystem::path hidden = path.native() + ".new";
-    const auto name = address(hidden);
-    if (!name) {
-        errno = ENAMETOOLONG;
-        return -1;
-    }
-    unlink(hidden.c_str());
-    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (listener < 0) return -1;
-    if (bind(listener, reinterpret_cast<const sockaddr*>(&*name), sizeof *name) == 0 &&
-        chmod(hidden.c_str(), S_IRUSR | S_IWUSR) == 0 && ::listen(listener, 8) == 0 &&
-        rename(hidden.c_str(), path.c_str()) == 0)
-        return listener;
-    const int error = errno;
-    close(listener);
-    errno = error;
-    return -1;
-}
-
-/// Only the same user's programs may raise us.
-bool isOwnUser(int connection) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
+/// That of the settings last.
+std::vector<std::filesystem::path> lockFiles(const std::filesystem::path& settingsFile,
+                                             const std::optional<std::filesystem::path>& runtimeFolder) {
+    std::vector<std::filesystem::path> files;
+    if (runtimeFolder) files.push_back(*runtimeFolder / "com.corlent.velto.lock");
+    files.push_back(FileUserDefaults::lockFile(settingsFile));
+    return files;
 }
 
 } // namespace
@@ -76,24 +37,22 @@ std::optional<std::filesystem::path> SingleInstance::runtimeFolder() {
 SingleInstance::SingleInstance(const std::filesystem::path& settingsFile,
                                const std::optional<std::filesystem::path>& runtimeFolder) {
     PrivateFolder::make(settingsFile.parent_path()); // the lock then says what is wrong
-    std::vector<std::filesystem::path> folders{settingsFile.parent_path()};
-    locks_.emplace_back(FileUserDefaults::lockFile(settingsFile));
-    if (runtimeFolder) {
-        folders.insert(folders.begin(), *runtimeFolder);
-        locks_.emplace_back(*runtimeFolder / "com.corlent.velto.lock");
+    std::vector<std::filesystem::path> folders;
+    for (const std::filesystem::path& file : lockFiles(settingsFile, runtimeFolder)) {
+        locks_.emplace_back(file);
+        folders.push_back(file.parent_path());
     }
     for (const FileLock& lock : locks_)
         if (const auto& failure = lock.failure())
             troubles_.push_back(
                 fmt::format("A second start can't be told by {}: {}", lock.file().native(), *failure));
     isFirst_ = std::ranges::none_of(locks_, &FileLock::isHeldByAnother);
-    if (!isFirst_) std::erase_if(locks_, [](const FileLock& lock) { return !lock.isHeldByAnother(); });
+    if (!isFirst_) locks_.clear(); // for those of the first to be
     if (std::ranges::any_of(locks_, &FileLock::isTaken)) listen(folders);
 }
 
 SingleInstance::~SingleInstance() {
     if (listener_ < 0) return;
-    if (watcher_) watcher_->unwatch(listener_);
     unlink(socket_.c_str());
     close(listener_);
 }
@@ -109,40 +68,17 @@ void SingleInstance::listen(const std::vector<std::filesystem::path>& folders) {
             if (lock.isTaken()) lock.setNote(socket_.native());
         return;
     }
-    troubles_.push_back(
-        fmt::format("A second start can't bring up the panel: no socket could be made in {}: {}",
-                    folders.back().native(), std::strerror(errno)));
+    troubles_.push_back(fmt::format("Velto can't be told anything: no socket could be made in {}: {}",
+                                    folders.back().native(), std::strerror(errno)));
 }
 
-void SingleInstance::observeRaise(FileDescriptorWatcher& watcher, std::function<void()> handler) {
-    if (listener_ < 0) return;
-    watcher_ = &watcher;
-    watcher.watchReadable(listener_, [this, handler = std::move(handler)] {
-        const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection < 0) return;
-        const bool mayRaise = isOwnUser(connection);
-        close(connection); // to connect is all there is to say
-        if (mayRaise) handler();
-    });
-}
-
-bool SingleInstance::raiseFirst(std::chrono::milliseconds patience) const {
-    const auto deadline = SteadyClock::now() + patience;
-    if (isFirst_) return false;
-    do {
-        const auto name = address(locks_.front().note());
-        // Without waiting: where many wait already for one that hangs, connecting would take for ever.
-        const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-        const bool isConnected =
-            name && connect(connection, reinterpret_cast<const sockaddr*>(&*name), sizeof *name) == 0;
-        // The first one closes the connection once it has seen it.
-        pollfd answer{connection, POLLIN, 0};
-        const bool isSeen = isConnected && poll(&answer, 1, static_cast<int>(patience.count())) == 1;
-        close(connection);
-        if (isConnected) return isSeen;
-        poll(nullptr, 0, std::chrono::milliseconds(pause).count()); // the first one is only just starting
-    } while (SteadyClock::now() < deadline);
-    return false;
+std::vector<std::filesystem::path>
+SingleInstance::socketsOfFirst(const std::filesystem::path& settingsFile,
+                               const std::optional<std::filesystem::path>& runtimeFolder) {
+    std::vector<std::filesystem::path> sockets;
+    for (const std::filesystem::path& file : lockFiles(settingsFile, runtimeFolder))
+        if (std::string note = FileLock::note(file); !note.empty()) sockets.emplace_back(std::move(note));
+    return sockets;
 }
 
 } // namespace velto

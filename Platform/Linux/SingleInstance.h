@@ -1,17 +1,14 @@
-// SingleInstance: one running program for one file of settings, and one a user's session; a second start
-// raises the first.
+// SingleInstance: one running program for one file of settings, and one a user's session; a second start, and
+// whoever wants something of it, finds the first.
 //
 // Made early in main(). The first one holds a lock beside the file, and one in the session's runtime folder
-// where there is such a folder, and listens on a socket of which the locks tell; all go with the process,
-// however it ends. Nothing that is wrong with a place keeps the program from starting.
+// where there is such a folder, and has a socket of which the locks tell; all go with the process, however it
+// ends. Nothing that is wrong with a place keeps the program from starting.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
 #include "Platform/Linux/FileLock.h"
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,11 +30,14 @@ class SingleInstance {
     bool isFirst() const noexcept { return isFirst_; }
     /// What could not be done, in sentences; empty as a rule.
     const std::vector<std::string>& troubles() const noexcept { return troubles_; }
-    /// For the first one: calls the handler whenever the program is started again. Once; the
-    /// watcher must outlive this.
-    void observeRaise(FileDescriptorWatcher& watcher, std::function<void()> handler);
-    /// For a later one: false when the first doesn't answer in time.
-    bool raiseFirst(std::chrono::milliseconds patience = std::chrono::seconds(2)) const;
+    /// Where the first one is told things: it listens already. -1 where there is no such place.
+    int listener() const noexcept { return listener_; }
+
+    /// Where the first one can be found, as the locks tell; empty when there is none. For those that don't
+    /// want to be it, who must not touch the locks.
+    static std::vector<std::filesystem::path>
+    socketsOfFirst(const std::filesystem::path& settingsFile,
+                   const std::optional<std::filesystem::path>& runtimeFolder);
 
   private:
     void listen(const std::vector<std::filesystem::path>& folders);
@@ -47,7 +47,6 @@ class SingleInstance {
     std::vector<std::string> troubles_;
     std::filesystem::path socket_; // empty where there is none
     int listener_ = -1;
-    FileDescriptorWatcher* watcher_ = nullptr;
 };
 
 } // namespace velto

@@ -3,7 +3,7 @@
 // Made in main() before any thread: one that is started earlier would still be ended by them.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 
 #include <functional>
 

@@ -1,6 +1,8 @@
 #include "Platform/Linux/SingleInstance.h"
 
 #include "Platform/Linux/LinuxMainActor.h"
+#include "Platform/POSIX/LineConnection.h"
+#include "Platform/POSIX/LineServer.h"
 #include "Tests/Desktop/ForkedProcess.h"
 #include "Tools/SoundLab/OwnedFolder.h"
 
@@ -20,25 +22,51 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// Finds the first one and tells it something; whether it has answered.
+bool tellFirst(const std::filesystem::path& settings,
+               const std::optional<std::filesystem::path>& runtimeFolder,
+               std::chrono::milliseconds patience = 20s) {
+    for (const auto& socket : SingleInstance::socketsOfFirst(settings, runtimeFolder)) {
+        auto first = LineConnection::open(socket, patience);
+        if (first)
+            return first->read(patience) == "hello" && first->send("raise") &&
+                   first->read(patience) == "raised";
+    }
+    return false;
+}
+
 class SingleInstanceTests : public testing::Test {
   protected:
+    class Conversation final : public LineConversation {
+      public:
+        Conversation(LineClient& client, int& raised) : client_(client), raised_(raised) {}
+        void received(std::string) override {
+            ++raised_;
+            client_.send("raised");
+            client_.close();
+        }
+
+      private:
+        LineClient& client_;
+        int& raised_;
+    };
+
     /// Starts the program again, in a process of its own; it answers 0 when the first has seen it.
     ForkedProcess startAgain() {
         return ForkedProcess([this](const auto&) {
-            const SingleInstance later(settings, folder.path());
-            if (later.isFirst()) return 2;
-            return later.raiseFirst(20s) ? 0 : 1;
+            if (SingleInstance(settings, folder.path()).isFirst()) return 2;
+            return tellFirst(settings, folder.path()) ? 0 : 1;
         });
     }
-    void listen() {
-        first->observeRaise(actor, [this] { ++raised; });
-    }
+    void listen() { server.listen(first->listener()); }
 
     const OwnedFolder folder{"velto-instance"};
     const std::filesystem::path settings = folder.path() / "config" / "defaults.json";
     LinuxMainActor actor;
     std::optional<SingleInstance> first{std::in_place, settings, folder.path()};
     int raised = 0;
+    LineServer server{actor, actor, "hello",
+                      [this](LineClient& client) { return std::make_unique<Conversation>(client, raised); }};
 };
 
 TEST_F(SingleInstanceTests, EveryLaterStartRaisesTheFirst) {
@@ -51,6 +79,7 @@ TEST_F(SingleInstanceTests, EveryLaterStartRaisesTheFirst) {
     EXPECT_TRUE(actor.runUntil([&] { return raised == 2; }, 20s));
     EXPECT_EQ(late.wait(), 0);
 
+    actor.unwatch(first->listener());
     first.reset();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "com.corlent.velto.lock"));
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "com.corlent.velto.socket"));
@@ -81,10 +110,9 @@ TEST_F(SingleInstanceTests, AFirstThatWasKilledIsSucceeded) {
 }
 
 TEST_F(SingleInstanceTests, AFirstThatHangsHoldsUpNobodyHoweverManyTry) {
-    const SingleInstance later(settings, folder.path());
     ForkedProcess user([&](const auto&) {
-        for (int start = 0; start < 20; ++start) // more than may wait for being let in
-            if (later.raiseFirst(10ms)) return 1;
+        for (int start = 0; start < 20; ++start)
+            if (tellFirst(settings, folder.path(), 10ms)) return 1;
         return 0;
     });
     EXPECT_EQ(user.wait(), 0);
@@ -95,11 +123,11 @@ TEST_F(SingleInstanceTests, EitherLockTellsWhateverTheOtherProgramWasGiven) {
     listen();
     ForkedProcess user([&](const auto&) {
         const SingleInstance withoutRuntimeFolder(settings, std::nullopt);
-        if (withoutRuntimeFolder.isFirst() || !withoutRuntimeFolder.raiseFirst(20s)) return 1;
+        if (withoutRuntimeFolder.isFirst() || !tellFirst(settings, std::nullopt)) return 1;
         const SingleInstance otherRuntimeFolder(settings, folder.path() / "missing");
-        if (otherRuntimeFolder.isFirst() || !otherRuntimeFolder.raiseFirst(20s)) return 2;
+        if (otherRuntimeFolder.isFirst() || !tellFirst(settings, folder.path() / "missing")) return 2;
         const SingleInstance sameSession(otherSettings, folder.path());
-        if (sameSession.isFirst() || !sameSession.raiseFirst(20s)) return 3;
+        if (sameSession.isFirst() || !tellFirst(otherSettings, folder.path())) return 3;
         return SingleInstance(otherSettings, std::nullopt).isFirst() ? 0 : 4;
     });
     EXPECT_TRUE(actor.runUntil([&] { return raised == 3; }, 20s));
@@ -117,7 +145,6 @@ TEST_F(SingleInstanceTests, APlaceThatCannotBeUsedKeepsNoProgramFromStarting) {
     const auto troubles = [](const auto& file, const std::optional<std::filesystem::path>& runtime) {
         const SingleInstance instance(file, runtime);
         EXPECT_TRUE(instance.isFirst());
-        EXPECT_FALSE(instance.raiseFirst(1ms));
         return instance.troubles();
     };
     EXPECT_THAT(troubles(settings, std::nullopt), testing::IsEmpty());

@@ -55,7 +55,7 @@ int runDesktop(const DesktopContext& context) {
     QObject::connect(&qt, &QGuiApplication::commitDataRequest, &loop,
                      [&] { application.endSession(waitUntil); });
     const LostDisplay lostDisplay([&] { application.endWithoutDisplay(waitUntil); });
-    application.start();
+    application.start(context.isHidden);
     context.raisable([&application] { application.raise(); });
     const int status = QGuiApplication::exec();
     context.raisable({});

@@ -17,6 +17,8 @@ struct DesktopContext {
     AppDelegate& delegate;
     /// Is told how the panel is brought up from now on; nothing when the desktop goes.
     std::function<void(std::function<void()> raise)> raisable;
+    /// No window is opened before somebody asks for one.
+    bool isHidden;
     /// What Qt makes of the program's arguments.
     int& argumentCount;
     char** arguments;

@@ -1,93 +1,92 @@
-// The entry point on Linux: the platform's services, and the application on them, on a desktop or without
-// one.
+// The entry point on Linux: runs the program, or asks the one that runs.
 #include "Platform/Linux/FileUserDefaults.h"
-#include "Platform/Linux/IcuTextCollation.h"
 #include "Platform/Linux/JournalLogSink.h"
-#include "Platform/Linux/LinuxApplicationHost.h"
-#include "Platform/Linux/LinuxMainActor.h"
-#include "Platform/Linux/LogindSleepMonitor.h"
-#include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
-#include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
 #include "Platform/Linux/SingleInstance.h"
 #include "Platform/Linux/TerminationSignals.h"
-#include "Platform/Linux/XdgAutostart.h"
-#include "Velto/Linux/DesktopModule.h"
+#include "Platform/POSIX/DetachedProgram.h"
+#include "Velto/Commands/CommandClient.h"
+#include "Velto/Commands/CommandLine.h"
+#include "Velto/Linux/Program.h"
 #include "Velto/Linux/ProgramModule.h"
-#include "Velto/Shell/AppDelegate.h"
 #include "Velto/Shell/ProgramMain.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <memory>
+#include <filesystem>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace velto {
 
 namespace {
 
-/// Without one Qt would end the program with a signal.
-bool hasDisplay() {
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        if (const char* value = std::getenv(name); value && *value) return true;
-    return false;
+CommandClient makeClient() {
+    return {[] {
+                return SingleInstance::socketsOfFirst(FileUserDefaults::standardFile(),
+                                                      SingleInstance::runtimeFolder());
+            },
+            [] {
+                const bool hasWindows = Program::hasDisplay(Program::displayEnvironment());
+                startDetached(std::filesystem::read_symlink("/proc/self/exe"),
+                              {hasWindows ? "--hidden" : "--background"});
+            }};
 }
 
-int run(int argumentCount, char** arguments) {
-    const bool isBackground = argumentCount > 1 && std::string_view(arguments[1]) == "--background";
+/// Another one runs already: it shows itself, as far as this one was to.
+int raiseFirst(bool isToShow) {
+    try {
+        CommandClient client = makeClient();
+        if (!isToShow || client.raise({})) return 0;
+        const auto environment = Program::displayEnvironment();
+        if (Program::hasDisplay(environment)) {
+            // Where that doesn't work, this process ends instead of the one that plays.
+            reinterpret_cast<decltype(&veltoTryDesktop)>(programSymbol("velto-desktop", "veltoTryDesktop"))();
+            if (client.raise(environment)) return 0;
+        }
+        std::fputs("velto: Velto is running already, without windows.\n", stderr);
+        return 0;
+    } catch (const CommandFailure& failure) {
+        std::fprintf(stderr, "velto: %s\n", failure.what());
+        return 1;
+    }
+}
+
+int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
     LinuxMainActor actor;
     TerminationSignals terminationSignals; // before any thread
     SingleInstance instance(FileUserDefaults::standardFile(), SingleInstance::runtimeFolder());
-    if (!instance.isFirst()) {
-        if (instance.raiseFirst()) return 0;
-        std::fputs("velto: Velto is running already, but does not answer.\n", stderr);
-        return 1;
-    }
-    const bool hasWindows = !isBackground && hasDisplay();
-    if (!hasWindows && !isBackground)
+    if (!instance.isFirst()) return raiseFirst(!line.isBackground && !line.isHidden);
+    const bool hasDisplay = Program::hasDisplay(Program::displayEnvironment());
+    if (!hasDisplay && !line.isBackground)
         std::fputs("velto: There is no display; Velto runs without windows.\n", stderr);
     JournalLogSink log(LogLevel::info);
     LoggingService::install(&log);
-    for (const std::string& trouble : instance.troubles())
-        LoggingService::lifecycle.error("{}", trouble);
+    Program program({.hasWindows = hasDisplay && !line.isBackground,
+                     .isHidden = line.isHidden,
+                     .argumentCount = argumentCount,
+                     .arguments = arguments},
+                    actor, terminationSignals, instance);
+    return program.run();
+}
 
-    FileUserDefaults defaults(FileUserDefaults::standardFile(), actor);
-    IcuTextCollation collation;
-    XdgAutostart loginItems(XdgAutostart::runningProgram(), XdgAutostart::standardFile());
-    LogindSleepMonitor sleep(actor);
-    LinuxApplicationHost host(sleep);
-    AppDelegate delegate({.actor = actor,
-                          .client = std::make_shared<PipeWireAudioClient>(actor, actor),
-                          .defaults = defaults,
-                          .collation = collation,
-                          .loginItems = loginItems,
-                          .host = host,
-                          .makeAudioEngine = [&actor](CoreAudioClient& client) {
-                              return std::make_unique<PipeWireAudioEngine>(client, actor);
-                          }});
-    terminationSignals.observe(actor, [&delegate] { delegate.quit(); });
-    std::function<void()> raise; // none without windows
-    instance.observeRaise(actor, [&raise] {
-        if (raise) raise();
-    });
-    host.setHandlers({.policyChanged = {}, .terminate = [&actor] { actor.quit(); }, .copy = {}});
-    delegate.applicationDidFinishLaunching();
-    if (!hasWindows) {
-        actor.run();
+int run(int& argumentCount, char** arguments) {
+    std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    // By it a desktop's session starts again what ran when it was left; it is Qt's to read.
+    if (words.size() >= 2 && words.front() == "-session") words.erase(words.begin(), words.begin() + 2);
+    const CommandLine line = CommandLine::parse(std::move(words));
+    switch (line.kind) {
+    case CommandLine::Kind::run:
+        return runProgram(line, argumentCount, arguments);
+    case CommandLine::Kind::command:
+        return makeClient().perform(line);
+    case CommandLine::Kind::text:
+        std::fputs(line.text.c_str(), stdout);
         return 0;
+    case CommandLine::Kind::wrong:
+        std::fprintf(stderr, "velto: %s\n", line.text.c_str());
+        return 2;
     }
-    DesktopContext context{
-        .actor = actor,
-        .host = host,
-        .delegate = delegate,
-        .raisable = [&raise](std::function<void()> handler) { raise = std::move(handler); },
-        .argumentCount = argumentCount,
-        .arguments = arguments};
-    const auto runDesktop =
-        reinterpret_cast<decltype(&veltoRunDesktop)>(programSymbol("velto-desktop", "veltoRunDesktop"));
-    return runDesktop(&context);
+    return 2;
 }
 
 } // namespace

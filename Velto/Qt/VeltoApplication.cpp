@@ -26,14 +26,10 @@ VeltoApplication::~VeltoApplication() {
     delegate_.withdrawWindows();
 }
 
-void VeltoApplication::start() {
+void VeltoApplication::start(bool isHidden) {
+    isHidden_ = isHidden;
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
-    delegate_.offerWindows([this](std::function<void()> closedHandler) {
-        std::unique_ptr<OnboardingWindow> window;
-        withWindows(
-            [&](UserInterface& windows) { window = windows.makeOnboardingWindow(std::move(closedHandler)); });
-        return window;
-    });
+    if (!isHidden_) offerWindows();
     statusArea_ = makeStatusArea([this] { followStatusArea(); });
     makeStatusItem();
     if (statusItem_) return;
@@ -78,10 +74,19 @@ StatusItem::Handlers VeltoApplication::statusItemHandlers() {
             .quitChosen = [this] { requestQuit(); }};
 }
 
+void VeltoApplication::offerWindows() {
+    delegate_.offerWindows([this](std::function<void()> closedHandler) {
+        std::unique_ptr<OnboardingWindow> window;
+        withWindows(
+            [&](UserInterface& windows) { window = windows.makeOnboardingWindow(std::move(closedHandler)); });
+        return window;
+    });
+}
+
 void VeltoApplication::withoutStatusItem() {
     LoggingService::ui.notice("This desktop has no status area; the panel is a window");
     applyPanelStyle();
-    if (!delegate_.isShuttingDown()) raise();
+    if (!isHidden_ && !delegate_.isShuttingDown()) raise();
 }
 
 void VeltoApplication::updateStatusItem() {
@@ -118,6 +123,7 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
 }
 
 void VeltoApplication::raise() {
+    if (std::exchange(isHidden_, false)) offerWindows();
     withWindows(
         [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });
 }

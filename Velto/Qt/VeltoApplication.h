@@ -25,8 +25,8 @@ class VeltoApplication {
     VeltoApplication& operator=(const VeltoApplication&) = delete;
     virtual ~VeltoApplication();
 
-    /// Once, when the loop is about to run.
-    void start();
+    /// Once, when the loop is about to run. A hidden one opens no window before somebody asks for one.
+    void start(bool isHidden = false);
     /// The program was started again, or has no status item: its panel, where it can be seen.
     void raise();
     /// The one way to end the program: outputs are put back first.
@@ -49,6 +49,7 @@ class VeltoApplication {
   private:
     /// Makes the windows if need be. Throws std::runtime_error when they can't be had.
     UserInterface& userInterface();
+    void offerWindows();
     void withWindows(const std::function<void(UserInterface&)>& action);
     void followStatusArea();
     void makeStatusItem();
@@ -60,6 +61,7 @@ class VeltoApplication {
 
     AppDelegate& delegate_;
     UserInterfaceFactory makeUserInterface_;
+    bool isHidden_ = false;
     Subscription statusSubscription_;
     std::unique_ptr<UserInterface> userInterface_;
     std::unique_ptr<StatusArea> statusArea_; // none before the start

@@ -29,13 +29,12 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 Task<void> AppDelegate::launch() {
     co_await appState_.launch();
-    isLaunched_ = true;
     welcome();
 }
 
 void AppDelegate::offerWindows(OnboardingWindowFactory makeOnboardingWindow) {
     makeOnboardingWindow_ = std::move(makeOnboardingWindow);
-    if (isLaunched_) welcome();
+    if (appState_.isLaunched()) welcome();
 }
 
 void AppDelegate::withdrawWindows() {

@@ -57,7 +57,6 @@ class AppDelegate {
 
     AppState appState_;
     OnboardingWindowFactory makeOnboardingWindow_; // none without windows
-    bool isLaunched_ = false;
     std::optional<OnboardingWindowController> onboardingController_;
     /// To the first request to quit, and to those after it; none before.
     std::optional<TerminationReply> terminationReply_;

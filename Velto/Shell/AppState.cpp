@@ -43,6 +43,7 @@ Task<void> AppState::launch() {
     menuBar_.subscribeToDeviceChanges();
     platform_.host.registerSleepObserver(
         {.willSleep = [this] { lifecycle_.willSleep(); }, .didWake = [this] { lifecycle_.didWake(); }});
+    isLaunched_.set(true);
 }
 
 void AppState::beginTermination() {

@@ -14,6 +14,7 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
@@ -23,7 +24,9 @@
 #include "VeltoCore/Sync/SystemMultiOutputEngine.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace velto {
 
@@ -53,6 +56,11 @@ class AppState {
 
     /// Once: cleans up after an earlier run, then follows devices, sleep and the audio service.
     Task<void> launch();
+    /// Whether all of that has been done.
+    bool isLaunched() const noexcept { return isLaunched_.value(); }
+    Subscription observeLaunch(std::function<void()> handler) {
+        return isLaunched_.observe(std::move(handler));
+    }
     /// At once: from now on nothing is started any more.
     void beginTermination();
     /// Once: ends all that runs, and puts the system's outputs back.
@@ -78,6 +86,7 @@ class AppState {
     MenuBarViewModel menuBar_;
     SettingsViewModel settings_;
     AppLifecycleController lifecycle_;
+    Observable<bool> isLaunched_;
     bool isShuttingDown_ = false;
 };
 

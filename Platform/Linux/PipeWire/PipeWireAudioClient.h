@@ -8,7 +8,7 @@
 // absent.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"

@@ -6,7 +6,7 @@
 // ends the sound and is logged, once; the run still ends by stop().
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Sync/AudioEngine.h"
 

@@ -8,7 +8,7 @@
 // server leaves a program unanswered that has begun to watch one of its stores.
 #pragma once
 
-#include "Platform/Linux/FileDescriptorWatcher.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 
 #include <pipewire/pipewire.h>

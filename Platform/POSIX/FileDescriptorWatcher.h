@@ -11,7 +11,9 @@ class FileDescriptorWatcher {
     /// Calls the handler on the main actor whenever, and as long as, the descriptor can be read. One handler
     /// a descriptor; the descriptor stays the caller's.
     virtual void watchReadable(int descriptor, std::function<void()> handler) = 0;
-    /// Must come before the descriptor is closed. An unknown descriptor is ignored.
+    /// Calls the handler on the main actor once, when the descriptor can be written. Not for a plain file.
+    virtual void watchWritable(int descriptor, std::function<void()> handler) = 0;
+    /// Ends both. Must come before the descriptor is closed. An unknown descriptor is ignored.
     virtual void unwatch(int descriptor) noexcept = 0;
 };
 

@@ -1,0 +1,117 @@
+#include "Velto/Commands/CommandClient.h"
+
+#include "Velto/Commands/CommandText.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+namespace velto {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+/// How long one that runs may take to say who it is.
+constexpr auto answerPatience = 5s;
+constexpr auto startPatience = 15s;
+constexpr auto startPause = 20ms;
+constexpr auto quitPatience = 30s;
+
+/// Whether all of it could be written.
+bool print(const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+}
+
+void requireSameVersion(LineConnection& connection) {
+    const auto line = connection.read(answerPatience);
+    const auto greeting = line ? objectOf(*line) : std::nullopt;
+    if (!greeting) throw CommandFailure("Velto runs, but does not answer.");
+    if (greeting->value("version", 0) == commandVersion) return;
+    throw CommandFailure(
+        fmt::format("Velto {} runs, which takes other commands than this one; quit it first.",
+                    greeting->value("velto", "")));
+}
+
+} // namespace
+
+int CommandClient::perform(const CommandLine& line) {
+    try {
+        LineConnection connection = connectOrStart(line.command);
+        const std::string request = CommandRequest{line.command, line.arguments}.line();
+        if (!connection.send(request)) throw CommandFailure("Velto runs, but does not answer.");
+        if (line.command == "watch") return watch(connection, line);
+        const JSON answer = readAnswer(connection);
+        if (line.command == "quit" && !connection.awaitEnd(quitPatience))
+            throw CommandFailure("Velto does not end.");
+        const bool isDone = line.isJSON        ? print(lineOf(answer) + '\n')
+                            : line.isNamesOnly ? print(CommandText::namesOf(answer))
+                                               : line.command == "quit" || print(CommandText::of(answer));
+        return isDone ? 0 : 1;
+    } catch (const CommandFailure& failure) {
+        std::fprintf(stderr, "velto: %s\n", failure.what());
+        return failure.kind() == CommandFailure::Kind::wrongUsage ? 2 : 1;
+    }
+}
+
+bool CommandClient::raise(const std::map<std::string, std::string>& environment) {
+    auto connection = connect();
+    if (!connection || !connection->send(CommandRequest{"raise", {}, environment}.line()))
+        throw CommandFailure("Velto is running already, but does not answer.");
+    return readAnswer(*connection).value("isRaised", false);
+}
+
+/// None when no program runs.
+std::optional<LineConnection> CommandClient::connect() {
+    using Refusal = LineConnection::Refusal;
+    for (const auto& socket : find_()) {
+        auto connection = LineConnection::open(socket, answerPatience);
+        if (connection) {
+            requireSameVersion(*connection);
+            return std::move(*connection);
+        }
+        if (connection.error() == Refusal::anotherUser)
+            throw CommandFailure(
+                fmt::format("{} is another user's; nothing is told to it.", socket.native()));
+        if (connection.error() == Refusal::noAnswer) throw CommandFailure("Velto runs, but does not answer.");
+    }
+    return std::nullopt;
+}
+
+LineConnection CommandClient::connectOrStart(const std::string& command) {
+    if (auto running = connect()) return std::move(*running);
+    if (command != "play") throw CommandFailure("Velto does not run.");
+    start_();
+    const auto deadline = SteadyClock::now() + startPatience;
+    while (SteadyClock::now() < deadline) {
+        if (auto started = connect()) return std::move(*started);
+        std::this_thread::sleep_for(startPause);
+    }
+    throw CommandFailure("Velto could not be started.");
+}
+
+JSON CommandClient::readAnswer(LineConnection& connection) {
+    const auto line = connection.read();
+    const auto answer = line ? objectOf(*line) : std::nullopt;
+    if (!answer) throw CommandFailure("Velto has ended.");
+    if (answer->contains("error"))
+        throw CommandFailure(answer->value("error", ""), answer->value("isWrongUsage", false)
+                                                             ? CommandFailure::Kind::wrongUsage
+                                                             : CommandFailure::Kind::failed);
+    return *answer;
+}
+
+int CommandClient::watch(LineConnection& connection, const CommandLine& line) {
+    std::string told;
+    for (;;) {
+        const JSON status = readAnswer(connection);
+        const std::string text = line.isJSON ? lineOf(status) : CommandText::lineOf(status);
+        if (std::exchange(told, text) != text && !print(text + '\n')) return 1;
+    }
+}
+
+} // namespace velto

@@ -1,0 +1,110 @@
+#include "Velto/Commands/CommandNames.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace velto {
+
+namespace {
+
+/// Letters of other alphabets stay as they are.
+std::string lowered(std::string_view text) {
+    std::string result(text);
+    for (char& letter : result)
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    return result;
+}
+
+CommandFailure several(std::string_view word, std::string_view kind, const std::vector<std::string>& names) {
+    return CommandFailure(fmt::format("“{}” fits several {}: {}.", word, kind, fmt::join(names, ", ")));
+}
+
+CommandFailure none(std::string_view word, std::string_view kind, const std::vector<std::string>& names) {
+    if (names.empty()) return CommandFailure(fmt::format("There is no {} “{}”, nor any other.", kind, word));
+    return CommandFailure(
+        fmt::format("There is no {} “{}”. There are: {}.", kind, word, fmt::join(names, ", ")));
+}
+
+/// The elements whose text fits.
+template <class Element, class Fits>
+std::vector<const Element*> fitting(const std::vector<Element>& elements, const Fits& fits) {
+    std::vector<const Element*> found;
+    for (const Element& element : elements)
+        if (fits(element)) found.push_back(&element);
+    return found;
+}
+
+template <class Elements>
+std::vector<std::string> namesOf(const Elements& elements) {
+    std::vector<std::string> names;
+    for (const auto& element : elements) {
+        if constexpr (requires { element->name; }) {
+            names.push_back(element->name);
+        } else {
+            names.push_back(element.name);
+        }
+    }
+    return names;
+}
+
+} // namespace
+
+const AudioOutputDevice& outputCalled(std::string_view word, const std::vector<AudioOutputDevice>& outputs) {
+    using Output = AudioOutputDevice;
+    const std::string sought = lowered(word);
+    const auto isUID = [&](const Output& output) { return output.uid == word; };
+    const auto isName = [&](const Output& output) { return output.name == word; };
+    const auto isLike = [&](const Output& output) { return lowered(output.name) == sought; };
+    const auto isPart = [&](const Output& output) {
+        return !sought.empty() && lowered(output.name).contains(sought);
+    };
+    for (const auto& found : {fitting(outputs, isUID), fitting(outputs, isName), fitting(outputs, isLike),
+                              fitting(outputs, isPart)}) {
+        if (found.size() == 1) return *found.front();
+        if (found.empty()) continue;
+        std::vector<std::string> names = namesOf(found);
+        if (std::ranges::adjacent_find(names) != names.end()) // their names don't tell them apart
+            for (std::size_t index = 0; index < names.size(); ++index)
+                names[index] += " (" + found[index]->uid + ")";
+        throw several(word, "outputs", names);
+    }
+    throw none(word, "output", namesOf(outputs));
+}
+
+const AudioPreset& presetCalled(std::string_view word, const std::vector<AudioPreset>& presets) {
+    const std::string sought = lowered(word);
+    const auto isName = [&](const AudioPreset& preset) { return preset.name == word; };
+    const auto isLike = [&](const AudioPreset& preset) { return lowered(preset.name) == sought; };
+    for (const auto& found : {fitting(presets, isName), fitting(presets, isLike)}) {
+        if (found.size() == 1) return *found.front();
+        if (!found.empty()) throw several(word, "presets", namesOf(found));
+    }
+    throw none(word, "preset", namesOf(presets));
+}
+
+VolumeChange volumeChange(std::string_view word) {
+    std::string_view digits = word;
+    const bool isStep = digits.starts_with('+') || digits.starts_with('-');
+    const float sign = digits.starts_with('-') ? -1.0F : 1.0F;
+    if (isStep) digits.remove_prefix(1);
+    if (digits.ends_with('%')) digits.remove_suffix(1);
+    int percent = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), percent);
+    if (error != std::errc() || end != digits.data() + digits.size() || percent < 0 || percent > 100)
+        throw CommandFailure(
+            fmt::format("“{}” is no volume; such are 40%, +5% and -5%, from 0% to 100%.", word),
+            CommandFailure::Kind::wrongUsage);
+    return {sign * static_cast<float>(percent) / 100.0F, isStep};
+}
+
+bool switched(bool isOn, std::string_view word) {
+    if (word == "toggle") return !isOn;
+    if (word == "on" || word == "off") return word == "on";
+    throw CommandFailure(fmt::format("“{}” is neither “on” nor “off”.", word),
+                         CommandFailure::Kind::wrongUsage);
+}
+
+} // namespace velto

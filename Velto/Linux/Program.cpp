@@ -1,0 +1,119 @@
+#include "Velto/Linux/Program.h"
+
+#include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
+#include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
+#include "Velto/Linux/ProgramModule.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+namespace velto {
+
+namespace {
+
+/// By any of the first three a display is found.
+constexpr std::array displayVariables{"DISPLAY",         "WAYLAND_DISPLAY",         "QT_QPA_PLATFORM",
+                                      "XAUTHORITY",      "XDG_SESSION_TYPE",        "XDG_CURRENT_DESKTOP",
+                                      "DESKTOP_SESSION", "DBUS_SESSION_BUS_ADDRESS"};
+constexpr std::size_t decisiveVariables = 3;
+
+} // namespace
+
+std::map<std::string, std::string> Program::displayEnvironment() {
+    std::map<std::string, std::string> environment;
+    for (const char* name : displayVariables)
+        if (const char* value = std::getenv(name); value && *value) environment[name] = value;
+    return environment;
+}
+
+bool Program::hasDisplay(const std::map<std::string, std::string>& environment) {
+    return std::any_of(displayVariables.begin(), displayVariables.begin() + decisiveVariables,
+                       [&](const char* name) { return environment.contains(name); });
+}
+
+Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& signals,
+                 SingleInstance& instance)
+    : options_(options), actor_(actor), defaults_(FileUserDefaults::standardFile(), actor),
+      loginItems_(XdgAutostart::runningProgram(), XdgAutostart::standardFile()), sleep_(actor), host_(sleep_),
+      delegate_(services()),
+      commands_(delegate_.appState(),
+                {.quit = [this] { delegate_.quit(); },
+                 .raise = [this](const auto& environment) { return raise(environment); }}),
+      server_(actor, actor, CommandService::greeting(),
+              [this](LineClient& client) { return commands_.converse(client); }) {
+    for (const std::string& trouble : instance.troubles())
+        LoggingService::lifecycle.error("{}", trouble);
+    signals.observe(actor, [this] { delegate_.quit(); });
+    host_.setHandlers({.policyChanged = {}, .terminate = [&actor] { actor.quit(); }, .copy = {}});
+    if (instance.listener() >= 0) server_.listen(instance.listener());
+}
+
+Program::~Program() { host_.setHandlers({}); }
+
+PlatformServices Program::services() {
+    return {.actor = actor_,
+            .client = std::make_shared<PipeWireAudioClient>(actor_, actor_),
+            .defaults = defaults_,
+            .collation = collation_,
+            .loginItems = loginItems_,
+            .host = host_,
+            .makeAudioEngine = [this](CoreAudioClient& client) {
+                return std::make_unique<PipeWireAudioEngine>(client, actor_);
+            }};
+}
+
+int Program::run() {
+    delegate_.applicationDidFinishLaunching();
+    if (options_.hasWindows) {
+        runDesktop_ = reinterpret_cast<RunDesktop>(programSymbol("velto-desktop", "veltoRunDesktop"));
+    } else {
+        actor_.run();
+    }
+    return runDesktop_ ? runDesktop() : 0;
+}
+
+int Program::runDesktop() {
+    DesktopContext context{.actor = actor_,
+                           .host = host_,
+                           .delegate = delegate_,
+                           .raisable = [this](auto handler) { raisePanel_ = std::move(handler); },
+                           .isHidden = options_.isHidden,
+                           .argumentCount = options_.argumentCount,
+                           .arguments = options_.arguments};
+    return runDesktop_(&context);
+}
+
+bool Program::raise(const std::map<std::string, std::string>& environment) {
+    if (!raisePanel_) return runDesktop_ || openDesktop(environment);
+    raisePanel_();
+    return true;
+}
+
+/// The display is known to be there: whoever asks has tried it.
+bool Program::openDesktop(const std::map<std::string, std::string>& environment) {
+    if (!hasDisplay(environment)) return false;
+    try {
+        runDesktop_ = reinterpret_cast<RunDesktop>(programSymbol("velto-desktop", "veltoRunDesktop"));
+    } catch (const std::runtime_error& error) {
+        LoggingService::ui.error("{}", publicText(error.what()));
+        return false;
+    }
+    for (const char* name : displayVariables) {
+        const auto given = environment.find(name);
+        if (given == environment.end()) {
+            unsetenv(name);
+        } else {
+            setenv(name, given->second.c_str(), 1);
+        }
+    }
+    LoggingService::ui.notice("Opening on a display");
+    actor_.quit(); // the desktop's loop follows
+    return true;
+}
+
+} // namespace velto

@@ -1,0 +1,71 @@
+// Program: the application on the services of Linux, on a desktop or without one.
+//
+// Made and run by the entry point; main actor only. Without a desktop the main actor's own loop runs; when
+// somebody starts the program on a display then, the desktop is opened around the application as it runs.
+#pragma once
+
+#include "Platform/Linux/FileUserDefaults.h"
+#include "Platform/Linux/IcuTextCollation.h"
+#include "Platform/Linux/LinuxApplicationHost.h"
+#include "Platform/Linux/LinuxMainActor.h"
+#include "Platform/Linux/LogindSleepMonitor.h"
+#include "Platform/Linux/SingleInstance.h"
+#include "Platform/Linux/TerminationSignals.h"
+#include "Platform/Linux/XdgAutostart.h"
+#include "Platform/POSIX/LineServer.h"
+#include "Velto/Commands/CommandService.h"
+#include "Velto/Linux/DesktopModule.h"
+#include "Velto/Shell/AppDelegate.h"
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace velto {
+
+class Program {
+  public:
+    struct Options {
+        bool hasWindows = true;
+        bool isHidden = false;
+        int& argumentCount;
+        char** arguments;
+    };
+
+    /// What is given must outlive the program; all of it was made before any thread.
+    Program(Options options, LinuxMainActor& actor, TerminationSignals& signals, SingleInstance& instance);
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program();
+
+    /// Until it is told to end; answers the exit status. Throws std::runtime_error when the desktop that it
+    /// was to start on can't be had.
+    int run();
+
+    /// The part of the environment that tells where a display is.
+    static std::map<std::string, std::string> displayEnvironment();
+    static bool hasDisplay(const std::map<std::string, std::string>& environment);
+
+  private:
+    using RunDesktop = decltype(&veltoRunDesktop);
+
+    PlatformServices services();
+    bool raise(const std::map<std::string, std::string>& environment);
+    bool openDesktop(const std::map<std::string, std::string>& environment);
+    int runDesktop();
+
+    Options options_;
+    LinuxMainActor& actor_;
+    FileUserDefaults defaults_;
+    IcuTextCollation collation_;
+    XdgAutostart loginItems_;
+    LogindSleepMonitor sleep_;
+    LinuxApplicationHost host_;
+    AppDelegate delegate_;
+    CommandService commands_;
+    LineServer server_;
+    std::function<void()> raisePanel_; // none without windows
+    RunDesktop runDesktop_ = nullptr;  // once there is to be a desktop
+};
+
+} // namespace velto
