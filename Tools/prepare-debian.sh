@@ -3,12 +3,12 @@
 
 build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
     libicu-dev libsystemd-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libcli11-dev
-    pipewire pipewire-bin wireplumber alsa-utils
+    pipewire pipewire-bin wireplumber alsa-utils dbus-daemon
     qt6-base-dev qt6-svg-dev qt6-declarative-dev libxcb1-dev qml6-module-qtqml qml6-module-qtqml-models
     qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-window
     fonts-inter"
-test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev xvfb dbus-daemon"
-benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb dbus-daemon pasystray pavucontrol"
+test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev xvfb"
+benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb pasystray pavucontrol"
 package_packages="dpkg-dev file desktop-file-utils appstream"
 macos_check_packages="python3 llvm-19 lld-19 libc++-19-dev"
 

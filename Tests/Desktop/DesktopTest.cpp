@@ -1,6 +1,6 @@
 #include "Tests/Desktop/DesktopTest.h"
 
-#include "Tests/Desktop/PrivateBus.h"
+#include "Tools/SoundLab/PrivateBus.h"
 
 #include <QGuiApplication>
 #include <QDeadlineTimer>

@@ -2,7 +2,7 @@
 
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Simulation/RecordingLogSink.h"
-#include "Tests/Desktop/PrivateBus.h"
+#include "Tools/SoundLab/PrivateBus.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -8,10 +8,13 @@
 
 #include <gmock/gmock.h>
 
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -126,6 +129,40 @@ TEST_F(LineServerTests, NoneThatMisbehavesIsInTheWayOfOthersOrKeptForLong) {
     EXPECT_TRUE(becomesEmpty()) << server.clientCount();
     for (const int descriptor : {half, binary, endless})
         close(descriptor);
+}
+
+TEST_F(LineServerTests, NeitherSideSpeaksToAnotherUser) {
+    if (geteuid() != 0) return; // only root can be somebody else
+    const std::filesystem::path squatted = folder.path() / "squatted";
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+    std::filesystem::permissions(path, std::filesystem::perms::all);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const pid_t stranger = fork();
+    if (stranger == 0) {
+        if (setuid(65534) != 0) _exit(2);
+        const int squatter = listeningSocket(squatted);
+        const int intruder = connectedSocket(path);
+        char byte = 0;
+        while (read(intruder, &byte, 1) < 0 && errno == EAGAIN)
+            usleep(1000);
+        [[maybe_unused]] const ssize_t told = write(ends[1], byte == 0 ? "refused" : "greeted", 7);
+        pause();
+        close(squatter);
+        _exit(0);
+    }
+    std::string told(7, ' ');
+    actor.watchReadable(ends[0], [&] { EXPECT_EQ(read(ends[0], told.data(), told.size()), 7); });
+    EXPECT_TRUE(actor.runUntil([&] { return told == "refused"; }, 20s)) << told;
+    actor.unwatch(ends[0]);
+    EXPECT_EQ(server.clientCount(), 0U);
+    const auto connection = LineConnection::open(squatted, 1s);
+    EXPECT_FALSE(connection.has_value());
+    if (!connection) EXPECT_EQ(connection.error(), LineConnection::Refusal::anotherUser);
+    kill(stranger, SIGKILL);
+    waitpid(stranger, nullptr, 0);
+    for (const int end : ends)
+        close(end);
 }
 
 TEST_F(LineServerTests, ThoseWhoWaitForLongLeaveRoomForWhoComes) {

@@ -2,8 +2,8 @@
 
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 #include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/RunningVelto.h"
 
-#include <nlohmann/json.hpp>
 
 #include <cstdlib>
 #include <map>
@@ -36,38 +36,13 @@ class SoundTests : public RealServer {
 
     std::optional<OutputRecorder> recorder;
 
+    RunningVelto runVelto() { return {VELTO_PROGRAM, server.environment(), server.folder() / "velto.log"}; }
+
   private:
     void TearDown() override {
         recorder.reset();
         RealServer::TearDown();
     }
-};
-
-/// The session program, driven by its lines.
-class Session {
-  public:
-    explicit Session(const PrivateSoundServer& server)
-        : process_({VELTO_SESSION_PROGRAM}, {server.environment(), server.folder() / "session.log", true}) {
-        EXPECT_EQ(answer("event", "ready").value("connected", false), true);
-    }
-    /// The error of the command, which is empty for success.
-    std::string perform(const std::string& command) {
-        process_.writeLine(command);
-        return answer("done", command).value("error", "no answer");
-    }
-    ChildProcess& process() { return process_; }
-
-  private:
-    /// The next line with that member.
-    nlohmann::json answer(const std::string& key, const std::string& value) {
-        while (const auto line = process_.readLine(std::chrono::seconds(10))) {
-            auto object = nlohmann::json::parse(*line);
-            if (object.value(key, "") == value) return object;
-        }
-        return nlohmann::json::object();
-    }
-
-    ChildProcess process_;
 };
 
 TEST_F(SoundTests, EveryOutputOfAnAggregateIsHeardAndNoOther) {
@@ -99,11 +74,11 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
     record({"desk", "usb"});
     const auto music = play();
     {
-        Session session(server);
-        ASSERT_EQ(session.perform("start desk usb"), "");
+        RunningVelto velto = runVelto();
+        ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
         ASSERT_TRUE(isHeard("desk") && isHeard("usb"));
         EXPECT_EQ(client->nominalSampleRate(id("desk")), 48000);
-        session.process().kill();
+        velto.process().kill();
     }
     EXPECT_TRUE(isHeard("desk") && isHeard("usb")) << "the server plays on by itself";
     EXPECT_EQ(defaultUID(), aggregateUID);
@@ -114,17 +89,15 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
     EXPECT_TRUE(client->subDeviceDriftCompensation(id("usb")));
     EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "blue"}); }), kAudioHardwareIllegalOperationError);
 
-    Session later(server);
-    EXPECT_EQ(later.perform("recover"), "");
+    RunningVelto later = runVelto();
     EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
     EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
     EXPECT_TRUE(lab->waitUntil([&] { return !lab->defaultMetadata(PipeWireKey::configuredSink); }));
     EXPECT_TRUE(becomesForced("44100"));
     EXPECT_TRUE(isHeard("desk"));
     EXPECT_TRUE(runUntil([&] { return isSilent("usb"); }));
-    EXPECT_EQ(later.perform("recover"), "There was nothing to recover");
 
-    ASSERT_EQ(later.perform("start desk blue"), "");
+    ASSERT_EQ(later.command({"play", "desk", "blue"}).error, "");
     later.process().signal(SIGTERM); // ends in good order
     EXPECT_EQ(later.process().wait(std::chrono::seconds(10)), 0);
     EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
@@ -135,14 +108,14 @@ TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
     lab->pickDefault("desk"); // chosen, not only in force
     record({"desk", "usb"});
     const auto music = play();
-    Session session(server);
-    ASSERT_EQ(session.perform("reset"), "") << "of nothing";
-    ASSERT_EQ(session.perform("start desk usb"), "");
-    ASSERT_EQ(session.perform("volume usb 0.5"), "");
-    ASSERT_EQ(session.perform("save Evening"), "");
+    RunningVelto velto = runVelto();
+    ASSERT_EQ(velto.command({"reset"}).error, "") << "of nothing";
+    ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
+    ASSERT_EQ(velto.command({"volume", "50%", "usb"}).error, "");
+    ASSERT_EQ(velto.command({"presets", "save", "Evening"}).error, "");
     ASSERT_TRUE(isHeard("desk") && isHeard("usb"));
     lab->unplug("usb"); // degraded, as it may be when somebody resorts to this
-    EXPECT_EQ(session.perform("reset"), "");
+    EXPECT_EQ(velto.command({"reset"}).error, "");
     EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
     EXPECT_EQ(alertUID(), "desk");
     EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
@@ -151,12 +124,11 @@ TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
     lab->plug(VirtualOutput::usb("usb", "USB Interface"));
     lab->setChannelVolumes("usb", 1);
     EXPECT_TRUE(isSilent("usb"));
-    EXPECT_EQ(session.perform("recover"), "There was nothing to recover");
-    EXPECT_EQ(session.perform("activate Evening"), "");
+    EXPECT_EQ(velto.command({"play", "Evening"}).error, "");
     EXPECT_TRUE(isHeard("desk") && isHeard("usb"));
     EXPECT_FLOAT_EQ(lab->channelVolume("usb"), 0.125F) << "half of the cubic scale";
-    session.process().signal(SIGTERM);
-    EXPECT_EQ(session.process().wait(std::chrono::seconds(10)), 0);
+    EXPECT_EQ(velto.command({"quit"}).error, "");
+    EXPECT_EQ(velto.process().wait(std::chrono::seconds(10)), 0);
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
     EXPECT_TRUE(leavesNoNotes()) << "taken away before the program ended";
 }

@@ -13,7 +13,7 @@ void playChoiceOfSomebodyElse(Stage& stage) {
                {{display}, display, false}, [&](StoryStep&) {
                    stage.mark("Living Room TV picked");
                    stage.lab().pickDefault(display);
-                   stage.session().waitForState("idle");
+                   stage.velto().waitForState("idle");
                    for (const char* output : {desk, usb})
                        stage.lab().setChannelVolumes(output, 1);
                });
@@ -27,53 +27,53 @@ void playCrashAndRecovery(Stage& stage) {
                [&](StoryStep& step) {
                    step.skewLimitSamples = 0;
                    step.survivor = {speaker, stage.mark("SIGKILL"), 0};
-                   stage.killSession();
+                   stage.killVelto();
                });
 
     stage.step("launched again, recovery", "the output from before plays", {{display}, display, false},
-               [&](StoryStep& step) {
-                   stage.launchSession();
-                   stage.operate(step, "Recovery", "recover");
+               [&](StoryStep&) {
+                   stage.mark("Launched again");
+                   stage.launchVelto();
                });
 }
 
 void playSleep(Stage& stage) {
     stage.step("asleep and awake, all is well", "both play on, no sample lost",
                {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
-                   stage.session().require("disconnect keepPlaying");
+                   stage.velto().require({"settings", "set", "disconnectBehavior", "keepPlaying"});
                    stage.plug(usb);
-                   stage.session().waitForState("active");
+                   stage.velto().waitForState("playing");
                    stage.waitForSound(usb);
                    step.skewLimitSamples = 0;
                    step.from = stage.mark("Asleep");
-                   stage.session().require("sleep");
-                   stage.session().require("wake");
+                   stage.fallAsleep();
+                   stage.wake();
                    step.survivor = {speaker, stage.mark("Awake"), 0};
                });
 
     stage.step("asleep, one is unplugged", "the other plays on after waking", {{speaker}, aggregate, true},
                [&](StoryStep& step) {
-                   stage.session().require("sleep");
+                   stage.fallAsleep();
                    stage.unplug(usb);
-                   stage.session().waitForState("degraded");
+                   stage.velto().waitForState("degraded");
                    step.from = stage.settled();
-                   stage.session().require("wake");
+                   stage.wake();
                    step.survivor = {speaker, stage.mark("Awake"), 0};
                });
 
     stage.step("asleep, the aggregate is removed", "the session ends", {{display}, display, false},
                [&](StoryStep& step) {
                    stage.plug(usb);
-                   stage.session().waitForState("active");
-                   stage.session().require("sleep");
-                   stage.session().process().signal(SIGSTOP); // asleep, it sees nothing of it
+                   stage.velto().waitForState("playing");
+                   stage.fallAsleep();
+                   stage.velto().process().signal(SIGSTOP); // asleep, it sees nothing of it
                    stage.mark("Aggregate removed");
                    stage.lab().unplug(aggregate);
-                   stage.session().process().signal(SIGCONT);
+                   stage.velto().process().signal(SIGCONT);
                    step.from = stage.settled();
-                   stage.session().require("wake");
+                   stage.wake();
                    stage.mark("Awake");
-                   stage.session().waitForState("idle");
+                   stage.velto().waitForState("idle");
                });
 }
 
@@ -82,7 +82,7 @@ void playServerRestart(Stage& stage) {
                {{desk, usb}, aggregate, true}, [&](StoryStep& step) {
                    step.skewLimitSamples = 0;
                    stage.pickForGood(desk);
-                   stage.session().require("start " + std::string(desk) + " " + usb);
+                   stage.velto().require({"play", desk, usb});
                    stage.waitForSound(usb);
                    stage.mark("Sound server killed");
                    stage.killServer();
@@ -99,8 +99,8 @@ void playServerRestart(Stage& stage) {
 void playNothingLeft(Stage& stage) {
     stage.step("quit", "nothing is left behind", {{desk}, desk, false}, [&](StoryStep&) {
         stage.mark("Quit");
-        stage.session().process().signal(SIGTERM);
-        Stage::check(stage.session().process().wait(3s) == 0, "the session program did not end by itself");
+        stage.velto().require({"quit"});
+        Stage::check(stage.velto().process().wait(3s) == 0, "Velto did not end by itself");
         // The lab may learn of it a bit later.
         SoundLab& lab = stage.lab();
         Stage::check(lab.waitUntil([&] { return !lab.exists(aggregate); }), "the aggregate is still there");

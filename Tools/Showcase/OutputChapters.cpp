@@ -7,15 +7,15 @@ namespace velto {
 namespace {
 
 void waitForQuestion(Stage& stage, const std::string& output) {
-    stage.session().waitUntil([&] { return stage.session().question() == output; },
-                              output.empty() ? "the question is answered" : "the user is asked");
+    stage.velto().waitUntil([&] { return stage.velto().question() == output; },
+                            output.empty() ? "the question is answered" : "the user is asked");
 }
 
 } // namespace
 
 void playOutputsThatGoAndReturn(Stage& stage) {
     stage.step("before", "the default output alone plays", {{desk}, desk, false}, [&](StoryStep&) {
-        stage.launchSession();
+        stage.launchVelto();
         stage.waitForSound(desk);
     });
 
@@ -24,36 +24,36 @@ void playOutputsThatGoAndReturn(Stage& stage) {
 
     stage.step("unplug one, set to keep playing", "the other plays on, no sample lost",
                {{usb}, aggregate, true}, [&](StoryStep& step) {
-                   stage.session().require("disconnect keepPlaying");
+                   stage.velto().require({"settings", "set", "disconnectBehavior", "keepPlaying"});
                    step.survivor = {usb, stage.unplug(desk), 0};
-                   stage.session().waitForState("degraded");
+                   stage.velto().waitForState("degraded");
                });
 
     stage.step("plug it back", "both play in step again", {{desk, usb}, aggregate, true},
                [&](StoryStep& step) {
                    step.skewLimitSamples = 0;
                    stage.expectReturn(step, desk, stage.plug(desk));
-                   stage.session().waitForState("active");
+                   stage.velto().waitForState("playing");
                });
 
     stage.step("unplug one, set to ask; answer: keep", "the other plays on, no sample lost",
                {{desk}, aggregate, true}, [&](StoryStep& step) {
-                   stage.session().require("disconnect askUser");
+                   stage.velto().require({"settings", "set", "disconnectBehavior", "askUser"});
                    step.survivor = {desk, stage.unplug(usb), 0};
                    waitForQuestion(stage, usb);
-                   stage.session().require("answer keep");
+                   stage.velto().require({"answer", "keep"});
                    waitForQuestion(stage, "");
-                   Stage::check(stage.session().state() == "degraded", "the session is not degraded");
+                   Stage::check(stage.velto().state() == "degraded", "the session is not degraded");
                });
 }
 
 void playUnattended(Stage& stage) {
     stage.step("unplug one, set to ask; answer: stop", "the output from before plays",
                {{display}, display, false}, [&](StoryStep& step) {
-                   stage.session().require("disconnect askUser");
+                   stage.velto().require({"settings", "set", "disconnectBehavior", "askUser"});
                    stage.unplug(usb);
                    waitForQuestion(stage, usb);
-                   stage.operate(step, "Answer: stop", "answer stop");
+                   stage.operate(step, "Answer: stop", {"answer", "stop"});
                    waitForQuestion(stage, "");
                });
 
@@ -62,16 +62,17 @@ void playUnattended(Stage& stage) {
                    // As both were left: one by the preset, one by another program.
                    step.gains = {{usb, gainAt(0.7)}, {speaker, gainAt(0.8)}};
                    step.skewLimitSamples = 0;
-                   stage.session().require("autoconnect Evening");
+                   stage.velto().require({"presets", "auto-connect", "Evening"});
+                   stage.velto().require({"settings", "set", "autoConnect", "on"});
                    stage.plug(usb);
-                   stage.session().waitForState("active");
+                   stage.velto().waitForState("playing");
                });
 
     stage.step("unplug one, set to stop then", "the output from before plays", {{display}, display, false},
                [&](StoryStep&) {
-                   stage.session().require("disconnect pauseGroup");
+                   stage.velto().require({"settings", "set", "disconnectBehavior", "pauseGroup"});
                    stage.unplug(usb);
-                   stage.session().waitForState("idle");
+                   stage.velto().waitForState("idle");
                });
 }
 

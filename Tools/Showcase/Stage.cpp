@@ -21,7 +21,9 @@ namespace {
 
 constexpr const char* recordKey = "com.corlent.velto.recoveryState";
 
-constexpr double longestStory = 75; // seconds
+constexpr double longestStory = 90; // seconds
+/// The program gives the devices two seconds to return.
+constexpr double timeAfterWake = 2.3;
 /// After an act the player may need a moment to follow it.
 constexpr double settling = 0.3;
 constexpr double listening = 1.3;
@@ -65,7 +67,7 @@ void Stage::plugOutputs() {
 
 void Stage::write() {
     player_.reset();
-    session_.reset();
+    velto_.reset();
     tape_.pause();
     for (const StoryOutput& output : story_.outputs)
         tape_.write(output.uid, options_.folder / recordingName(output));
@@ -111,33 +113,40 @@ std::string Stage::alertOutput() {
     return object.is_object() ? object.value("name", "") : lab_->defaultOutput();
 }
 
-// The session program
+// The program
 
-SessionRemote& Stage::session() {
-    check(session_.has_value(), "The session program does not run");
-    return *session_;
+RunningVelto& Stage::velto() {
+    check(velto_.has_value(), "Velto does not run");
+    return *velto_;
 }
 
-void Stage::launchSession() {
-    session_.emplace(options_.sessionProgram, server_.environment(), options_.folder / "session.log");
+void Stage::launchVelto() {
+    RunningVelto::Environment environment = server_.environment();
+    environment["DBUS_SYSTEM_BUS_ADDRESS"] = bus_.address();
+    velto_.emplace(options_.program, std::move(environment), options_.folder / "velto.log");
 }
 
-void Stage::killSession() {
-    session().process().kill();
-    session_.reset();
+void Stage::killVelto() {
+    velto().process().kill();
+    velto_.reset();
 }
 
-void Stage::operate(StoryStep& step, const std::string& label, const std::string& command) {
+void Stage::wake() {
+    login_.wake();
+    waitUntil(now() + timeAfterWake);
+}
+
+void Stage::operate(StoryStep& step, const std::string& label, const RunningVelto::Words& command) {
     mark(label);
-    const SessionRemote::Answer answer = session().command(command);
+    const RunningVelto::Answer answer = velto().command(command);
     step.milliseconds = answer.milliseconds;
     step.limitMilliseconds = operationLimit;
-    check(answer.error.empty(), answer.error);
+    check(answer.exitStatus == 0, answer.error);
 }
 
 void Stage::startOn(StoryStep& step, const std::string& first, const std::string& second) {
     step.skewLimitSamples = 0;
-    operate(step, "Play Together", "start " + first + " " + second);
+    operate(step, "Play Together", {"play", first, second});
 }
 
 // The outputs

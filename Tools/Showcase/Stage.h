@@ -1,14 +1,16 @@
-// Stage: a private sound server with four outputs, a stock player, the session program, and a tape of what
-// each output plays: all that the chapters of the story act on.
+// Stage: a private sound server with four outputs, a stock player, the program as it is shipped, and a tape
+// of what each output plays: all that the chapters of the story act on.
 //
-// The session runs in a program of its own, because the story kills it. The server plays; nothing here
-// touches the sound.
+// The program runs without windows, and is commanded, killed and put to sleep from outside. The server plays;
+// nothing here touches the sound.
 #pragma once
 
-#include "Tools/Showcase/SessionRemote.h"
 #include "Tools/Showcase/Tape.h"
 #include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/PrivateBus.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"
+#include "Tools/SoundLab/RunningVelto.h"
+#include "Tools/SoundLab/SleepAnnouncer.h"
 #include "Tools/SoundLab/SoundLab.h"
 #include "Tools/SoundLab/Story.h"
 
@@ -36,7 +38,7 @@ class Stage {
   public:
     struct Options {
         std::filesystem::path folder;
-        std::filesystem::path sessionProgram;
+        std::filesystem::path program;
     };
     /// Starts server, outputs, tape and player. Throws std::runtime_error with one sentence.
     explicit Stage(Options options);
@@ -58,11 +60,14 @@ class Stage {
     // What acts are made of
 
     SoundLab& lab() { return *lab_; }
-    SessionRemote& session();
-    void launchSession();
-    void killSession();
+    RunningVelto& velto();
+    void launchVelto();
+    void killVelto();
+    void fallAsleep() { login_.fallAsleep(); }
+    /// Returns when the program has looked after what it finds.
+    void wake();
     /// A command that takes its time, which is limited; its error is the step's problem.
-    void operate(StoryStep& step, const std::string& label, const std::string& command);
+    void operate(StoryStep& step, const std::string& label, const RunningVelto::Words& command);
     void startOn(StoryStep& step, const std::string& first, const std::string& second);
     /// Each answers when it happened.
     double unplug(const std::string& output);
@@ -107,12 +112,14 @@ class Stage {
 
     Options options_;
     PrivateSoundServer server_;
+    PrivateBus bus_;
+    SleepAnnouncer login_{bus_.address()};
     std::optional<SoundLab> lab_;
     std::map<std::string, VirtualOutput> outputs_;
     Story story_;
     Tape tape_;
     std::optional<ChildProcess> player_;
-    std::optional<SessionRemote> session_;
+    std::optional<RunningVelto> velto_;
 };
 
 } // namespace velto

@@ -11,9 +11,9 @@ namespace {
 bool isSame(double one, double other) { return std::abs(one - other) < 0.001; }
 
 void waitForVolume(Stage& stage, const std::string& output, double volume) {
-    stage.session().waitUntil(
+    stage.velto().waitUntil(
         [&] {
-            const auto told = stage.session().volume(output);
+            const auto told = stage.velto().volume(output);
             return told && isSame(*told, volume);
         },
         output + " has the volume " + std::to_string(volume));
@@ -25,15 +25,13 @@ void playSyncTest(Stage& stage) {
     stage.step("plug it back, sync test", "both click at the same samples", {{desk, usb}, aggregate, true},
                [&](StoryStep& step) {
                    stage.plug(usb);
-                   stage.session().waitForState("active");
+                   stage.velto().waitForState("playing");
                    stage.endPlayer();
                    stage.waitForSilence(desk);
-                   step.clicks = {0.5, 4800};
+                   step.clicks = {0.5, 24000};
                    step.skewLimitSamples = 0;
                    step.from = stage.mark("Sync test");
-                   stage.session().require("click 0.5 1.2 0.1");
-                   stage.session().waitUntil([&] { return !stage.session().isClicking(); },
-                                             "the sync test has ended");
+                   stage.velto().require({"test"});
                    step.to = stage.now();
                    stage.startPlayer();
                    stage.waitForSound(desk);
@@ -45,9 +43,9 @@ void playMasterVolume(Stage& stage) {
                [&](StoryStep& step) {
                    step.gains = {{desk, gainAt(0.8)}, {usb, gainAt(0.6)}};
                    step.skewLimitSamples = 0;
-                   stage.session().require("volume " + std::string(usb) + " 0.75");
+                   stage.velto().require({"volume", "75%", usb});
                    stage.mark("Master volume 80 %");
-                   stage.session().require("master 0.8");
+                   stage.velto().require({"volume", "80%"});
                    waitForVolume(stage, desk, 0.8);
                    waitForVolume(stage, usb, 0.6);
                });
@@ -57,12 +55,12 @@ void playPreset(Stage& stage) {
     stage.step("start once more, save as a preset", "both play in step", {{usb, speaker}, aggregate, true},
                [&](StoryStep& step) {
                    stage.startOn(step, usb, speaker);
-                   stage.session().require("volume " + std::string(usb) + " 0.7");
-                   stage.session().require("save Evening");
+                   stage.velto().require({"volume", "70%", usb});
+                   stage.velto().require({"presets", "save", "Evening"});
                });
 
     stage.step("stop", "the output from before plays", {{display}, display, false}, [&](StoryStep& step) {
-        stage.operate(step, "Stop", "stop");
+        stage.operate(step, "Stop", {"stop"});
         stage.lab().setChannelVolumes(usb, 1); // somebody turns it up
     });
 
@@ -70,7 +68,7 @@ void playPreset(Stage& stage) {
                [&](StoryStep& step) {
                    step.gains = {{usb, gainAt(0.7)}, {speaker, 1}};
                    step.skewLimitSamples = 0;
-                   stage.operate(step, "Preset", "activate Evening");
+                   stage.operate(step, "Preset", {"play", "Evening"});
                });
 
     stage.step("another program turns one down", "heard, seen, kept in the preset",
@@ -80,7 +78,7 @@ void playPreset(Stage& stage) {
                    stage.mark("Kitchen Speaker turned down");
                    stage.lab().setChannelVolumes(speaker, static_cast<float>(gainAt(0.8)));
                    waitForVolume(stage, speaker, 0.8);
-                   const std::map<std::string, double> kept = stage.session().presetVolumes("Evening");
+                   const std::map<std::string, double> kept = stage.velto().presetVolumes("Evening");
                    Stage::check(kept.size() == 2 && isSame(kept.at(usb), 0.7) &&
                                     isSame(kept.at(speaker), 0.8),
                                 "the preset holds other volumes");

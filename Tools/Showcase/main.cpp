@@ -47,8 +47,8 @@ int main(int count, char** arguments) {
             throw std::runtime_error(folder.string() + " holds something else; name another folder");
         fs::remove_all(folder);
         {
-            std::printf("Playing the story on a private sound server; this takes less than a minute.\n");
-            velto::Stage stage({folder, tools / "Session" / "velto-session"});
+            std::printf("Playing the story on a private sound server; this takes about a minute.\n");
+            velto::Stage stage({folder, tools.parent_path() / "Velto" / "velto"});
             velto::playShowcase(stage);
             stage.write();
         }

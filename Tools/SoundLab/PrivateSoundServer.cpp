@@ -74,6 +74,8 @@ std::map<std::string, std::string> PrivateSoundServer::environment() const {
         {"PULSE_SERVER", ""},
         {"DBUS_SESSION_BUS_ADDRESS", ""},
         {"DISPLAY", ""},
+        {"WAYLAND_DISPLAY", ""},
+        {"QT_QPA_PLATFORM", ""},
     };
 }
 

@@ -1,4 +1,4 @@
-#include "Tests/Desktop/PrivateBus.h"
+#include "Tools/SoundLab/PrivateBus.h"
 
 #include <chrono>
 #include <filesystem>

@@ -1,4 +1,4 @@
-// PrivateBus: a message bus for tests alone, ended with its owner.
+// PrivateBus: a message bus of our own, ended with its owner.
 #pragma once
 
 #include "Tools/SoundLab/ChildProcess.h"

@@ -1,0 +1,103 @@
+// The program as it is shipped, with its modules, on a real server and a real display.
+#include "Tests/PipeWire/RealServer.h"
+#include "Tests/UI/VirtualScreen.h"
+#include "Tools/SoundLab/RunningVelto.h"
+
+#include <chrono>
+#include <fstream>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ProgramTests : public RealServer {
+  protected:
+    RunningVelto::Environment onDisplay() const {
+        RunningVelto::Environment environment = server.environment();
+        environment["DISPLAY"] = screen.display();
+        return environment;
+    }
+    RunningVelto start(const RunningVelto::Environment& environment, const std::string& option) {
+        return {VELTO_PROGRAM, environment, server.folder() / "velto.log", option};
+    }
+    /// Its exit status.
+    int call(const RunningVelto::Environment& environment, RunningVelto::Words words) {
+        words.insert(words.begin(), VELTO_PROGRAM);
+        ChildProcess program(std::move(words), {environment, server.folder() / "called.log", false});
+        return program.wait(20s).value_or(-1);
+    }
+    bool hasLoaded(RunningVelto& velto, const std::string& library) {
+        std::ifstream maps("/proc/" + std::to_string(velto.process().id()) + "/maps");
+        const std::string text(std::istreambuf_iterator<char>(maps), {});
+        return text.contains(library);
+    }
+    bool playsToBoth() { return isPlayedTo("desk") && isPlayedTo("usb"); }
+    bool isPutBack() {
+        return runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; });
+    }
+
+    const VirtualScreen screen;
+};
+
+TEST_F(ProgramTests, WithItsWindowsItPlaysIsKilledRecoversAndQuits) {
+    {
+        RunningVelto velto = start(onDisplay(), "");
+        ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
+        EXPECT_EQ(call(onDisplay(), {}), 0) << "a second start brings up the panel";
+        EXPECT_TRUE(runUntil([&] { return hasLoaded(velto, "velto-windows.so"); }));
+        EXPECT_EQ(velto.command({"status"}).error, "") << "it goes on with the panel open";
+        velto.process().kill();
+    }
+    EXPECT_TRUE(lab->exists(aggregateUID));
+    RunningVelto velto = start(onDisplay(), "--hidden");
+    EXPECT_TRUE(isPutBack());
+    EXPECT_TRUE(leavesNoNotes());
+    EXPECT_EQ(velto.command({"play", "usb", "blue"}).error, "");
+    EXPECT_FALSE(hasLoaded(velto, "velto-windows.so"));
+    EXPECT_EQ(velto.command({"quit"}).error, "");
+    EXPECT_EQ(velto.process().wait(10s), 0);
+    EXPECT_TRUE(isPutBack());
+}
+
+TEST_F(ProgramTests, OneWithoutWindowsOpensThemOnTheDisplayOfASecondStartAndPlaysOn) {
+    RunningVelto velto = start(server.environment(), "--background");
+    ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
+    ASSERT_TRUE(runUntil([&] { return id(aggregateUID) != kAudioObjectUnknown; }));
+    const AudioObjectID aggregate = id(aggregateUID);
+    const int links = lab->linkCount(aggregateUID, "usb");
+    EXPECT_FALSE(hasLoaded(velto, "libQt6"));
+    EXPECT_EQ(call(server.environment(), {}), 0);
+    RunningVelto::Environment nowhere = server.environment();
+    nowhere["DISPLAY"] = ":nowhere";
+    EXPECT_NE(call(nowhere, {}), 0) << "the second start ends there, and not the one that plays";
+    EXPECT_FALSE(hasLoaded(velto, "velto-desktop.so"));
+    EXPECT_EQ(call(onDisplay(), {}), 0);
+    EXPECT_TRUE(runUntil([&] { return hasLoaded(velto, "libQt6Gui"); }));
+    EXPECT_EQ(velto.command({"status"}).error, "");
+    velto.waitForState("playing");
+    settle();
+    EXPECT_EQ(id(aggregateUID), aggregate);
+    EXPECT_EQ(lab->linkCount(aggregateUID, "usb"), links);
+    velto.process().signal(SIGTERM);
+    EXPECT_EQ(velto.process().wait(10s), 0);
+    EXPECT_TRUE(isPutBack());
+}
+
+TEST_F(ProgramTests, CommandsSayHowTheyEnded) {
+    const auto environment = server.environment();
+    EXPECT_EQ(call(environment, {"status"}), 1) << "none runs";
+    EXPECT_EQ(call(environment, {"plya", "desk", "usb"}), 2);
+    EXPECT_EQ(call(environment, {"--help"}), 0);
+    EXPECT_EQ(call(environment, {"play", "desk", "usb"}), 0) << "starts it";
+    EXPECT_EQ(call(environment, {"--background"}), 0) << "one runs already";
+    EXPECT_EQ(call(environment, {"play", "desk", "nobody"}), 1);
+    EXPECT_EQ(call(environment, {"volume", "loud"}), 2);
+    EXPECT_EQ(call(environment, {"settings", "set", "disconnectBehavior", "dance"}), 2);
+    EXPECT_EQ(call(environment, {"quit"}), 0);
+    EXPECT_TRUE(isPutBack());
+    EXPECT_EQ(call(environment, {"quit"}), 1);
+}
+
+} // namespace
+} // namespace velto
