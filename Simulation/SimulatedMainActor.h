@@ -37,13 +37,11 @@ class SimulatedMainActor final : public MainActor {
 
     // Clocks
 
-    /// As if someone set the computer's clock: timers don't notice.
-    void setWallClock(Date date) noexcept { wallClockAtStart_ = date.secondsSinceReferenceDate - elapsed(); }
     /// The machine sleeps: both clocks count on, nothing runs. What fell due meanwhile is due at the wake.
     void sleepMachine(Duration interval) noexcept { now_ += interval; }
 
     ContinuousInstant continuousNow() const noexcept override { return now_; }
-    Date now() const noexcept override { return {wallClockAtStart_ + elapsed()}; }
+    Date now() const noexcept override { return {wallClockAtStart + elapsed()}; }
 
     // Looking
 
@@ -81,7 +79,7 @@ class SimulatedMainActor final : public MainActor {
     std::uint64_t nextNumber_ = 1;
     std::uint64_t turnCount_ = 0;
     ContinuousInstant now_{};
-    double wallClockAtStart_ = 789'000'000; // on the first day of 2026
+    static constexpr double wallClockAtStart = 789'000'000; // on the first day of 2026
     Duration blockingCallDuration_{};
     bool isInTurn_ = false;
 };

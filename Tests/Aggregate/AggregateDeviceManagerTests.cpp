@@ -50,9 +50,6 @@ TEST_F(AggregateDeviceManagerTests, MakesOneMultiOutputDeviceOfTheGroup) {
                                           .mainSubDeviceUID = "usb",
                                           .isStacked = true,
                                           .isPrivate = false}));
-    EXPECT_TRUE(program->aggregates.isVeltoAggregate(info.deviceID));
-    EXPECT_FALSE(program->aggregates.isVeltoAggregate(world.objectID("usb")));
-    EXPECT_FALSE(program->aggregates.isVeltoAggregate(4711));
     EXPECT_THAT(
         aggregateLog(),
         ElementsAre("AggregateDevice info: Set USB DAC sample rate 44100.000000 -> 48000.000000 Hz",

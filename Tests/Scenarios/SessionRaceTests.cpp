@@ -180,7 +180,6 @@ TEST(SessionRace, SynchronousNotificationsMeetNoHalfBuiltSession) {
         });
         stage.program->finish(operation.run(stage)).value();
         EXPECT_THAT(violations(*stage.program), IsEmpty());
-        stage.program->devices.removeChangeHandler(subscription);
     }
 }
 

@@ -62,10 +62,10 @@ TEST_F(SyncProfileManagerTests, OneProfileForASetOfDevicesInAnyOrder) {
     EXPECT_EQ(SyncProfileManager(defaults, clock).profiles(), manager.profiles());
     EXPECT_EQ(log.lines().back(), "Sync info: Saved sync profile bt-2|usb-1 (manual)");
 
-    manager.remove({"usb-1", "bt-2"});
+    manager.remove("bt-2|usb-1");
     EXPECT_THAT(ids(manager), ElementsAre("c|d"));
     EXPECT_THAT(ids(SyncProfileManager(defaults, clock)), ElementsAre("c|d"));
-    manager.removeAll();
+    manager.remove("c|d");
     EXPECT_EQ(stored(), "[]");
 }
 
@@ -77,7 +77,7 @@ TEST_F(SyncProfileManagerTests, UnreadableProfilesStayUntilTheNextChange) {
     EXPECT_THAT(manager.profiles(), IsEmpty());
     EXPECT_EQ(stored(), "[{}]");
     EXPECT_THAT(log.lines(), IsEmpty());
-    manager.remove({"unknown"});
+    manager.remove("unknown");
     EXPECT_EQ(stored(), "[]");
 
     store("junk");

@@ -26,9 +26,7 @@ void AudioServiceMonitor::start() {
     try {
         token_ = client_.addPropertyListener(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted,
                                              kAudioObjectPropertyScopeGlobal,
-                                             [this, alive = std::weak_ptr(alive_)] {
-                                                 if (!alive.expired()) handleRestart();
-                                             });
+                                             lifetime_.whileAlive([this] { handleRestart(); }));
     } catch (...) {
         logger.error("Could not observe the audio service: {}", currentErrorDescription());
     }
@@ -47,9 +45,9 @@ void AudioServiceMonitor::handleRestart() {
     // aggregate is rebuilt, not given up because the default output is another one.
     coordinator_.handleServiceRestart();
     // What changed while nobody listened. By then a rebuild is under way.
-    actor_.post([this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired() && token_) deviceManager_.handleChange();
-    });
+    actor_.post(lifetime_.whileAlive([this] {
+        if (token_) deviceManager_.handleChange();
+    }));
 }
 
 } // namespace velto

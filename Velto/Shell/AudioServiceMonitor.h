@@ -8,10 +8,9 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
-
-#include <memory>
 
 namespace velto {
 
@@ -41,8 +40,7 @@ class AudioServiceMonitor {
     DualOutputCoordinator& coordinator_;
     MainActor& actor_;
     PropertyListenerTokenRef token_;
-    /// The listener holds it weakly: it says whether the monitor still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto

@@ -6,11 +6,10 @@
 #pragma once
 
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 
-#include <cstdint>
 #include <functional>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -22,7 +21,7 @@ class ChangeAnnouncer {
     ChangeAnnouncer(const ChangeAnnouncer&) = delete;
     ChangeAnnouncer& operator=(const ChangeAnnouncer&) = delete;
 
-    Subscription observe(std::function<void()> handler);
+    Subscription observe(std::function<void()> handler) { return observers_.observe(std::move(handler)); }
     /// Something has changed.
     void announce();
     /// For a source of changes: announces whenever it is called. Only as long as the announcer lives.
@@ -41,14 +40,10 @@ class ChangeAnnouncer {
     }
 
   private:
-    struct Core {
-        HandlerMap<std::uint64_t> handlers;
-        std::uint64_t nextID = 0;
-        bool isPending = false;
-    };
-
     MainActor& actor_;
-    std::shared_ptr<Core> core_ = std::make_shared<Core>();
+    ObserverList observers_;
+    bool isPending_ = false;
+    Lifetime lifetime_;
     std::vector<Subscription> subscriptions_;
 };
 

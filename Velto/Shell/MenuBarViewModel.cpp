@@ -33,10 +33,6 @@ MenuBarViewModel::MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager&
     changes_.keep(syncProfiles.observeProfiles(changes_.handler()));
 }
 
-MenuBarViewModel::~MenuBarViewModel() {
-    if (subscription_) deviceManager_.removeChangeHandler(*subscription_);
-}
-
 // Choosing outputs
 
 Binding<std::optional<std::string>> MenuBarViewModel::binding(Slot forSlot) {
@@ -113,10 +109,7 @@ void MenuBarViewModel::applyLastPreset() {
 }
 
 void MenuBarViewModel::subscribeToDeviceChanges() {
-    if (subscription_) return;
-    subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) applyLastPreset();
-    });
+    deviceChanges_ = deviceManager_.onChange([this] { applyLastPreset(); });
 }
 
 void MenuBarViewModel::setIsChoosingOutputs(bool isChoosing) {

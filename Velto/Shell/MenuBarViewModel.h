@@ -22,7 +22,6 @@
 
 #include <array>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -52,7 +51,6 @@ class MenuBarViewModel {
                      MainActor& actor);
     MenuBarViewModel(const MenuBarViewModel&) = delete;
     MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
-    ~MenuBarViewModel();
 
     /// Calls the handler when anything below may have changed, at most once a turn of the main loop.
     Subscription observe(std::function<void()> handler) { return changes_.observe(std::move(handler)); }
@@ -180,12 +178,10 @@ class MenuBarViewModel {
     DualOutputCoordinator& coordinator_;
     PreferencesManager& preferences_;
     DeviceVolumeController& volumeController_;
-    std::optional<AudioDeviceManager::ChangeSubscription> subscription_;
+    Subscription deviceChanges_;
     bool hadSession_ = false;
     /// Until the devices change; sorting names is the dear part of reading the model.
     mutable std::optional<std::vector<AudioOutputDevice>> selectableDevices_;
-    /// Handlers given to others hold it weakly: it says whether the model still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     TaskScope tasks_; // dies first: its tasks use the others
 };
 

@@ -59,11 +59,7 @@ std::vector<SyncProfileRow> SettingsViewModel::syncProfileRows() const {
     return rows;
 }
 
-void SettingsViewModel::removeSyncProfile(const std::string& id) {
-    // The key of a single UID is that UID: so this finds the profile even where its key is not that of its
-    // devices.
-    syncProfiles_.remove({id});
-}
+void SettingsViewModel::removeSyncProfile(const std::string& id) { syncProfiles_.remove(id); }
 
 // Reset
 

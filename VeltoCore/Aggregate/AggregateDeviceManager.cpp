@@ -88,8 +88,8 @@ Task<AggregateDeviceInfo> AggregateDeviceManager::createAggregate(AudioOutputDev
     } catch (const AudioGroup::ValidationError&) {
         throw AudioManagerError::sameDeviceSelected();
     }
-    auto created = createAggregate(std::move(*group), std::move(name), preferredSampleRate, clockStrategy);
-    co_return co_await std::move(created);
+    co_return co_await createAggregate(std::move(*group), std::move(name), preferredSampleRate,
+                                       clockStrategy);
 }
 
 Task<AggregateDeviceInfo> AggregateDeviceManager::createAggregate(AudioGroup group, std::string name,
@@ -97,8 +97,7 @@ Task<AggregateDeviceInfo> AggregateDeviceManager::createAggregate(AudioGroup gro
                                                                   ClockStrategy clockStrategy) {
     const std::vector<AudioOutputDevice>& devices = group.devices();
     const DeviceIDs ids = presentDeviceIDs(devices);
-    auto leftOverGone = destroyExistingAggregate();
-    co_await std::move(leftOverGone);
+    co_await destroyExistingAggregate();
 
     const auto rate = sharedSampleRate(devices, preferredSampleRate);
     if (!rate) throw incompatibleError(devices);
@@ -109,10 +108,8 @@ Task<AggregateDeviceInfo> AggregateDeviceManager::createAggregate(AudioGroup gro
     if (!master) throw AudioManagerError::noOutputDevices();
     logger.info("Creating aggregate {} with {}, master {}, {} Hz", publicText(aggregateUID),
                 publicText(group.displayName()), publicText(master->name), *rate);
-    auto creation = createDevice(describe(devices, std::move(name), master->uid));
-    const AudioObjectID deviceID = co_await std::move(creation);
-    auto alive = waitUntilAlive(deviceID);
-    co_await std::move(alive);
+    const AudioObjectID deviceID = co_await createDevice(describe(devices, std::move(name), master->uid));
+    co_await waitUntilAlive(deviceID);
     configureAfterCreation(deviceID, *rate, master->uid);
     co_return AggregateDeviceInfo{deviceID, std::string(aggregateUID), master->uid, *rate};
 }
@@ -229,16 +226,14 @@ Task<void> AggregateDeviceManager::destroyAggregate(AudioObjectID deviceID) {
             throw AudioManagerError::aggregateDestroyFailed(coreAudioDescription(*status));
         throw;
     }
-    auto gone = waitUntilGone();
-    co_await std::move(gone);
+    co_await waitUntilGone();
 }
 
 Task<void> AggregateDeviceManager::destroyExistingAggregate() {
     const auto existing = existingAggregateDeviceID();
     if (!existing) co_return;
     logger.notice("Found existing aggregate {}; destroying before creating a new one", *existing);
-    auto destroyed = destroyAggregate(*existing);
-    co_await std::move(destroyed);
+    co_await destroyAggregate(*existing);
 }
 
 Task<void> AggregateDeviceManager::waitUntilGone() {
@@ -252,14 +247,6 @@ Task<void> AggregateDeviceManager::waitUntilGone() {
 
 std::optional<AudioObjectID> AggregateDeviceManager::existingAggregateDeviceID() const {
     return answeredOr(std::nullopt, [this] { return client_.deviceID(aggregateUID); });
-}
-
-bool AggregateDeviceManager::isVeltoAggregate(AudioObjectID deviceID) const noexcept {
-    try {
-        return client_.deviceUID(deviceID) == aggregateUID;
-    } catch (...) {
-        return false;
-    }
 }
 
 } // namespace velto

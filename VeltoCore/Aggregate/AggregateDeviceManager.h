@@ -49,8 +49,6 @@ class AggregateDeviceManager {
     Task<void> destroyExistingAggregate();
     /// The aggregate with our UID; none also when it can't be looked up. Throws only when there is no answer.
     std::optional<AudioObjectID> existingAggregateDeviceID() const;
-    /// Whether the device carries our UID; false when that can't be read.
-    bool isVeltoAggregate(AudioObjectID deviceID) const noexcept;
 
   private:
     using DeviceIDs = std::map<std::string, AudioObjectID>;

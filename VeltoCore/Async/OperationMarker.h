@@ -8,11 +8,11 @@
 
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
+#include "VeltoCore/Observation/Lifetime.h"
 
 #include <algorithm>
 #include <coroutine>
 #include <deque>
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -72,12 +72,12 @@ class OperationMarker {
     void wakeAll() {
         for (Ended* waiter : std::exchange(waiters_, {})) {
             due_.push_back(waiter);
-            actor_.post([this, alive = std::weak_ptr(alive_)] {
-                if (alive.expired() || due_.empty()) return; // one of them has gone meanwhile
+            actor_.post(lifetime_.whileAlive([this] {
+                if (due_.empty()) return; // one of them has gone meanwhile
                 const auto next = due_.front()->waiter_;
                 due_.pop_front();
                 next.resume();
-            });
+            }));
         }
     }
 
@@ -85,7 +85,7 @@ class OperationMarker {
     std::optional<Operation> running_;
     std::deque<Ended*> waiters_; // for the end of what runs
     std::deque<Ended*> due_;     // ended; their turns are posted
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto

@@ -46,10 +46,6 @@ Subscription AudioDeviceManager::observeDefaultOutputDevice(std::function<void()
     return defaultOutputDevice_.observe(std::move(handler));
 }
 
-Subscription AudioDeviceManager::observeChangeCounter(std::function<void()> handler) {
-    return changeCounter_.observe(std::move(handler));
-}
-
 void AudioDeviceManager::refresh() {
     auto read = readDevices();
     auto devices = read.value_or(this->devices());
@@ -63,9 +59,9 @@ void AudioDeviceManager::refresh() {
     const bool isOther = defaultOutputDevice_.store(std::move(defaultOutputDevice));
     logger.debug("Enumerated {} output devices; default: {}", this->devices().size(),
                  this->defaultOutputDevice() ? this->defaultOutputDevice()->name : "none");
-    const std::weak_ptr alive(alive_); // an observer may end the manager
+    const auto lifetime = lifetime_.watch(); // an observer may end the manager
     if (areOthers) devices_.notify();
-    if (isOther && !alive.expired()) defaultOutputDevice_.notify();
+    if (isOther && !lifetime.isOver()) defaultOutputDevice_.notify();
 }
 
 std::optional<std::vector<AudioOutputDevice>> AudioDeviceManager::readDevices() {
@@ -155,9 +151,7 @@ void AudioDeviceManager::startObserving() {
     if (!listenerTokens_.empty()) return;
     constexpr std::array selectors{kAudioHardwarePropertyDevices, kAudioHardwarePropertyDefaultOutputDevice};
     for (const AudioObjectPropertySelector selector : selectors) {
-        auto handler = [this, alive = std::weak_ptr(alive_)] {
-            if (!alive.expired()) handleChange();
-        };
+        auto handler = lifetime_.whileAlive([this] { handleChange(); });
         try {
             listenerTokens_.push_back(client_.addPropertyListener(
                 kAudioObjectSystemObject, selector, kAudioObjectPropertyScopeGlobal, std::move(handler)));
@@ -181,14 +175,11 @@ void AudioDeviceManager::handleServiceRestart() {
 void AudioDeviceManager::handleChange() {
     if (listenerTokens_.empty()) return; // sent before observing ended
     const auto before = knownUIDs();
-    const std::weak_ptr alive(alive_); // observers and handlers may end the manager
+    const auto lifetime = lifetime_.watch(); // observers and handlers may end the manager
     refresh();
-    if (alive.expired()) return;
+    if (lifetime.isOver()) return;
     if (before) logChanges(*before);
-    changeCounter_.set(changeCounter() + 1);
-    if (alive.expired()) return;
-    const auto handlers = changeHandlers_;
-    handlers->notify();
+    changeObservers_.notify();
 }
 
 void AudioDeviceManager::logChanges(const std::set<std::string>& before) const {
@@ -199,16 +190,6 @@ void AudioDeviceManager::logChanges(const std::set<std::string>& before) const {
     for (const std::string& uid : before) {
         if (!after.contains(uid)) logger.notice("Device disconnected: {}", publicText(uid));
     }
-}
-
-AudioDeviceManager::ChangeSubscription AudioDeviceManager::onChange(std::function<void()> handler) {
-    const ChangeSubscription subscription{UUID::random()};
-    changeHandlers_->add(subscription.id, std::move(handler));
-    return subscription;
-}
-
-void AudioDeviceManager::removeChangeHandler(const ChangeSubscription& subscription) {
-    changeHandlers_->remove(subscription.id);
 }
 
 std::vector<AudioOutputDevice>

@@ -11,30 +11,23 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 #include "VeltoCore/Foundation/Date.h"
-#include "VeltoCore/Foundation/UUID.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Services/TextCollation.h"
 
-#include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velto {
 
 class AudioDeviceManager {
   public:
-    /// The receipt of onChange().
-    struct ChangeSubscription {
-        UUID id;
-        friend bool operator==(const ChangeSubscription&, const ChangeSubscription&) = default;
-    };
-
     /// Reads the devices once; observes nothing yet. All three must outlive the manager.
     AudioDeviceManager(CoreAudioClient& client, const Clock& clock, const TextCollation& collation);
     AudioDeviceManager(const AudioDeviceManager&) = delete;
@@ -48,12 +41,14 @@ class AudioDeviceManager {
     const std::optional<AudioOutputDevice>& defaultOutputDevice() const noexcept {
         return defaultOutputDevice_.value();
     }
-    /// Advances with every notification of the hardware layer, whatever it changed.
-    std::int64_t changeCounter() const noexcept { return changeCounter_.value(); }
 
     Subscription observeDevices(std::function<void()> handler);
     Subscription observeDefaultOutputDevice(std::function<void()> handler);
-    Subscription observeChangeCounter(std::function<void()> handler);
+    /// Calls the handler with every notification of the hardware layer, whatever it changed, after the
+    /// others.
+    Subscription onChange(std::function<void()> handler) {
+        return changeObservers_.observe(std::move(handler));
+    }
 
     /// Reads devices and default output again, and publishes both together. A list that can't be read leaves
     /// the old one, and without an answer so does the default output. A device of the list that lives keeps
@@ -70,12 +65,6 @@ class AudioDeviceManager {
     /// Nothing when it doesn't listen.
     void handleChange();
 
-    /// Calls the handler after every change, in no particular order among handlers. Handlers may register and
-    /// remove any handler while they are called.
-    ChangeSubscription onChange(std::function<void()> handler);
-    /// An unknown subscription is ignored.
-    void removeChangeHandler(const ChangeSubscription& subscription);
-
     /// What the user may choose, in display order.
     std::vector<AudioOutputDevice>
     selectableDevices(std::optional<std::string_view> excludingUID = std::nullopt) const;
@@ -89,8 +78,6 @@ class AudioDeviceManager {
     bool wasRecentlyConnected(std::string_view uid, double within) const;
 
   private:
-    using ChangeHandlers = HandlerMap<UUID>;
-
     std::optional<std::vector<AudioOutputDevice>> readDevices();
     std::optional<AudioOutputDevice> readDefaultOutputDevice(const std::vector<AudioOutputDevice>& devices);
     std::optional<AudioOutputDevice> makeDevice(AudioObjectID id);
@@ -104,14 +91,12 @@ class AudioDeviceManager {
     const TextCollation& collation_;
     Observable<std::vector<AudioOutputDevice>> devices_;
     Observable<std::optional<AudioOutputDevice>> defaultOutputDevice_;
-    Observable<std::int64_t> changeCounter_;
+    ObserverList changeObservers_;
     std::vector<PropertyListenerTokenRef> listenerTokens_;
-    std::shared_ptr<ChangeHandlers> changeHandlers_ = std::make_shared<ChangeHandlers>();
     /// The list as it was last read since the audio service started; none before.
     std::optional<std::vector<AudioOutputDevice>> lastRead_;
     bool hasBeenRead_ = false; // in the life of this object
-    /// Held weakly by all that may outlast the manager, and by nothing else: it says whether that exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
     /// The latest appearance of each device that came while the manager ran.
     std::map<std::string, Date, std::less<>> connectionTimes_;
 };

@@ -35,58 +35,41 @@ class [[nodiscard]] Subscription {
     std::function<void()> end_;
 };
 
-/// Handlers under keys of any ordered kind. Notification runs in key order.
-template <class Key>
-class HandlerMap {
+/// The handlers of one observable object, called in the order in which they came.
+class ObserverList {
   public:
     using Handler = std::function<void()>;
 
-    void add(Key key, Handler handler) { handlers_.emplace(std::move(key), std::move(handler)); }
-    void remove(const Key& key) { handlers_.erase(key); }
-    std::size_t size() const noexcept { return handlers_.size(); }
+    ObserverList() = default;
+    ObserverList(const ObserverList&) = delete; // copies would share the handlers
+    ObserverList& operator=(const ObserverList&) = delete;
 
+    Subscription observe(Handler handler) {
+        const std::uint64_t id = nextID_++;
+        handlers_->emplace(id, std::move(handler));
+        return Subscription([weak = std::weak_ptr(handlers_), id] {
+            if (const auto handlers = weak.lock()) handlers->erase(id);
+        });
+    }
+    bool isEmpty() const noexcept { return handlers_->empty(); }
     void notify() const {
-        std::vector<Key> keys;
-        keys.reserve(handlers_.size());
-        for (const auto& entry : handlers_)
-            keys.push_back(entry.first);
-        for (const Key& key : keys) {
-            const auto found = handlers_.find(key);
-            if (found == handlers_.end()) continue;
+        const auto handlers = handlers_; // a handler may end the observed object
+        std::vector<std::uint64_t> ids;
+        ids.reserve(handlers->size());
+        for (const auto& entry : *handlers)
+            ids.push_back(entry.first);
+        for (const std::uint64_t id : ids) {
+            const auto found = handlers->find(id);
+            if (found == handlers->end()) continue;
             const Handler handler = found->second; // it may remove itself while it runs
             handler();
         }
     }
 
   private:
-    std::map<Key, Handler> handlers_;
-};
-
-/// The handlers of one observable object.
-class ObserverList {
-  public:
-    ObserverList() = default;
-    ObserverList(const ObserverList&) = delete; // copies would share the handlers
-    ObserverList& operator=(const ObserverList&) = delete;
-
-    Subscription observe(std::function<void()> handler) {
-        const std::uint64_t id = core_->nextID++;
-        core_->handlers.add(id, std::move(handler));
-        return Subscription([weak = std::weak_ptr(core_), id] {
-            if (const auto core = weak.lock()) core->handlers.remove(id);
-        });
-    }
-    void notify() const {
-        const auto core = core_; // a handler may end the observed object
-        core->handlers.notify();
-    }
-
-  private:
-    struct Core {
-        HandlerMap<std::uint64_t> handlers;
-        std::uint64_t nextID = 0;
-    };
-    std::shared_ptr<Core> core_ = std::make_shared<Core>();
+    std::shared_ptr<std::map<std::uint64_t, Handler>> handlers_ =
+        std::make_shared<std::map<std::uint64_t, Handler>>();
+    std::uint64_t nextID_ = 0;
 };
 
 /// A value that notifies when it really changes.

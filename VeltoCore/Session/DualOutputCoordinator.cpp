@@ -1,11 +1,10 @@
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
-#include "VeltoCore/CoreAudio/CoreAudioTypes.h"
+#include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace velto {
@@ -13,28 +12,6 @@ namespace velto {
 namespace {
 
 constexpr const Logger& logger = LoggingService::routing;
-
-/// The error being handled, as the one to show.
-AudioManagerError errorToShow() {
-    try {
-        throw;
-    } catch (const AudioManagerError& error) {
-        return error;
-    } catch (...) {
-        return AudioManagerError::coreAudioError(kAudioHardwareUnspecifiedError);
-    }
-}
-
-/// How the task failed; none when it ended well.
-template <class T>
-Task<std::optional<AudioManagerError>> failure(Task<T> task) {
-    try {
-        static_cast<void>(co_await std::move(task));
-    } catch (...) {
-        co_return errorToShow();
-    }
-    co_return std::nullopt;
-}
 
 /// The master volume over these; none where no device has a volume.
 std::optional<float> loudest(const DeviceVolumeController::Settings& settings) {
@@ -91,17 +68,13 @@ Task<void> DualOutputCoordinator::start() {
     co_await recover();
     if (isShuttingDown_) co_return;
     previousConnectedUIDs_ = deviceManager_.knownUIDs();
-    subscription_ = deviceManager_.onChange([this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) handleDevicesChanged();
-    });
+    changesSubscription_ = deviceManager_.onChange([this] { handleDevicesChanged(); });
     deviceManager_.startObserving();
 }
 
 /// Cleans up after a session that was not ended. Without an answer it is for when the audio service is back.
 Task<void> DualOutputCoordinator::recover() {
-    auto recovering = failure(systemAudio_.recoverIfNeeded());
-    const std::optional<AudioManagerError> error = co_await std::move(recovering);
-    if (error) {
+    if (const auto error = co_await failureOf(systemAudio_.recoverIfNeeded())) {
         logger.error("Could not clean up yet: {}", error->errorDescription());
     } else if (lastError_ && lastError_->isNoAnswer()) {
         dismissError();
@@ -110,14 +83,12 @@ Task<void> DualOutputCoordinator::recover() {
 
 Task<void> DualOutputCoordinator::shutdown() {
     isShuttingDown_ = true;
-    if (subscription_) deviceManager_.removeChangeHandler(*subscription_);
-    subscription_.reset();
+    changesSubscription_.reset();
     deviceManager_.stopObserving();
     co_await systemAudio_.operationEnded();
     if (state().isActive()) {
-        auto stopping = failure(systemAudio_.stop());
-        const std::optional<AudioManagerError> error = co_await std::move(stopping);
-        if (error) logger.error("Stop on shutdown failed: {}", error->errorDescription());
+        if (const auto error = co_await failureOf(systemAudio_.stop()))
+            logger.error("Stop on shutdown failed: {}", error->errorDescription());
         show(activePresetID_, std::optional<UUID>());
     }
     volumeController_.stopTracking();
@@ -126,8 +97,7 @@ Task<void> DualOutputCoordinator::shutdown() {
 // Starting
 
 Task<void> DualOutputCoordinator::startDualOutput(AudioOutputDevice first, AudioOutputDevice second) {
-    auto started = startSession(std::move(first), std::move(second), std::nullopt, {});
-    co_await std::move(started);
+    co_await startSession(std::move(first), std::move(second), std::nullopt, {});
 }
 
 Task<void> DualOutputCoordinator::activatePreset(AudioPreset preset) {
@@ -138,28 +108,23 @@ Task<void> DualOutputCoordinator::activatePreset(AudioPreset preset) {
         show(lastError_, std::optional(AudioManagerError::deviceNotFound(missing.name)));
         co_return;
     }
-    auto started = startSession(std::move(*first), std::move(*second), preset.id, preset.deviceSettings);
-    co_await std::move(started);
+    co_await startSession(std::move(*first), std::move(*second), preset.id, preset.deviceSettings);
 }
 
 Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOutputDevice second,
                                                std::optional<UUID> presetID, Settings settings) {
     if (isShuttingDown_ || isBusy()) co_return;
-    auto ended = systemAudio_.abandonOrRecoveryEnded();
-    co_await std::move(ended);
+    co_await systemAudio_.abandonOrRecoveryEnded();
     if (isShuttingDown_ || isBusy()) co_return; // meanwhile
     rememberedPair_.forget();
     show(lastError_, std::optional<AudioManagerError>());
     show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
     hasMissedChanges_ = false;
     endWaits();
-    auto starting =
-        failure(startSystemAudio(first, second, [this, alive = std::weak_ptr(alive_)](PreparationStep step) {
-            if (!alive.expired()) show(preparationStep_, std::optional(step));
-        }));
-    const std::optional<AudioManagerError> error = co_await std::move(starting);
-    if (error) {
-        show(lastError_, std::optional(*error));
+    auto progress =
+        lifetime_.whileAlive([this](PreparationStep step) { show(preparationStep_, std::optional(step)); });
+    if (const auto error = co_await failureOf(startSystemAudio(first, second, std::move(progress)))) {
+        show(lastError_, error);
         sessionChanged();
     } else {
         startSucceeded(first, second, presetID, settings);
@@ -200,15 +165,12 @@ Task<void> DualOutputCoordinator::stopDualOutput() {
 }
 
 Task<void> DualOutputCoordinator::stopSession() {
-    auto ended = systemAudio_.abandonOrRecoveryEnded();
-    co_await std::move(ended);
+    co_await systemAudio_.abandonOrRecoveryEnded();
     if (isShuttingDown_ || isBusy()) co_return; // meanwhile
     rememberedPair_.forget();
     show(lastError_, std::optional<AudioManagerError>());
     show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
-    auto stopping = failure(systemAudio_.stop());
-    const std::optional<AudioManagerError> error = co_await std::move(stopping);
-    if (error) show(lastError_, std::optional(*error));
+    if (const auto error = co_await failureOf(systemAudio_.stop())) show(lastError_, error);
     sessionChanged();
 }
 
@@ -219,9 +181,7 @@ Task<void> DualOutputCoordinator::resetAudioConfiguration() {
         rememberedPair_.forget();
         show(lastError_, std::optional<AudioManagerError>());
         if (state().isActive()) co_await stopSession();
-        auto recovering = failure(systemAudio_.recoverIfNeeded());
-        const std::optional<AudioManagerError> error = co_await std::move(recovering);
-        if (error) {
+        if (const auto error = co_await failureOf(systemAudio_.recoverIfNeeded())) {
             show(lastError_, error);
         } else if (!state().isActive() && !state().isBusy()) {
             preferences_.saveRecoveryState(std::nullopt);
@@ -254,9 +214,8 @@ Task<void> DualOutputCoordinator::reconnect() {
     hasMissedChanges_ = false;
     endWaits();
     const Settings settings = volumeController_.currentSettings();
-    auto rebuilding = failure(rebuild(*session));
-    const std::optional<AudioManagerError> error = co_await std::move(rebuilding);
-    if (error) show(lastError_, std::optional(*error));
+    const std::optional<AudioManagerError> error = co_await failureOf(rebuild(*session));
+    if (error) show(lastError_, error);
     sessionChanged();
     if (!error) volumeController_.apply(settings);
     observers_.notify(); // the rebuild is over

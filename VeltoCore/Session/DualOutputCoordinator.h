@@ -29,6 +29,7 @@
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Foundation/UUID.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Session/AudioSessionState.h"
 #include "VeltoCore/Session/DualOutputSession.h"
@@ -43,7 +44,6 @@
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -191,7 +191,7 @@ class DualOutputCoordinator {
     std::optional<UUID> activePresetID_;
     ObserverList observers_;
 
-    std::optional<AudioDeviceManager::ChangeSubscription> subscription_;
+    Subscription changesSubscription_;
     Subscription stateSubscription_;
     Subscription devicesSubscription_;
     Subscription volumeSubscription_;
@@ -209,8 +209,7 @@ class DualOutputCoordinator {
     std::optional<CancellationSource> switchWait_;
     /// Device changes came that were only noted.
     bool hasMissedChanges_ = false;
-    /// Closures given to others hold it weakly: it says whether the coordinator still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
     TaskScope tasks_; // dies first: its tasks use all the others
 };
 

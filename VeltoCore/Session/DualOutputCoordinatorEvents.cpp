@@ -133,14 +133,13 @@ void DualOutputCoordinator::watchForLoss() {
 }
 
 Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session, CancellationToken token) {
-    auto waiting = wakingSleep(actor_, lossPatience, token, [this] { return systemAudio_.isAnswering(); });
-    if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
+    const auto isAnswering = [this] { return systemAudio_.isAnswering(); };
+    if (co_await wakingSleep(actor_, lossPatience, token, isAnswering) == SleepResult::cancelled) co_return;
     lossWait_.reset();
     if (!isRunning(session) || systemAudio_.isOperationRunning() || !canEndForLoss()) co_return;
     logger.notice("All outputs of the session are gone; ending session");
     RememberedPair::Content pair{std::move(session), activePresetID_, sessionSettings_};
-    auto stopped = stopSession();
-    co_await std::move(stopped);
+    co_await stopSession();
     if (!state().is<AudioSessionState::Idle>() || !preferences_.autoReconnect()) co_return;
     rememberedPair_.remember(std::move(pair));
     startRememberedPair(); // when they came back while it ended
@@ -159,8 +158,7 @@ Task<void> DualOutputCoordinator::startAgain(RememberedPair::Content pair) {
     const auto first = deviceManager_.device(pair.session.first.uid);
     const auto second = deviceManager_.device(pair.session.second.uid);
     if (!first || !second || state().isActive()) co_return; // by now
-    auto started = startSession(*first, *second, pair.presetID, std::move(pair.settings));
-    co_await std::move(started);
+    co_await startSession(*first, *second, pair.presetID, std::move(pair.settings));
 }
 
 // A switch that does not show
@@ -176,9 +174,9 @@ void DualOutputCoordinator::watchSwitch() {
 
 Task<void> DualOutputCoordinator::confirmSwitch(DualOutputSession session, CancellationToken token) {
     for (const bool isLast : {false, true}) {
-        auto waiting =
-            wakingSleep(actor_, switchPatience, token, [this] { return systemAudio_.isAnswering(); });
-        if (co_await std::move(waiting) == SleepResult::cancelled) co_return;
+        const auto isAnswering = [this] { return systemAudio_.isAnswering(); };
+        if (co_await wakingSleep(actor_, switchPatience, token, isAnswering) == SleepResult::cancelled)
+            co_return;
         if (!isRunning(session) || systemAudio_.isOperationRunning() || !systemAudio_.isAnswering()) break;
         deviceManager_.refresh();
         if (!systemAudio_.isSwitchPending()) break;
@@ -189,8 +187,7 @@ Task<void> DualOutputCoordinator::confirmSwitch(DualOutputSession session, Cance
         }
         logger.error("The aggregate did not become the default output; ending session");
         switchWait_.reset();
-        auto stopped = stopSession();
-        co_await std::move(stopped);
+        co_await stopSession();
         const auto error = AudioManagerError::cannotSetDefaultOutput("The system did not switch to it.");
         if (!lastError_) show(lastError_, std::optional(error));
         co_return;
@@ -265,8 +262,7 @@ Task<void> DualOutputCoordinator::autoConnect(UUID presetID) {
     if (isShuttingDown_ || isBusy() || state().isActive()) co_return;
     auto preset = preferences_.preset(presetID);
     if (!preset) co_return; // removed meanwhile
-    auto activated = activatePreset(std::move(*preset));
-    co_await std::move(activated);
+    co_await activatePreset(std::move(*preset));
 }
 
 } // namespace velto

@@ -20,16 +20,6 @@ AudioGroup makeGroup(const AudioOutputDevice& first, const AudioOutputDevice& se
 
 AudioManagerError noAnswer() { return AudioManagerError::coreAudioError(kAudioHardwareNotRunningError); }
 
-/// How the task failed; none when it ended well.
-Task<std::optional<AudioManagerError>> failureOf(Task<void> task) {
-    try {
-        co_await std::move(task);
-    } catch (...) {
-        co_return currentAudioManagerError();
-    }
-    co_return std::nullopt;
-}
-
 } // namespace
 
 SystemAudioManager::SystemAudioManager(CoreAudioClient& client, AudioDeviceManager& deviceManager,
@@ -42,15 +32,13 @@ SystemAudioManager::SystemAudioManager(CoreAudioClient& client, AudioDeviceManag
 
 Task<void> SystemAudioManager::operationEnded() {
     while (operation_.running()) {
-        auto ended = operation_.ended();
-        co_await ended;
+        co_await operation_.ended();
     }
 }
 
 Task<void> SystemAudioManager::abandonOrRecoveryEnded() {
     while (operation_.isRunning(Operation::abandon) || operation_.isRunning(Operation::recover)) {
-        auto ended = operation_.ended();
-        co_await ended;
+        co_await operation_.ended();
     }
 }
 
@@ -59,23 +47,21 @@ Task<void> SystemAudioManager::abandonOrRecoveryEnded() {
 Task<void> SystemAudioManager::start(AudioOutputDevice first, AudioOutputDevice second,
                                      std::string aggregateName, std::optional<double> preferredSampleRate,
                                      ClockStrategy clockStrategy, ProgressHandler progress) {
-    auto ended = abandonOrRecoveryEnded();
-    co_await std::move(ended);
+    co_await abandonOrRecoveryEnded();
     if (state().isBusy()) co_return;
     const Marker::Mark mark(operation_, Operation::start);
     std::optional<PreviousOutputs> previous;
     if (auto session = activeSession()) {
         if (!outputs_.isDefaultOutputChosen()) previous = previousOutputs(*session);
-        auto stopped = endSession(std::move(*session));
-        co_await std::move(stopped);
+        co_await endSession(std::move(*session));
     } else {
         outputs_.endSwitch();
     }
     state_.set(AudioSessionState::starting());
-    auto starting = failureOf(startSession({std::move(first), std::move(second), std::move(aggregateName),
-                                            preferredSampleRate, clockStrategy, std::move(progress)},
-                                           std::move(previous)));
-    const std::optional<AudioManagerError> failure = co_await std::move(starting);
+    const std::optional<AudioManagerError> failure =
+        co_await failureOf(startSession({std::move(first), std::move(second), std::move(aggregateName),
+                                         preferredSampleRate, clockStrategy, std::move(progress)},
+                                        std::move(previous)));
     if (!failure) co_return;
     becomeFailed(*failure);
     throw *failure;
@@ -87,21 +73,18 @@ Task<void> SystemAudioManager::startSession(StartRequest request, std::optional<
     if (request.progress) request.progress(PreparationStep::preparingAudio);
     if (!client_.isAnswering()) throw noAnswer();
     if (recoveryStore_.loadRecoveryState()) { // an earlier session's, which could not be cleaned up after
-        auto recovered = recover();
-        co_await std::move(recovered);
+        co_await recover();
     }
     if (!previous) previous = outputs_.inForce();
     recoveryStore_.saveRecoveryState(RecoveryState{std::string(AggregateDeviceManager::aggregateUID),
                                                    previous->defaultUID, previous->systemUID,
                                                    request.first.uid, request.second.uid, actor_.now()});
-    auto built = buildSession(std::move(request), std::move(*previous));
-    co_await std::move(built);
+    co_await buildSession(std::move(request), std::move(*previous));
 }
 
 /// Leaves nothing behind when it throws, except the recovery record; unless it gets no answer.
 Task<void> SystemAudioManager::buildSession(StartRequest request, PreviousOutputs previous) {
-    auto creation = createAggregate(request);
-    const AggregateDeviceInfo aggregate = co_await std::move(creation);
+    const AggregateDeviceInfo aggregate = co_await createAggregate(request);
     std::optional<AudioManagerError> failure;
     try {
         if (request.progress) request.progress(PreparationStep::startingPlayback);
@@ -111,8 +94,7 @@ Task<void> SystemAudioManager::buildSession(StartRequest request, PreviousOutput
     }
     if (failure) {
         if (!failure->isNoAnswer()) {
-            auto destroyed = destroyQuietly(aggregate.deviceID);
-            co_await std::move(destroyed);
+            co_await destroyQuietly(aggregate.deviceID);
         }
         throw *failure;
     }
@@ -138,17 +120,16 @@ Task<AggregateDeviceInfo> SystemAudioManager::createAggregate(StartRequest reque
     if (request.progress) request.progress(PreparationStep::checkingDevices);
     if (request.first.uid == request.second.uid) throw AudioManagerError::sameDeviceSelected();
     if (request.progress) request.progress(PreparationStep::creatingGroup);
-    auto creation =
-        aggregateManager_.createAggregate(makeGroup(request.first, request.second), request.aggregateName,
-                                          request.preferredSampleRate, request.clockStrategy);
-    co_return co_await std::move(creation);
+    co_return co_await aggregateManager_.createAggregate(makeGroup(request.first, request.second),
+                                                         request.aggregateName, request.preferredSampleRate,
+                                                         request.clockStrategy);
 }
 
 /// For where a failure has no one to go to: the client has logged it. Throws only when there is no answer.
 Task<void> SystemAudioManager::destroyQuietly(AudioObjectID aggregate) {
-    auto destroyed = failureOf(aggregateManager_.destroyAggregate(aggregate));
-    const auto failure = co_await std::move(destroyed);
-    if (failure && failure->isNoAnswer()) throw *failure;
+    if (const auto failure = co_await failureOf(aggregateManager_.destroyAggregate(aggregate));
+        failure && failure->isNoAnswer())
+        throw *failure;
 }
 
 /// The record goes when all is put back, or can't be; where there was no answer it says what is left to do.
@@ -163,8 +144,7 @@ void SystemAudioManager::closeRecord(const std::optional<AudioManagerError>& fai
 // Stop
 
 Task<void> SystemAudioManager::stop() {
-    auto ended = abandonOrRecoveryEnded();
-    co_await std::move(ended);
+    co_await abandonOrRecoveryEnded();
     if (state().isBusy()) co_return;
     auto session = activeSession();
     if (!session) {
@@ -172,14 +152,12 @@ Task<void> SystemAudioManager::stop() {
         co_return;
     }
     const Marker::Mark mark(operation_, Operation::stop);
-    auto stopped = endSession(std::move(*session));
-    co_await std::move(stopped);
+    co_await endSession(std::move(*session));
 }
 
 Task<void> SystemAudioManager::endSession(DualOutputSession session) {
     state_.set(AudioSessionState::stopping());
-    auto undoing = failureOf(undo(std::move(session)));
-    const std::optional<AudioManagerError> failure = co_await std::move(undoing);
+    const std::optional<AudioManagerError> failure = co_await failureOf(undo(std::move(session)));
     if (failure && failure->isNoAnswer()) respectChoice();
     closeRecord(failure);
     deviceManager_.refresh();
@@ -195,9 +173,7 @@ Task<void> SystemAudioManager::endSession(DualOutputSession session) {
 Task<void> SystemAudioManager::undo(DualOutputSession session) {
     std::optional<AudioManagerError> failure = restoreOutputs(session);
     if (const auto aggregate = aggregateOf(session)) {
-        auto destroying = failureOf(aggregateManager_.destroyAggregate(*aggregate));
-        const auto error = co_await std::move(destroying);
-        if (error) {
+        if (const auto error = co_await failureOf(aggregateManager_.destroyAggregate(*aggregate))) {
             if (error->isNoAnswer()) throw *error;
             logger.error("Destroy failed: {}", error->errorDescription());
             if (!failure) failure = error;
@@ -258,13 +234,13 @@ Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevic
     const Marker::Mark mark(operation_, Operation::rebuild);
     const AudioSessionState before = state();
     state_.set(AudioSessionState::stopping());
-    auto rebuilding = failureOf(rebuildSession(*session, {std::move(first),
-                                                          std::move(second),
-                                                          std::move(aggregateName),
-                                                          preferredSampleRate,
-                                                          clockStrategy,
-                                                          {}}));
-    const std::optional<AudioManagerError> failure = co_await std::move(rebuilding);
+    const std::optional<AudioManagerError> failure =
+        co_await failureOf(rebuildSession(*session, {std::move(first),
+                                                     std::move(second),
+                                                     std::move(aggregateName),
+                                                     preferredSampleRate,
+                                                     clockStrategy,
+                                                     {}}));
     if (!failure) co_return;
     if (failure->isNoAnswer()) {
         state_.set(before);
@@ -277,8 +253,8 @@ Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevic
 Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRequest request) {
     const PreviousOutputs previous = previousOutputs(session);
     const bool isElsewhere = outputs_.isDefaultOutputChosen();
-    auto replacing = failureOf(replaceSession(session, std::move(request), previous));
-    const std::optional<AudioManagerError> failure = co_await std::move(replacing);
+    const std::optional<AudioManagerError> failure =
+        co_await failureOf(replaceSession(session, std::move(request), previous));
     if (!failure) co_return;
     // Sound had gone elsewhere with the aggregate: undoing the session did not put the outputs back.
     if (isElsewhere && !failure->isNoAnswer()) {
@@ -295,11 +271,9 @@ Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRe
 
 Task<void> SystemAudioManager::replaceSession(DualOutputSession session, StartRequest request,
                                               PreviousOutputs previous) {
-    auto undone = undo(std::move(session));
-    co_await std::move(undone);
+    co_await undo(std::move(session));
     state_.set(AudioSessionState::starting());
-    auto built = buildSession(std::move(request), std::move(previous));
-    co_await std::move(built);
+    co_await buildSession(std::move(request), std::move(previous));
 }
 
 /// Where sound and alerts belong when the session ends.
@@ -316,8 +290,7 @@ Task<void> SystemAudioManager::abandonSession() {
     const auto session = activeSession();
     if (!session || operation_.running()) co_return;
     const Marker::Mark mark(operation_, Operation::abandon);
-    auto removing = failureOf(removeAggregate(*session));
-    const std::optional<AudioManagerError> failure = co_await std::move(removing);
+    const std::optional<AudioManagerError> failure = co_await failureOf(removeAggregate(*session));
     if (failure) respectChoice();
     closeRecord(failure);
     deviceManager_.refresh();
@@ -329,19 +302,16 @@ Task<void> SystemAudioManager::abandonSession() {
 Task<void> SystemAudioManager::removeAggregate(DualOutputSession session) {
     const auto aggregate = aggregateOf(session);
     if (!aggregate) co_return;
-    auto destroyed = destroyQuietly(*aggregate);
-    co_await std::move(destroyed);
+    co_await destroyQuietly(*aggregate);
 }
 
 // Recovery
 
 Task<bool> SystemAudioManager::recoverIfNeeded() {
-    auto ended = operationEnded();
-    co_await std::move(ended);
+    co_await operationEnded();
     if (activeSession()) co_return false;
     const Marker::Mark mark(operation_, Operation::recover);
-    auto recovering = recover();
-    co_return co_await std::move(recovering);
+    co_return co_await recover();
 }
 
 Task<bool> SystemAudioManager::recover() {
@@ -362,8 +332,7 @@ Task<bool> SystemAudioManager::recover() {
         }
     }
     if (aggregate) {
-        auto destroyed = destroyQuietly(*aggregate);
-        co_await std::move(destroyed);
+        co_await destroyQuietly(*aggregate);
     }
     recoveryStore_.saveRecoveryState(std::nullopt);
     deviceManager_.refresh();

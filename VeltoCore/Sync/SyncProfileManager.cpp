@@ -37,14 +37,11 @@ void SyncProfileManager::save(SyncProfile profile) {
     LoggingService::sync.info("Saved sync profile {} ({})", publicText(id), publicText(kind));
 }
 
-void SyncProfileManager::remove(const std::vector<std::string>& forDeviceUIDs) {
+void SyncProfileManager::remove(std::string_view id) {
     auto profiles = profiles_;
-    const std::string id = SyncProfile::key(forDeviceUIDs);
     std::erase_if(profiles, [&](const SyncProfile& profile) { return profile.id == id; });
     assign(std::move(profiles));
 }
-
-void SyncProfileManager::removeAll() { assign({}); }
 
 void SyncProfileManager::assign(std::vector<SyncProfile> profiles) {
     const bool isChanged = profiles != profiles_;

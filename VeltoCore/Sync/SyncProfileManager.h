@@ -35,8 +35,7 @@ class SyncProfileManager {
 
     /// Replaces the profile of the same devices in its place, else appends it; dated now either way.
     void save(SyncProfile profile);
-    void remove(const std::vector<std::string>& forDeviceUIDs);
-    void removeAll();
+    void remove(std::string_view id);
 
   private:
     /// Takes the list over, stores it, and notifies if it differs from the old one.

@@ -43,9 +43,7 @@ void AggregateVolume::follow(AudioObjectID aggregate) {
 }
 
 void AggregateVolume::listen() {
-    const auto handler = [this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) aggregateChanged();
-    };
+    const auto handler = lifetime_.whileAlive([this] { aggregateChanged(); });
     try {
         for (auto add : {&CoreAudioClient::addOutputVolumeListener, &CoreAudioClient::addOutputMuteListener})
             if (auto token = (client_.*add)(aggregate_, handler)) tokens_.push_back(std::move(token));
@@ -60,10 +58,10 @@ void AggregateVolume::aggregateChanged() {
     if (!now) return;
     const Controls before = std::exchange(shown_, *now);
     const bool wasTurning = std::exchange(isTurning_, true);
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     if (std::abs(now->volume - before.volume) > roundingError) controller_.setMasterVolume(now->volume);
-    if (!alive.expired() && now->isMuted != before.isMuted) setMuted(now->isMuted);
-    if (alive.expired()) return;
+    if (!lifetime.isOver() && now->isMuted != before.isMuted) setMuted(now->isMuted);
+    if (lifetime.isOver()) return;
     isTurning_ = wasTurning;
     // What could not be done, or not so far, is shown as it is.
     devicesAdjusted();
@@ -82,12 +80,12 @@ void AggregateVolume::setMuted(bool isMuted) {
     const std::vector<DeviceVolumeState> states = controller_.states();
     // Where each output was muted by itself, that was muting the aggregate.
     const bool areAllMuted = mutedHere_.empty();
-    const std::weak_ptr alive(alive_);
+    const auto lifetime = lifetime_.watch();
     for (const DeviceVolumeState& state : states) {
         if (!hasMute(state) || state.isMuted == isMuted) continue;
         if (!isMuted && !areAllMuted && !mutedHere_.contains(state.uid)) continue;
         controller_.setMuted(isMuted, state.uid);
-        if (alive.expired()) return;
+        if (lifetime.isOver()) return;
         if (isMuted) mutedHere_.insert(state.uid);
     }
     if (!isMuted) mutedHere_.clear();

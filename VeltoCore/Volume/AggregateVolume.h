@@ -12,9 +12,9 @@
 #pragma once
 
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -67,8 +67,7 @@ class AggregateVolume {
     bool isTurning_ = false;
     std::vector<PropertyListenerTokenRef> tokens_;
     Subscription adjustments_;
-    /// Listeners hold it weakly: it says whether this still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto

@@ -72,9 +72,9 @@ void DeviceVolumeController::track(std::vector<AudioOutputDevice> devices, Audio
         states.push_back(readState(device));
         if (states.back().isConnected) isEcho(device.uid, states.back().volume);
     }
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     states_.set(std::move(states));
-    if (!alive.expired()) aggregateVolume_.follow(aggregate);
+    if (!lifetime.isOver()) aggregateVolume_.follow(aggregate);
 }
 
 void DeviceVolumeController::stopTracking() {
@@ -133,9 +133,7 @@ void DeviceVolumeController::listen(const AudioOutputDevice& device, AudioObject
 
 void DeviceVolumeController::addListener(Listening& listening, const AudioOutputDevice& device,
                                          AddListener add) {
-    auto handler = [this, uid = device.uid, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) handleChange(uid);
-    };
+    auto handler = lifetime_.whileAlive([this, uid = device.uid] { handleChange(uid); });
     try {
         if (auto token = (client_.*add)(listening.deviceID, std::move(handler)))
             listening.tokens.push_back(std::move(token));
@@ -186,9 +184,9 @@ bool DeviceVolumeController::replace(DeviceVolumeState state) {
     const auto found = std::ranges::find(states, state.uid, &DeviceVolumeState::uid);
     if (found == states.end()) return false;
     *found = std::move(state);
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     states_.set(std::move(states));
-    return !alive.expired();
+    return !lifetime.isOver();
 }
 
 void DeviceVolumeController::noteAdjustment() {
@@ -229,19 +227,19 @@ void DeviceVolumeController::write(std::string_view control, const std::string& 
     const auto id = deviceIDs_.find(uid);
     const auto before = this->state(uid);
     if (id == deviceIDs_.end() || !before) return;
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     // Listeners may be called meanwhile; they hear of the same change.
     const bool isOneOfSeveral = std::exchange(isWritingSeveral_, true);
     try {
         write(id->second);
-        auto state = alive.expired() ? std::nullopt : this->state(uid);
+        auto state = lifetime.isOver() ? std::nullopt : this->state(uid);
         if (state) note(*state);
         if (state && replace(*state) && isAdjusted(*before, *state)) noteAdjustment();
     } catch (...) {
         logger.error("Could not set {} on {}: {}", publicText(control), publicText(before->name),
                      currentErrorDescription());
     }
-    if (alive.expired()) return;
+    if (lifetime.isOver()) return;
     isWritingSeveral_ = isOneOfSeveral;
     if (hasAdjusted_) noteAdjustment();
 }
@@ -263,14 +261,14 @@ bool DeviceVolumeController::supportsMasterVolume() const noexcept {
 void DeviceVolumeController::setMasterVolume(float target) {
     const float wanted = clampedVolume(target);
     const float master = masterVolume();
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     isWritingSeveral_ = true;
     // Taken before the first write: each one changes the states, and listeners may change them further.
     for (const DeviceVolumeState& state : std::vector(states())) {
         if (!hasMasterVolume(state)) continue;
         const float volume = master > silence ? std::min(wanted * (state.volume / master), 1.0F) : wanted;
         setVolume(volume, state.uid);
-        if (alive.expired()) return;
+        if (lifetime.isOver()) return;
     }
     isWritingSeveral_ = false;
     if (hasAdjusted_) noteAdjustment();
@@ -291,16 +289,16 @@ DeviceVolumeController::Settings DeviceVolumeController::currentSettings() const
 }
 
 void DeviceVolumeController::apply(const Settings& settings) {
-    const std::weak_ptr alive(alive_); // an observer may end the controller
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
     isWritingSeveral_ = true;
     for (const auto& [uid, wanted] : settings) {
-        if (alive.expired()) return;
+        if (lifetime.isOver()) return;
         const auto state = this->state(uid);
         if (!state || !state->isConnected) continue;
         if (wanted.volume && state->supportsVolume) setVolume(*wanted.volume, uid);
         if (wanted.isMuted && state->supportsMute) setMuted(*wanted.isMuted, uid);
     }
-    if (alive.expired()) return;
+    if (lifetime.isOver()) return;
     isWritingSeveral_ = false;
     hasAdjusted_ = false; // what a preset holds is nobody's change
 }

@@ -10,13 +10,13 @@
 #include "VeltoCore/CoreAudio/AudioTransportType.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Volume/AggregateVolume.h"
 #include "VeltoCore/Volume/DeviceAudioSettings.h"
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -133,8 +133,7 @@ class DeviceVolumeController {
     bool isWritingSeveral_ = false;
     bool hasAdjusted_ = false;
     AggregateVolume aggregateVolume_;
-    /// Listeners hold it weakly: it says whether the controller still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto
