@@ -79,7 +79,7 @@ TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
     EXPECT_NEAR(volumeOf("builtin"), 0.4F, 0.01F);
     answer("volume", {"+5%", "builtin"});
     EXPECT_NEAR(volumeOf("builtin"), 0.45F, 0.01F);
-    const float master = menuBar().masterVolume().value();
+    const float master = menuBar().masterVolume();
     status = answer("volume", {"-10%"});
     EXPECT_NEAR(status["volume"].get<float>(), master - 0.1F, 0.01F);
     EXPECT_EQ(error("volume", {"150%"}), "“150%” is no volume; such are 40%, +5% and -5%, from 0% to 100%.");

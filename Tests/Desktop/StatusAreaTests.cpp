@@ -48,8 +48,8 @@ class StatusAreaTests : public MachineTest {
     }
     bool hasItem() const { return application->statusItem() != nullptr; }
     void play() {
-        menuBar().binding(MenuBarViewModel::Slot::first).set("builtin");
-        menuBar().binding(MenuBarViewModel::Slot::second).set("bluetooth");
+        menuBar().choose(MenuBarViewModel::Slot::first, "builtin");
+        menuBar().choose(MenuBarViewModel::Slot::second, "bluetooth");
         menuBar().play();
         loop.runUntilIdle();
         ASSERT_TRUE(menuBar().isPlaying());
@@ -148,11 +148,11 @@ TEST_F(StatusAreaTests, TheItemShowsWhatPlaysAndAnswersTheWheelAndTheMenu) {
     EXPECT_EQ(shell->property("Title"), "Velto, playing together");
 
     ASSERT_TRUE(menuBar().hasMasterVolume());
-    menuBar().masterVolume().set(0.5F);
+    menuBar().setMasterVolume(0.5F);
     shell->callItem("Scroll", {240, "vertical"});
-    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.58F);
+    EXPECT_FLOAT_EQ(menuBar().masterVolume(), 0.58F);
     shell->callItem("Scroll", {-120, "vertical"});
-    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.54F);
+    EXPECT_FLOAT_EQ(menuBar().masterVolume(), 0.54F);
 
     EXPECT_TRUE(shell->choose("Settings…"));
     EXPECT_EQ(windows.settingsShown, 1);

@@ -46,8 +46,8 @@ class MacApplicationTests : public MachineTest {
         loop.runUntilIdle();
     }
     void play() {
-        menuBar().binding(MenuBarViewModel::Slot::first).set("builtin");
-        menuBar().binding(MenuBarViewModel::Slot::second).set("bluetooth");
+        menuBar().choose(MenuBarViewModel::Slot::first, "builtin");
+        menuBar().choose(MenuBarViewModel::Slot::second, "bluetooth");
         menuBar().play();
         loop.runUntilIdle();
         ASSERT_TRUE(menuBar().isPlaying());
@@ -120,9 +120,9 @@ TEST_F(MacApplicationTests, TheItemInTheMenuBarShowsWhatPlaysAndTakesClicksAndTh
     play();
     EXPECT_EQ(appKit.symbol, "hifispeaker.2");
     EXPECT_EQ(appKit.accessibilityText, "Velto, playing together");
-    menuBar().masterVolume().set(0.5F);
+    menuBar().setMasterVolume(0.5F);
     appKit.scrollOverItem(1);
-    EXPECT_FLOAT_EQ(menuBar().masterVolume().value(), 0.54F);
+    EXPECT_FLOAT_EQ(menuBar().masterVolume(), 0.54F);
 }
 
 } // namespace

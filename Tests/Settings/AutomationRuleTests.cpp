@@ -5,7 +5,6 @@
 
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace velto {
@@ -38,31 +37,6 @@ TEST(AutomationRuleEvaluatorTests, FiresOnTheChangeThatCompletesTheDevices) {
 
     EXPECT_TRUE(fires(rule({"a", "a"}), {}, {"a"}));
     EXPECT_FALSE(fires(rule({}), {}, {"a"}));
-}
-
-TEST(AutomationRuleTests, StoredFormIsExact) {
-    const UUID id = *UUID::fromString("0F8FAD5B-D9CB-469F-A165-70867728950E");
-    const AutomationRule expected{.id = id,
-                                  .isEnabled = true,
-                                  .trigger = AutomationRule::DevicesAvailable{{"a", "b"}},
-                                  .action = AutomationRule::ActivatePreset{id}};
-    const std::string text = R"({"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","isEnabled":true,)"
-                             R"("trigger":{"devicesAvailable":{"uids":["a","b"]}},)"
-                             R"("action":{"activatePreset":{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E"}}})";
-    const auto read = [](std::string_view stored) {
-        return decodeAutomationRule(Data(stored.begin(), stored.end()));
-    };
-    const Data encoded = *encodeAutomationRule(expected);
-    EXPECT_EQ(std::string(encoded.begin(), encoded.end()), text);
-    EXPECT_EQ(read(text), expected);
-
-    const auto without = [&](std::string_view part, std::string_view replacement) {
-        std::string changed = text;
-        return read(changed.replace(changed.find(part), part.size(), replacement)).error().message;
-    };
-    EXPECT_EQ(without("devicesAvailable", "later"), "The key is missing.");
-    EXPECT_EQ(without(R"({"activatePreset")", R"({"later":{},"activatePreset")"),
-              "Invalid number of keys found, expected one.");
 }
 
 } // namespace

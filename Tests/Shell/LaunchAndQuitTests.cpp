@@ -240,7 +240,7 @@ TEST_F(AudioServiceTests, ASessionGoesOnWhileNobodyAnswers) {
 TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
     play("bluetooth", "builtin");
     const UUID preset = save("Desk");
-    menuBar().volumeBinding("bluetooth").set(0.25F);
+    menuBar().setVolume(0.25F, "bluetooth");
     world.restartAudioService();
     run();
     EXPECT_TRUE(menuBar().isPlaying()) << "not given up because the default is another one";
@@ -250,12 +250,12 @@ TEST_F(AudioServiceTests, RebuildsTheSessionAndHearsOfEverythingAgain) {
 
     world.setVolume("bluetooth", 0.75F);
     run();
-    EXPECT_FLOAT_EQ(menuBar().volumeBinding("bluetooth").value(), 0.75F);
+    EXPECT_FLOAT_EQ(state().volumeController().state("bluetooth")->volume, 0.75F);
     state().volumeController().renewListeners(); // as after a restart that left all object IDs
     EXPECT_THAT(violations(*this, state()), IsEmpty());
     world.setMuted("bluetooth", true);
     run();
-    EXPECT_TRUE(menuBar().muteBinding("bluetooth").value());
+    EXPECT_TRUE(state().volumeController().state("bluetooth")->isMuted);
     unplug("bluetooth");
     EXPECT_EQ(menuBar().statusTitle(), "Headphones disconnected");
     context = {};

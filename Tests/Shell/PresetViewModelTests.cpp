@@ -108,7 +108,7 @@ TEST_F(PresetViewModelTests, LosesNothingThatHappenedBeforeTheUndo) {
     presets().undoDelete();
     EXPECT_THAT(presetNames(), ElementsAre("Third", "Fourth"));
     presets().deletePreset(third);
-    preferences().clearPresets();
+    preferences().setPresets({});
     presets().undoDelete();
     EXPECT_THAT(presetNames(), ElementsAre("Third"));
 }

@@ -8,10 +8,7 @@ namespace velto {
 namespace {
 
 using namespace std::string_literals;
-using testing::AllOf;
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class SettingsTests : public ShellTest {
   protected:
@@ -37,14 +34,38 @@ TEST_F(SettingsTests, ReportsARunningSession) {
     preferences().clockStrategy.set(ClockStrategy::firstSelected);
     play("bluetooth", "hdmi");
     settings().copyDebugInfo();
-    EXPECT_THAT(desktop.pasteboardText,
-                AllOf(StartsWith("Velto Debug Information\nVelto Version: 1.0 (100)\nmacOS: Version 15.2\n"
-                                 "Status: playing together\nSync Engine: System Multi-Output\n"),
-                      HasSubstr("\nClock Master: bluetooth\nClock Strategy: First selected output\n"),
-                      HasSubstr("\nHeadphones — Latency: 7200 frames\n"),
-                      HasSubstr("\nDisplay — Safety Offset: not reported\n")));
-    EXPECT_EQ(value("Aggregate Device ID"),
-              std::to_string(world.objectID(AggregateDeviceManager::aggregateUID)));
+    const auto id = [this](std::string_view uid) { return std::to_string(world.objectID(uid)); };
+    EXPECT_EQ(desktop.pasteboardText, R"(Velto Debug Information
+Velto Version: 1.0 (100)
+macOS: Version 15.2
+Status: playing together
+Sync Engine: System Multi-Output
+Current Default Output: Velto Output [com.corlent.velto.aggregate]
+Aggregate Device UID: com.corlent.velto.aggregate
+Aggregate Device ID: )" + id(AggregateDeviceManager::aggregateUID) +
+                                          R"(
+Group Sample Rate: 48000 Hz
+Clock Master: bluetooth
+Clock Strategy: First selected output
+Preferred Sample Rate: Automatic
+Disconnect Behavior: Keep playing on remaining outputs
+Headphones — UID: bluetooth
+Headphones — Device ID: )" + id("bluetooth") +
+                                          R"(
+Headphones — Transport: Bluetooth
+Headphones — Manufacturer: unknown
+Headphones — Sample Rate: 48000 Hz
+Headphones — Latency: 7200 frames
+Headphones — Safety Offset: 480 frames
+Headphones — Volume Control: yes
+Display — UID: hdmi
+Display — Device ID: )" + id("hdmi") + R"(
+Display — Transport: HDMI
+Display — Manufacturer: unknown
+Display — Sample Rate: 48000 Hz
+Display — Latency: not reported
+Display — Safety Offset: not reported
+Display — Volume Control: no)");
     EXPECT_TRUE(settings().didCopyDebugInfo());
     EXPECT_TRUE(log.contains("UI info: Copied debug information"));
 
@@ -126,6 +147,7 @@ TEST_F(SettingsTests, SaysWhatKeepsTheLoginItemFromWorking) {
     EXPECT_EQ(row("launchAtLogin").help, "");
     loginItems.wantsApproval = true;
     list().set("launchAtLogin", true);
+    EXPECT_TRUE(log.contains("Lifecycle notice: Registered as login item"));
     EXPECT_FALSE(launchAtLogin());
     EXPECT_EQ(row("launchAtLogin").help, "Approve Velto in System Settings > General > Login Items.");
     EXPECT_EQ(row("launchAtLogin").action, "Open Login Items");
@@ -137,8 +159,10 @@ TEST_F(SettingsTests, SaysWhatKeepsTheLoginItemFromWorking) {
     list().set("launchAtLogin", false);
     EXPECT_TRUE(launchAtLogin());
     EXPECT_EQ(row("launchAtLogin").help, "No space left on device");
+    EXPECT_TRUE(log.contains("Lifecycle error: Launch at login change failed: No space left on device"));
     list().set("launchAtLogin", false);
     EXPECT_FALSE(launchAtLogin() || !row("launchAtLogin").help.empty());
+    EXPECT_TRUE(log.contains("Lifecycle notice: Unregistered login item"));
     loginItems.isInstalled = false;
     EXPECT_EQ(row("launchAtLogin").help, "Available when Velto runs from an app bundle.");
 }

@@ -84,8 +84,8 @@ class ShellTest : public MachineTest {
         return reply;
     }
     void choose(std::string_view first, std::string_view second) {
-        menuBar().binding(Slot::first).set(std::string(first));
-        menuBar().binding(Slot::second).set(std::string(second));
+        menuBar().choose(Slot::first, std::string(first));
+        menuBar().choose(Slot::second, std::string(second));
     }
     void play(std::string_view first, std::string_view second) {
         choose(first, second);

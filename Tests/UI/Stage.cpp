@@ -151,8 +151,8 @@ void Stage::replug(std::string_view uid) {
 }
 
 void Stage::choose(std::string_view first, std::string_view second) {
-    menuBar().binding(MenuBarViewModel::Slot::first).set(std::string(first));
-    menuBar().binding(MenuBarViewModel::Slot::second).set(std::string(second));
+    menuBar().choose(MenuBarViewModel::Slot::first, std::string(first));
+    menuBar().choose(MenuBarViewModel::Slot::second, std::string(second));
     settle();
 }
 

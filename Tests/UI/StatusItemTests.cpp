@@ -43,9 +43,9 @@ TEST_F(StatusItemTests, aClickDropsThePanelAndTheWheelTurnsAllVolumes) {
     EXPECT_TRUE(windows->panel()->flags().testFlag(Qt::FramelessWindowHint));
 
     play("airpods", "flip");
-    const float before = menuBar().masterVolume().value();
+    const float before = menuBar().masterVolume();
     turnWheel(-2);
-    EXPECT_NEAR(menuBar().masterVolume().value(), before - 0.08F, 0.001F);
+    EXPECT_NEAR(menuBar().masterVolume(), before - 0.08F, 0.001F);
     EXPECT_LT(volumeOf("airpods"), 0.6F);
     panel().key(Qt::Key_Escape);
     EXPECT_FALSE(windows->panel()->isVisible());

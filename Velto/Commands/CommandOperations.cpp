@@ -196,9 +196,13 @@ Task<JSON> CommandOperations::volume(Arguments arguments) {
     if (std::ranges::none_of(cards, &OutputCard::hasVolume))
         throw CommandFailure(arguments.empty() ? "No output that plays has a volume."
                                                : fmt::format("{} has no volume.", cards.front().output.name));
-    const auto binding = arguments.empty() ? app_.menuBar().masterVolume()
-                                           : app_.menuBar().volumeBinding(cards.front().output.uid);
-    binding.set(change.isStep ? binding.value() + change.value : change.value);
+    MenuBarViewModel& menuBar = app_.menuBar();
+    if (arguments.empty()) {
+        menuBar.setMasterVolume(change.isStep ? menuBar.masterVolume() + change.value : change.value);
+    } else {
+        const OutputCard& card = cards.front();
+        menuBar.setVolume(change.isStep ? card.volume + change.value : change.value, card.output.uid);
+    }
     co_return statusOf(app_);
 }
 
@@ -210,7 +214,7 @@ Task<JSON> CommandOperations::mute(Arguments arguments) {
     if (cards.empty()) throw CommandFailure("It can't be muted.");
     const bool isMuted = switched(std::ranges::all_of(cards, &OutputCard::isMuted), word);
     for (const OutputCard& card : cards)
-        app_.menuBar().muteBinding(card.output.uid).set(isMuted);
+        if (card.isMuted != isMuted) app_.menuBar().toggleMute(card.output.uid);
     co_return statusOf(app_);
 }
 

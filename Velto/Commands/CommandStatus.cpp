@@ -65,7 +65,7 @@ JSON statusOf(AppState& app) {
     status["state"] = coordinator.isReconnecting() ? std::string_view("reconnecting")
                                                    : std::visit(StateName{}, coordinator.state().kind());
     status["title"] = menuBar.statusTitle();
-    status["volume"] = menuBar.hasMasterVolume() ? volume(menuBar.masterVolume().value()) : JSON();
+    status["volume"] = menuBar.hasMasterVolume() ? volume(menuBar.masterVolume()) : JSON();
     status["preset"] = activePreset(app);
     status["question"] = questionOf(menuBar, coordinator);
     status["trouble"] = orNull(menuBar.errorText());

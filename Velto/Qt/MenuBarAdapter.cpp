@@ -57,7 +57,7 @@ void MenuBarAdapter::updateLists() {
 }
 
 void MenuBarAdapter::choose(MenuBarViewModel::Slot slot, const QString& uid) {
-    model_.binding(slot).set(uid.isEmpty() ? std::nullopt : std::optional(uid.toStdString()));
+    model_.choose(slot, uid.isEmpty() ? std::nullopt : std::optional(uid.toStdString()));
 }
 
 QVariantMap MenuBarAdapter::entry(MenuBarViewModel::Slot slot) const {
@@ -89,15 +89,12 @@ bool MenuBarAdapter::isPrimaryActionBusy() const {
     return model_.primaryAction() == PrimaryAction::preparing;
 }
 
-QString MenuBarAdapter::masterVolumeText() const { return percent(model_.masterVolume().value()); }
+QString MenuBarAdapter::masterVolumeText() const { return percent(model_.masterVolume()); }
 
 void MenuBarAdapter::setVolume(const QString& uid, double volume) {
-    model_.volumeBinding(uid.toStdString()).set(static_cast<float>(volume));
+    model_.setVolume(static_cast<float>(volume), uid.toStdString());
 }
 
-void MenuBarAdapter::toggleMute(const QString& uid) {
-    const Binding<bool> mute = model_.muteBinding(uid.toStdString());
-    mute.set(!mute.value());
-}
+void MenuBarAdapter::toggleMute(const QString& uid) { model_.toggleMute(uid.toStdString()); }
 
 } // namespace velto

@@ -94,8 +94,8 @@ class MenuBarAdapter final : public ModelAdapter {
     bool isPrimaryActionProminent() const;
     bool isPrimaryActionBusy() const;
     bool hasMasterVolume() const { return model_.hasMasterVolume(); }
-    double masterVolume() const { return static_cast<double>(model_.masterVolume().value()); }
-    void setMasterVolume(double volume) { model_.masterVolume().set(static_cast<float>(volume)); }
+    double masterVolume() const { return static_cast<double>(model_.masterVolume()); }
+    void setMasterVolume(double volume) { model_.setMasterVolume(static_cast<float>(volume)); }
     QString masterVolumeText() const;
 
     QString newPresetName() const { return toQString(model_.newPresetName()); }

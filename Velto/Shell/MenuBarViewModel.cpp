@@ -35,11 +35,6 @@ MenuBarViewModel::MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager&
 
 // Choosing outputs
 
-Binding<std::optional<std::string>> MenuBarViewModel::binding(Slot forSlot) {
-    return {[this, forSlot] { return choice(forSlot).uid; },
-            [this, forSlot](std::optional<std::string> uid) { choose(forSlot, std::move(uid)); }};
-}
-
 void MenuBarViewModel::choose(Slot slot, std::optional<std::string> uid) {
     Choice& chosen = choice(slot);
     changes_.set(chosen.uid, std::move(uid));
@@ -164,12 +159,6 @@ std::string_view MenuBarViewModel::statusItemAccessibilityText() const {
     return StatusItemLabel::accessibilityText(status());
 }
 
-std::optional<std::string_view> MenuBarViewModel::preparationText() const {
-    const VeltoStatus status = this->status();
-    const auto* preparing = std::get_if<VeltoStatus::Preparing>(&status.kind());
-    return preparing ? std::optional(message(preparing->step)) : std::nullopt;
-}
-
 std::optional<std::string> MenuBarViewModel::errorText() const {
     if (const auto& error = coordinator_.lastError()) return error->errorDescription();
     const auto& failure = preferences_.writeFailure();
@@ -287,31 +276,13 @@ std::vector<OutputCard> MenuBarViewModel::outputCards() const {
     return cards;
 }
 
-Binding<float> MenuBarViewModel::masterVolume() {
-    return {[this] { return volumeController_.masterVolume(); },
-            [this](float volume) { volumeController_.setMasterVolume(volume); }};
-}
-
-Binding<float> MenuBarViewModel::volumeBinding(std::string forUID) {
-    return {[this, forUID] {
-                const auto state = volumeController_.state(forUID);
-                return state ? state->volume : 0.0F;
-            },
-            [this, forUID](float volume) { volumeController_.setVolume(volume, forUID); }};
-}
-
-Binding<bool> MenuBarViewModel::muteBinding(std::string forUID) {
-    return {[this, forUID] {
-                const auto state = volumeController_.state(forUID);
-                return state && state->isMuted;
-            },
-            [this, forUID](bool isMuted) { volumeController_.setMuted(isMuted, forUID); }};
+void MenuBarViewModel::toggleMute(std::string_view uid) {
+    if (const auto state = volumeController_.state(uid)) volumeController_.setMuted(!state->isMuted, uid);
 }
 
 void MenuBarViewModel::adjustMasterVolume(float delta) {
     if (!hasMasterVolume()) return;
-    const auto volume = masterVolume();
-    volume.set(volume.value() + delta);
+    setMasterVolume(masterVolume() + delta);
 }
 
 // Saving the setup
@@ -320,10 +291,6 @@ void MenuBarViewModel::setNewPresetName(std::string name) { changes_.set(newPres
 
 void MenuBarViewModel::setIsShowingPresetEditor(bool isShowing) {
     changes_.set(isShowingPresetEditor_, isShowing);
-}
-
-bool MenuBarViewModel::canSaveCurrentAsPreset() const {
-    return isPlaying() && !trimmed(newPresetName_).empty();
 }
 
 void MenuBarViewModel::saveCurrentAsPreset() {

@@ -5,7 +5,6 @@
 // the panel lives in its views.
 #pragma once
 
-#include "Velto/Shell/Binding.h"
 #include "Velto/Shell/ChangeAnnouncer.h"
 #include "Velto/Shell/OutputRows.h"
 #include "Velto/Shell/PresetViewModel.h"
@@ -60,7 +59,7 @@ class MenuBarViewModel {
 
     const std::optional<std::string>& firstDeviceUID() const noexcept { return first_.uid; }
     const std::optional<std::string>& secondDeviceUID() const noexcept { return second_.uid; }
-    Binding<std::optional<std::string>> binding(Slot forSlot);
+    void choose(Slot slot, std::optional<std::string> uid);
     /// The chosen one; none when it isn't there now.
     std::optional<AudioOutputDevice> firstDevice() const { return device(Slot::first); }
     std::optional<AudioOutputDevice> secondDevice() const { return device(Slot::second); }
@@ -101,8 +100,6 @@ class MenuBarViewModel {
     bool isBusy() const { return status().isBusy(); }
     /// A session runs, with both outputs or with one.
     bool isPlaying() const { return coordinator_.state().isActive(); }
-    /// How far a start has got; none when no start is under way.
-    std::optional<std::string_view> preparationText() const;
     /// The error that was not dismissed yet, and what can be done about it: what the session met, and else
     /// that settings can't be saved.
     std::optional<std::string> errorText() const;
@@ -131,10 +128,10 @@ class MenuBarViewModel {
     std::vector<OutputCard> outputCards() const;
     bool hasMasterVolume() const { return volumeController_.supportsMasterVolume(); }
     /// From 0 to 1.
-    Binding<float> masterVolume();
-    /// From 0 to 1; reads 0 for an output that has none.
-    Binding<float> volumeBinding(std::string forUID);
-    Binding<bool> muteBinding(std::string forUID);
+    float masterVolume() const { return volumeController_.masterVolume(); }
+    void setMasterVolume(float volume) { volumeController_.setMasterVolume(volume); }
+    void setVolume(float volume, std::string_view uid) { volumeController_.setVolume(volume, uid); }
+    void toggleMute(std::string_view uid);
     /// For the wheel over the status item. Nothing without a master volume.
     void adjustMasterVolume(float delta);
 
@@ -144,8 +141,6 @@ class MenuBarViewModel {
     void setNewPresetName(std::string name);
     bool isShowingPresetEditor() const noexcept { return isShowingPresetEditor_; }
     void setIsShowingPresetEditor(bool isShowing);
-    /// Whether there is a session to save, and a name for it.
-    bool canSaveCurrentAsPreset() const;
     /// Nothing for a blank name.
     void saveCurrentAsPreset();
 
@@ -159,7 +154,6 @@ class MenuBarViewModel {
 
     Choice& choice(Slot slot) noexcept { return slot == Slot::first ? first_ : second_; }
     const Choice& choice(Slot slot) const noexcept { return slot == Slot::first ? first_ : second_; }
-    void choose(Slot slot, std::optional<std::string> uid);
     std::optional<AudioOutputDevice> device(Slot slot) const;
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
     void sessionMayHaveStarted();

@@ -10,6 +10,8 @@
 // while it hangs, reads answer what was last heard, and what would change something gives up after half a
 // second, at once when it is known to hang. What was asked may take effect late. Once the service answers
 // again, restarted or awake, kAudioHardwarePropertyServiceRestarted is notified on the system object.
+//
+// Each operation names the platform's property behind it.
 #pragma once
 
 #include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
@@ -37,40 +39,55 @@ class CoreAudioClient {
 
     // Devices
 
-    /// All devices, inputs included. Backs kAudioHardwarePropertyDevices.
+    /// All devices, inputs included. kAudioHardwarePropertyDevices.
     virtual std::vector<AudioObjectID> allDeviceIDs() = 0;
     /// The device with that UID; none when there is no such device.
+    /// kAudioHardwarePropertyTranslateUIDToDevice.
     virtual std::optional<AudioObjectID> deviceID(std::string_view forUID) = 0;
+    /// kAudioDevicePropertyDeviceUID.
     virtual std::string deviceUID(AudioObjectID device) = 0;
+    /// kAudioObjectPropertyName.
     virtual std::string deviceName(AudioObjectID device) = 0;
     /// The raw four-character transport code; 0 when the device doesn't say.
+    /// kAudioDevicePropertyTransportType.
     virtual std::uint32_t transportType(AudioObjectID device) = 0;
+    /// kAudioObjectPropertyManufacturer.
     virtual std::optional<std::string> deviceManufacturer(AudioObjectID device) noexcept = 0;
     /// Output latency in frames at the nominal rate; none if absent or unreadable. Stream latency and buffer
     /// size are not in it.
+    /// kAudioDevicePropertyLatency.
     virtual std::optional<std::int64_t> outputLatencyFrames(AudioObjectID device) noexcept = 0;
     /// Output safety offset in frames; none if absent or unreadable.
+    /// kAudioDevicePropertySafetyOffset.
     virtual std::optional<std::int64_t> outputSafetyOffsetFrames(AudioObjectID device) noexcept = 0;
     /// Output channels, summed over all streams; 0 when the device has no output side.
+    /// kAudioDevicePropertyStreamConfiguration.
     virtual std::int64_t outputChannelCount(AudioObjectID device) = 0;
+    /// kAudioDevicePropertyDeviceIsAlive.
     virtual bool isAlive(AudioObjectID device) noexcept = 0;
+    /// kAudioDevicePropertyIsHidden.
     virtual bool isHidden(AudioObjectID device) noexcept = 0;
     /// Whether any program plays or records through the device.
+    /// kAudioDevicePropertyDeviceIsRunningSomewhere.
     virtual bool isRunningSomewhere(AudioObjectID device) noexcept = 0;
 
     // Sample rates, in Hz
 
+    /// kAudioDevicePropertyNominalSampleRate.
     virtual double nominalSampleRate(AudioObjectID device) = 0;
     /// The rates the device can run at, in its own order.
+    /// kAudioDevicePropertyAvailableNominalSampleRates.
     virtual std::vector<SampleRateRange> availableSampleRates(AudioObjectID device) = 0;
     /// Asks for a rate. It may take effect later: a read right after may still give the old one.
     virtual void setNominalSampleRate(AudioObjectID device, double sampleRate) = 0;
 
     // The system's outputs
 
+    /// kAudioHardwarePropertyDefaultOutputDevice.
     virtual AudioObjectID defaultOutputDeviceID() = 0;
     virtual void setDefaultOutputDevice(AudioObjectID device) = 0;
     /// The output for alerts and sound effects.
+    /// kAudioHardwarePropertyDefaultSystemOutputDevice.
     virtual AudioObjectID defaultSystemOutputDeviceID() = 0;
     virtual void setDefaultSystemOutputDevice(AudioObjectID device) = 0;
 
@@ -78,21 +95,30 @@ class CoreAudioClient {
 
     /// Creates the aggregate and answers its ID. Fails with 'nope' while one with that UID exists.
     /// The one call that may block for long: it touches no state shared with the main actor.
+    /// AudioHardwareCreateAggregateDevice.
     virtual AudioObjectID createAggregateDevice(const AggregateDeviceDescription& description) = 0;
+    /// AudioHardwareDestroyAggregateDevice.
     virtual void destroyAggregateDevice(AudioObjectID device) = 0;
     /// The composition as the hardware layer has it; empty when it gives none.
+    /// kAudioAggregateDevicePropertyComposition.
     virtual CompositionDictionary aggregateComposition(AudioObjectID device) = 0;
+    /// kAudioAggregateDevicePropertyFullSubDeviceList.
     virtual std::vector<std::string> aggregateFullSubDeviceUIDs(AudioObjectID device) = 0;
     /// The objects of the outputs that take part now; an unplugged one is missing.
+    /// kAudioAggregateDevicePropertyActiveSubDeviceList.
     virtual std::vector<AudioObjectID> aggregateActiveSubDeviceIDs(AudioObjectID device) = 0;
+    /// kAudioAggregateDevicePropertyMainSubDevice.
     virtual std::string aggregateMainSubDeviceUID(AudioObjectID device) = 0;
     /// Asked of a sub-device's object, not of the aggregate.
+    /// kAudioSubDevicePropertyDriftCompensation.
     virtual bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept = 0;
     virtual bool subDeviceDriftCompensation(AudioObjectID subDevice) = 0;
     virtual void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) = 0;
 
     // Volume and mute
 
+    /// kAudioHardwareServiceDeviceProperty_VirtualMainVolume, else kAudioDevicePropertyVolumeScalar of the
+    /// main element, else of the channels.
     virtual bool supportsOutputVolume(AudioObjectID device) noexcept = 0;
     /// A scalar from 0 to 1, above it where somebody else amplifies. Throws 'unop' without a volume control.
     /// An aggregate that has one must not apply it to the sound: it is shown and set as the master volume of
@@ -100,6 +126,7 @@ class CoreAudioClient {
     virtual float outputVolume(AudioObjectID device) = 0;
     /// Clamped to 0…1 first. May take effect later, but what is read meanwhile is what was asked last.
     virtual void setOutputVolume(AudioObjectID device, float volume) = 0;
+    /// kAudioDevicePropertyMute.
     virtual bool supportsOutputMute(AudioObjectID device) noexcept = 0;
     virtual bool outputMute(AudioObjectID device) = 0;
     virtual void setOutputMute(AudioObjectID device, bool isMuted) = 0;

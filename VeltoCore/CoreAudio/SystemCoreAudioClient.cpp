@@ -31,23 +31,18 @@ Address outputAddress(AudioObjectPropertySelector selector,
 
 // Reads that answer absence
 
-/// Stricter than mute and drift, where any value but 0 counts: only exactly 1 is a yes.
-bool isExactlyOne(AudioObjectID objectID, const Address& address) noexcept {
-    if (!Property::exists(objectID, address)) return false;
-    try {
-        return Property::value<UInt32>(objectID, address) == 1;
-    } catch (const AudioManagerError&) {
-        return false;
-    }
-}
-
-std::optional<std::int64_t> frames(AudioObjectID objectID, const Address& address) noexcept {
+std::optional<std::int64_t> number(AudioObjectID objectID, const Address& address) noexcept {
     if (!Property::exists(objectID, address)) return std::nullopt;
     try {
         return Property::value<UInt32>(objectID, address);
     } catch (const AudioManagerError&) {
         return std::nullopt;
     }
+}
+
+/// Stricter than mute and drift, where any value but 0 counts: only exactly 1 is a yes.
+bool isExactlyOne(AudioObjectID objectID, const Address& address) noexcept {
+    return number(objectID, address) == 1;
 }
 
 // Volume and mute
@@ -78,8 +73,6 @@ std::optional<Address> muteAddress(AudioObjectID device) {
 [[noreturn]] void throwUnsupported() {
     throw AudioManagerError::coreAudioError(kAudioHardwareUnsupportedOperationError);
 }
-
-/// From 0 to 1; silence for what is no number.
 
 // Platform objects
 
@@ -222,11 +215,11 @@ std::optional<std::string> SystemCoreAudioClient::deviceManufacturer(AudioObject
 }
 
 std::optional<std::int64_t> SystemCoreAudioClient::outputLatencyFrames(AudioObjectID device) noexcept {
-    return frames(device, outputAddress(kAudioDevicePropertyLatency));
+    return number(device, outputAddress(kAudioDevicePropertyLatency));
 }
 
 std::optional<std::int64_t> SystemCoreAudioClient::outputSafetyOffsetFrames(AudioObjectID device) noexcept {
-    return frames(device, outputAddress(kAudioDevicePropertySafetyOffset));
+    return number(device, outputAddress(kAudioDevicePropertySafetyOffset));
 }
 
 std::int64_t SystemCoreAudioClient::outputChannelCount(AudioObjectID device) {

@@ -3,12 +3,8 @@
 // Rules are made from the user's presets on demand; nobody stores them.
 #pragma once
 
-#include "VeltoCore/Foundation/Data.h"
-#include "VeltoCore/Foundation/DecodingError.h"
 #include "VeltoCore/Foundation/UUID.h"
 
-#include <expected>
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -37,9 +33,5 @@ struct AutomationRule {
 
     friend bool operator==(const AutomationRule&, const AutomationRule&) = default;
 };
-
-/// The rule as one JSON object.
-std::optional<Data> encodeAutomationRule(const AutomationRule& rule);
-std::expected<AutomationRule, DecodingError> decodeAutomationRule(const Data& data);
 
 } // namespace velto

@@ -29,26 +29,16 @@ PreferencesManager::PreferencesManager(UserDefaults& defaults, const Clock& cloc
 void PreferencesManager::setPresets(std::vector<AudioPreset> presets) {
     if (presets == presets_) return;
     presets_ = std::move(presets);
-    persistPresets();
-    store_.notify(presetObservers_);
-}
-
-/// A list that can't be expressed is dropped from the store rather than left there stale.
-void PreferencesManager::persistPresets() {
     if (auto data = encodePresets(presets_)) {
         store_.defaults.set(presetsKey, std::move(*data));
-    } else {
+    } else { // a list that can't be expressed is dropped from the store rather than left there stale
         store_.defaults.remove(presetsKey);
     }
+    store_.notify(presetObservers_);
 }
 
 std::vector<AudioPreset> PreferencesManager::userPresets() const {
     return presetsWhere(presets_, [](const AudioPreset& preset) { return !preset.isLastUsed(); });
-}
-
-std::vector<AudioPreset> PreferencesManager::favoritePresets() const {
-    return presetsWhere(presets_,
-                        [](const AudioPreset& preset) { return !preset.isLastUsed() && preset.isFavorite; });
 }
 
 std::optional<AudioPreset> PreferencesManager::lastPreset() const {
@@ -98,14 +88,6 @@ void PreferencesManager::removePreset(const UUID& id) {
     const UUID removed = id; // it may be that of an element
     setPresets(presetsWhere(presets_, [&](const AudioPreset& preset) { return preset.id != removed; }));
     if (lastPresetID() == removed) lastPresetID.set(std::nullopt);
-}
-
-void PreferencesManager::clearPresets() {
-    const bool isChanged = !presets_.empty();
-    presets_.clear();
-    persistPresets(); // in any case: an unreadable list is gone then, too
-    if (isChanged) store_.notify(presetObservers_);
-    lastPresetID.set(std::nullopt);
 }
 
 void PreferencesManager::rememberLastUsed(const AudioOutputDevice& first, const AudioOutputDevice& second) {

@@ -95,7 +95,6 @@ class PreferencesManager final : public RecoveryStateStore {
     void setPresets(std::vector<AudioPreset> presets);
     /// Without the one that remembers the pair played last.
     std::vector<AudioPreset> userPresets() const;
-    std::vector<AudioPreset> favoritePresets() const;
     std::optional<AudioPreset> lastPreset() const;
     std::optional<AudioPreset> preset(const UUID& id) const;
 
@@ -108,7 +107,6 @@ class PreferencesManager final : public RecoveryStateStore {
     /// Nothing for an unknown preset.
     void setAutoConnect(bool autoConnect, const UUID& presetID);
     void removePreset(const UUID& id);
-    void clearPresets();
     /// Called when the pair starts to play: keeps it in the preset for that, if the user wants one kept.
     void rememberLastUsed(const AudioOutputDevice& first, const AudioOutputDevice& second);
 
@@ -123,7 +121,6 @@ class PreferencesManager final : public RecoveryStateStore {
     }
 
   private:
-    void persistPresets();
     template <class Change>
     void changePreset(const UUID& id, Change change);
 
