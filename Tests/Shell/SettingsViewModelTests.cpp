@@ -56,7 +56,7 @@ Headphones — Transport: Bluetooth
 Headphones — Manufacturer: unknown
 Headphones — Sample Rate: 48000 Hz
 Headphones — Latency: 7200 frames
-Headphones — Safety Offset: 480 frames
+Headphones — Safety Offset: not reported
 Headphones — Volume Control: yes
 Display — UID: hdmi
 Display — Device ID: )" + id("hdmi") + R"(
