@@ -8,6 +8,13 @@ namespace velto {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+/// After so many seconds the session manager looks after outputs that fell asleep.
+constexpr double sessionManagerTimer = 5.5;
+
+} // namespace
+
 void playChoiceOfSomebodyElse(Stage& stage) {
     stage.step("another output picked by someone else", "the session ends, that output plays",
                {{display}, display, false}, [&](StoryStep&) {
@@ -74,6 +81,23 @@ void playSleep(Stage& stage) {
                    stage.wake();
                    stage.mark("Awake");
                    stage.velto().waitForState("idle");
+               });
+}
+
+void playPause(Stage& stage) {
+    stage.step("the player pauses, and Stop follows", "silence, and the session manager lives",
+               {{}, display, false}, [&](StoryStep& step) {
+                   stage.velto().require({"play", desk, usb});
+                   stage.waitForSound(usb);
+                   stage.mark("Paused");
+                   stage.endPlayer();
+                   stage.waitForSilence(usb);
+                   stage.operate(step, "Stop", {"stop"});
+                   step.from = stage.settled();
+                   stage.waitUntil(stage.now() + sessionManagerTimer);
+                   step.to = stage.now(); // a session manager that crashed has no default output now
+                   stage.startPlayer();
+                   stage.waitForSound(display);
                });
 }
 

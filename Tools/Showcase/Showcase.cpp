@@ -11,6 +11,7 @@ void playShowcase(Stage& stage) {
     playPreset(stage);
     playUnattended(stage);
     playSleep(stage);
+    playPause(stage);
     playServerRestart(stage);
     playNothingLeft(stage);
 }

@@ -26,6 +26,7 @@ void playPreset(Stage& stage);
 void playChoiceOfSomebodyElse(Stage& stage);
 void playCrashAndRecovery(Stage& stage);
 void playSleep(Stage& stage);
+void playPause(Stage& stage);
 void playServerRestart(Stage& stage);
 void playNothingLeft(Stage& stage);
 
