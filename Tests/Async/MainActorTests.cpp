@@ -49,29 +49,20 @@ TEST_F(MainActorTests, CancelledSleepEndsEarlyInATurnOfItsOwn) {
     EXPECT_EQ(actor.pendingTimers(), 0U);
 }
 
-TEST_F(MainActorTests, CancellingAfterTheSleepersEndReachesNobody) {
-    CancellationSource source;
-    {
-        TaskScope shortLived(actor);
-        shortLived.spawn(sleep(actor, 1s, source.token(), trace));
-        actor.runReady();
-    }
-    source.cancel();
-    actor.runUntilIdle();
-    EXPECT_THAT(trace, IsEmpty());
-}
-
-TEST_F(MainActorTests, EndBetweenCancellationAndItsTurnReachesNobody) {
-    CancellationSource source;
-    {
-        TaskScope shortLived(actor);
-        shortLived.spawn(sleep(actor, 1s, source.token(), trace));
-        actor.runReady();
+TEST_F(MainActorTests, CancellingReachesNobodyWhoHasEnded) {
+    for (const bool isCancelledFirst : {false, true}) {
+        CancellationSource source;
+        {
+            TaskScope shortLived(actor);
+            shortLived.spawn(sleep(actor, 1s, source.token(), trace));
+            actor.runReady();
+            if (isCancelledFirst) source.cancel();
+        }
         source.cancel();
+        actor.runUntilIdle();
+        EXPECT_THAT(trace, IsEmpty());
+        EXPECT_EQ(actor.pendingTimers(), 0U);
     }
-    actor.runUntilIdle();
-    EXPECT_THAT(trace, IsEmpty());
-    EXPECT_EQ(actor.pendingTimers(), 0U);
 }
 
 } // namespace
