@@ -132,7 +132,7 @@ struct Memories {
 
 struct Measured {
     std::vector<double> veltoStarts, pasystrayStarts, firstFrames, laterFrames;
-    Memories resting, open, pasystray, pavucontrol;
+    Memories resting, background, open, pasystray, pavucontrol;
     std::vector<MemoryOfFile> files;
 };
 
@@ -143,6 +143,15 @@ void measurePavucontrol(Bench& bench, Memories& memories) {
     memories.add(memoryOf(program.id()));
     end(program);
     bench.desktop().awaitNoWindow();
+}
+
+void measureBackground(Bench& bench, Memories& memories) {
+    std::vector<std::string> command = bench.velto();
+    command.emplace_back("--background");
+    ChildProcess program(command, bench.options());
+    std::this_thread::sleep_for(untilItRests);
+    memories.add(memoryOf(program.id()));
+    endWell(program);
 }
 
 double clickToFrame(PrivateDesktop& desktop) {
@@ -166,6 +175,7 @@ void measurePanel(Bench& bench, pid_t process, Measured& measured) {
 
 void measureRound(Bench& bench, Measured& measured) {
     measurePavucontrol(bench, measured.pavucontrol);
+    measureBackground(bench, measured.background);
     {
         bench.desktop().forgetStatusItems();
         const auto begin = Clock::now();
@@ -213,6 +223,9 @@ void report(const Measured& measured, FigureTable& table) {
     table.add("memory, panel never opened: PSS (private dirty)",
               measured.resting.text() + "; pasystray " + measured.pasystray.text(),
               text("<= 1.0 x pasystray; x %.2f", resting / inStatusArea), resting <= inStatusArea);
+    const double background = median(measured.background.proportional);
+    table.add("memory without windows, resting: PSS (private dirty)", measured.background.text(),
+              text("<= 0.5 x with windows; x %.2f", background / resting), background <= 0.5 * resting);
     const double open = median(measured.open.proportional);
     const double window = median(measured.pavucontrol.proportional);
     table.add("memory, panel open: PSS (private dirty)",
