@@ -54,7 +54,7 @@ double SoundBench::start() {
 
 double SoundBench::stop() {
     const double taken = timed(session_->stop());
-    if (session_->state() != AudioSessionState::idle()) throw std::runtime_error("The session did not stop");
+    if (session_->state() != AudioSessionState::Idle{}) throw std::runtime_error("The session did not stop");
     return taken;
 }
 

@@ -83,7 +83,7 @@ TEST_P(SessionRaceTests, SecondComesAtEachTurnOfTheFirst) {
         EXPECT_EQ(second.error(), std::nullopt);
         const Ending ending = isDuringFirst ? GetParam().duringFirst : GetParam().afterFirst;
         EXPECT_EQ(stage.session().state().isActive(), ending == Ending::playing);
-        EXPECT_EQ(stage.session().state() == State::idle(), ending == Ending::idle);
+        EXPECT_EQ(stage.session().state() == State::Idle{}, ending == Ending::idle);
         EXPECT_THAT(violations(*stage.program), IsEmpty());
     }
 }
@@ -132,7 +132,7 @@ TEST(SessionRace, QuitWaitsForWhateverRuns) {
     stage.machine.loop.runUntilIdle();
     EXPECT_TRUE(stopped.isDone() && restarted.isDone() && quit.isDone());
     EXPECT_TRUE(seen && seen->isActive());
-    EXPECT_EQ(stage.session().state(), State::idle());
+    EXPECT_EQ(stage.session().state(), State::Idle{});
     EXPECT_THAT(violations(*stage.program), IsEmpty());
 }
 

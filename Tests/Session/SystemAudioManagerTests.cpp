@@ -52,7 +52,7 @@ TEST_F(SystemAudioManagerTests, StartTakesOverBothOutputsAndStopGivesThemBack) {
         .value();
 
     EXPECT_THAT(steps, testing::ElementsAreArray(allPreparationSteps));
-    EXPECT_THAT(states, ElementsAre(State::starting(), state()));
+    EXPECT_THAT(states, ElementsAre(State::Starting{}, state()));
     const auto playing = session().activeSession().value();
     EXPECT_EQ(playing.first.uid, "bluetooth");
     EXPECT_EQ(playing.second.uid, "builtin");
@@ -68,7 +68,7 @@ TEST_F(SystemAudioManagerTests, StartTakesOverBothOutputsAndStopGivesThemBack) {
 
     states.clear();
     stop().value();
-    EXPECT_THAT(states, ElementsAre(State::stopping(), State::idle()));
+    EXPECT_THAT(states, ElementsAre(State::Stopping{}, State::Idle{}));
     expectUntouched();
 }
 
@@ -97,11 +97,11 @@ TEST_F(SystemAudioManagerTests, StopTakesAllStepsAndReportsTheFirstFailure) {
     const auto restore =
         Error::cannotRestoreOutput("Core Audio reported an error: Audio hardware is not ready");
     EXPECT_EQ(stop().error(), restore);
-    EXPECT_EQ(state(), State::failed(restore));
+    EXPECT_EQ(state(), State::Failed(restore));
     EXPECT_FALSE(program->store.loadRecoveryState());
     // From `failed`, a stop gives `idle`; a start takes the aggregate that was left out of the way.
     stop().value();
-    EXPECT_EQ(state(), State::idle());
+    EXPECT_EQ(state(), State::Idle{});
     start().value();
     world.calls.failNext(Operation::destroyAggregateDevice, {.foreignError = "lost"});
     EXPECT_EQ(stop().error(), Error::aggregateCreationFailed("lost"));

@@ -3,7 +3,6 @@
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <chrono>
 #include <utility>
 
 namespace velto {
@@ -11,9 +10,6 @@ namespace velto {
 namespace {
 
 constexpr const Logger& logger = LoggingService::lifecycle;
-
-/// How often the end asks whether all is done.
-constexpr std::chrono::milliseconds operationPoll{10};
 
 } // namespace
 
@@ -71,16 +67,12 @@ void AppDelegate::quit() {
 }
 
 void AppDelegate::whenNothingRuns(std::function<void()> action) {
-    MainActor& actor = appState_.actor();
-    actor.post([this, &actor, action = std::move(action)]() mutable {
-        if (appState_.systemAudio().isOperationRunning()) {
-            actor.postAfter(operationPoll, [this, action = std::move(action)]() mutable {
-                whenNothingRuns(std::move(action));
-            });
-        } else {
-            actor.post(std::move(action));
-        }
-    });
+    tasks_.spawn(performWhenNothingRuns(std::move(action)));
+}
+
+Task<void> AppDelegate::performWhenNothingRuns(std::function<void()> action) {
+    co_await appState_.systemAudio().operationEnded();
+    appState_.actor().post(std::move(action));
 }
 
 bool AppDelegate::mustCleanUpFirst() {

@@ -53,6 +53,7 @@ class AppDelegate {
     Task<void> launch();
     void welcome();
     Task<void> terminate();
+    Task<void> performWhenNothingRuns(std::function<void()> action);
     bool mustCleanUpFirst();
 
     AppState appState_;

@@ -5,9 +5,9 @@
 namespace velto {
 
 std::string_view statusTone(const VeltoStatus& status) {
-    if (std::holds_alternative<VeltoStatus::Playing>(status.kind())) return "good";
-    if (std::holds_alternative<VeltoStatus::Degraded>(status.kind())) return "warning";
-    if (std::holds_alternative<VeltoStatus::Error>(status.kind())) return "bad";
+    if (status.is<VeltoStatus::Playing>()) return "good";
+    if (status.is<VeltoStatus::Degraded>()) return "warning";
+    if (status.is<VeltoStatus::Error>()) return "bad";
     return "neutral";
 }
 

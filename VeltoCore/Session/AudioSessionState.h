@@ -7,7 +7,9 @@
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/Session/DualOutputSession.h"
 
+#include <concepts>
 #include <optional>
+#include <utility>
 #include <variant>
 
 namespace velto {
@@ -43,12 +45,9 @@ class AudioSessionState {
     using Kind = std::variant<Idle, Starting, Active, Degraded, Stopping, Failed>;
 
     AudioSessionState() = default;
-    static AudioSessionState idle();
-    static AudioSessionState starting();
-    static AudioSessionState active(DualOutputSession session);
-    static AudioSessionState degraded(DualOutputSession session, AudioOutputDevice missing);
-    static AudioSessionState stopping();
-    static AudioSessionState failed(AudioManagerError error);
+    /// From any of the cases, such as `AudioSessionState::Idle{}`.
+    template <std::convertible_to<Kind> Case>
+    AudioSessionState(Case value) : kind_(std::move(value)) {}
 
     const Kind& kind() const noexcept { return kind_; }
     /// The payload when the state is of that kind, such as `state.as<AudioSessionState::Failed>()`; else
@@ -72,8 +71,6 @@ class AudioSessionState {
     friend bool operator==(const AudioSessionState&, const AudioSessionState&) = default;
 
   private:
-    explicit AudioSessionState(Kind kind);
-
     Kind kind_;
 };
 

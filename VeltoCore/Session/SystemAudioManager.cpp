@@ -57,7 +57,7 @@ Task<void> SystemAudioManager::start(AudioOutputDevice first, AudioOutputDevice 
     } else {
         outputs_.endSwitch();
     }
-    state_.set(AudioSessionState::starting());
+    state_.set(AudioSessionState::Starting{});
     const std::optional<AudioManagerError> failure =
         co_await failureOf(startSession({std::move(first), std::move(second), std::move(aggregateName),
                                          preferredSampleRate, clockStrategy, std::move(progress)},
@@ -104,7 +104,7 @@ Task<void> SystemAudioManager::buildSession(StartRequest request, PreviousOutput
 }
 
 void SystemAudioManager::becomeActive(DualOutputSession session) {
-    state_.set(AudioSessionState::active(session));
+    state_.set(AudioSessionState::Active{session});
     deviceManager_.refresh();
     logger.notice("Dual output active: {} + {} at {} Hz", publicText(session.first.name),
                   publicText(session.second.name), session.sampleRate);
@@ -113,7 +113,7 @@ void SystemAudioManager::becomeActive(DualOutputSession session) {
 void SystemAudioManager::becomeFailed(const AudioManagerError& error) {
     closeRecord(error);
     deviceManager_.refresh();
-    state_.set(AudioSessionState::failed(error));
+    state_.set(AudioSessionState::Failed{error});
 }
 
 Task<AggregateDeviceInfo> SystemAudioManager::createAggregate(StartRequest request) {
@@ -148,7 +148,7 @@ Task<void> SystemAudioManager::stop() {
     if (state().isBusy()) co_return;
     auto session = activeSession();
     if (!session) {
-        state_.set(AudioSessionState::idle());
+        state_.set(AudioSessionState::Idle{});
         co_return;
     }
     const Marker::Mark mark(operation_, Operation::stop);
@@ -156,16 +156,16 @@ Task<void> SystemAudioManager::stop() {
 }
 
 Task<void> SystemAudioManager::endSession(DualOutputSession session) {
-    state_.set(AudioSessionState::stopping());
+    state_.set(AudioSessionState::Stopping{});
     const std::optional<AudioManagerError> failure = co_await failureOf(undo(std::move(session)));
     if (failure && failure->isNoAnswer()) respectChoice();
     closeRecord(failure);
     deviceManager_.refresh();
     if (failure) {
-        state_.set(AudioSessionState::failed(*failure));
+        state_.set(AudioSessionState::Failed{*failure});
         throw *failure;
     }
-    state_.set(AudioSessionState::idle());
+    state_.set(AudioSessionState::Idle{});
     logger.notice("Dual output stopped");
 }
 
@@ -233,7 +233,7 @@ Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevic
     if (!client_.isAnswering()) throw noAnswer();
     const Marker::Mark mark(operation_, Operation::rebuild);
     const AudioSessionState before = state();
-    state_.set(AudioSessionState::stopping());
+    state_.set(AudioSessionState::Stopping{});
     const std::optional<AudioManagerError> failure =
         co_await failureOf(rebuildSession(*session, {std::move(first),
                                                      std::move(second),
@@ -272,7 +272,7 @@ Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRe
 Task<void> SystemAudioManager::replaceSession(DualOutputSession session, StartRequest request,
                                               PreviousOutputs previous) {
     co_await undo(std::move(session));
-    state_.set(AudioSessionState::starting());
+    state_.set(AudioSessionState::Starting{});
     co_await buildSession(std::move(request), std::move(previous));
 }
 
@@ -294,7 +294,7 @@ Task<void> SystemAudioManager::abandonSession() {
     if (failure) respectChoice();
     closeRecord(failure);
     deviceManager_.refresh();
-    state_.set(AudioSessionState::idle());
+    state_.set(AudioSessionState::Idle{});
     logger.notice("Dual output abandoned");
 }
 

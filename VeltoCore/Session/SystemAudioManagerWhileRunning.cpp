@@ -41,7 +41,7 @@ bool SystemAudioManager::updateDegradedState() {
         const auto missing = missingSessionDevices();
         if (missing.empty()) return false;
         logger.error("{} disconnected during dual output", publicText(missing.front().name));
-        state_.set(AudioSessionState::degraded(*activeSession(), missing.front()));
+        state_.set(AudioSessionState::Degraded{*activeSession(), missing.front()});
     } catch (const AudioManagerError&) { // no answer
     }
     return false;
@@ -58,7 +58,7 @@ bool SystemAudioManager::updateDegraded(const AudioSessionState::Degraded& degra
         return true;
     }
     logger.notice("{} reconnected and rejoined the aggregate", publicText(name));
-    state_.set(AudioSessionState::active(degraded.session));
+    state_.set(AudioSessionState::Active{degraded.session});
     return false;
 }
 
@@ -101,7 +101,7 @@ bool SystemAudioManager::isSessionHealthy() noexcept {
 }
 
 void SystemAudioManager::clearFailure() {
-    if (state().is<AudioSessionState::Failed>()) state_.set(AudioSessionState::idle());
+    if (state().is<AudioSessionState::Failed>()) state_.set(AudioSessionState::Idle{});
 }
 
 } // namespace velto

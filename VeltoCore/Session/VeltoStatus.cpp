@@ -36,14 +36,10 @@ std::string VeltoStatus::title() const { return std::visit(Title{}, kind_); }
 
 std::string_view VeltoStatus::symbolName() const noexcept { return std::visit(SymbolName{}, kind_); }
 
-bool VeltoStatus::isPlaying() const noexcept {
-    return std::holds_alternative<Playing>(kind_) || std::holds_alternative<Reconnecting>(kind_) ||
-           std::holds_alternative<Degraded>(kind_);
-}
+bool VeltoStatus::isPlaying() const noexcept { return is<Playing>() || is<Reconnecting>() || is<Degraded>(); }
 
 bool VeltoStatus::isBusy() const noexcept {
-    return std::holds_alternative<Connecting>(kind_) || std::holds_alternative<Preparing>(kind_) ||
-           std::holds_alternative<Reconnecting>(kind_);
+    return is<Connecting>() || is<Preparing>() || is<Reconnecting>();
 }
 
 } // namespace velto

@@ -51,6 +51,10 @@ class VeltoStatus {
     VeltoStatus(Case value) : kind_(std::move(value)) {}
 
     const Kind& kind() const noexcept { return kind_; }
+    template <class Case>
+    bool is() const noexcept {
+        return std::holds_alternative<Case>(kind_);
+    }
 
     std::string title() const;
     /// The name of a system symbol.
