@@ -1,5 +1,6 @@
 #include "Velto/Commands/CommandLine.h"
 
+#include "Velto/Commands/CommandHelp.h"
 #include "Velto/Commands/CommandTable.h"
 
 #include <CLI/CLI.hpp>
@@ -60,7 +61,7 @@ class Parser {
         app_.set_version_flag("--version", "Velto " VELTO_VERSION);
         for (const CommandOption& option : commandOptions())
             if (option.name != "--help" && option.name != "--version")
-                app_.add_flag(std::string(option.name), flags_[option.name], std::string(option.help));
+                app_.add_flag(std::string(option.name), flags_[option.name]);
         app_.fallthrough();
         for (const Command& command : commandTable())
             add(command);
@@ -72,7 +73,10 @@ class Parser {
         try {
             app_.parse(std::move(reversed));
         } catch (const CLI::CallForHelp&) {
-            return {.kind = CommandLine::Kind::text, .text = app_.help("velto", CLI::AppFormatMode::All)};
+            const auto named =
+                std::ranges::find_if(words, [](const auto& word) { return findCommand(word); });
+            return {.kind = CommandLine::Kind::text,
+                    .text = named == words.end() ? helpText() : helpText(*named)};
         } catch (const CLI::CallForVersion& version) {
             return {.kind = CommandLine::Kind::text, .text = std::string(version.what()) + "\n"};
         } catch (const CLI::ParseError& error) {
@@ -89,8 +93,8 @@ class Parser {
             parent = app_.get_subcommand(std::string(word.substr(0, space)));
             word.remove_prefix(space + 1);
         }
-        CLI::App* added = parent->add_subcommand(std::string(word), std::string(command.help));
-        added->set_help_flag("--help", "")->group("");
+        CLI::App* added = parent->add_subcommand(std::string(word));
+        added->set_help_flag("--help");
         added->fallthrough();
         std::vector<std::string>& values = arguments_[added];
         values.resize(command.arguments.size());
@@ -163,10 +167,7 @@ class Parser {
         return fmt::format("{}: {}. See velto --help.", command, error.what());
     }
 
-    CLI::App app_{
-        "Velto plays a computer's sound on two outputs at the same time. Without a command it runs, or "
-        "brings up the panel of the one that runs.",
-        "velto"};
+    CLI::App app_{"", "velto"};
     std::map<std::string_view, bool> flags_;
     std::map<const CLI::App*, std::vector<std::string>> arguments_;
     std::map<const CLI::Option*, std::vector<std::string>> choices_;
