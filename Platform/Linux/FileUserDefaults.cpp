@@ -2,7 +2,7 @@
 
 #include "Platform/Linux/DefaultsFileCopies.h"
 #include "Platform/Linux/FileReplacement.h"
-#include "Platform/Linux/PrivateFolder.h"
+#include "Platform/POSIX/PrivateFolder.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <fmt/format.h>

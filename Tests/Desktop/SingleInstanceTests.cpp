@@ -1,5 +1,6 @@
-#include "Platform/Linux/SingleInstance.h"
+#include "Platform/POSIX/SingleInstance.h"
 
+#include "Platform/Linux/InstanceLocks.h"
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/POSIX/LineConnection.h"
 #include "Platform/POSIX/LineServer.h"
@@ -26,7 +27,7 @@ using namespace std::chrono_literals;
 bool tellFirst(const std::filesystem::path& settings,
                const std::optional<std::filesystem::path>& runtimeFolder,
                std::chrono::milliseconds patience = 20s) {
-    for (const auto& socket : SingleInstance::socketsOfFirst(settings, runtimeFolder)) {
+    for (const auto& socket : SingleInstance::socketsOfFirst(InstanceLocks::of(settings, runtimeFolder))) {
         auto first = LineConnection::open(socket, patience);
         if (first)
             return first->read(patience) == "hello" && first->send("raise") &&
@@ -54,7 +55,7 @@ class SingleInstanceTests : public testing::Test {
     /// Starts the program again, in a process of its own; it answers 0 when the first has seen it.
     ForkedProcess startAgain() {
         return ForkedProcess([this](const auto&) {
-            if (SingleInstance(settings, folder.path()).isFirst()) return 2;
+            if (SingleInstance(InstanceLocks::of(settings, folder.path())).isFirst()) return 2;
             return tellFirst(settings, folder.path()) ? 0 : 1;
         });
     }
@@ -63,7 +64,7 @@ class SingleInstanceTests : public testing::Test {
     const OwnedFolder folder{"velto-instance"};
     const std::filesystem::path settings = folder.path() / "config" / "defaults.json";
     LinuxMainActor actor;
-    std::optional<SingleInstance> first{std::in_place, settings, folder.path()};
+    std::optional<SingleInstance> first{std::in_place, InstanceLocks::of(settings, folder.path())};
     int raised = 0;
     LineServer server{actor, actor, "hello",
                       [this](LineClient& client) { return std::make_unique<Conversation>(client, raised); }};
@@ -83,25 +84,25 @@ TEST_F(SingleInstanceTests, EveryLaterStartRaisesTheFirst) {
     first.reset();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "com.corlent.velto.lock"));
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "com.corlent.velto.socket"));
-    EXPECT_TRUE(SingleInstance(settings, folder.path()).isFirst());
+    EXPECT_TRUE(SingleInstance(InstanceLocks::of(settings, folder.path())).isFirst());
 }
 
 TEST_F(SingleInstanceTests, AFirstThatWasKilledIsSucceeded) {
     first.reset();
     ForkedProcess killed([this](const auto& tellReady) {
-        const SingleInstance instance(settings, folder.path());
+        const SingleInstance instance(InstanceLocks::of(settings, folder.path()));
         if (!instance.isFirst()) return 1;
         tellReady();
         pause();
         return 1;
     });
     ASSERT_TRUE(killed.waitUntilReady());
-    EXPECT_FALSE(SingleInstance(settings, folder.path()).isFirst());
+    EXPECT_FALSE(SingleInstance(InstanceLocks::of(settings, folder.path())).isFirst());
     killed.signal(SIGKILL);
     killed.wait();
     ASSERT_TRUE(std::filesystem::exists(folder.path() / "com.corlent.velto.socket")) << "nothing is stale";
 
-    first.emplace(settings, folder.path());
+    first.emplace(InstanceLocks::of(settings, folder.path()));
     ASSERT_TRUE(first->isFirst());
     listen();
     ForkedProcess later = startAgain();
@@ -122,13 +123,13 @@ TEST_F(SingleInstanceTests, EitherLockTellsWhateverTheOtherProgramWasGiven) {
     const std::filesystem::path otherSettings = folder.path() / "other" / "defaults.json";
     listen();
     ForkedProcess user([&](const auto&) {
-        const SingleInstance withoutRuntimeFolder(settings, std::nullopt);
+        const SingleInstance withoutRuntimeFolder(InstanceLocks::of(settings, std::nullopt));
         if (withoutRuntimeFolder.isFirst() || !tellFirst(settings, std::nullopt)) return 1;
-        const SingleInstance otherRuntimeFolder(settings, folder.path() / "missing");
+        const SingleInstance otherRuntimeFolder(InstanceLocks::of(settings, folder.path() / "missing"));
         if (otherRuntimeFolder.isFirst() || !tellFirst(settings, folder.path() / "missing")) return 2;
-        const SingleInstance sameSession(otherSettings, folder.path());
+        const SingleInstance sameSession(InstanceLocks::of(otherSettings, folder.path()));
         if (sameSession.isFirst() || !tellFirst(otherSettings, folder.path())) return 3;
-        return SingleInstance(otherSettings, std::nullopt).isFirst() ? 0 : 4;
+        return SingleInstance(InstanceLocks::of(otherSettings, std::nullopt)).isFirst() ? 0 : 4;
     });
     EXPECT_TRUE(actor.runUntil([&] { return raised == 3; }, 20s));
     EXPECT_EQ(user.wait(), 0);
@@ -143,7 +144,7 @@ TEST_F(SingleInstanceTests, APlaceThatCannotBeUsedKeepsNoProgramFromStarting) {
     std::filesystem::create_directories(blocked / "com.corlent.velto.lock" / "inner");
     std::filesystem::create_directories(blocked / "com.corlent.velto.socket" / "inner");
     const auto troubles = [](const auto& file, const std::optional<std::filesystem::path>& runtime) {
-        const SingleInstance instance(file, runtime);
+        const SingleInstance instance(InstanceLocks::of(file, runtime));
         EXPECT_TRUE(instance.isFirst());
         return instance.troubles();
     };
@@ -158,7 +159,7 @@ TEST_F(SingleInstanceTests, APlaceThatCannotBeUsedKeepsNoProgramFromStarting) {
     EXPECT_THAT(troubles("/dev/null/defaults.json", std::nullopt),
                 testing::ElementsAre(testing::EndsWith(": Not a directory")));
     // Whatever was in the way, the settings are locked, and a second start finds the first.
-    first.emplace(settings, blocked);
+    first.emplace(InstanceLocks::of(settings, blocked));
     listen();
     ForkedProcess later = startAgain();
     EXPECT_TRUE(actor.runUntil([&] { return raised == 1; }, 20s));

@@ -1,9 +1,9 @@
 // The entry point on Linux: runs the program, or asks the one that runs.
-#include "Platform/Linux/FileUserDefaults.h"
+#include "Platform/Linux/InstanceLocks.h"
 #include "Platform/Linux/JournalLogSink.h"
-#include "Platform/Linux/SingleInstance.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/POSIX/DetachedProgram.h"
+#include "Platform/POSIX/SingleInstance.h"
 #include "Velto/Commands/CommandClient.h"
 #include "Velto/Commands/CommandLine.h"
 #include "Velto/Linux/Program.h"
@@ -21,10 +21,7 @@ namespace velto {
 namespace {
 
 CommandClient makeClient() {
-    return {[] {
-                return SingleInstance::socketsOfFirst(FileUserDefaults::standardFile(),
-                                                      SingleInstance::runtimeFolder());
-            },
+    return {[] { return SingleInstance::socketsOfFirst(InstanceLocks::standard()); },
             [] {
                 const bool hasWindows = Program::hasDisplay(Program::displayEnvironment());
                 startDetached(std::filesystem::read_symlink("/proc/self/exe"),
@@ -54,7 +51,7 @@ int raiseFirst(bool isToShow) {
 int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
     LinuxMainActor actor;
     TerminationSignals terminationSignals; // before any thread
-    SingleInstance instance(FileUserDefaults::standardFile(), SingleInstance::runtimeFolder());
+    SingleInstance instance(InstanceLocks::standard());
     if (!instance.isFirst()) return raiseFirst(!line.isBackground && !line.isHidden);
     const bool hasDisplay = Program::hasDisplay(Program::displayEnvironment());
     if (!hasDisplay && !line.isBackground)

@@ -1,15 +1,13 @@
-// SingleInstance: one running program for one file of settings, and one a user's session; a second start, and
-// whoever wants something of it, finds the first.
+// SingleInstance: one running program for whatever the locks stand for; a second start, and whoever wants
+// something of it, finds the first.
 //
-// Made early in main(). The first one holds a lock beside the file, and one in the session's runtime folder
-// where there is such a folder, and has a socket of which the locks tell; all go with the process, however it
-// ends. Nothing that is wrong with a place keeps the program from starting.
+// Made early in main(). The first one holds all the locks, and has a socket of which they tell; all go with
+// the process, however it ends. Nothing that is wrong with a place keeps the program from starting.
 #pragma once
 
-#include "Platform/Linux/FileLock.h"
+#include "Platform/POSIX/FileLock.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,15 +15,13 @@ namespace velto {
 
 class SingleInstance {
   public:
-    /// The folder of the settings is made.
-    SingleInstance(const std::filesystem::path& settingsFile,
-                   const std::optional<std::filesystem::path>& runtimeFolder);
+    using LockFiles = std::vector<std::filesystem::path>;
+
+    /// The folder of the last one, which is the program's own, is made.
+    explicit SingleInstance(const LockFiles& files);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
     ~SingleInstance();
-
-    /// `$XDG_RUNTIME_DIR`; none where it isn't set.
-    static std::optional<std::filesystem::path> runtimeFolder();
 
     bool isFirst() const noexcept { return isFirst_; }
     /// What could not be done, in sentences; empty as a rule.
@@ -35,9 +31,7 @@ class SingleInstance {
 
     /// Where the first one can be found, as the locks tell; empty when there is none. For those that don't
     /// want to be it, who must not touch the locks.
-    static std::vector<std::filesystem::path>
-    socketsOfFirst(const std::filesystem::path& settingsFile,
-                   const std::optional<std::filesystem::path>& runtimeFolder);
+    static std::vector<std::filesystem::path> socketsOfFirst(const LockFiles& files);
 
   private:
     void listen(const std::vector<std::filesystem::path>& folders);

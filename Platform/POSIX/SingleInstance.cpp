@@ -1,8 +1,7 @@
-#include "Platform/Linux/SingleInstance.h"
+#include "Platform/POSIX/SingleInstance.h"
 
-#include "Platform/Linux/FileUserDefaults.h"
-#include "Platform/Linux/PrivateFolder.h"
 #include "Platform/POSIX/LocalSocket.h"
+#include "Platform/POSIX/PrivateFolder.h"
 
 #include <fmt/format.h>
 
@@ -10,35 +9,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
 namespace velto {
 
-namespace {
-
-/// That of the settings last.
-std::vector<std::filesystem::path> lockFiles(const std::filesystem::path& settingsFile,
-                                             const std::optional<std::filesystem::path>& runtimeFolder) {
-    std::vector<std::filesystem::path> files;
-    if (runtimeFolder) files.push_back(*runtimeFolder / "com.corlent.velto.lock");
-    files.push_back(FileUserDefaults::lockFile(settingsFile));
-    return files;
-}
-
-} // namespace
-
-std::optional<std::filesystem::path> SingleInstance::runtimeFolder() {
-    const char* folder = std::getenv("XDG_RUNTIME_DIR");
-    return folder && *folder == '/' ? std::optional<std::filesystem::path>(folder) : std::nullopt;
-}
-
-SingleInstance::SingleInstance(const std::filesystem::path& settingsFile,
-                               const std::optional<std::filesystem::path>& runtimeFolder) {
-    PrivateFolder::make(settingsFile.parent_path()); // the lock then says what is wrong
+SingleInstance::SingleInstance(const LockFiles& files) {
+    PrivateFolder::make(files.back().parent_path()); // the lock then says what is wrong
     std::vector<std::filesystem::path> folders;
-    for (const std::filesystem::path& file : lockFiles(settingsFile, runtimeFolder)) {
+    for (const std::filesystem::path& file : files) {
         locks_.emplace_back(file);
         folders.push_back(file.parent_path());
     }
@@ -72,11 +51,9 @@ void SingleInstance::listen(const std::vector<std::filesystem::path>& folders) {
                                     folders.back().native(), std::strerror(errno)));
 }
 
-std::vector<std::filesystem::path>
-SingleInstance::socketsOfFirst(const std::filesystem::path& settingsFile,
-                               const std::optional<std::filesystem::path>& runtimeFolder) {
+std::vector<std::filesystem::path> SingleInstance::socketsOfFirst(const LockFiles& files) {
     std::vector<std::filesystem::path> sockets;
-    for (const std::filesystem::path& file : lockFiles(settingsFile, runtimeFolder))
+    for (const std::filesystem::path& file : files)
         if (std::string note = FileLock::note(file); !note.empty()) sockets.emplace_back(std::move(note));
     return sockets;
 }

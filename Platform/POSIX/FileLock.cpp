@@ -1,4 +1,4 @@
-#include "Platform/Linux/FileLock.h"
+#include "Platform/POSIX/FileLock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,4 +1,4 @@
-#include "Platform/Linux/PrivateFolder.h"
+#include "Platform/POSIX/PrivateFolder.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
