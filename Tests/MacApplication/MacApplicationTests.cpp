@@ -39,10 +39,10 @@ class MacApplicationTests : public MachineTest {
         application.emplace(*delegate, termination,
                             [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });
         delegate->applicationDidFinishLaunching();
-        application->start();
     }
     void launch() {
         boot();
+        application->start();
         loop.runUntilIdle();
     }
     void play() {
@@ -123,6 +123,19 @@ TEST_F(MacApplicationTests, TheItemInTheMenuBarShowsWhatPlaysAndTakesClicksAndTh
     menuBar().setMasterVolume(0.5F);
     appKit.scrollOverItem(1);
     EXPECT_FLOAT_EQ(menuBar().masterVolume(), 0.54F);
+}
+
+TEST_F(MacApplicationTests, RunsWithoutWindowsUntilItIsOpenedAgain) {
+    boot();
+    play();
+    EXPECT_EQ(appKit.symbol, "");
+    EXPECT_EQ(windows.panelsShown, 0);
+    appKit.openAgain();
+    appKit.openAgain();
+    EXPECT_EQ(appKit.symbol, "hifispeaker.2");
+    EXPECT_EQ(windows.panelsShown, 2);
+    EXPECT_EQ(windows.style, UserInterface::PanelStyle::dropDown);
+    EXPECT_TRUE(menuBar().isPlaying());
 }
 
 } // namespace

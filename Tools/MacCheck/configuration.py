@@ -8,7 +8,7 @@ import subprocess
 ARCHITECTURES = ("arm64", "x86_64")
 DEPLOYMENT_TARGET = "13.3"
 # Headers of libraries that lie in /usr/include, where those of Linux itself would be found in place of the SDK's.
-LIBRARY_HEADERS = ("fmt", "nlohmann", "gtest", "gmock")
+LIBRARY_HEADERS = ("fmt", "nlohmann", "CLI", "gtest", "gmock")
 
 
 class Unusable(Exception):

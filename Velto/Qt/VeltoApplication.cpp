@@ -123,6 +123,7 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
 }
 
 void VeltoApplication::raise() {
+    if (!statusArea_) start(true); // it ran without windows
     if (std::exchange(isHidden_, false)) offerWindows();
     withWindows(
         [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });

@@ -25,7 +25,8 @@ class VeltoApplication {
     VeltoApplication& operator=(const VeltoApplication&) = delete;
     virtual ~VeltoApplication();
 
-    /// Once, when the loop is about to run. A hidden one opens no window before somebody asks for one.
+    /// Once, when the loop is about to run. A hidden one opens no window before somebody asks for one; one
+    /// that isn't started has no status item either, and starts when it is raised.
     void start(bool isHidden = false);
     /// The program was started again, or has no status item: its panel, where it can be seen.
     void raise();

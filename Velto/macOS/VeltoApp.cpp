@@ -1,14 +1,22 @@
-// The entry point on the Mac: the platform's services, Qt's loop, and the application on them.
+// The entry point on the Mac: runs the program, on the platform's services and Qt's loop, or asks the one
+// that runs.
+#include "Platform/POSIX/DetachedProgram.h"
+#include "Platform/POSIX/LineServer.h"
+#include "Platform/POSIX/SingleInstance.h"
 #include "Platform/macOS/AVFAudioEngine.h"
 #include "Platform/macOS/AppKitApplicationHost.h"
+#include "Platform/macOS/DispatchFileDescriptorWatcher.h"
 #include "Platform/macOS/DispatchMainActor.h"
 #include "Platform/macOS/DispatchTerminationSignals.h"
 #include "Platform/macOS/FoundationTextCollation.h"
 #include "Platform/macOS/FoundationUserDefaults.h"
 #include "Platform/macOS/MainAppLoginItem.h"
-#include "Platform/macOS/RunningInstance.h"
+#include "Platform/macOS/ProgramPlaces.h"
 #include "Platform/macOS/TerminationDelegate.h"
 #include "Platform/macOS/UnifiedLogSink.h"
+#include "Velto/Commands/CommandClient.h"
+#include "Velto/Commands/CommandLine.h"
+#include "Velto/Commands/CommandService.h"
 #include "Velto/Qt/QuickUserInterface.h"
 #include "Velto/Shell/AppDelegate.h"
 #include "Velto/Shell/ProgramMain.h"
@@ -19,24 +27,80 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace velto {
 
 namespace {
 
-int run(int argumentCount, char** arguments) {
-    if (handOverToRunningInstance()) return 0;
-    UnifiedLogSink log;
-    LoggingService::install(&log);
-    TerminationDelegate termination; // before Qt, which keeps the delegate that is there
+CommandClient makeClient() {
+    return {[] { return SingleInstance::socketsOfFirst({ProgramPlaces::lockFile()}); },
+            [] { startDetached(std::filesystem::canonical(ProgramPlaces::calledProgram()), {"--hidden"}); }};
+}
+
+/// Another one runs already: it shows itself, as far as this one was to.
+int raiseFirst(bool isToShow) {
+    try {
+        if (isToShow) makeClient().raise({});
+        return 0;
+    } catch (const CommandFailure& failure) {
+        std::fprintf(stderr, "velto: %s\n", failure.what());
+        return 1;
+    }
+}
+
+/// The system gives a program that is opened no room for as many clients as may be served at a time.
+void makeRoomForClients() {
+    constexpr rlim_t wanted = 1024;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) return;
+    limit.rlim_cur = std::min(wanted, limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// By a link the program is not known as its bundle's; it goes on as what the link leads to.
+void leaveLink(char** arguments) {
+    const std::filesystem::path program = ProgramPlaces::calledProgram();
+    if (std::filesystem::is_symlink(program)) execv(std::filesystem::canonical(program).c_str(), arguments);
+}
+
+void prepareQt() {
     // Qt would take the keyboard from whoever is typing when the program starts.
     qputenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM", "1");
     QQuickWindow::setDefaultAlphaBuffer(true);
-    QGuiApplication qt(argumentCount, arguments);
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+CommandService::Program programOf(MacApplication& application) {
+    const auto raise = [&application](const auto&) {
+        application.raise();
+        return true;
+    };
+    return {.quit = [&application] { application.requestQuit(); }, .raise = raise};
+}
+
+int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
+    leaveLink(arguments);
+    const SingleInstance instance({ProgramPlaces::lockFile()});
+    if (!instance.isFirst()) return raiseFirst(!line.isBackground && !line.isHidden);
+    makeRoomForClients();
+    UnifiedLogSink log;
+    LoggingService::install(&log);
+    for (const std::string& trouble : instance.troubles())
+        LoggingService::lifecycle.error("{}", trouble);
+    TerminationDelegate termination; // before Qt, which keeps the delegate that is there
+    prepareQt();
+    const QGuiApplication qt(argumentCount, arguments);
 
     DispatchMainActor actor;
     FoundationUserDefaults defaults;
@@ -56,10 +120,32 @@ int run(int argumentCount, char** arguments) {
         return std::make_unique<QuickUserInterface>(std::move(context));
     });
     const DispatchTerminationSignals terminationSignals([&application] { application.requestQuit(); });
-    const HandOverObserver handOver([&application] { application.raise(); });
+    CommandService commands(delegate.appState(), programOf(application));
+    DispatchFileDescriptorWatcher watcher;
+    LineServer server(watcher, actor, CommandService::greeting(),
+                      [&commands](LineClient& client) { return commands.converse(client); });
+    if (instance.listener() >= 0) server.listen(instance.listener());
     delegate.applicationDidFinishLaunching();
-    application.start();
+    if (!line.isBackground) application.start(line.isHidden);
     return QGuiApplication::exec();
+}
+
+int run(int& argumentCount, char** arguments) {
+    const CommandLine line =
+        CommandLine::parse(std::vector<std::string>(arguments + 1, arguments + argumentCount));
+    switch (line.kind) {
+    case CommandLine::Kind::run:
+        return runProgram(line, argumentCount, arguments);
+    case CommandLine::Kind::command:
+        return makeClient().perform(line);
+    case CommandLine::Kind::text:
+        std::fputs(line.text.c_str(), stdout);
+        return 0;
+    case CommandLine::Kind::wrong:
+        std::fprintf(stderr, "velto: %s\n", line.text.c_str());
+        return 2;
+    }
+    return 2;
 }
 
 } // namespace
@@ -67,5 +153,5 @@ int run(int argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
-    return velto::programMain("Velto", [&] { return velto::run(argumentCount, arguments); });
+    return velto::programMain("velto", [&] { return velto::run(argumentCount, arguments); });
 }
