@@ -4,7 +4,6 @@
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/RunningVelto.h"
 
-
 #include <cstdlib>
 #include <map>
 

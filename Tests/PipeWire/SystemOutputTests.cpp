@@ -140,13 +140,18 @@ TEST_F(SystemOutputTests, AChoiceOfAnAggregateThatWentWithItsServerIsForgottenAt
 
 TEST_F(SystemOutputTests, AChoiceOutlivesTheServerOfItsSession) {
     const auto isStored = [&](const std::string& name) {
-        return lab->waitUntil([&] {
+        return runUntil([&] {
             std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
             const std::string stored(std::istreambuf_iterator<char>(file), {});
             return stored.contains("default.configured.audio.sink=" + name);
         });
     };
-    const auto isConfiguredAgain = [&] { return runUntil([&] { return configured() == "desk"; }); };
+    const auto isConfiguredAgain = [&] {
+        return runUntil([&] {
+            refreshLab(); // which watches the store while others begin to
+            return configured() == "desk";
+        });
+    };
     lab->pickDefault("desk");
     ASSERT_TRUE(isStored("desk"));
     settle();

@@ -102,9 +102,8 @@ void PipeWireAudioClient::graphChanged() {
 void PipeWireAudioClient::followAggregate() {
     if (isCreatingAggregate_) return;
     const bool hasAggregate = aggregates_.existing() != nullptr;
-    const std::string name(AggregateDeviceManager::aggregateUID);
-    if (!hasAggregate && (hadAggregate_.value_or(true) || outputs_.isToBeRestored(name)))
-        outputs_.restore(name);
+    if (!hasAggregate && hadAggregate_.value_or(true))
+        outputs_.restore(std::string(AggregateDeviceManager::aggregateUID));
     hadAggregate_ = hasAggregate;
 }
 

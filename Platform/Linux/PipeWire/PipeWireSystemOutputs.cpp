@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -193,9 +194,8 @@ void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName
     constexpr const char* label = "Preparing for an aggregate";
     if (!connection_.roundTrip()) fail(label); // also, what was stored a moment ago counts
     defaultMetadata();                         // without a session manager nobody would give it its ports
-    // One that starts writes what it had stored, and then the default output. Before that, what it is about
-    // to bring back would be noted as nobody's choice.
-    connection_.waitUntil([this] { return defaultName().has_value(); });
+    // Before that, what it is about to bring back would be noted as nobody's choice.
+    connection_.waitUntil([this] { return settled_ == graph_.defaultMetadataGeneration(); });
     finishRestoring(pipeWireDeadline);
     if (connection_.isSilent() || notes_.isRestoring()) fail(label); // else it would go on in the session
     notes_.noteOutputs(aggregateName);
@@ -208,15 +208,25 @@ void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
     notes_.beginRestoring(aggregateName);
 }
 
-bool PipeWireSystemOutputs::isToBeRestored(const std::string& aggregateName) const {
-    // Later it is what somebody chooses, who knows of a sink of that name.
-    return settledSince_ != graph_.defaultMetadataGeneration() && !notes_.isRestoring() &&
-           notes_.isChosenWithoutNote(aggregateName);
-}
-
 void PipeWireSystemOutputs::finishRestoring(Duration deadline) {
     const auto isDone = [this] { return !notes_.isRestoring() || !graph_.defaultMetadata(); };
     becomesTrue(isDone, deadline);
+}
+
+/// A session manager that starts writes what it had stored, and then the default output. Many begin to watch
+/// its store in that moment, so some of it may not have been told: it is asked for, once. A choice of an
+/// aggregate that is gone is taken back then; a later one is that of somebody who knows of a sink of that
+/// name.
+void PipeWireSystemOutputs::settle() {
+    const int generation = graph_.defaultMetadataGeneration();
+    if (settling_ == generation || !defaultName()) return;
+    settling_ = generation;
+    graph_.refreshDefaultMetadata([this, generation] {
+        settled_ = generation;
+        const std::string name(AggregateDeviceManager::aggregateUID);
+        if (!aggregates_.existing() && !notes_.isRestoring() && notes_.isChosenWithoutNote(name))
+            restore(name);
+    });
 }
 
 /// A store that has let us miss a change may go on doing so, for good. What somebody chooses shows in where
@@ -249,7 +259,7 @@ void PipeWireSystemOutputs::stopAskingAgain() {
 }
 
 void PipeWireSystemOutputs::follow() {
-    if (defaultName()) settledSince_ = graph_.defaultMetadataGeneration();
+    settle();
     listenHarder();
     notes_.continueRestoring();
     holdDefault();

@@ -61,8 +61,6 @@ class PipeWireSystemOutputs {
     /// Where there is no aggregate of that name, or none any more: what is noted is put back, and a choice of
     /// it that outlived its server is no choice.
     void restore(const std::string& aggregateName);
-    /// Whether a session manager that starts has brought such a choice back.
-    bool isToBeRestored(const std::string& aggregateName) const;
     /// Waits for the end of that, as long as the server answers.
     void finishRestoring(Duration deadline);
 
@@ -78,6 +76,7 @@ class PipeWireSystemOutputs {
     /// Goes back to what was configured before the aggregate. False where the output itself is to be
     /// configured.
     bool leaveAggregate(const std::string& aggregateName, const std::string& outputName);
+    void settle();
     void holdDefault();
     void listenHarder();
     void askAgainForMissing();
@@ -104,8 +103,8 @@ class PipeWireSystemOutputs {
     std::optional<int> heldSince_;
     /// Ends the wait for the aggregate to be the default again.
     std::optional<MainActor::TimerID> reclaiming_;
-    /// The session manager, by generation, that has said all that it had stored.
-    std::optional<int> settledSince_;
+    /// The session manager, by generation, that was asked for all that it had stored, and has told it.
+    std::optional<int> settling_, settled_;
     /// The store, by generation, of which a change was only seen when it was asked anew.
     std::optional<int> deafStore_;
     std::uint64_t linkChanges_ = 0; // at the last look
