@@ -23,7 +23,10 @@ class SystemOutputTests : public RealServer {
         return nlohmann::json::parse(*value).at("name").get<std::string>();
     }
     bool becomesConfigured(const std::optional<std::string>& name) {
-        return lab->waitUntil([&] { return configured() == name; });
+        const auto isConfigured = [&] { return configured() == name; };
+        if (lab->waitUntil(isConfigured, std::chrono::milliseconds(500))) return true;
+        refreshLab(); // it is not told of what happens while others begin to watch
+        return lab->waitUntil(isConfigured);
     }
     /// What a session does: switches both outputs to an aggregate, back, and removes it.
     void runSession(std::string previous) {
