@@ -135,9 +135,7 @@ void LineServer::awaitClients() {
 void LineServer::restAWhile() {
     if (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED) return;
     watcher_.unwatch(listener_);
-    actor_.postAfter(std::chrono::seconds(1), [this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) awaitClients();
-    });
+    actor_.postAfter(std::chrono::seconds(1), lifetime_.whileAlive([this] { awaitClients(); }));
 }
 
 /// One a turn: whatever else is to be done goes on between them.
@@ -154,11 +152,10 @@ void LineServer::accept() {
 
 /// In a later turn: whoever ends may be at work.
 void LineServer::end(const Client& client) {
-    actor_.post([this, &client, alive = std::weak_ptr(alive_)] {
-        if (alive.expired()) return;
+    actor_.post(lifetime_.whileAlive([this, &client] {
         std::erase_if(clients_, [&](const auto& one) { return one.get() == &client; });
         awaitClients(); // there is a place
-    });
+    }));
 }
 
 } // namespace velto

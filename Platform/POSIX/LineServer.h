@@ -8,6 +8,7 @@
 
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Services/LineConversation.h"
 
 #include <chrono>
@@ -52,8 +53,7 @@ class LineServer {
     LineConversationFactory converse_;
     int listener_ = -1;
     std::vector<std::unique_ptr<Client>> clients_;
-    /// Work that was posted holds it weakly: it says whether the server still exists.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto

@@ -103,12 +103,12 @@ void PipeWireConnection::retryLater() {
 void PipeWireConnection::lose() {
     if (std::exchange(isLost_, true)) return;
     // The proxies can't be dropped from within the callback that brought the news.
-    actor_.post([this, alive = std::weak_ptr(alive_)] {
-        if (alive.expired() || !isLost_) return;
+    actor_.post(lifetime_.whileAlive([this] {
+        if (!isLost_) return;
         delegate_.connectionLost();
         disconnect();
         retryLater();
-    });
+    }));
 }
 
 void PipeWireConnection::serve(Duration longestWait) {

@@ -10,6 +10,7 @@
 
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Observation/Lifetime.h"
 
 #include <pipewire/pipewire.h>
 
@@ -94,7 +95,7 @@ class PipeWireConnection {
     std::deque<Question> questions_; // in the order in which they are answered
     bool isHanging_ = false;
     bool isLost_ = false;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 } // namespace velto

@@ -16,12 +16,11 @@ void PipeWireNews::begin() {
 bool PipeWireNews::isAnswering() const noexcept { return graph_.isComplete() && !connection_.isSilent(); }
 
 void PipeWireNews::tellLater() {
-    if (std::exchange(*isTelling_, true)) return;
-    actor_.post([this, alive = std::weak_ptr(isTelling_)] {
-        if (alive.expired()) return;
-        *isTelling_ = false;
+    if (std::exchange(isTelling_, true)) return;
+    actor_.post(lifetime_.whileAlive([this] {
+        isTelling_ = false;
         tell();
-    });
+    }));
 }
 
 void PipeWireNews::tell() {

@@ -8,8 +8,7 @@
 #include "Platform/Linux/PipeWire/PipeWireListeners.h"
 #include "Platform/Linux/PipeWire/PipeWireSnapshot.h"
 #include "VeltoCore/Async/MainActor.h"
-
-#include <memory>
+#include "VeltoCore/Observation/Lifetime.h"
 
 namespace velto {
 
@@ -45,8 +44,8 @@ class PipeWireNews {
     PipeWireListeners listeners_;
     PipeWireSnapshot told_;
     bool wasSilent_ = false;
-    /// A turn is asked for; gone with this object.
-    std::shared_ptr<bool> isTelling_ = std::make_shared<bool>(false);
+    bool isTelling_ = false; // a turn is asked for
+    Lifetime lifetime_;
 };
 
 } // namespace velto
