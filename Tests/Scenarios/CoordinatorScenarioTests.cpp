@@ -179,7 +179,6 @@ TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
     replug("bluetooth");
     app->stop();
     EXPECT_EQ(coordinator().activePresetID(), std::nullopt);
-    coordinator().updateActivePresetSettings();
     world.setVolume("bluetooth", 0.5F);
     world.setMuted("builtin", false);
     const auto before = stored();

@@ -33,22 +33,17 @@ AppState::AppState(PlatformServices platform)
       lifecycle_(coordinator_, preferences_, logger, platform_.actor) {}
 
 Task<void> AppState::launch() {
-    if (isShuttingDown_) co_return;
+    if (isShuttingDown()) co_return;
     logger.notice("Velto {} launched", publicText(shortVersion(platform_.host)));
     settings_.list().applyShowInDock();
     audioServiceMonitor_.start(); // first: the service may come while an earlier run is cleaned up after
     co_await coordinator_.start();
-    if (isShuttingDown_) co_return;
+    if (isShuttingDown()) co_return;
     menuBar_.applyLastPreset();
     menuBar_.subscribeToDeviceChanges();
     platform_.host.registerSleepObserver(
         {.willSleep = [this] { lifecycle_.willSleep(); }, .didWake = [this] { lifecycle_.didWake(); }});
     isLaunched_.set(true);
-}
-
-void AppState::beginTermination() {
-    isShuttingDown_ = true;
-    coordinator_.beginShutdown();
 }
 
 Task<void> AppState::prepareForTermination() {

@@ -62,11 +62,11 @@ class AppState {
         return isLaunched_.observe(std::move(handler));
     }
     /// At once: from now on nothing is started any more.
-    void beginTermination();
+    void beginTermination() noexcept { coordinator_.beginShutdown(); }
     /// Once: ends all that runs, and puts the system's outputs back.
     Task<void> prepareForTermination();
     /// Whether the program is about to end.
-    bool isShuttingDown() const noexcept { return isShuttingDown_; }
+    bool isShuttingDown() const noexcept { return coordinator_.isShuttingDown(); }
 
   private:
     PlatformServices platform_;
@@ -87,7 +87,6 @@ class AppState {
     SettingsViewModel settings_;
     AppLifecycleController lifecycle_;
     Observable<bool> isLaunched_;
-    bool isShuttingDown_ = false;
 };
 
 } // namespace velto

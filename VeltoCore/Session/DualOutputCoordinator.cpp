@@ -3,6 +3,8 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
+#include "VeltoCore/Session/ReturningOutput.h"
+#include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,14 +15,6 @@ namespace {
 
 constexpr const Logger& logger = LoggingService::routing;
 
-/// The master volume over these; none where no device has a volume.
-std::optional<float> loudest(const DeviceVolumeController::Settings& settings) {
-    std::optional<float> volume;
-    for (const auto& entry : settings)
-        volume = std::max(volume, entry.second.volume); // none is less than any
-    return volume;
-}
-
 } // namespace
 
 DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
@@ -28,16 +22,19 @@ DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
                                              DeviceVolumeController& volumeController, SyncEngine& syncEngine,
                                              SyncProfileManager& syncProfiles, MainActor& actor)
     : deviceManager_(deviceManager), systemAudio_(systemAudio), preferences_(preferences),
-      volumeController_(volumeController), syncEngine_(syncEngine), syncProfiles_(syncProfiles),
-      actor_(actor), stateSubscription_(systemAudio.observeState([this] { observers_.notify(); })),
+      syncEngine_(syncEngine), syncProfiles_(syncProfiles),
+      preset_(systemAudio, preferences, volumeController, actor), autoConnect_(preferences, deviceManager),
+      rememberedPair_(deviceManager),
+      stateSubscription_(systemAudio.observeState([this] { observers_.notify(); })),
       devicesSubscription_(deviceManager.observeDevices([this] {
           if (state().is<AudioSessionState::Degraded>()) observers_.notify(); // the lost one may be back
       })),
-      volumeSubscription_(volumeController.observeAdjustments([this] {
-          noteSettings();
-          updateActivePresetSettings();
-      })),
-      rememberedPair_(deviceManager), tasks_(actor) {}
+      presetSubscription_(preset_.observe([this] { observers_.notify(); })),
+      waits_(systemAudio, deviceManager, actor,
+             {.switchFailed = [this](auto) { return endAfterSwitch(); },
+              .aggregateGone = [this](auto session) { return repair(std::move(session)); },
+              .outputsLost = [this](auto session) { return endAfterLoss(std::move(session)); }}),
+      tasks_(actor) {}
 
 // What the user is shown
 
@@ -67,7 +64,7 @@ std::optional<SyncProfile> DualOutputCoordinator::currentSyncProfile() const {
 Task<void> DualOutputCoordinator::start() {
     co_await recover();
     if (isShuttingDown_) co_return;
-    previousConnectedUIDs_ = deviceManager_.knownUIDs();
+    autoConnect_.begin();
     changesSubscription_ = deviceManager_.onChange([this] { handleDevicesChanged(); });
     deviceManager_.startObserving();
 }
@@ -89,9 +86,8 @@ Task<void> DualOutputCoordinator::shutdown() {
     if (state().isActive()) {
         if (const auto error = co_await failureOf(systemAudio_.stop()))
             logger.error("Stop on shutdown failed: {}", error->errorDescription());
-        show(activePresetID_, std::optional<UUID>());
     }
-    volumeController_.stopTracking();
+    sessionChanged();
 }
 
 // Starting
@@ -105,7 +101,7 @@ Task<void> DualOutputCoordinator::activatePreset(AudioPreset preset) {
     auto [first, second] = preset.resolve(deviceManager_.devices());
     if (!first || !second) {
         const auto& missing = first ? preset.second : preset.first;
-        show(lastError_, std::optional(AudioManagerError::deviceNotFound(missing.name)));
+        show(lastError_, AudioManagerError::deviceNotFound(missing.name));
         co_return;
     }
     co_await startSession(std::move(*first), std::move(*second), preset.id, preset.deviceSettings);
@@ -117,20 +113,25 @@ Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOut
     co_await systemAudio_.abandonOrRecoveryEnded();
     if (isShuttingDown_ || isBusy()) co_return; // meanwhile
     rememberedPair_.forget();
-    show(lastError_, std::optional<AudioManagerError>());
-    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
-    hasMissedChanges_ = false;
-    endWaits();
-    auto progress =
-        lifetime_.whileAlive([this](PreparationStep step) { show(preparationStep_, std::optional(step)); });
+    beginOperation();
+    waits_.end();
+    auto progress = lifetime_.whileAlive([this](PreparationStep step) { show(preparationStep_, step); });
     if (const auto error = co_await failureOf(startSystemAudio(first, second, std::move(progress)))) {
         show(lastError_, error);
         sessionChanged();
     } else {
-        startSucceeded(first, second, presetID, settings);
+        preferences_.rememberLastUsed(first, second);
+        preset_.begin(presetID, settings);
+        waits_.watchSwitch();
     }
-    show(preparationStep_, std::optional<PreparationStep>());
-    checkSessionDevicesIfMissed();
+    show(preparationStep_, std::nullopt);
+    seeToLostOutputs();
+}
+
+/// What the user is shown of earlier ones is over.
+void DualOutputCoordinator::beginOperation() {
+    show(lastError_, std::nullopt);
+    show(pendingDisconnectDecision_, std::nullopt);
 }
 
 /// A start with the preferences as they are now.
@@ -146,17 +147,6 @@ std::optional<double> DualOutputCoordinator::preferredSampleRate() const {
     return rate > 0 ? std::optional(rate) : std::nullopt;
 }
 
-void DualOutputCoordinator::startSucceeded(const AudioOutputDevice& first, const AudioOutputDevice& second,
-                                           std::optional<UUID> presetID, const Settings& settings) {
-    preferences_.rememberLastUsed(first, second);
-    show(activePresetID_, presetID);
-    sessionSettings_.clear();
-    syncVolumeTracking();
-    if (!settings.empty()) volumeController_.apply(settings);
-    noteSettings();
-    watchSwitch();
-}
-
 // Stopping
 
 Task<void> DualOutputCoordinator::stopDualOutput() {
@@ -168,34 +158,30 @@ Task<void> DualOutputCoordinator::stopSession() {
     co_await systemAudio_.abandonOrRecoveryEnded();
     if (isShuttingDown_ || isBusy()) co_return; // meanwhile
     rememberedPair_.forget();
-    show(lastError_, std::optional<AudioManagerError>());
-    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    beginOperation();
     if (const auto error = co_await failureOf(systemAudio_.stop())) show(lastError_, error);
     sessionChanged();
 }
 
 Task<void> DualOutputCoordinator::resetAudioConfiguration() {
-    if (isShuttingDown_ || std::exchange(isResetting_, true)) co_return;
     co_await systemAudio_.operationEnded();
-    if (!isShuttingDown_) {
-        rememberedPair_.forget();
-        show(lastError_, std::optional<AudioManagerError>());
-        if (state().isActive()) co_await stopSession();
-        if (const auto error = co_await failureOf(systemAudio_.recoverIfNeeded())) {
-            show(lastError_, error);
-        } else if (!state().isActive() && !state().isBusy()) {
-            preferences_.saveRecoveryState(std::nullopt);
-            systemAudio_.clearFailure();
-            const bool isClean = !deviceManager_.device(AggregateDeviceManager::aggregateUID);
-            if (isClean) show(lastError_, std::optional<AudioManagerError>()); // whatever failed is repaired
-        }
-        sessionChanged();
+    if (isShuttingDown_) co_return;
+    rememberedPair_.forget();
+    show(lastError_, std::nullopt);
+    if (state().isActive()) co_await stopSession();
+    if (const auto error = co_await failureOf(systemAudio_.recoverIfNeeded())) {
+        show(lastError_, error);
+    } else if (!state().isActive() && !state().isBusy()) {
+        preferences_.saveRecoveryState(std::nullopt);
+        systemAudio_.clearFailure();
+        const bool isClean = !deviceManager_.device(AggregateDeviceManager::aggregateUID);
+        if (isClean) show(lastError_, std::nullopt); // whatever failed is repaired
     }
-    isResetting_ = false;
+    sessionChanged();
 }
 
 void DualOutputCoordinator::dismissError() {
-    show(lastError_, std::optional<AudioManagerError>());
+    show(lastError_, std::nullopt);
     systemAudio_.clearFailure();
 }
 
@@ -206,21 +192,19 @@ Task<void> DualOutputCoordinator::reconnect() {
     // An operation that leaves the state alone is giving the session up.
     if (!session || isShuttingDown_ || systemAudio_.isOperationRunning()) co_return;
     if (const auto missing = systemAudio_.missingSessionDevices(); !missing.empty()) {
-        show(lastError_, std::optional(AudioManagerError::deviceNotFound(missing.front().name)));
+        show(lastError_, AudioManagerError::deviceNotFound(missing.front().name));
         co_return;
     }
-    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
-    show(lastError_, std::optional<AudioManagerError>());
-    hasMissedChanges_ = false;
-    endWaits();
-    const Settings settings = volumeController_.currentSettings();
+    beginOperation();
+    waits_.end();
+    const Settings settings = preset_.settings();
     const std::optional<AudioManagerError> error = co_await failureOf(rebuild(*session));
     if (error) show(lastError_, error);
     sessionChanged();
-    if (!error) volumeController_.apply(settings);
+    if (!error) preset_.apply(settings);
     observers_.notify(); // the rebuild is over
-    watchSwitch();
-    checkSessionDevicesIfMissed();
+    waits_.watchSwitch();
+    seeToLostOutputs();
 }
 
 Task<void> DualOutputCoordinator::rebuild(DualOutputSession session) {
@@ -234,57 +218,183 @@ Task<void> DualOutputCoordinator::rebuild(DualOutputSession session) {
 }
 
 Task<void> DualOutputCoordinator::resolveDisconnect(bool keepPlaying) {
-    show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
+    show(pendingDisconnectDecision_, std::nullopt);
     if (!keepPlaying) co_await stopDualOutput();
-}
-
-// Presets and volumes
-
-std::optional<AudioPreset> DualOutputCoordinator::saveCurrentSessionAsPreset(std::string named) {
-    const auto session = systemAudio_.activeSession();
-    if (!session) return std::nullopt;
-    auto preset = AudioPreset::create(std::move(named), session->first, session->second, actor_.now());
-    preset.deviceSettings = volumeController_.currentSettings();
-    preset.masterVolume = loudest(preset.deviceSettings);
-    const UUID id = preset.id;
-    preferences_.savePreset(std::move(preset));
-    show(activePresetID_, std::optional(id));
-    return preferences_.preset(id);
-}
-
-void DualOutputCoordinator::updateActivePresetSettings() {
-    if (!activePresetID_ || !state().is<AudioSessionState::Active>()) return;
-    // The settings of an output that is missing would be lost.
-    if (!std::ranges::all_of(volumeController_.states(), &DeviceVolumeState::isConnected)) return;
-    const auto preset = preferences_.preset(*activePresetID_);
-    if (!preset) return;
-    AudioPreset changed = *preset;
-    changed.deviceSettings = volumeController_.currentSettings();
-    if (const auto master = loudest(changed.deviceSettings)) changed.masterVolume = master;
-    if (changed != *preset) preferences_.savePreset(std::move(changed));
 }
 
 void DualOutputCoordinator::sessionChanged() {
     if (!state().isActive()) {
-        show(activePresetID_, std::optional<UUID>());
-        show(pendingDisconnectDecision_, std::optional<AudioOutputDevice>());
-        endWaits();
+        show(pendingDisconnectDecision_, std::nullopt);
+        waits_.end();
     }
-    syncVolumeTracking();
+    preset_.sessionChanged();
 }
 
-void DualOutputCoordinator::syncVolumeTracking() {
-    if (const auto session = systemAudio_.activeSession()) {
-        volumeController_.track({session->first, session->second}, session->aggregateDeviceID);
+// Device changes
+
+void DualOutputCoordinator::handleDevicesChanged() {
+    autoConnect_.devicesChanged();
+    if (isBusy() || systemAudio_.isAbandoning()) return;
+    const auto session = systemAudio_.activeSession();
+    if (session) {
+        if (!wasSwitchedAway(*session)) checkSessionDevices();
+    } else if (!startRememberedPair()) {
+        const auto preset = autoConnect_.due();
+        if (!preset) return;
+        logger.notice("Auto Connect activating preset {}", publicText(preset->name));
+        tasks_.spawn(startByItself(preset->id));
+    }
+}
+
+bool DualOutputCoordinator::wasSwitchedAway(const DualOutputSession& session) {
+    const auto& output = deviceManager_.defaultOutputDevice();
+    if (!output) return false;
+    const bool isChoice = systemAudio_.isSomebodysChoice(output->uid);
+    waits_.watchSwitch();
+    if (!isChoice) return false;
+    if (isReturningOutput(output->uid, session, deviceManager_)) {
+        logger.notice("macOS routed output to a reconnected session device; re-asserting dual output");
+        if (systemAudio_.reassertDefaultOutput()) {
+            waits_.watchSwitch();
+            return false;
+        }
+        logger.error("The aggregate is gone");
+        tasks_.spawn(repair(session));
+        return true;
+    }
+    logger.notice("Default output switched away from the aggregate; ending session");
+    tasks_.spawn(abandon(systemAudio_.abandonSession()));
+    return true;
+}
+
+void DualOutputCoordinator::checkSessionDevices() {
+    const bool wasDegraded = state().is<AudioSessionState::Degraded>();
+    const bool needsRebuild = systemAudio_.updateDegradedState();
+    preset_.sessionChanged();
+    forgetAnsweredQuestion();
+    waits_.watchForLoss();
+    const auto* degraded = state().as<AudioSessionState::Degraded>();
+    if (degraded && !wasDegraded) {
+        applyDisconnectBehavior(degraded->missing);
+    } else if (degraded && needsRebuild && preferences_.autoReconnect()) {
+        tasks_.spawn(reconnectAfterReturn(degraded->session));
+    }
+}
+
+/// The return of the lost output is an answer; and when nothing remains there is nothing to ask.
+void DualOutputCoordinator::forgetAnsweredQuestion() {
+    if (!pendingDisconnectDecision_) return;
+    if (deviceManager_.device(pendingDisconnectDecision_->uid) || systemAudio_.isSessionWithoutOutputs())
+        show(pendingDisconnectDecision_, std::nullopt);
+}
+
+/// At the end of a start or rebuild: of those that were there when it began.
+void DualOutputCoordinator::seeToLostOutputs() {
+    if (!state().is<AudioSessionState::Active>()) return;
+    const auto isThere = [this](const AudioOutputDevice& output) {
+        return deviceManager_.device(output.uid).has_value();
+    };
+    if (!std::ranges::all_of(systemAudio_.activeSession()->devices(), isThere)) checkSessionDevices();
+}
+
+void DualOutputCoordinator::applyDisconnectBehavior(const AudioOutputDevice& missing) {
+    switch (preferences_.disconnectBehavior()) {
+    case DisconnectBehavior::keepPlaying:
+        break;
+    case DisconnectBehavior::pauseGroup:
+        logger.notice("Disconnect behaviour is pauseGroup; stopping");
+        tasks_.spawn(stopAfterDisconnect(*systemAudio_.activeSession()));
+        break;
+    case DisconnectBehavior::askUser:
+        if (!systemAudio_.isSessionWithoutOutputs()) show(pendingDisconnectDecision_, missing);
+        break;
+    }
+}
+
+// All outputs lost, or the switch
+
+Task<void> DualOutputCoordinator::endAfterSwitch() {
+    logger.error("The aggregate did not become the default output; ending session");
+    co_await stopSession();
+    if (!lastError_)
+        show(lastError_, AudioManagerError::cannotSetDefaultOutput("The system did not switch to it."));
+}
+
+Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session) {
+    logger.notice("All outputs of the session are gone; ending session");
+    RememberedPair::Content pair{std::move(session), preset_.id(), preset_.settings()};
+    co_await stopSession();
+    if (!state().is<AudioSessionState::Idle>() || !preferences_.autoReconnect()) co_return;
+    rememberedPair_.remember(std::move(pair));
+    startRememberedPair(); // when they came back while it ended
+}
+
+/// True when it is back, and about to play.
+bool DualOutputCoordinator::startRememberedPair() {
+    auto pair = rememberedPair_.takeWhenBack();
+    if (!pair) return false;
+    logger.notice("The lost outputs are back; playing together again");
+    tasks_.spawn(startAgain(std::move(*pair)));
+    return true;
+}
+
+Task<void> DualOutputCoordinator::startAgain(RememberedPair::Content pair) {
+    const auto first = deviceManager_.device(pair.session.first.uid);
+    const auto second = deviceManager_.device(pair.session.second.uid);
+    if (!first || !second || state().isActive()) co_return; // by now
+    co_await startSession(*first, *second, pair.presetID, std::move(pair.settings));
+}
+
+// Waking up
+
+void DualOutputCoordinator::handleWake() {
+    deviceManager_.refresh();
+    const auto session = systemAudio_.activeSession();
+    if (!session) return;
+    if (systemAudio_.isSessionHealthy()) {
+        handleDevicesChanged();
     } else {
-        volumeController_.stopTracking();
+        logger.error("Session is unhealthy after wake");
+        tasks_.spawn(repair(*session));
     }
 }
 
-/// An output that is gone keeps those that it had.
-void DualOutputCoordinator::noteSettings() {
-    for (const auto& [uid, settings] : volumeController_.currentSettings())
-        sessionSettings_.insert_or_assign(uid, settings);
+void DualOutputCoordinator::handleServiceRestart() {
+    handleWake();
+    if (!isShuttingDown_) tasks_.spawn(recover());
+}
+
+// Tasks that events start. By the time they run, the world may be another one.
+
+Task<void> DualOutputCoordinator::abandon(Task<void> abandoning) {
+    co_await std::move(abandoning);
+    sessionChanged();
+}
+
+Task<void> DualOutputCoordinator::stopAfterDisconnect(DualOutputSession session) {
+    if (isRunning(session)) co_await stopDualOutput();
+}
+
+Task<void> DualOutputCoordinator::reconnectAfterReturn(DualOutputSession session) {
+    if (isRunning(session)) co_await reconnect();
+}
+
+Task<void> DualOutputCoordinator::repair(DualOutputSession session) {
+    if (!isRunning(session)) co_return;
+    if (systemAudio_.missingSessionDevices().empty()) {
+        co_await reconnect();
+    } else { // nothing to rebuild it from
+        systemAudio_.updateDegradedState();
+        preset_.sessionChanged();
+        waits_.watchForLoss();
+    }
+}
+
+Task<void> DualOutputCoordinator::startByItself(UUID presetID) {
+    if (isShuttingDown_ || isBusy() || state().isActive()) co_return;
+    auto preset = preferences_.preset(presetID);
+    if (!preset) co_return; // removed meanwhile
+    co_await activatePreset(std::move(*preset));
 }
 
 } // namespace velto

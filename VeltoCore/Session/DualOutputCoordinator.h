@@ -8,20 +8,19 @@
 // - A start or stop that comes while starting, stopping or rebuilding changes nothing at all. One that comes
 //   during an abandon or a recovery waits for it, and is ignored likewise when another one got ahead.
 // - Synchronous handlers never wait: they start tasks. Such a task knows which session it means, and does
-//   nothing when that one doesn't run any more.
-// - Device changes during a start, a rebuild or an abandon are only noted. When a start or rebuild ends well,
-//   the devices (not the default output, which may still read old) are looked at once more.
+//   nothing when that one doesn't run any more. To give a session up is under way from the decision on.
+// - Device changes during a start, a rebuild or an abandon are left alone. When a start or rebuild has ended
+//   well, outputs that went meanwhile are seen to (not the default output, which may still read old).
 // - There is no turn of the main loop between the end of an operation and the steps taken here after it:
 //   whoever waited for it finds them done.
-// - What reads as the default output before a switch of ours shows is nobody's choice. A switch that does not
-//   show for 5 seconds is made once more; after another 5 the session ends.
-// - A session that has lost all its outputs for 5 seconds ends, if sound could go elsewhere. Its pair is
-//   started again when it is back, before Auto Connect, unless somebody wanted something else meanwhile.
-// - Neither of these 5 seconds counts time asleep, or passes while the audio service does not answer.
+// - What reads as the default output before a switch of ours shows is nobody's choice. A session whose switch
+//   does not show ends, and so does one that has lost all its outputs, each after its time (SessionWaits).
+// - The pair of a session that was lost is started again when it is back, before Auto Connect, unless
+// somebody
+//   wanted something else meanwhile.
 // - Shutting down turns away all that is started later, waits for what runs, then ends the session.
 #pragma once
 
-#include "VeltoCore/Async/Cancellation.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Async/TaskScope.h"
@@ -35,9 +34,12 @@
 #include "VeltoCore/Session/DualOutputSession.h"
 #include "VeltoCore/Session/PreparationStep.h"
 #include "VeltoCore/Session/RememberedPair.h"
+#include "VeltoCore/Session/SessionPreset.h"
+#include "VeltoCore/Session/SessionWaits.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Session/VeltoStatus.h"
 #include "VeltoCore/Settings/AudioPreset.h"
+#include "VeltoCore/Settings/AutoConnect.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 #include "VeltoCore/Sync/SyncEngine.h"
 #include "VeltoCore/Sync/SyncProfileManager.h"
@@ -45,8 +47,8 @@
 
 #include <functional>
 #include <optional>
-#include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace velto {
@@ -77,7 +79,7 @@ class DualOutputCoordinator {
         return pendingDisconnectDecision_;
     }
     /// The preset that the running session was started from or saved as.
-    const std::optional<UUID>& activePresetID() const noexcept { return activePresetID_; }
+    const std::optional<UUID>& activePresetID() const noexcept { return preset_.id(); }
 
     SyncEngine& syncEngine() const noexcept { return syncEngine_; }
     /// The profile of the session's outputs.
@@ -93,6 +95,7 @@ class DualOutputCoordinator {
     Task<void> shutdown();
     /// For when shutdown() can only follow in a later turn: turns away from now on all that would be started.
     void beginShutdown() noexcept { isShuttingDown_ = true; }
+    bool isShuttingDown() const noexcept { return isShuttingDown_; }
     /// After the machine woke: rebuilds a session that did not survive.
     void handleWake();
     /// When the audio service answers again: as after a wake; and what got no answer is cleaned up after.
@@ -113,65 +116,49 @@ class DualOutputCoordinator {
     Task<void> resolveDisconnect(bool keepPlaying);
     void dismissError();
 
-    /// Saves the session with its volumes as a new preset, which is the active one from then on. None
-    /// without a session.
-    std::optional<AudioPreset> saveCurrentSessionAsPreset(std::string named);
-    /// Takes the session's volumes over into the active preset, which is written when they differ; nothing
-    /// while an output is missing. Every adjustment does it.
-    void updateActivePresetSettings();
+    /// Saves the session with its volumes as a new preset, which is the active one from then on, and follows
+    /// each adjustment. None without a session.
+    std::optional<AudioPreset> saveCurrentSessionAsPreset(std::string named) {
+        return preset_.saveAs(std::move(named));
+    }
 
   private:
-    using Settings = DeviceVolumeController::Settings;
+    using Settings = SessionPreset::Settings;
 
     Task<void> startSession(AudioOutputDevice first, AudioOutputDevice second, std::optional<UUID> presetID,
                             Settings settings);
     Task<void> startSystemAudio(AudioOutputDevice first, AudioOutputDevice second,
                                 SystemAudioManager::ProgressHandler progress);
-    void startSucceeded(const AudioOutputDevice& first, const AudioOutputDevice& second,
-                        std::optional<UUID> presetID, const Settings& settings);
     Task<void> stopSession();
     Task<void> recover();
+    void beginOperation();
     /// After a session has ended or could not be made.
     void sessionChanged();
-    void syncVolumeTracking();
     Task<void> rebuild(DualOutputSession session);
     std::optional<double> preferredSampleRate() const;
-    void noteSettings();
     bool isBusy() const noexcept { return state().isBusy(); }
-
-    // Events (DualOutputCoordinatorEvents.cpp)
 
     void handleDevicesChanged();
     /// True when somebody else chose another output: the session is being given up.
     bool wasSwitchedAway(const DualOutputSession& session);
     void checkSessionDevices();
-    void checkSessionDevicesIfMissed();
+    void seeToLostOutputs();
     void forgetAnsweredQuestion();
-    bool isAllLost() const;
-    bool canEndForLoss() const;
-    static void end(std::optional<CancellationSource>& wait);
-    void endWaits() {
-        end(lossWait_);
-        end(switchWait_);
-    }
-    void watchForLoss();
-    void watchSwitch();
     bool startRememberedPair();
     void applyDisconnectBehavior(const AudioOutputDevice& missing);
-    void evaluateAutoConnect(const std::set<std::string>& connected, const std::set<std::string>& previous);
-    Task<void> abandon(DualOutputSession session);
+    Task<void> abandon(Task<void> abandoning);
     Task<void> stopAfterDisconnect(DualOutputSession session);
     Task<void> reconnectAfterReturn(DualOutputSession session);
     Task<void> repair(DualOutputSession session);
-    Task<void> endAfterLoss(DualOutputSession session, CancellationToken token);
-    Task<void> confirmSwitch(DualOutputSession session, CancellationToken token);
+    Task<void> endAfterLoss(DualOutputSession session);
+    Task<void> endAfterSwitch();
     Task<void> startAgain(RememberedPair::Content pair);
-    Task<void> autoConnect(UUID presetID);
+    Task<void> startByItself(UUID presetID);
     bool isRunning(const DualOutputSession& session) const { return systemAudio_.activeSession() == session; }
 
     /// Changes what the user is shown; tells observers when it differs.
     template <class T>
-    void show(T& shown, T value) {
+    void show(T& shown, std::type_identity_t<T> value) {
         if (shown == value) return;
         shown = std::move(value);
         observers_.notify();
@@ -180,37 +167,25 @@ class DualOutputCoordinator {
     AudioDeviceManager& deviceManager_;
     SystemAudioManager& systemAudio_;
     PreferencesManager& preferences_;
-    DeviceVolumeController& volumeController_;
     SyncEngine& syncEngine_;
     SyncProfileManager& syncProfiles_;
-    MainActor& actor_;
+    SessionPreset preset_;
+    AutoConnect autoConnect_;
+    RememberedPair rememberedPair_;
 
     std::optional<AudioManagerError> lastError_;
     std::optional<PreparationStep> preparationStep_;
     std::optional<AudioOutputDevice> pendingDisconnectDecision_;
-    std::optional<UUID> activePresetID_;
     ObserverList observers_;
 
     Subscription changesSubscription_;
     Subscription stateSubscription_;
     Subscription devicesSubscription_;
-    Subscription volumeSubscription_;
-    /// At the last device change; absent as long as the devices could never be read: nothing is new then.
-    std::optional<std::set<std::string>> previousConnectedUIDs_;
-    /// From the decision to give the session up until that is done.
-    bool isAbandoning_ = false;
-    bool isResetting_ = false;
+    Subscription presetSubscription_;
     bool isShuttingDown_ = false;
-    RememberedPair rememberedPair_;
-    /// Of the session's outputs, also of those that have gone meanwhile.
-    Settings sessionSettings_;
-    /// Present while they wait.
-    std::optional<CancellationSource> lossWait_;
-    std::optional<CancellationSource> switchWait_;
-    /// Device changes came that were only noted.
-    bool hasMissedChanges_ = false;
     Lifetime lifetime_;
-    TaskScope tasks_; // dies first: its tasks use all the others
+    SessionWaits waits_; // its tasks use all the others
+    TaskScope tasks_;    // dies first: its tasks use all of them
 };
 
 } // namespace velto

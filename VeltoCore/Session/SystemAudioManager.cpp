@@ -1,6 +1,5 @@
 #include "VeltoCore/Session/SystemAudioManager.h"
 
-#include "VeltoCore/CoreAudio/Answer.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -18,6 +17,8 @@ AudioGroup makeGroup(const AudioOutputDevice& first, const AudioOutputDevice& se
     }
 }
 
+Task<void> nothing() { co_return; }
+
 AudioManagerError noAnswer() { return AudioManagerError::coreAudioError(kAudioHardwareNotRunningError); }
 
 } // namespace
@@ -26,7 +27,8 @@ SystemAudioManager::SystemAudioManager(CoreAudioClient& client, AudioDeviceManag
                                        AggregateDeviceManager& aggregateManager,
                                        RecoveryStateStore& recoveryStore, MainActor& actor)
     : client_(client), deviceManager_(deviceManager), aggregateManager_(aggregateManager),
-      recoveryStore_(recoveryStore), actor_(actor), outputs_(client, deviceManager), operation_(actor) {}
+      recoveryStore_(recoveryStore), actor_(actor), outputs_(client, deviceManager), presence_(client),
+      operation_(actor) {}
 
 // One operation at a time
 
@@ -171,8 +173,8 @@ Task<void> SystemAudioManager::endSession(DualOutputSession session) {
 
 /// Takes all steps whatever fails, unless there is no answer; then throws the first failure.
 Task<void> SystemAudioManager::undo(DualOutputSession session) {
-    std::optional<AudioManagerError> failure = restoreOutputs(session);
-    if (const auto aggregate = aggregateOf(session)) {
+    std::optional<AudioManagerError> failure = restoreUnlessChosen(session);
+    if (const auto aggregate = presence_.aggregate(session)) {
         if (const auto error = co_await failureOf(aggregateManager_.destroyAggregate(*aggregate))) {
             if (error->isNoAnswer()) throw *error;
             logger.error("Destroy failed: {}", error->errorDescription());
@@ -186,12 +188,14 @@ Task<void> SystemAudioManager::undo(DualOutputSession session) {
 
 /// What failed; none also when someone else has changed the output, who is left alone. Throws only when there
 /// is no answer.
-std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOutputSession& session) {
-    if (outputs_.isDefaultOutputChosen()) {
-        logger.notice("Default output was changed externally; skipping restore");
-        return std::nullopt;
-    }
-    const PreviousOutputs previous = previousOutputs(session);
+std::optional<AudioManagerError> SystemAudioManager::restoreUnlessChosen(const DualOutputSession& session) {
+    if (!outputs_.isDefaultOutputChosen()) return restore(previousOutputs(session));
+    logger.notice("Default output was changed externally; skipping restore");
+    return std::nullopt;
+}
+
+/// What failed. Throws only when there is no answer.
+std::optional<AudioManagerError> SystemAudioManager::restore(const PreviousOutputs& previous) {
     try {
         outputs_.restoreOutput(previous.defaultUID, previous.systemUID);
         return std::nullopt;
@@ -201,13 +205,6 @@ std::optional<AudioManagerError> SystemAudioManager::restoreOutputs(const DualOu
         logger.error("Restore failed: {}", error.errorDescription());
         return error;
     }
-}
-
-/// None when it is gone. Where it can't be looked up, it counts as there: it must not be left behind. Throws
-/// only when there is no answer.
-std::optional<AudioObjectID> SystemAudioManager::aggregateOf(const DualOutputSession& session) const {
-    return answeredOr(session.aggregateDeviceID,
-                      [this] { return client_.deviceID(AggregateDeviceManager::aggregateUID); });
 }
 
 /// Where sound goes now is somebody's choice, if it is not our aggregate: a recovery that is left to do must
@@ -257,15 +254,7 @@ Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRe
         co_await failureOf(replaceSession(session, std::move(request), previous));
     if (!failure) co_return;
     // Sound had gone elsewhere with the aggregate: undoing the session did not put the outputs back.
-    if (isElsewhere && !failure->isNoAnswer()) {
-        try {
-            outputs_.restoreOutput(previous.defaultUID, previous.systemUID);
-        } catch (...) {
-            const AudioManagerError error = currentAudioManagerError();
-            if (error.isNoAnswer()) throw error;
-            logger.error("Restore failed: {}", error.errorDescription());
-        }
-    }
+    if (isElsewhere && !failure->isNoAnswer()) restore(previous);
     throw *failure;
 }
 
@@ -288,9 +277,13 @@ PreviousOutputs SystemAudioManager::previousOutputs(const DualOutputSession& ses
 
 Task<void> SystemAudioManager::abandonSession() {
     const auto session = activeSession();
-    if (!session || operation_.running()) co_return;
-    const Marker::Mark mark(operation_, Operation::abandon);
-    const std::optional<AudioManagerError> failure = co_await failureOf(removeAggregate(*session));
+    if (!session || operation_.running()) return nothing();
+    return abandon(*session, std::make_unique<Marker::Mark>(operation_, Operation::abandon));
+}
+
+Task<void> SystemAudioManager::abandon(DualOutputSession session, std::unique_ptr<Marker::Mark> mark) {
+    const auto running = std::move(mark); // until this ends, not as long as the task is kept
+    const std::optional<AudioManagerError> failure = co_await failureOf(removeAggregate(std::move(session)));
     if (failure) respectChoice();
     closeRecord(failure);
     deviceManager_.refresh();
@@ -300,7 +293,7 @@ Task<void> SystemAudioManager::abandonSession() {
 
 /// Throws only when there is no answer.
 Task<void> SystemAudioManager::removeAggregate(DualOutputSession session) {
-    const auto aggregate = aggregateOf(session);
+    const auto aggregate = presence_.aggregate(session);
     if (!aggregate) co_return;
     co_await destroyQuietly(*aggregate);
 }
@@ -323,13 +316,7 @@ Task<bool> SystemAudioManager::recover() {
                   aggregate.has_value(), record.has_value());
     if (outputs_.isDefaultOutputOurs() || aggregate) {
         const RecoveryState recorded = record.value_or(RecoveryState());
-        try {
-            outputs_.restoreOutput(recorded.previousDefaultOutputUID, recorded.previousSystemOutputUID);
-        } catch (...) {
-            const AudioManagerError error = currentAudioManagerError();
-            if (error.isNoAnswer()) throw error;
-            logger.error("Recovery restore failed: {}", error.errorDescription());
-        }
+        restore({recorded.previousDefaultOutputUID, recorded.previousSystemOutputUID});
     }
     if (aggregate) {
         co_await destroyQuietly(*aggregate);
@@ -337,6 +324,75 @@ Task<bool> SystemAudioManager::recover() {
     recoveryStore_.saveRecoveryState(std::nullopt);
     deviceManager_.refresh();
     co_return true;
+}
+
+// A session that runs
+
+bool SystemAudioManager::reassertDefaultOutput() {
+    const auto session = activeSession();
+    if (!session || operation_.running()) return true; // a session that is being given up stays down
+    try {
+        if (!presence_.isAggregateThere(*session)) return false;
+        outputs_.switchAgainTo(session->aggregateDeviceID);
+        logger.notice("Re-asserted aggregate as default output");
+    } catch (...) {
+        logger.error("Could not re-assert default output: {}", currentErrorDescription());
+    }
+    deviceManager_.refresh();
+    return true;
+}
+
+bool SystemAudioManager::updateDegradedState() {
+    if (operation_.running()) return false;
+    if (const auto* degraded = state().as<AudioSessionState::Degraded>()) {
+        try {
+            return updateDegraded(*degraded);
+        } catch (const AudioManagerError&) { // no answer
+            return false;
+        }
+    }
+    if (const auto missing = missingSessionDevices(); !missing.empty()) {
+        logger.error("{} disconnected during dual output", publicText(missing.front().name));
+        state_.set(AudioSessionState::Degraded{*activeSession(), missing.front()});
+    }
+    return false;
+}
+
+/// Throws only when there is no answer.
+bool SystemAudioManager::updateDegraded(AudioSessionState::Degraded degraded) {
+    if (!presence_.isComplete(degraded.session)) return false;
+    const std::string name = degraded.missing.name;
+    if (!presence_.takesPart(degraded.missing, degraded.session)) {
+        logger.notice("{} reconnected but is not active in the aggregate", publicText(name));
+        return true;
+    }
+    logger.notice("{} reconnected and rejoined the aggregate", publicText(name));
+    state_.set(AudioSessionState::Active{std::move(degraded.session)});
+    return false;
+}
+
+std::vector<AudioOutputDevice> SystemAudioManager::missingSessionDevices() const {
+    const auto session = activeSession();
+    return session ? presence_.missing(*session) : std::vector<AudioOutputDevice>();
+}
+
+bool SystemAudioManager::isSessionWithoutOutputs() const {
+    const auto session = activeSession();
+    return session && presence_.missing(*session).size() == session->devices().size();
+}
+
+bool SystemAudioManager::isSessionHealthy() noexcept {
+    const auto session = activeSession();
+    if (!session) return false;
+    try {
+        return presence_.isAggregateThere(*session) && !outputs_.isDefaultOutputChosen();
+    } catch (...) {
+        return currentAudioManagerError().isNoAnswer();
+    }
+}
+
+void SystemAudioManager::clearFailure() {
+    if (state().is<AudioSessionState::Failed>()) state_.set(AudioSessionState::Idle{});
 }
 
 } // namespace velto

@@ -25,9 +25,11 @@
 #include "VeltoCore/Session/AudioSessionState.h"
 #include "VeltoCore/Session/DualOutputSession.h"
 #include "VeltoCore/Session/PreparationStep.h"
+#include "VeltoCore/Session/SessionPresence.h"
 #include "VeltoCore/Session/SystemOutputs.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -66,7 +68,8 @@ class SystemAudioManager {
     Task<void> rebuild(AudioOutputDevice first, AudioOutputDevice second, std::string aggregateName,
                        std::optional<double> preferredSampleRate, ClockStrategy clockStrategy);
     /// Gives the session up where it can't go on: removes the aggregate, leaves the outputs alone. The state
-    /// stays as it was until that is done. Nothing without a session or while one is being given up.
+    /// stays as it was until that is done. Under way from the call on, not only when it is awaited. Nothing
+    /// without a session or while something runs.
     Task<void> abandonSession();
     /// Cleans up after a session that was not ended; false when there was nothing to do. A session that runs
     /// is no left-over: it is left alone. Throws when there is no answer: it is for later then.
@@ -77,6 +80,7 @@ class SystemAudioManager {
     Task<void> abandonOrRecoveryEnded();
     bool isOperationRunning() const noexcept { return operation_.running().has_value(); }
     bool isRebuilding() const noexcept { return operation_.isRunning(Operation::rebuild); }
+    bool isAbandoning() const noexcept { return operation_.isRunning(Operation::abandon); }
     /// False while the audio service is known to be away or to hang.
     bool isAnswering() const noexcept { return client_.isAnswering(); }
 
@@ -96,6 +100,8 @@ class SystemAudioManager {
     /// The session's devices that can't be found now, the first before the second. What gets no answer is
     /// not missing.
     std::vector<AudioOutputDevice> missingSessionDevices() const;
+    /// Whether a session runs, all of whose outputs are missing.
+    bool isSessionWithoutOutputs() const;
     /// Whether the session's aggregate exists and is the default output, or about to be; false when that
     /// can't be read, but true while there is no answer: unknown is not unhealthy.
     bool isSessionHealthy() noexcept;
@@ -128,17 +134,15 @@ class SystemAudioManager {
     Task<AggregateDeviceInfo> createAggregate(StartRequest request);
     Task<void> destroyQuietly(AudioObjectID aggregate);
     Task<void> endSession(DualOutputSession session);
+    Task<void> abandon(DualOutputSession session, std::unique_ptr<Marker::Mark> mark);
     Task<void> undo(DualOutputSession session);
     Task<void> removeAggregate(DualOutputSession session);
     Task<bool> recover();
-    std::optional<AudioManagerError> restoreOutputs(const DualOutputSession& session);
-    std::optional<AudioObjectID> aggregateOf(const DualOutputSession& session) const;
+    std::optional<AudioManagerError> restoreUnlessChosen(const DualOutputSession& session);
+    std::optional<AudioManagerError> restore(const PreviousOutputs& previous);
     void closeRecord(const std::optional<AudioManagerError>& failure);
     void respectChoice();
-    bool isFound(const AudioOutputDevice& device) const;
-    bool isAggregatePresent(const DualOutputSession& session) const;
-    bool isActiveInAggregate(const DualOutputSession& session, const std::string& uid) const;
-    bool updateDegraded(const AudioSessionState::Degraded& degraded);
+    bool updateDegraded(AudioSessionState::Degraded degraded);
 
     CoreAudioClient& client_;
     AudioDeviceManager& deviceManager_;
@@ -146,6 +150,7 @@ class SystemAudioManager {
     RecoveryStateStore& recoveryStore_;
     MainActor& actor_;
     SystemOutputs outputs_;
+    SessionPresence presence_;
     Marker operation_;
     Observable<AudioSessionState> state_;
 };
