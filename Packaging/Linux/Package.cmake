@@ -3,7 +3,8 @@ include(GNUInstallDirs)
 find_program(VELTO_GZIP gzip REQUIRED)
 
 install(TARGETS velto RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS velto-desktop velto-windows LIBRARY DESTINATION lib/velto) # where the program looks for them
+install(TARGETS velto-desktop velto-windows velto-delay # where the program looks for them
+  LIBRARY DESTINATION lib/velto RUNTIME DESTINATION lib/velto)
 set(files ${CMAKE_CURRENT_LIST_DIR})
 install(FILES ${files}/com.corlent.velto.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${files}/com.corlent.velto.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
