@@ -4,8 +4,7 @@
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/POSIX/DetachedProgram.h"
 #include "Platform/POSIX/SingleInstance.h"
-#include "Velto/Commands/CommandClient.h"
-#include "Velto/Commands/CommandLine.h"
+#include "Velto/Commands/CommandEntry.h"
 #include "Velto/Linux/Program.h"
 #include "Velto/Linux/ProgramModule.h"
 #include "Velto/Shell/ProgramMain.h"
@@ -14,6 +13,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velto {
@@ -70,20 +70,8 @@ int run(int& argumentCount, char** arguments) {
     std::vector<std::string> words(arguments + 1, arguments + argumentCount);
     // By it a desktop's session starts again what ran when it was left; it is Qt's to read.
     if (words.size() >= 2 && words.front() == "-session") words.erase(words.begin(), words.begin() + 2);
-    const CommandLine line = CommandLine::parse(std::move(words));
-    switch (line.kind) {
-    case CommandLine::Kind::run:
-        return runProgram(line, argumentCount, arguments);
-    case CommandLine::Kind::command:
-        return makeClient().perform(line);
-    case CommandLine::Kind::text:
-        std::fputs(line.text.c_str(), stdout);
-        return 0;
-    case CommandLine::Kind::wrong:
-        std::fprintf(stderr, "velto: %s\n", line.text.c_str());
-        return 2;
-    }
-    return 2;
+    const auto program = [&](const CommandLine& line) { return runProgram(line, argumentCount, arguments); };
+    return runWords(std::move(words), {program, makeClient});
 }
 
 } // namespace

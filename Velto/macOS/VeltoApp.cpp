@@ -14,8 +14,7 @@
 #include "Platform/macOS/ProgramPlaces.h"
 #include "Platform/macOS/TerminationDelegate.h"
 #include "Platform/macOS/UnifiedLogSink.h"
-#include "Velto/Commands/CommandClient.h"
-#include "Velto/Commands/CommandLine.h"
+#include "Velto/Commands/CommandEntry.h"
 #include "Velto/Commands/CommandService.h"
 #include "Velto/Qt/QuickUserInterface.h"
 #include "Velto/Shell/AppDelegate.h"
@@ -131,21 +130,9 @@ int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
 }
 
 int run(int& argumentCount, char** arguments) {
-    const CommandLine line =
-        CommandLine::parse(std::vector<std::string>(arguments + 1, arguments + argumentCount));
-    switch (line.kind) {
-    case CommandLine::Kind::run:
-        return runProgram(line, argumentCount, arguments);
-    case CommandLine::Kind::command:
-        return makeClient().perform(line);
-    case CommandLine::Kind::text:
-        std::fputs(line.text.c_str(), stdout);
-        return 0;
-    case CommandLine::Kind::wrong:
-        std::fprintf(stderr, "velto: %s\n", line.text.c_str());
-        return 2;
-    }
-    return 2;
+    const auto program = [&](const CommandLine& line) { return runProgram(line, argumentCount, arguments); };
+    return runWords(std::vector<std::string>(arguments + 1, arguments + argumentCount),
+                    {program, makeClient});
 }
 
 } // namespace
