@@ -1,6 +1,7 @@
 #include "VeltoCore/Recovery/RecoveryState.h"
 
-#include "VeltoCore/Foundation/JSONFields.h"
+#include "VeltoCore/Foundation/JSONReading.h"
+#include "VeltoCore/Foundation/JSONWriting.h"
 
 namespace velto {
 

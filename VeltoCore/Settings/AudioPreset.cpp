@@ -1,6 +1,7 @@
 #include "VeltoCore/Settings/AudioPreset.h"
 
-#include "VeltoCore/Foundation/JSONFields.h"
+#include "VeltoCore/Foundation/JSONReading.h"
+#include "VeltoCore/Foundation/JSONWriting.h"
 
 #include <algorithm>
 

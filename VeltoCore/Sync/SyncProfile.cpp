@@ -1,6 +1,7 @@
 #include "VeltoCore/Sync/SyncProfile.h"
 
-#include "VeltoCore/Foundation/JSONFields.h"
+#include "VeltoCore/Foundation/JSONReading.h"
+#include "VeltoCore/Foundation/JSONWriting.h"
 
 #include <algorithm>
 #include <array>
