@@ -3,10 +3,10 @@
 #include "Platform/Linux/PipeWire/PipeWireDeviceProperties.h"
 #include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -19,16 +19,6 @@ namespace {
 constexpr SampleRateRange serverRates{8000, 192000};
 /// How long the session manager may take to leave a removed default output. It takes about 2 ms.
 constexpr std::chrono::milliseconds newDefaultGrace{200};
-
-/// The UID of an output of somebody else that has the name Velto's own aggregate would have: it must not be
-/// taken for that.
-constexpr std::string_view impostorUID = "com.corlent.velto.aggregate (another program's)";
-
-std::string uidOf(const PipeWireNode& node) {
-    const bool isImpostor =
-        node.name() == AggregateDeviceManager::aggregateUID && !PipeWireAggregates::isAggregate(node);
-    return isImpostor ? std::string(impostorUID) : node.name();
-}
 
 [[noreturn]] void fail(OSStatus status, const char* operation, AudioObjectID device) {
     failPipeWireCall(status, operation + (" " + std::to_string(device)));
@@ -180,14 +170,12 @@ std::vector<AudioObjectID> PipeWireAudioClient::allDeviceIDs() {
 
 std::optional<AudioObjectID> PipeWireAudioClient::deviceID(std::string_view forUID) {
     requireAnswer("DeviceID");
-    const bool isImpostor = forUID == impostorUID;
-    const PipeWireNode* node = graph_.device(isImpostor ? AggregateDeviceManager::aggregateUID : forUID);
-    const bool isFound = node && uidOf(*node) == forUID && !aggregates_.isJoining(*node);
-    return isFound ? std::optional(node->objectID()) : std::nullopt;
+    const PipeWireNode* node = PipeWireDeviceProperties::device(graph_, forUID);
+    return node && !aggregates_.isJoining(*node) ? std::optional(node->objectID()) : std::nullopt;
 }
 
 std::string PipeWireAudioClient::deviceUID(AudioObjectID device) {
-    return uidOf(require(device, "DeviceUID"));
+    return PipeWireDeviceProperties::uid(require(device, "DeviceUID"));
 }
 
 std::string PipeWireAudioClient::deviceName(AudioObjectID device) {
@@ -378,8 +366,7 @@ float PipeWireAudioClient::outputVolume(AudioObjectID device) {
 void PipeWireAudioClient::setOutputVolume(AudioObjectID device, float volume) {
     if (!PipeWireDeviceProperties::scalarVolume(require(device, "SetOutputVolume")))
         fail(kAudioHardwareUnsupportedOperationError, "SetOutputVolume", device);
-    volumeWrites_.setVolume(device,
-                            volume > 0 ? std::min(volume, 1.0F) : 0.0F); // no number counts as silence
+    volumeWrites_.setVolume(device, clampedVolume(volume));
 }
 
 bool PipeWireAudioClient::supportsOutputMute(AudioObjectID device) noexcept {

@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireDeviceProperties.h"
 
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,6 +11,8 @@
 namespace velto::PipeWireDeviceProperties {
 
 namespace {
+
+constexpr std::string_view impostorUID = "com.corlent.velto.aggregate (another program's)";
 
 /// The node's property, else its card's.
 std::string_view anyProperty(const PipeWireGraph& graph, const PipeWireNode& node, std::string_view key) {
@@ -41,6 +44,18 @@ std::optional<uint32_t> routedProfileDevice(const PipeWireDevice* card, const Pi
 }
 
 } // namespace
+
+std::string uid(const PipeWireNode& node) {
+    const bool isImpostor =
+        node.name() == AggregateDeviceManager::aggregateUID && !PipeWireAggregates::isAggregate(node);
+    return isImpostor ? std::string(impostorUID) : node.name();
+}
+
+const PipeWireNode* device(const PipeWireGraph& graph, std::string_view forUID) {
+    const PipeWireNode* node =
+        graph.device(forUID == impostorUID ? AggregateDeviceManager::aggregateUID : forUID);
+    return node && uid(*node) == forUID ? node : nullptr;
+}
 
 std::uint32_t transportType(const PipeWireGraph& graph, const PipeWireNode& node) {
     if (PipeWireAggregates::isAggregate(node)) return kAudioDeviceTransportTypeAggregate;

@@ -6,9 +6,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace velto::PipeWireDeviceProperties {
 
+/// The node's name, except for another program's node that has the name of our aggregate: it must not be
+/// taken for that.
+std::string uid(const PipeWireNode& node);
+/// Null when there is none of that UID.
+const PipeWireNode* device(const PipeWireGraph& graph, std::string_view forUID);
 /// The transport code from bus, API and profile; 0 when nothing tells.
 std::uint32_t transportType(const PipeWireGraph& graph, const PipeWireNode& node);
 std::optional<std::string> manufacturer(const PipeWireGraph& graph, const PipeWireNode& node);
