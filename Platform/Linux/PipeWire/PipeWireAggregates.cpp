@@ -275,16 +275,18 @@ void PipeWireAggregates::relink() {
 }
 
 void PipeWireAggregates::removeStrayLinks() {
-    std::erase_if(strayLinks_, [&](uint32_t link) { return !graph_.links().contains(link); });
+    std::erase_if(judgedLinks_, [&](uint32_t link) { return !graph_.links().contains(link); });
     for (const auto& [globalID, link] : graph_.links()) {
-        const PipeWireNode* aggregate = link.isOurs ? graph_.deviceBehind(link.outputNode) : nullptr;
+        if (!link.isOurs || judgedLinks_.contains(globalID)) continue;
+        const PipeWireNode* aggregate = graph_.deviceBehind(link.outputNode);
         const auto composition = aggregate ? description(*aggregate) : std::nullopt;
         if (!composition) continue;
+        judgedLinks_.insert(globalID);
         const PipeWireNode* input = graph_.deviceBehind(link.inputNode);
         const bool isOutput = input && std::ranges::any_of(composition->subDevices, [&](const auto& output) {
                                   return output.uid == input->name();
                               });
-        if (isOutput || !strayLinks_.insert(globalID).second) continue;
+        if (isOutput) continue;
         LoggingService::audioDevices.error("Removing a link to {}, which is not an output of the aggregate",
                                            publicText(input ? input->name() : "an unknown object"));
         pw_registry_destroy(connection_.registry(), globalID);
@@ -336,7 +338,7 @@ void PipeWireAggregates::updateJoining(const std::set<AudioObjectID>& unlinked) 
 void PipeWireAggregates::forget() {
     kept_.clear();
     givenUp_.clear();
-    strayLinks_.clear();
+    judgedLinks_.clear();
     requests_.clear();
     updateJoining({});
 }

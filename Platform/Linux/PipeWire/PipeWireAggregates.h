@@ -82,8 +82,9 @@ class PipeWireAggregates {
     std::map<std::string, AggregateDeviceDescription, std::less<>> kept_;
     /// What was asked for in vain: unwanted when it appears.
     std::set<std::string, std::less<>> givenUp_;
-    /// Stray links that were asked to be destroyed, by global ID.
-    std::set<uint32_t> strayLinks_;
+    /// Links that were found to be right, or were asked to be destroyed, by global ID. What a link joins never
+    /// changes, and to look each one up at every change would hold up an output that has come back.
+    std::set<uint32_t> judgedLinks_;
     int strayCount_ = 0; // since the last aggregate was made
     /// Links asked for and not yet seen in the registry.
     std::map<std::pair<uint32_t, uint32_t>, std::unique_ptr<Request>> requests_;
