@@ -86,6 +86,16 @@ int programsWith(const std::string& library) {
     return count;
 }
 
+double cpuSecondsOf(pid_t process) {
+    double nanoseconds = 0;
+    for (const auto& thread : fs::directory_iterator(folderOf(process) / "task")) {
+        double ofThread = 0;
+        std::ifstream(thread.path() / "schedstat") >> ofThread;
+        nanoseconds += ofThread;
+    }
+    return nanoseconds * 1e-9;
+}
+
 std::int64_t wakeUpsOf(pid_t process) {
     std::int64_t count = 0;
     for (const auto& thread : fs::directory_iterator(folderOf(process) / "task")) {

@@ -27,6 +27,8 @@ ProcessMemory memoryOf(pid_t process);
 std::vector<MemoryOfFile> memoryByFile(pid_t process);
 /// Other programs that have a library of that name loaded: what they share is counted to each in part.
 int programsWith(const std::string& library);
+/// CPU time of all its threads that run now, in seconds, finer than the kernel's clock ticks.
+double cpuSecondsOf(pid_t process);
 /// How often its threads waited and went on, since each began.
 std::int64_t wakeUpsOf(pid_t process);
 

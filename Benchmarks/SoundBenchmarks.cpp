@@ -22,6 +22,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -52,9 +53,9 @@ void startsAndStops(const Workshop& workshop) {
     SoundBench bench(workshop.source());
     std::vector<double> starts, stops;
     for (int round = 0; round < 40; ++round) {
-        bench.idle(30ms);
+        std::this_thread::sleep_for(30ms);
         starts.push_back(bench.start());
-        bench.idle(30ms);
+        std::this_thread::sleep_for(30ms);
         stops.push_back(bench.stop());
     }
     reportTimes("start: call to both outputs linked", starts);
@@ -138,9 +139,9 @@ void replugs(const Workshop& workshop) {
     std::vector<double> events;
     for (int round = 0; round < 100; ++round) {
         bench.unplugDesk();
-        bench.idle(120ms);
+        std::this_thread::sleep_for(120ms);
         events.push_back(recorder.timelineSeconds(bench.plugDesk()));
-        bench.idle(250ms);
+        std::this_thread::sleep_for(250ms);
     }
     recorder.stop();
     const std::vector<float> back = recorder.samples(SoundBench::desk);
@@ -177,10 +178,10 @@ void plugBareSink(SoundBench& bench) {
 
 /// Milliseconds of the daemon's and our CPU per second of audio.
 double cpuPerSecond(SoundBench& bench) {
-    bench.idle(300ms);
+    std::this_thread::sleep_for(300ms);
     const double before = bench.cpuSeconds();
     const auto begin = std::chrono::steady_clock::now();
-    bench.idle(3000ms);
+    std::this_thread::sleep_for(3000ms);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     return (bench.cpuSeconds() - before) / seconds * 1000;
 }
