@@ -161,9 +161,24 @@ TEST_F(CoordinatorScenarioTests, PresetBringsItsVolumesBackAndFollowsThem) {
     EXPECT_EQ(saved->masterVolume, app->volumes.masterVolume());
     const auto stored = [&] { return app->preferences.preset(saved->id)->deviceSettings; };
 
-    app->volumes.setMuted(true, "builtin");
-    world.setVolume("bluetooth", 0.75F); // its own buttons
-    loop.runUntilIdle();
+    const auto expectWrites = [&](int expected, auto change) {
+        const int before = defaults.writeCount();
+        change();
+        loop.runUntilIdle();
+        EXPECT_EQ(defaults.writeCount() - before, expected);
+    };
+    const auto muteAll = [&] {
+        app->volumes.together([&] {
+            app->volumes.setMuted(true, "bluetooth");
+            app->volumes.setMuted(true, "builtin");
+        });
+    };
+    expectWrites(1, [&] { app->volumes.setMasterVolume(0.4F); });
+    expectWrites(0, [&] { app->volumes.setMasterVolume(0.4F); });
+    expectWrites(1, muteAll);
+    expectWrites(0, muteAll);
+    expectWrites(1, [&] { app->volumes.setMuted(false, "bluetooth"); });
+    expectWrites(1, [&] { world.setVolume("bluetooth", 0.75F); }); // its own buttons
     EXPECT_EQ(stored().at("bluetooth").volume, 0.75F);
     EXPECT_EQ(stored().at("builtin").isMuted, true);
     EXPECT_EQ(app->preferences.preset(saved->id)->masterVolume, app->volumes.masterVolume());

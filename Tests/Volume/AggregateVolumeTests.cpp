@@ -108,8 +108,14 @@ TEST_F(AggregateVolumeTests, MutesBothAndUnmutesWhatItMuted) {
     expectMuted(false, true, false, "the one that was muted by itself stays so");
     after([&] { controller.setMuted(true, "left"); });
     expectMuted(true, true, true, "all are muted, and that shows");
-    after([&] { world.setMuted("both", false); });
+    int told = 0;
+    const auto subscription = controller.observeAdjustments([&] { ++told; });
+    after([&] {
+        world.setVolume("both", 0.6F);
+        world.setMuted("both", false);
+    });
     expectMuted(false, false, false, "then the key unmutes all");
+    EXPECT_EQ(told, 1) << "of four controls that were turned at once";
     after([&] { world.setMuted("both", true); });
     after([&] { controller.setMuted(false, "left"); });
     expectMuted(false, true, false, "one is heard");

@@ -213,8 +213,10 @@ Task<JSON> CommandOperations::mute(Arguments arguments) {
     std::erase_if(cards, [](const OutputCard& card) { return !card.canMute; });
     if (cards.empty()) throw CommandFailure("It can't be muted.");
     const bool isMuted = switched(std::ranges::all_of(cards, &OutputCard::isMuted), word);
-    for (const OutputCard& card : cards)
-        if (card.isMuted != isMuted) app_.menuBar().toggleMute(card.output.uid);
+    app_.volumeController().together([&] {
+        for (const OutputCard& card : cards)
+            if (card.isMuted != isMuted) app_.menuBar().toggleMute(card.output.uid);
+    });
     co_return statusOf(app_);
 }
 

@@ -59,8 +59,10 @@ void AggregateVolume::aggregateChanged() {
     const Controls before = std::exchange(shown_, *now);
     const bool wasTurning = std::exchange(isTurning_, true);
     const auto lifetime = lifetime_.watch(); // an observer may end the controller
-    if (std::abs(now->volume - before.volume) > roundingError) controller_.setMasterVolume(now->volume);
-    if (!lifetime.isOver() && now->isMuted != before.isMuted) setMuted(now->isMuted);
+    controller_.together([&] {
+        if (std::abs(now->volume - before.volume) > roundingError) controller_.setMasterVolume(now->volume);
+        if (!lifetime.isOver() && now->isMuted != before.isMuted) setMuted(now->isMuted);
+    });
     if (lifetime.isOver()) return;
     isTurning_ = wasTurning;
     // What could not be done, or not so far, is shown as it is.

@@ -152,7 +152,9 @@ void DeviceVolumeController::handleChange(const std::string& uid) {
     const DeviceVolumeState now = readState(*device);
     DeviceVolumeState changed = now;
     if (now.isConnected && isEcho(uid, now.volume)) changed.volume = before->volume;
-    if (replace(now) && isAdjusted(*before, changed)) noteAdjustment();
+    if (!replace(now) || !isAdjusted(*before, changed)) return;
+    hasAdjusted_ = true;
+    tellAdjustments();
 }
 
 /// Whether the volume read is what the hardware has made of the one asked for. It may have made nothing of
@@ -189,12 +191,20 @@ bool DeviceVolumeController::replace(DeviceVolumeState state) {
     return !lifetime.isOver();
 }
 
-void DeviceVolumeController::noteAdjustment() {
-    hasAdjusted_ = true;
-    if (!isWritingSeveral_ && std::exchange(hasAdjusted_, false)) adjustments_.notify();
+// Setters
+
+void DeviceVolumeController::together(const std::function<void()>& change) {
+    const auto lifetime = lifetime_.watch(); // an observer may end the controller
+    const bool isPartOfMore = std::exchange(isChangingSeveral_, true);
+    change();
+    if (lifetime.isOver()) return;
+    isChangingSeveral_ = isPartOfMore;
+    tellAdjustments();
 }
 
-// Setters
+void DeviceVolumeController::tellAdjustments() {
+    if (!isChangingSeveral_ && std::exchange(hasAdjusted_, false)) adjustments_.notify();
+}
 
 void DeviceVolumeController::setVolume(float volume, std::string_view forUID) {
     const std::string uid(forUID);
@@ -227,21 +237,18 @@ void DeviceVolumeController::write(std::string_view control, const std::string& 
     const auto id = deviceIDs_.find(uid);
     const auto before = this->state(uid);
     if (id == deviceIDs_.end() || !before) return;
-    const auto lifetime = lifetime_.watch(); // an observer may end the controller
-    // Listeners may be called meanwhile; they hear of the same change.
-    const bool isOneOfSeveral = std::exchange(isWritingSeveral_, true);
-    try {
-        write(id->second);
-        auto state = lifetime.isOver() ? std::nullopt : this->state(uid);
-        if (state) note(*state);
-        if (state && replace(*state) && isAdjusted(*before, *state)) noteAdjustment();
-    } catch (...) {
-        logger.error("Could not set {} on {}: {}", publicText(control), publicText(before->name),
-                     currentErrorDescription());
-    }
-    if (lifetime.isOver()) return;
-    isWritingSeveral_ = isOneOfSeveral;
-    if (hasAdjusted_) noteAdjustment();
+    together([&] { // listeners may be called meanwhile; they hear of the same change
+        const auto lifetime = lifetime_.watch();
+        try {
+            write(id->second);
+            auto state = lifetime.isOver() ? std::nullopt : this->state(uid);
+            if (state) note(*state);
+            if (state && replace(*state) && isAdjusted(*before, *state)) hasAdjusted_ = true;
+        } catch (...) {
+            logger.error("Could not set {} on {}: {}", publicText(control), publicText(before->name),
+                         currentErrorDescription());
+        }
+    });
 }
 
 // Master volume
@@ -261,17 +268,16 @@ bool DeviceVolumeController::supportsMasterVolume() const noexcept {
 void DeviceVolumeController::setMasterVolume(float target) {
     const float wanted = clampedVolume(target);
     const float master = masterVolume();
-    const auto lifetime = lifetime_.watch(); // an observer may end the controller
-    isWritingSeveral_ = true;
-    // Taken before the first write: each one changes the states, and listeners may change them further.
-    for (const DeviceVolumeState& state : std::vector(states())) {
-        if (!hasMasterVolume(state)) continue;
-        const float volume = master > silence ? std::min(wanted * (state.volume / master), 1.0F) : wanted;
-        setVolume(volume, state.uid);
-        if (lifetime.isOver()) return;
-    }
-    isWritingSeveral_ = false;
-    if (hasAdjusted_) noteAdjustment();
+    together([&] {
+        const auto lifetime = lifetime_.watch(); // an observer may end the controller
+        // Taken before the first write: each one changes the states, and listeners may change them further.
+        for (const DeviceVolumeState& state : std::vector(states())) {
+            if (!hasMasterVolume(state)) continue;
+            const float volume = master > silence ? std::min(wanted * (state.volume / master), 1.0F) : wanted;
+            setVolume(volume, state.uid);
+            if (lifetime.isOver()) return;
+        }
+    });
 }
 
 // Presets
@@ -289,18 +295,18 @@ DeviceVolumeController::Settings DeviceVolumeController::currentSettings() const
 }
 
 void DeviceVolumeController::apply(const Settings& settings) {
-    const auto lifetime = lifetime_.watch(); // an observer may end the controller
-    isWritingSeveral_ = true;
-    for (const auto& [uid, wanted] : settings) {
-        if (lifetime.isOver()) return;
-        const auto state = this->state(uid);
-        if (!state || !state->isConnected) continue;
-        if (wanted.volume && state->supportsVolume) setVolume(*wanted.volume, uid);
-        if (wanted.isMuted && state->supportsMute) setMuted(*wanted.isMuted, uid);
-    }
-    if (lifetime.isOver()) return;
-    isWritingSeveral_ = false;
-    hasAdjusted_ = false; // what a preset holds is nobody's change
+    together([&] {
+        const auto lifetime = lifetime_.watch(); // an observer may end the controller
+        for (const auto& [uid, wanted] : settings) {
+            const auto state = this->state(uid);
+            if (!state || !state->isConnected) continue;
+            if (wanted.volume && state->supportsVolume) setVolume(*wanted.volume, uid);
+            if (lifetime.isOver()) return;
+            if (wanted.isMuted && state->supportsMute) setMuted(*wanted.isMuted, uid);
+            if (lifetime.isOver()) return;
+        }
+        hasAdjusted_ = false; // what a preset holds is nobody's change
+    });
 }
 
 } // namespace velto

@@ -64,7 +64,7 @@ class DeviceVolumeController {
     std::optional<DeviceVolumeState> state(std::string_view forUID) const;
     /// Calls the handler when the states have really changed, whatever the reason.
     Subscription observeStates(std::function<void()> handler) { return states_.observe(std::move(handler)); }
-    /// Calls the handler once after connected devices' volume or mute were changed, by a setter here or by
+    /// Calls the handler once after connected devices' volume or mute were changed, by setters here or by
     /// someone else: not for what track() reads, nor for what apply() writes, nor for what the hardware makes
     /// of a volume that was written.
     Subscription observeAdjustments(std::function<void()> handler) {
@@ -75,6 +75,9 @@ class DeviceVolumeController {
     void setVolume(float volume, std::string_view forUID);
     /// Nothing for a device that is not tracked or not there.
     void setMuted(bool isMuted, std::string_view forUID);
+
+    /// Does several changes of which those who observe adjustments are told once, as of one.
+    void together(const std::function<void()>& change);
 
     /// The loudest volume among connected devices with a volume control; 0 when there is none.
     float masterVolume() const noexcept;
@@ -120,7 +123,7 @@ class DeviceVolumeController {
     /// controller any more.
     bool replace(DeviceVolumeState state);
     bool isEcho(const std::string& uid, float volume);
-    void noteAdjustment();
+    void tellAdjustments();
 
     CoreAudioClient& client_;
     Observable<std::vector<DeviceVolumeState>> states_;
@@ -129,8 +132,8 @@ class DeviceVolumeController {
     std::map<std::string, Listening, std::less<>> listening_;     // by UID
     std::map<std::string, Asked, std::less<>> asked_;             // by UID
     ObserverList adjustments_;
-    /// Adjustments are noted, and told by whoever writes several at once.
-    bool isWritingSeveral_ = false;
+    /// Adjustments are noted, and told at the end of all.
+    bool isChangingSeveral_ = false;
     bool hasAdjusted_ = false;
     AggregateVolume aggregateVolume_;
     Lifetime lifetime_;
