@@ -116,10 +116,14 @@ TEST_F(SystemCoreAudioClientTest, ChannelVolumesReadAsTheLoudestAndStopAtTheFirs
     hal.set(device, output(volume, 2), 0.6f);
     EXPECT_EQ(client.outputVolume(device), 0.6f);
 
-    hal.fail(0, kAudioHardwareNotReadyError);
-    EXPECT_EQ(statusThrown([&] { client.setOutputVolume(device, 0.5f); }), kAudioHardwareNotReadyError);
-    EXPECT_EQ(hal.value<float>(device, output(volume, 1)), 0.3f);
-    EXPECT_EQ(hal.value<float>(device, output(volume, 2)), 0.6f);
+    const auto expectAfterFailureOf = [&](std::size_t write, float first) {
+        hal.fail(write, kAudioHardwareNotReadyError);
+        EXPECT_EQ(statusThrown([&] { client.setOutputVolume(device, 0.5f); }), kAudioHardwareNotReadyError);
+        EXPECT_EQ(hal.value<float>(device, output(volume, 1)), first);
+        EXPECT_EQ(hal.value<float>(device, output(volume, 2)), 0.6f);
+    };
+    expectAfterFailureOf(0, 0.3f);
+    expectAfterFailureOf(1, 0.5f); // what was written stays
 
     hal.set(device, output(volume, 2), 0.6f).deliveredSize = 3;
     EXPECT_EQ(statusThrown([&] { client.outputVolume(device); }), kAudioHardwareBadPropertySizeError);

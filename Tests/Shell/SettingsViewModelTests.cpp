@@ -15,7 +15,7 @@ class SettingsTests : public ShellTest {
     SettingsTests() { launch(); }
 
     std::string value(std::string_view title) {
-        for (const DebugRow& row : settings().debugRows())
+        for (const DebugRow& row : settings().report().rows())
             if (row.title == title) return row.value;
         return "no such row";
     }
@@ -79,7 +79,7 @@ TEST_F(SettingsTests, ReportsWithoutASession) {
     EXPECT_EQ(value("Aggregate Device UID"), "com.corlent.velto.aggregate");
     for (const auto* title : {"Aggregate Device ID", "Group Sample Rate", "Clock Master"})
         EXPECT_EQ(value(title), "—");
-    EXPECT_EQ(settings().debugRows().back().title, "Disconnect Behavior");
+    EXPECT_EQ(settings().report().rows().back().title, "Disconnect Behavior");
     EXPECT_EQ(value("Current Default Output"), "USB DAC [usb]");
     for (const auto* uid : {"usb", "hdmi", "bluetooth", "builtin"})
         unplug(uid);
@@ -93,14 +93,14 @@ TEST_F(SettingsTests, ReportsWithoutASession) {
     run();
     const std::string error = menuBar().errorText().value();
     EXPECT_EQ(value("Status"), "failed: " + error);
-    EXPECT_EQ(settings().debugRows().back(), (DebugRow{"Last Error", error}));
+    EXPECT_EQ(settings().report().rows().back(), (DebugRow{"Last Error", error}));
 }
 
 TEST_F(SettingsTests, ReportsAnyRateThatADeviceMayHave) {
     auto device = AudioOutputDevice::disconnected("odd", "Odd", AudioTransportType::Kind::usb);
     const auto rate = [&](double rate) {
         device.sampleRate = rate;
-        return SettingsViewModel::debugRows(device).at(4).value;
+        return DebugReport::rows(device).at(4).value;
     };
     EXPECT_EQ(rate(48000.9), "48000 Hz");
     EXPECT_EQ(rate(0), "0 Hz");

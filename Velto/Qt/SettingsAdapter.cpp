@@ -87,7 +87,7 @@ void SettingsAdapter::updateLists() {
         model->update(rows);
     }
     syncProfiles_.update(model_.syncProfileRows());
-    debugRows_.update(model_.debugRows());
+    debugRows_.update(model_.report().rows());
 }
 
 QStringList SettingsAdapter::sections(const QString& ofTab) const {

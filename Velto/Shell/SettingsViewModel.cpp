@@ -21,13 +21,12 @@ constexpr double syncTestInterval = 0.5;
 
 SettingsViewModel::SettingsViewModel(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
                                      SyncProfileManager& syncProfiles, SyncTestPlayer& syncTestPlayer,
-                                     DualOutputCoordinator& coordinator, SystemAudioManager& systemAudio,
-                                     AudioDeviceManager& deviceManager, ApplicationHost& host,
-                                     MainActor& actor)
+                                     DualOutputCoordinator& coordinator, AudioDeviceManager& deviceManager,
+                                     ApplicationHost& host, MainActor& actor)
     : changes_(actor), preferences_(preferences), launchAtLogin_(launchAtLogin), syncProfiles_(syncProfiles),
-      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), systemAudio_(systemAudio),
-      deviceManager_(deviceManager), host_(host), list_(preferences, launchAtLogin, deviceManager, host),
-      tasks_(actor) {
+      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), host_(host),
+      list_(preferences, launchAtLogin, deviceManager, host),
+      report_(preferences, coordinator, deviceManager, host), tasks_(actor) {
     changes_.keep(preferences.observe(changes_.handler()));
     changes_.keep(launchAtLogin.observeIsEnabled(changes_.handler()));
     changes_.keep(launchAtLogin.observeRequiresApproval(changes_.handler()));
@@ -75,13 +74,10 @@ std::string SettingsViewModel::shortVersion() const { return velto::shortVersion
 
 std::string SettingsViewModel::buildNumber() const { return velto::buildNumber(host_); }
 
-// Debug report (its rows: SettingsViewModelReport.cpp)
+// Debug report
 
 void SettingsViewModel::copyDebugInfo() {
-    std::string text = "Velto Debug Information";
-    for (const DebugRow& row : debugRows())
-        text += "\n" + row.title + ": " + row.value;
-    host_.setPasteboardText(text);
+    host_.setPasteboardText(report_.text());
     changes_.set(didCopyDebugInfo_, true);
     logger.info("Copied debug information");
 }

@@ -1,21 +1,20 @@
 // SettingsViewModel: what the settings window shows, and what its controls do.
 //
-// Owned by the root of the object graph; main actor only. The settings are its list; its own are the reset's
-// busy flag and the debug report, which is made anew at each reading.
+// Owned by the root of the object graph; main actor only. The settings are its list; its own is the reset's
+// busy flag.
 #pragma once
 
 #include "Velto/Shell/ChangeAnnouncer.h"
+#include "Velto/Shell/DebugReport.h"
 #include "Velto/Shell/SettingsList.h"
 #include "Velto/Shell/SettingsRows.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Async/TaskScope.h"
-#include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Services/ApplicationHost.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
-#include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 #include "VeltoCore/Sync/SyncProfileManager.h"
@@ -35,8 +34,8 @@ class SettingsViewModel {
     /// All must outlive the model.
     SettingsViewModel(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
                       SyncProfileManager& syncProfiles, SyncTestPlayer& syncTestPlayer,
-                      DualOutputCoordinator& coordinator, SystemAudioManager& systemAudio,
-                      AudioDeviceManager& deviceManager, ApplicationHost& host, MainActor& actor);
+                      DualOutputCoordinator& coordinator, AudioDeviceManager& deviceManager,
+                      ApplicationHost& host, MainActor& actor);
     SettingsViewModel(const SettingsViewModel&) = delete;
     SettingsViewModel& operator=(const SettingsViewModel&) = delete;
 
@@ -76,12 +75,8 @@ class SettingsViewModel {
 
     // Debug report
 
-    std::string statusDescription() const;
-    /// The session's; none without one.
-    std::vector<AudioOutputDevice> selectedDevices() const;
-    std::vector<DebugRow> debugRows() const;
-    static std::vector<DebugRow> debugRows(const AudioOutputDevice& forDevice);
-    /// Puts the report on the pasteboard.
+    const DebugReport& report() const noexcept { return report_; }
+    /// Puts it on the pasteboard.
     void copyDebugInfo();
     /// Whether it was ever copied.
     bool didCopyDebugInfo() const noexcept { return didCopyDebugInfo_; }
@@ -92,19 +87,15 @@ class SettingsViewModel {
     std::string buildNumber() const;
 
   private:
-    std::vector<DebugRow> generalRows() const;
-    std::vector<DebugRow> sessionRows() const;
-
     ChangeAnnouncer changes_;
     PreferencesManager& preferences_;
     LaunchAtLoginManager& launchAtLogin_;
     SyncProfileManager& syncProfiles_;
     SyncTestPlayer& syncTestPlayer_;
     DualOutputCoordinator& coordinator_;
-    SystemAudioManager& systemAudio_;
-    AudioDeviceManager& deviceManager_;
     ApplicationHost& host_;
     SettingsList list_;
+    DebugReport report_;
     bool isResetting_ = false;
     bool didCopyDebugInfo_ = false;
     TaskScope tasks_; // dies first: its tasks use the others

@@ -1,6 +1,6 @@
-// SettingsViewModel: the debug report.
-#include "Velto/Shell/SettingsViewModel.h"
+#include "Velto/Shell/DebugReport.h"
 
+#include "Velto/Shell/BundleInfo.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Aggregate/ClockStrategy.h"
 #include "VeltoCore/Aggregate/PreferredSampleRate.h"
@@ -47,37 +47,36 @@ void append(std::vector<DebugRow>& rows, std::vector<DebugRow> more) {
 
 } // namespace
 
-std::string SettingsViewModel::statusDescription() const {
-    return std::visit(StatusDescription{}, systemAudio_.state().kind());
-}
-
-std::vector<AudioOutputDevice> SettingsViewModel::selectedDevices() const {
-    const auto session = systemAudio_.activeSession();
-    if (!session) return {};
-    return {session->first, session->second};
-}
-
-std::vector<DebugRow> SettingsViewModel::debugRows() const {
+std::vector<DebugRow> DebugReport::rows() const {
     std::vector<DebugRow> rows = generalRows();
     append(rows, sessionRows());
-    for (const AudioOutputDevice& device : selectedDevices())
-        append(rows, debugRows(device));
+    if (const auto session = coordinator_.state().session()) {
+        for (const AudioOutputDevice& device : session->devices())
+            append(rows, DebugReport::rows(device));
+    }
     if (const auto& error = coordinator_.lastError())
         rows.push_back({"Last Error", error->errorDescription()});
     return rows;
 }
 
-std::vector<DebugRow> SettingsViewModel::generalRows() const {
+std::string DebugReport::text() const {
+    std::string text = "Velto Debug Information";
+    for (const DebugRow& row : rows())
+        text += "\n" + row.title + ": " + row.value;
+    return text;
+}
+
+std::vector<DebugRow> DebugReport::generalRows() const {
     const auto& output = deviceManager_.defaultOutputDevice();
-    return {{"Velto Version", shortVersion() + " (" + buildNumber() + ")"},
+    return {{"Velto Version", shortVersion(host_) + " (" + buildNumber(host_) + ")"},
             {"macOS", host_.operatingSystemVersion()},
-            {"Status", statusDescription()},
+            {"Status", std::visit(StatusDescription{}, coordinator_.state().kind())},
             {"Sync Engine", std::string(coordinator_.syncEngine().name())},
             {"Current Default Output", output ? output->name + " [" + output->uid + "]" : "unknown"}};
 }
 
-std::vector<DebugRow> SettingsViewModel::sessionRows() const {
-    const auto session = systemAudio_.activeSession();
+std::vector<DebugRow> DebugReport::sessionRows() const {
+    const auto session = coordinator_.state().session();
     const auto ofSession = [&](auto value) { return session ? value(*session) : std::string(missing); };
     return {{"Aggregate Device UID",
              session ? session->aggregateUID : std::string(AggregateDeviceManager::aggregateUID)},
@@ -90,18 +89,18 @@ std::vector<DebugRow> SettingsViewModel::sessionRows() const {
             {"Disconnect Behavior", std::string(title(preferences_.disconnectBehavior()))}};
 }
 
-std::vector<DebugRow> SettingsViewModel::debugRows(const AudioOutputDevice& forDevice) {
+std::vector<DebugRow> DebugReport::rows(const AudioOutputDevice& ofDevice) {
     const auto row = [&](std::string_view suffix, std::string value) {
-        return DebugRow{forDevice.name + std::string(suffix), std::move(value)};
+        return DebugRow{ofDevice.name + std::string(suffix), std::move(value)};
     };
-    return {row(" — UID", forDevice.uid),
-            row(" — Device ID", std::to_string(forDevice.deviceID)),
-            row(" — Transport", forDevice.transportType.displayName()),
-            row(" — Manufacturer", forDevice.manufacturer.value_or("unknown")),
-            row(" — Sample Rate", hertz(forDevice.sampleRate)),
-            row(" — Latency", frames(forDevice.latencyFrames)),
-            row(" — Safety Offset", frames(forDevice.safetyOffsetFrames)),
-            row(" — Volume Control", forDevice.hasVolumeControl.value_or(false) ? "yes" : "no")};
+    return {row(" — UID", ofDevice.uid),
+            row(" — Device ID", std::to_string(ofDevice.deviceID)),
+            row(" — Transport", ofDevice.transportType.displayName()),
+            row(" — Manufacturer", ofDevice.manufacturer.value_or("unknown")),
+            row(" — Sample Rate", hertz(ofDevice.sampleRate)),
+            row(" — Latency", frames(ofDevice.latencyFrames)),
+            row(" — Safety Offset", frames(ofDevice.safetyOffsetFrames)),
+            row(" — Volume Control", ofDevice.hasVolumeControl.value_or(false) ? "yes" : "no")};
 }
 
 } // namespace velto

@@ -1,0 +1,40 @@
+// DebugReport: what somebody who reports a fault is asked to send along.
+//
+// A part of SettingsViewModel; main actor only. It keeps nothing: it is made anew at each reading.
+#pragma once
+
+#include "Velto/Shell/SettingsRows.h"
+#include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/Devices/AudioDeviceManager.h"
+#include "VeltoCore/Services/ApplicationHost.h"
+#include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Settings/PreferencesManager.h"
+
+#include <string>
+#include <vector>
+
+namespace velto {
+
+class DebugReport {
+  public:
+    /// All must outlive it.
+    DebugReport(const PreferencesManager& preferences, const DualOutputCoordinator& coordinator,
+                const AudioDeviceManager& deviceManager, const ApplicationHost& host)
+        : preferences_(preferences), coordinator_(coordinator), deviceManager_(deviceManager), host_(host) {}
+
+    std::vector<DebugRow> rows() const;
+    static std::vector<DebugRow> rows(const AudioOutputDevice& ofDevice);
+    /// All rows, a line each, under a title.
+    std::string text() const;
+
+  private:
+    std::vector<DebugRow> generalRows() const;
+    std::vector<DebugRow> sessionRows() const;
+
+    const PreferencesManager& preferences_;
+    const DualOutputCoordinator& coordinator_;
+    const AudioDeviceManager& deviceManager_;
+    const ApplicationHost& host_;
+};
+
+} // namespace velto
