@@ -33,17 +33,18 @@ struct OutputRecorder::Events {
 
 OutputRecorder::OutputRecorder(SoundLab& lab, std::vector<std::string> outputs, GraphClock clock,
                                double longestSeconds)
-    : lab_(lab), capacity_(static_cast<std::int64_t>(longestSeconds * sampleRate)) {
+    : lab_(lab), capacity_(static_cast<std::int64_t>(longestSeconds * sampleRate)),
+      isPassive_(clock == GraphClock::players) {
     connect(std::move(outputs), clock);
     lab_.onChange([this] { linkMonitors(); });
-    waitUntil(0.0); // the timeline begins with the first cycle
+    if (!isPassive_) waitUntil(0.0); // the timeline begins with the first cycle
 }
 
 void OutputRecorder::connect(std::vector<std::string> outputs, GraphClock clock) {
     const SoundLab::Lock lock(lab_);
-    pw_properties* properties =
-        pw_properties_new(PW_KEY_NODE_NAME, "velto.lab.recorder", PW_KEY_MEDIA_TYPE, "Audio",
-                          PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_NODE_ALWAYS_PROCESS, "true", nullptr);
+    pw_properties* properties = pw_properties_new(
+        PW_KEY_NODE_NAME, "velto.lab.recorder", PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture",
+        PW_KEY_NODE_ALWAYS_PROCESS, isPassive_ ? "false" : "true", nullptr);
     if (clock == GraphClock::dummyDriver) pw_properties_set(properties, PW_KEY_NODE_GROUP, "pipewire.dummy");
     filter_ = pw_filter_new(lab_.core(), "velto.lab.recorder", properties);
     pw_filter_add_listener(filter_, &hook_, &Events::table, this);
@@ -91,7 +92,8 @@ void OutputRecorder::linkMonitors() {
             if (!port->isMonitor() || port->channel() != (i % 2 == 0 ? "FL" : "FR")) continue;
             const std::pair ends(port->globalID(), inputs[i]->globalID());
             if (requested_.contains(ends)) continue;
-            pw_properties* properties = pw_properties_new(nullptr, nullptr);
+            pw_properties* properties =
+                pw_properties_new(PW_KEY_LINK_PASSIVE, isPassive_ ? "true" : "false", nullptr);
             pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", port->nodeID());
             pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_PORT, "%u", port->globalID());
             pw_properties_setf(properties, PW_KEY_LINK_INPUT_NODE, "%u", recorder);

@@ -29,10 +29,13 @@ class OutputRecorder {
         dummyDriver,
         /// Whichever output the server picks.
         outputs,
+        /// The same, and only while players play: the recorder keeps nothing awake, and its timeline stands
+        /// still while nothing plays.
+        players,
     };
 
     /// Starts to record these outputs, present or not, for at most that long. Returns when the timeline has
-    /// begun.
+    /// begun, unless that is the players'.
     OutputRecorder(SoundLab& lab, std::vector<std::string> outputs, GraphClock clock,
                    double longestSeconds = 60);
     OutputRecorder(const OutputRecorder&) = delete;
@@ -71,6 +74,7 @@ class OutputRecorder {
     std::vector<std::unique_ptr<Track>> tracks_;
     pw_filter* filter_ = nullptr;
     std::int64_t capacity_;
+    bool isPassive_;
     // Written by the audio thread only; read by others.
     std::atomic<std::int64_t> frames_ = 0;
     std::atomic<std::int64_t> quantum_ = 0;

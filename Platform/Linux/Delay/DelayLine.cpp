@@ -25,6 +25,7 @@ DelayLine::DelayLine(std::span<const double> delays)
                                      std::make_unique_for_overwrite<float[]>(longestRing)} {
     for (std::size_t tap = 0; tap < delays.size(); ++tap)
         setDelay(tap, delays[tap]);
+    begin(0);
 }
 
 void DelayLine::setDelay(std::size_t tap, double milliseconds) noexcept {

@@ -40,6 +40,7 @@ class PipeWireDelayHelper {
 
     /// False once the end is told.
     bool isRunning() const noexcept { return process_ > 0; }
+    /// Not to be asked once it is gone: no process is -1, which means all of them.
     pid_t process() const noexcept { return process_; }
     /// By output, in milliseconds; what is not named stays, and an unknown output is ignored.
     void setDelays(const std::map<std::string, double>& delays);
