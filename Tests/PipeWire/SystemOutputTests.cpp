@@ -302,6 +302,9 @@ TEST_F(SystemOutputTests, WhatIsKnownOfTheOutputsStaysWhileItIsAskedForAgain) {
 }
 
 TEST_F(SystemOutputTests, WithoutASessionManagerNobodyAnswersForTheOutputs) {
+    // The server never again answers a program that was about to watch the session manager's store when that
+    // died.
+    ASSERT_TRUE(client->settle());
     server.killSessionManager();
     const auto defaultStatus = [&] { return statusThrown([&] { client->defaultOutputDeviceID(); }); };
     ASSERT_TRUE(runUntil([&] { return defaultStatus() == kAudioHardwareNotRunningError; }));
