@@ -35,6 +35,7 @@ constexpr std::array<std::string_view, coreAudioOperationCount> names{
     "supportsSubDeviceDriftCompensation",
     "subDeviceDriftCompensation",
     "setSubDeviceDriftCompensation",
+    "setOutputDelays",
     "supportsOutputVolume",
     "outputVolume",
     "setOutputVolume",

@@ -36,6 +36,7 @@ enum class CoreAudioOperation {
     supportsSubDeviceDriftCompensation,
     subDeviceDriftCompensation,
     setSubDeviceDriftCompensation,
+    setOutputDelays,
     supportsOutputVolume,
     outputVolume,
     setOutputVolume,

@@ -242,4 +242,14 @@ void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice
     });
 }
 
+void SimulatedAudioSystem::setOutputDelays(AudioObjectID aggregate,
+                                           const std::map<std::string, double>& milliseconds) {
+    perform(Operation::setOutputDelays, aggregate, [=, this] {
+        if (!delaysOutputs) refuse(kAudioHardwareUnsupportedOperationError);
+        const auto found = std::ranges::find(aggregates_, aggregate, &Aggregate::id);
+        if (found == aggregates_.end()) refuse(kAudioHardwareBadDeviceError);
+        found->delays = milliseconds;
+    });
+}
+
 } // namespace velto

@@ -147,6 +147,15 @@ void SimulatedAudioSystem::removeAggregate(std::string_view uid) {
     publish();
 }
 
+void SimulatedAudioSystem::loseDelays(std::string_view aggregateUID) {
+    const auto found = std::ranges::find_if(
+        aggregates_, [&](const Aggregate& aggregate) { return aggregate.description.uid == aggregateUID; });
+    if (found == aggregates_.end()) refuse("there is no aggregate \"" + std::string(aggregateUID) + "\"");
+    found->delays.clear();
+    notify(found->id, kVeltoAggregatePropertyOutputDelaysLost);
+    publish();
+}
+
 void SimulatedAudioSystem::stopAudioService() {
     isHanging_ = isKnownToHang_ = false;
     lastHeard_.reset();
@@ -232,7 +241,8 @@ std::vector<SimulatedAggregate> SimulatedAudioSystem::aggregates() const {
     for (const Aggregate& aggregate : aggregates_) {
         if (aggregate.isGoing) continue;
         SimulatedAggregate& seen = result.emplace_back();
-        seen = {aggregate.id, aggregate.description, {}, aggregate.sampleRate, aggregate.isAlive};
+        seen = {aggregate.id,         aggregate.description, {},
+                aggregate.sampleRate, aggregate.isAlive,     aggregate.delays};
         for (const Member& member : aggregate.members)
             seen.members.push_back({member.uid, member.driftCompensation, member.subDevice != 0});
     }

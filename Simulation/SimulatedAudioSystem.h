@@ -38,6 +38,8 @@ class SimulatedAudioSystem final : public CoreAudioClient {
 
     SimulatedFaults faults;
     SimulatedCalls calls;
+    /// Whether outputs of an aggregate can be delayed: systems of both kinds exist.
+    bool delaysOutputs = false;
 
     // Verbs. Devices are named by UID; a UID that fits none is a mistake of the caller: std::logic_error.
 
@@ -63,6 +65,8 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     AudioObjectID makeAggregate(const AggregateDeviceDescription& description);
     /// Someone deletes an aggregate in the system's settings.
     void removeAggregate(std::string_view uid);
+    /// What delays the outputs of an aggregate gives up.
+    void loseDelays(std::string_view aggregateUID);
     /// The audio service ends: all calls fail, all devices are gone, and listeners but those for its restart.
     void stopAudioService();
     /// The audio service is there again: devices have new object IDs, aggregates are gone.
@@ -132,6 +136,8 @@ class SimulatedAudioSystem final : public CoreAudioClient {
     bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept override;
     bool subDeviceDriftCompensation(AudioObjectID subDevice) override;
     void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) override;
+    bool supportsOutputDelays() const noexcept override { return delaysOutputs; }
+    void setOutputDelays(AudioObjectID aggregate, const std::map<std::string, double>& milliseconds) override;
     bool supportsOutputVolume(AudioObjectID device) noexcept override;
     float outputVolume(AudioObjectID device) override;
     void setOutputVolume(AudioObjectID device, float volume) override;
@@ -163,6 +169,7 @@ class SimulatedAudioSystem final : public CoreAudioClient {
         double sampleRate;
         bool isAlive;
         bool isGoing; // destroyed, but lingering
+        std::map<std::string, double> delays = {};
     };
     /// What the program knows of the world while the audio service hangs.
     struct LastHeard {

@@ -8,6 +8,7 @@
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,6 +69,8 @@ struct SimulatedAggregate {
     std::vector<Member> members;
     double sampleRate = 0;
     bool isAlive = false;
+    /// In milliseconds, by UID.
+    std::map<std::string, double> delays;
 };
 
 } // namespace velto

@@ -252,6 +252,20 @@ TEST_P(CoreAudioClientContractTests, DriftCompensationIsSetWhereItIsSupported) {
     }
 }
 
+TEST_P(CoreAudioClientContractTests, OutputsOfAnAggregateAreDelayedWhereThatCanBe) {
+    const AudioObjectID aggregate = createAggregate();
+    const std::map<std::string, double> delays{{outputs.front(), 12.4}, {"elsewhere", 5}};
+    const OSStatus onAggregate =
+        client.supportsOutputDelays() ? noErr : kAudioHardwareUnsupportedOperationError;
+    EXPECT_EQ(statusThrown([&] { client.setOutputDelays(aggregate, delays); }), onAggregate);
+    EXPECT_EQ(statusThrown([&] { client.setOutputDelays(aggregate, {}); }), onAggregate);
+    const AudioObjectID output = client.deviceID(outputs.front()).value();
+    EXPECT_EQ(statusThrown([&] { client.setOutputDelays(output, delays); }),
+              client.supportsOutputDelays() ? kAudioHardwareBadDeviceError
+                                            : kAudioHardwareUnsupportedOperationError);
+    EXPECT_THAT(uidsOf(client.aggregateActiveSubDeviceIDs(aggregate)), ElementsAreArray(outputs));
+}
+
 TEST_P(CoreAudioClientContractTests, AnAggregateCanBeBothOutputsOfTheSystem) {
     tokens = {listen(kAudioHardwarePropertyDefaultOutputDevice, note("default")),
               listen(kAudioHardwarePropertyDefaultSystemOutputDevice, note("alert"))};

@@ -116,6 +116,7 @@ class RandomStory {
   public:
     RandomStory() {
         machine_.plugUsualOutputs();
+        machine_.world.delaysOutputs = true;
         machine_.world.plug({.uid = "old", .name = "Old Amplifier", .sampleRates = {{44100, 44100}}});
         launch();
     }

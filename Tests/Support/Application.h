@@ -104,6 +104,8 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
         due.insert(listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject));
     std::vector<std::string> tracked;
     if (const auto session = coordinator.state().session()) {
+        if (coordinator.canAdjustSync())
+            due.insert(listener(kVeltoAggregatePropertyOutputDelaysLost, session->aggregateDeviceID));
         for (const AudioOutputDevice& device : session->devices()) {
             tracked.push_back(device.uid);
             if (!machine.world.isPlugged(device.uid)) continue;

@@ -38,7 +38,7 @@ class SettingsAdapter final : public ModelAdapter {
 
     static QString syncTestHelp() { return toQString(SettingsViewModel::syncTestHelp); }
     QString syncEngineName() const { return toQString(model_.syncEngineName()); }
-    static QString syncEngineHelp() { return toQString(SettingsViewModel::syncEngineHelp); }
+    QString syncEngineHelp() const { return toQString(model_.syncEngineHelp()); }
     bool isSyncTestRunning() const { return model_.isSyncTestRunning(); }
     ListModel* syncProfiles() { return &syncProfiles_; }
 

@@ -2,6 +2,8 @@
 
 #include "Velto/Shell/BundleInfo.h"
 #include "VeltoCore/Services/LoggingService.h"
+#include "VeltoCore/Sync/SystemMultiOutputEngine.h"
+#include "VeltoCore/Sync/VeltoSyncEngine.h"
 
 #include <utility>
 
@@ -11,6 +13,12 @@ namespace {
 
 constexpr const Logger& logger = LoggingService::lifecycle;
 
+/// The best that the system can do.
+std::unique_ptr<SyncEngine> makeSyncEngine(CoreAudioClient& client) {
+    if (!client.supportsOutputDelays()) return std::make_unique<SystemMultiOutputEngine>();
+    return std::make_unique<VeltoSyncEngine>(client, std::string(AggregateDeviceManager::aggregateUID));
+}
+
 } // namespace
 
 AppState::AppState(PlatformServices platform)
@@ -19,7 +27,8 @@ AppState::AppState(PlatformServices platform)
       aggregateManager_(*platform_.client, platform_.actor),
       systemAudio_(*platform_.client, deviceManager_, aggregateManager_, preferences_, platform_.actor),
       syncProfiles_(platform_.defaults, platform_.actor), volumeController_(*platform_.client),
-      coordinator_(deviceManager_, systemAudio_, preferences_, volumeController_, syncEngine_, syncProfiles_,
+      syncEngine_(makeSyncEngine(*platform_.client)),
+      coordinator_(deviceManager_, systemAudio_, preferences_, volumeController_, *syncEngine_, syncProfiles_,
                    platform_.actor),
       audioServiceMonitor_(*platform_.client, deviceManager_, volumeController_, coordinator_,
                            platform_.actor),

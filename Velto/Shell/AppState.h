@@ -19,9 +19,9 @@
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Sync/SyncEngine.h"
 #include "VeltoCore/Sync/SyncProfileManager.h"
 #include "VeltoCore/Sync/SyncTestPlayer.h"
-#include "VeltoCore/Sync/SystemMultiOutputEngine.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <functional>
@@ -76,7 +76,7 @@ class AppState {
     SystemAudioManager systemAudio_;
     SyncProfileManager syncProfiles_;
     DeviceVolumeController volumeController_;
-    SystemMultiOutputEngine syncEngine_;
+    std::unique_ptr<SyncEngine> syncEngine_;
     DualOutputCoordinator coordinator_;
     AudioServiceMonitor audioServiceMonitor_;
     LaunchAtLoginManager launchAtLogin_;

@@ -3,6 +3,7 @@
 
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 
+#include <optional>
 #include <string>
 
 namespace velto {
@@ -29,6 +30,9 @@ struct OutputCard {
     float volume = 0;
     bool canMute = false;
     bool isMuted = false;
+    /// How much later than it would it is to be heard, in milliseconds; absent where outputs can't be
+    /// delayed.
+    std::optional<double> delay = std::nullopt;
 
     friend bool operator==(const OutputCard&, const OutputCard&) = default;
 };

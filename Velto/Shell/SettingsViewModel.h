@@ -53,10 +53,8 @@ class SettingsViewModel {
 
     static constexpr std::string_view syncTestHelp =
         "Plays a click for six seconds, so that you hear whether your outputs are in step.";
-    static constexpr std::string_view syncEngineHelp =
-        "The system multi-output engine keeps device clocks aligned but cannot delay one output against "
-        "another. Manual sync arrives with the Velto Sync Engine.";
     std::string_view syncEngineName() const { return coordinator_.syncEngine().name(); }
+    std::string_view syncEngineHelp() const { return coordinator_.syncEngine().explanation(); }
     bool isSyncTestRunning() const noexcept { return syncTestPlayer_.isPlaying(); }
     void startSyncTest();
     void stopSyncTest() { syncTestPlayer_.stop(); }

@@ -56,6 +56,9 @@ struct Description {
     std::string operator()(E::SyncEngineUnavailable) const {
         return "Adjusting delay needs the Velto Sync Engine, which is not available in this version.";
     }
+    std::string operator()(E::SyncEngineFailed) const {
+        return "Velto could not go on delaying the outputs. They play, but not in step.";
+    }
 };
 
 struct Suggestion {
@@ -80,6 +83,7 @@ struct Suggestion {
     }
     Text operator()(E::PermissionDenied) const { return "Check System Settings > Privacy & Security."; }
     Text operator()(E::SyncEngineUnavailable) const { return std::nullopt; }
+    Text operator()(E::SyncEngineFailed) const { return "Stop and play again to try once more."; }
 };
 
 } // namespace
@@ -113,6 +117,7 @@ E AudioManagerError::sameDeviceSelected() { return E(SameDeviceSelected{}); }
 E AudioManagerError::noOutputDevices() { return E(NoOutputDevices{}); }
 E AudioManagerError::permissionDenied() { return E(PermissionDenied{}); }
 E AudioManagerError::syncEngineUnavailable() { return E(SyncEngineUnavailable{}); }
+E AudioManagerError::syncEngineFailed() { return E(SyncEngineFailed{}); }
 
 std::optional<OSStatus> AudioManagerError::status() const noexcept {
     const auto* error = std::get_if<CoreAudioError>(&kind_);

@@ -69,12 +69,15 @@ class AudioManagerError final : public std::exception {
     struct SyncEngineUnavailable {
         bool operator==(const SyncEngineUnavailable&) const = default;
     };
+    struct SyncEngineFailed {
+        bool operator==(const SyncEngineFailed&) const = default;
+    };
 
     using Kind =
         std::variant<DeviceNotFound, DeviceUnavailable, IncompatibleSampleRates, AggregateCreationFailed,
                      CannotSetDefaultOutput, CannotRestoreOutput, BluetoothDisconnected,
                      AggregateDestroyFailed, DeviceDisconnected, CoreAudioError, SameDeviceSelected,
-                     NoOutputDevices, PermissionDenied, SyncEngineUnavailable>;
+                     NoOutputDevices, PermissionDenied, SyncEngineUnavailable, SyncEngineFailed>;
 
     static AudioManagerError deviceNotFound(std::string name);
     static AudioManagerError deviceUnavailable(std::string name);
@@ -90,6 +93,7 @@ class AudioManagerError final : public std::exception {
     static AudioManagerError noOutputDevices();
     static AudioManagerError permissionDenied();
     static AudioManagerError syncEngineUnavailable();
+    static AudioManagerError syncEngineFailed();
 
     const Kind& kind() const noexcept { return kind_; }
     /// The hardware status of a `coreAudioError`; none for the other cases.

@@ -22,6 +22,7 @@
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -114,6 +115,20 @@ class CoreAudioClient {
     virtual bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept = 0;
     virtual bool subDeviceDriftCompensation(AudioObjectID subDevice) = 0;
     virtual void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) = 0;
+
+    // Delay
+
+    /// Whether the outputs of an aggregate can be delayed against one another. Core Audio: never.
+    virtual bool supportsOutputDelays() const noexcept { return false; }
+    /// Delays outputs of the aggregate by so many milliseconds from 0 to 1,000, by UID; those that are not
+    /// named not at all. Heard a moment later, without a gap; an output that returns gets its own. It goes
+    /// with the aggregate. Where it can't be kept up, kVeltoAggregatePropertyOutputDelaysLost is notified
+    /// once on the aggregate, and the outputs play undelayed until this is called again. Throws '!dev' for
+    /// what is no aggregate of this program's. Core Audio: always 'unop'.
+    virtual void setOutputDelays(AudioObjectID /*aggregate*/,
+                                 const std::map<std::string, double>& /*milliseconds*/) {
+        throw AudioManagerError::coreAudioError(kAudioHardwareUnsupportedOperationError);
+    }
 
     // Volume and mute
 

@@ -76,6 +76,8 @@ inline constexpr AudioObjectPropertySelector kAudioAggregateDevicePropertyActive
 inline constexpr AudioObjectPropertySelector kAudioAggregateDevicePropertyMainSubDevice =
     fourCharCode("amst");
 inline constexpr AudioObjectPropertySelector kAudioSubDevicePropertyDriftCompensation = fourCharCode("drft");
+/// Velto's own, of an aggregate: its outputs have lost the delays that were set.
+inline constexpr AudioObjectPropertySelector kVeltoAggregatePropertyOutputDelaysLost = fourCharCode("vdll");
 
 // Scopes
 inline constexpr AudioObjectPropertyScope kAudioObjectPropertyScopeGlobal = fourCharCode("glob");

@@ -22,9 +22,10 @@ DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
                                              DeviceVolumeController& volumeController, SyncEngine& syncEngine,
                                              SyncProfileManager& syncProfiles, MainActor& actor)
     : deviceManager_(deviceManager), systemAudio_(systemAudio), preferences_(preferences),
-      syncEngine_(syncEngine), syncProfiles_(syncProfiles),
-      preset_(systemAudio, preferences, volumeController, actor), autoConnect_(preferences, deviceManager),
-      rememberedPair_(deviceManager),
+      preset_(systemAudio, preferences, volumeController, actor),
+      sync_(systemAudio, preferences, syncEngine, syncProfiles, actor,
+            [this](const AudioManagerError& error) { show(lastError_, error); }),
+      autoConnect_(preferences, deviceManager), rememberedPair_(deviceManager),
       stateSubscription_(systemAudio.observeState([this] { observers_.notify(); })),
       devicesSubscription_(deviceManager.observeDevices([this] {
           if (state().is<AudioSessionState::Degraded>()) observers_.notify(); // the lost one may be back
@@ -52,11 +53,6 @@ VeltoStatus DualOutputCoordinator::status() const {
     }
     if (lastError_) return VeltoStatus::Error{*lastError_};
     return VeltoStatus::Idle{};
-}
-
-std::optional<SyncProfile> DualOutputCoordinator::currentSyncProfile() const {
-    const auto session = systemAudio_.activeSession();
-    return session ? syncProfiles_.profile({session->first.uid, session->second.uid}) : std::nullopt;
 }
 
 // The program's life
@@ -122,6 +118,7 @@ Task<void> DualOutputCoordinator::startSession(AudioOutputDevice first, AudioOut
     } else {
         preferences_.rememberLastUsed(first, second);
         preset_.begin(presetID, settings);
+        sync_.sessionChanged();
         waits_.watchSwitch();
     }
     show(preparationStep_, std::nullopt);
@@ -228,6 +225,7 @@ void DualOutputCoordinator::sessionChanged() {
         waits_.end();
     }
     preset_.sessionChanged();
+    sync_.sessionChanged();
 }
 
 // Device changes
@@ -361,6 +359,7 @@ void DualOutputCoordinator::handleWake() {
 
 void DualOutputCoordinator::handleServiceRestart() {
     handleWake();
+    sync_.sessionChanged();
     if (!isShuttingDown_) tasks_.spawn(recover());
 }
 

@@ -35,6 +35,7 @@
 #include "VeltoCore/Session/PreparationStep.h"
 #include "VeltoCore/Session/RememberedPair.h"
 #include "VeltoCore/Session/SessionPreset.h"
+#include "VeltoCore/Session/SessionSync.h"
 #include "VeltoCore/Session/SessionWaits.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Session/VeltoStatus.h"
@@ -46,6 +47,7 @@
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -81,11 +83,11 @@ class DualOutputCoordinator {
     /// The preset that the running session was started from or saved as.
     const std::optional<UUID>& activePresetID() const noexcept { return preset_.id(); }
 
-    SyncEngine& syncEngine() const noexcept { return syncEngine_; }
+    SyncEngine& syncEngine() const noexcept { return sync_.engine(); }
     /// The profile of the session's outputs.
-    std::optional<SyncProfile> currentSyncProfile() const;
+    std::optional<SyncProfile> currentSyncProfile() const { return sync_.currentProfile(); }
     /// Whether corrections can be made while playing.
-    bool canAdjustSync() const noexcept { return syncEngine_.capabilities().supportsPerDeviceDelay; }
+    bool canAdjustSync() const noexcept { return syncEngine().capabilities().supportsPerDeviceDelay; }
 
     // The program's life
 
@@ -115,6 +117,11 @@ class DualOutputCoordinator {
     /// The answer to pendingDisconnectDecision().
     Task<void> resolveDisconnect(bool keepPlaying);
     void dismissError();
+    /// Has the session's outputs play so many milliseconds later than they would, by UID: at once, and as
+    /// their profile from then on. Only differences are heard. Nothing without a session.
+    void setSyncCorrections(std::map<std::string, double> corrections, SyncProfile::Kind kind) {
+        sync_.setCorrections(std::move(corrections), kind);
+    }
 
     /// Saves the session with its volumes as a new preset, which is the active one from then on, and follows
     /// each adjustment. None without a session.
@@ -167,9 +174,8 @@ class DualOutputCoordinator {
     AudioDeviceManager& deviceManager_;
     SystemAudioManager& systemAudio_;
     PreferencesManager& preferences_;
-    SyncEngine& syncEngine_;
-    SyncProfileManager& syncProfiles_;
     SessionPreset preset_;
+    SessionSync sync_;
     AutoConnect autoConnect_;
     RememberedPair rememberedPair_;
 

@@ -18,7 +18,9 @@ Subscription SyncProfileManager::observeProfiles(std::function<void()> handler) 
 }
 
 std::optional<SyncProfile> SyncProfileManager::profile(const std::vector<std::string>& forDeviceUIDs) const {
-    const auto found = std::ranges::find(profiles_, SyncProfile::key(forDeviceUIDs), &SyncProfile::id);
+    const std::string key = SyncProfile::key(forDeviceUIDs);
+    if (forNow_ && forNow_->id == key) return forNow_;
+    const auto found = std::ranges::find(profiles_, key, &SyncProfile::id);
     return found == profiles_.end() ? std::nullopt : std::optional(*found);
 }
 
@@ -41,6 +43,12 @@ void SyncProfileManager::remove(std::string_view id) {
     auto profiles = profiles_;
     std::erase_if(profiles, [&](const SyncProfile& profile) { return profile.id == id; });
     assign(std::move(profiles));
+}
+
+void SyncProfileManager::setForNow(std::optional<SyncProfile> profile) {
+    if (forNow_ == profile) return;
+    forNow_ = std::move(profile);
+    observers_.notify();
 }
 
 void SyncProfileManager::assign(std::vector<SyncProfile> profiles) {

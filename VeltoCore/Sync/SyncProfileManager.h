@@ -30,12 +30,15 @@ class SyncProfileManager {
     const std::vector<SyncProfile>& profiles() const noexcept { return profiles_; }
     Subscription observeProfiles(std::function<void()> handler);
 
-    /// The profile of these devices, in whatever order they are given.
+    /// The profile of these devices, in whatever order they are given: the one for now, else the stored one.
     std::optional<SyncProfile> profile(const std::vector<std::string>& forDeviceUIDs) const;
 
     /// Replaces the profile of the same devices in its place, else appends it; dated now either way.
     void save(SyncProfile profile);
     void remove(std::string_view id);
+
+    /// A profile that is not stored and comes before a stored one of its devices; none ends it.
+    void setForNow(std::optional<SyncProfile> profile);
 
   private:
     /// Takes the list over, stores it, and notifies if it differs from the old one.
@@ -45,6 +48,7 @@ class SyncProfileManager {
     UserDefaults& defaults_;
     const Clock& clock_;
     std::vector<SyncProfile> profiles_;
+    std::optional<SyncProfile> forNow_;
     ObserverList observers_;
 };
 
