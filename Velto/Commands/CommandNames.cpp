@@ -1,5 +1,7 @@
 #include "Velto/Commands/CommandNames.h"
 
+#include "VeltoCore/Sync/OutputDelays.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -98,6 +100,23 @@ VolumeChange volumeChange(std::string_view word) {
             fmt::format("“{}” is no volume; such are 40%, +5% and -5%, from 0% to 100%.", word),
             CommandFailure::Kind::wrongUsage);
     return {sign * static_cast<float>(percent) / 100.0F, isStep};
+}
+
+DelayChange delayChange(std::string_view word) {
+    std::string_view digits = word;
+    const bool isStep = digits.starts_with('+') || digits.starts_with('-');
+    const double sign = digits.starts_with('-') ? -1 : 1;
+    if (isStep) digits.remove_prefix(1);
+    if (digits.ends_with("ms")) digits.remove_suffix(2);
+    double milliseconds = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), milliseconds);
+    const bool isNumber = error == std::errc() && end == digits.data() + digits.size();
+    if (!isNumber || !(milliseconds >= 0 && milliseconds <= longestOutputDelay))
+        throw CommandFailure(
+            fmt::format("“{}” is no delay; such are 180, +5 and -0.1, from 0 to {:.0f} milliseconds.", word,
+                        longestOutputDelay),
+            CommandFailure::Kind::wrongUsage);
+    return {sign * milliseconds, isStep};
 }
 
 bool switched(bool isOn, std::string_view word) {

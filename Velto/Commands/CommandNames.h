@@ -24,6 +24,14 @@ struct VolumeChange {
 /// Such as "40%", "40", "+5%" or "-5%".
 VolumeChange volumeChange(std::string_view word);
 
+struct DelayChange {
+    /// In milliseconds.
+    double value = 0;
+    bool isStep = false;
+};
+/// Such as "180", "180ms", "+5" or "-0.1".
+DelayChange delayChange(std::string_view word);
+
 /// What "on", "off" or "toggle" makes of it.
 bool switched(bool isOn, std::string_view word);
 

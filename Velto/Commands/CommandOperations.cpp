@@ -39,6 +39,7 @@ CommandOperations::Operation CommandOperations::operation(const std::string& com
         {"reset", &Self::reset},
         {"volume", &Self::volume},
         {"mute", &Self::mute},
+        {"delay", &Self::delay},
         {"presets", &Self::presets},
         {"presets save", &Self::savePreset},
         {"presets rename", &Self::renamePreset},
@@ -217,6 +218,16 @@ Task<JSON> CommandOperations::mute(Arguments arguments) {
         for (const OutputCard& card : cards)
             if (card.isMuted != isMuted) app_.menuBar().toggleMute(card.output.uid);
     });
+    co_return statusOf(app_);
+}
+
+// Delay
+
+Task<JSON> CommandOperations::delay(Arguments arguments) {
+    const DelayChange change = delayChange(arguments.front());
+    const OutputCard card = playing({arguments.back()}).front();
+    if (!card.delay) throw CommandFailure("Outputs can't be delayed on this system.");
+    app_.menuBar().setDelay(change.isStep ? *card.delay + change.value : change.value, card.output.uid);
     co_return statusOf(app_);
 }
 

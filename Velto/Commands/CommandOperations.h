@@ -38,6 +38,7 @@ class CommandOperations {
     Task<JSON> reset(Arguments arguments);
     Task<JSON> volume(Arguments arguments);
     Task<JSON> mute(Arguments arguments);
+    Task<JSON> delay(Arguments arguments);
     Task<JSON> presets(Arguments arguments);
     Task<JSON> savePreset(Arguments arguments);
     Task<JSON> renamePreset(Arguments arguments);

@@ -34,7 +34,8 @@ JSON outputOf(const OutputCard& card) {
             {"name", card.output.name},
             {"isConnected", card.output.isConnected},
             {"volume", card.hasVolume ? volume(card.volume) : JSON()},
-            {"isMuted", card.canMute ? JSON(card.isMuted) : JSON()}};
+            {"isMuted", card.canMute ? JSON(card.isMuted) : JSON()},
+            {"delay", orNull(card.delay)}};
 }
 
 JSON questionOf(const MenuBarViewModel& menuBar, const DualOutputCoordinator& coordinator) {

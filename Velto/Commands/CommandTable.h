@@ -16,6 +16,8 @@ struct CommandArgument {
         outputOrPreset,
         /// Such as "40%", "+5%" or "-5%".
         volume,
+        /// Such as "180", "+5" or "-0.1".
+        delay,
         onOff,
         onOffToggle,
         keepStop,

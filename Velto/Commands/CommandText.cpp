@@ -69,12 +69,16 @@ std::string columns(const std::vector<Row>& rows) {
     return result;
 }
 
-/// "80 %, muted".
+/// "80 %, muted, 12.4 ms later".
 std::string sound(const JSON& output) {
     if (!flag(output, "isConnected")) return "not connected";
-    const std::string volume = percent(output, "volume");
-    if (!flag(output, "isMuted")) return volume;
-    return volume.empty() ? "muted" : volume + ", muted";
+    std::vector<std::string> told;
+    if (const std::string volume = percent(output, "volume"); !volume.empty()) told.push_back(volume);
+    if (flag(output, "isMuted")) told.emplace_back("muted");
+    const JSON delay = output.value("delay", JSON());
+    if (delay.is_number() && delay.get<double>() > 0)
+        told.push_back(fmt::format("{} ms later", delay.get<double>()));
+    return fmt::format("{}", fmt::join(told, ", "));
 }
 
 std::string trouble(const JSON& status) {
