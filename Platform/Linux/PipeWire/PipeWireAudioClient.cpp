@@ -28,10 +28,12 @@ constexpr std::chrono::milliseconds newDefaultGrace{200};
 
 // Life
 
-PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote)
-    : actor_(actor), connection_(actor, watcher, std::move(remote), *this),
-      graph_([this] { graphChanged(); }),
-      aggregates_(actor, connection_, graph_, [this] { news_.tellLater(); }),
+PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher,
+                                         const std::string& remote)
+    : actor_(actor), connection_(actor, watcher, remote, *this), graph_([this] { graphChanged(); }),
+      aggregates_(actor, watcher, connection_, graph_, remote,
+                  {.joined = [this] { news_.tellLater(); },
+                   .delaysLost = [this](const std::string& aggregate) { delaysLost(aggregate); }}),
       outputs_(actor, connection_, graph_, aggregates_, [this] { news_.tellLater(); }),
       volumeWrites_(actor, connection_, graph_,
                     [this](PipeWireVolumeWrites::Control control) {
@@ -292,6 +294,18 @@ void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
     connection_.waitUntil([&] { return outputs_.hasLeft(name); }, newDefaultGrace);
     outputs_.finishRestoring(pipeWireDeadline - newDefaultGrace);
     driftCompensation_.clear();
+}
+
+void PipeWireAudioClient::setOutputDelays(AudioObjectID aggregate, const OutputDelays& milliseconds) {
+    const PipeWireNode& node = require(aggregate, "SetOutputDelays");
+    if (!aggregates_.setDelays(node, milliseconds))
+        fail(kAudioHardwareBadDeviceError, "SetOutputDelays", aggregate);
+    aggregates_.relink();
+}
+
+void PipeWireAudioClient::delaysLost(const std::string& aggregate) {
+    if (const PipeWireNode* node = graph_.device(aggregate))
+        news_.listeners().notify({{node->objectID(), kVeltoAggregatePropertyOutputDelaysLost}});
 }
 
 AggregateDeviceDescription PipeWireAudioClient::requireAggregate(AudioObjectID device,

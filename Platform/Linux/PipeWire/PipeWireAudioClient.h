@@ -8,13 +8,13 @@
 // absent.
 #pragma once
 
-#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 #include "Platform/Linux/PipeWire/PipeWireNews.h"
 #include "Platform/Linux/PipeWire/PipeWireSystemOutputs.h"
 #include "Platform/Linux/PipeWire/PipeWireVolumeWrites.h"
+#include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 
@@ -29,7 +29,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
   public:
     /// Connects, and knows all devices when it returns; without a server, or with one that doesn't answer, it
     /// goes on trying. `remote` names the server's socket or is its absolute path; empty for the user's own.
-    PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote = {});
+    PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher, const std::string& remote = {});
     ~PipeWireAudioClient() override;
 
     bool isConnected() const noexcept { return connection_.isConnected(); }
@@ -68,6 +68,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     bool supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept override;
     bool subDeviceDriftCompensation(AudioObjectID subDevice) override;
     void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) override;
+    bool supportsOutputDelays() const noexcept override { return true; }
+    void setOutputDelays(AudioObjectID aggregate, const OutputDelays& milliseconds) override;
     bool supportsOutputVolume(AudioObjectID device) noexcept override;
     float outputVolume(AudioObjectID device) override;
     void setOutputVolume(AudioObjectID device, float volume) override;
@@ -102,6 +104,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     /// The same for what only the session manager can answer.
     void requireSessionManager(const char* operation) const;
 
+    void delaysLost(const std::string& aggregate);
     void graphChanged();
     void followAggregate();
 

@@ -1,5 +1,6 @@
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 
+#include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 
 #include <algorithm>
@@ -60,6 +61,7 @@ void PipeWireGraph::detach() {
     links_.clear();
     cards_.clear();
     notificationStreams_.clear();
+    delayNodes_.clear();
     default_.reset();
     settings_.reset();
 }
@@ -100,6 +102,16 @@ std::vector<const PipeWirePort*> PipeWireGraph::ports(uint32_t nodeID) const {
     std::ranges::sort(result, {},
                       [](const auto* port) { return std::pair(port->index(), port->globalID()); });
     return result;
+}
+
+std::optional<uint32_t> PipeWireGraph::delayNode(std::string_view name) const {
+    const auto found = std::ranges::find(delayNodes_, name, [](const auto& entry) { return entry.second; });
+    return found == delayNodes_.end() ? std::nullopt : std::optional(found->first);
+}
+
+const std::string* PipeWireGraph::delayNodeName(uint32_t globalID) const {
+    const auto found = delayNodes_.find(globalID);
+    return found == delayNodes_.end() ? nullptr : &found->second;
 }
 
 PipeWireDevice* PipeWireGraph::card(const PipeWireNode& node) const {
@@ -150,6 +162,10 @@ void PipeWireGraph::addNode(uint32_t globalID, PipeWireProperties properties) {
                property(properties, PW_KEY_MEDIA_ROLE) == "Notification") {
         notificationStreams_.insert_or_assign(globalID, std::to_string(serial));
         changed_();
+    } else if (property(properties, PW_KEY_OBJECT_PATH) == DelayNames::mark) {
+        delayNodes_.insert_or_assign(globalID,
+                                     std::string(property(properties, PW_KEY_NODE_NAME).value_or("")));
+        changed_();
     }
 }
 
@@ -183,6 +199,7 @@ void PipeWireGraph::remove(uint32_t globalID) {
     linkChanges_ += links_.erase(globalID);
     cards_.erase(globalID);
     notificationStreams_.erase(globalID);
+    delayNodes_.erase(globalID);
     if (default_ && default_->globalID() == globalID) default_.reset();
     if (settings_ && settings_->globalID() == globalID) settings_.reset();
     changed_();

@@ -13,7 +13,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -53,6 +55,10 @@ class PipeWireGraph {
     bool hasPort(uint32_t globalID) const { return ports_.contains(globalID); }
     /// The card behind a device; null when it has none.
     PipeWireDevice* card(const PipeWireNode& node) const;
+    /// The node that delays outputs, by its name; none while there is none.
+    std::optional<uint32_t> delayNode(std::string_view name) const;
+    /// The name of the node that delays outputs with that global ID; null when it is none.
+    const std::string* delayNodeName(uint32_t globalID) const;
     const std::map<uint32_t, PipeWireLink>& links() const noexcept { return links_; }
     /// Counts the links that came and went.
     std::uint64_t linkChanges() const noexcept { return linkChanges_; }
@@ -96,6 +102,7 @@ class PipeWireGraph {
     std::map<uint32_t, PipeWireLink> links_;
     std::map<uint32_t, std::unique_ptr<PipeWireDevice>> cards_;
     std::map<uint32_t, std::string> notificationStreams_;
+    std::map<uint32_t, std::string> delayNodes_;
     std::unique_ptr<PipeWireMetadata> default_;
     std::unique_ptr<PipeWireMetadata> settings_;
     std::uint64_t linkChanges_ = 0;

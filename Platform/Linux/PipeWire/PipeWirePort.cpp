@@ -25,6 +25,7 @@ PipeWirePort::PipeWirePort(uint32_t globalID, const PipeWireProperties& properti
       isMonitor_(property(properties, PW_KEY_PORT_MONITOR) == "true"),
       isAudio_(property(properties, PW_KEY_FORMAT_DSP).value_or("").find("audio") != std::string_view::npos),
       channel_(property(properties, PW_KEY_AUDIO_CHANNEL).value_or("")),
+      name_(property(properties, PW_KEY_PORT_NAME).value_or("")),
       alias_(property(properties, PW_KEY_PORT_ALIAS).value_or("")) {}
 
 void PipeWirePort::watchLatency(pw_registry* registry, std::function<void()> changed) {

@@ -26,6 +26,8 @@ class PipeWirePort {
     /// The channel's name, such as "FL"; empty when the port has none.
     const std::string& channel() const noexcept { return channel_; }
 
+    /// Its own name within its node.
+    const std::string& name() const noexcept { return name_; }
     /// What the server finds it by within its node: the node's display name and the port's own.
     const std::string& alias() const noexcept { return alias_; }
 
@@ -44,6 +46,7 @@ class PipeWirePort {
     bool isMonitor_ = false;
     bool isAudio_ = false;
     std::string channel_;
+    std::string name_;
     std::string alias_;
     std::unique_ptr<PipeWireProxy> proxy_;
     spa_latency_info latency_{};
