@@ -96,6 +96,21 @@ double cpuSecondsOf(pid_t process) {
     return nanoseconds * 1e-9;
 }
 
+std::optional<pid_t> childOf(pid_t process, const std::string& name) {
+    for (const auto& entry : fs::directory_iterator("/proc", fs::directory_options::skip_permission_denied)) {
+        std::ifstream file(entry.path() / "status");
+        std::string named;
+        pid_t parent = 0;
+        for (std::string line; std::getline(file, line);) {
+            if (line.starts_with("Name:\t")) named = line.substr(6);
+            if (line.starts_with("PPid:\t")) parent = std::stoi(line.substr(6));
+            if (line.starts_with("State:\tZ")) named.clear();
+        }
+        if (parent == process && named == name) return std::stoi(entry.path().filename());
+    }
+    return std::nullopt;
+}
+
 std::int64_t wakeUpsOf(pid_t process) {
     std::int64_t count = 0;
     for (const auto& thread : fs::directory_iterator(folderOf(process) / "task")) {

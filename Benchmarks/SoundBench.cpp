@@ -2,6 +2,7 @@
 
 #include "Benchmarks/ProcessFigures.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -41,8 +42,29 @@ double SoundBench::start() { return timed({"play", desk, usb}); }
 
 double SoundBench::stop() { return timed({"stop"}); }
 
+void SoundBench::delayUSB(const std::string& milliseconds) {
+    timed({"delay", milliseconds, usb});
+    const auto isDelayed = [this] {
+        const PipeWireGraph& graph = lab_.graph();
+        const PipeWireNode* output = graph.device(usb);
+        return std::ranges::any_of(graph.links(), [&](const auto& entry) {
+            return output && entry.second.isOurs && entry.second.inputNode == output->globalID() &&
+                   graph.delayNodeName(entry.second.outputNode);
+        });
+    };
+    if (!lab_.waitUntil(isDelayed)) throw std::runtime_error("The output is not delayed");
+}
+
+pid_t SoundBench::helper() {
+    const auto process = childOf(velto_->process().id(), "velto-delay");
+    if (!process) throw std::runtime_error("Nothing delays");
+    return *process;
+}
+
 double SoundBench::cpuSeconds() {
-    return cpuSecondsOf(server_.daemonID()) + cpuSecondsOf(velto_->process().id());
+    const auto helper = childOf(velto_->process().id(), "velto-delay");
+    return cpuSecondsOf(server_.daemonID()) + cpuSecondsOf(velto_->process().id()) +
+           (helper ? cpuSecondsOf(*helper) : 0);
 }
 
 } // namespace velto

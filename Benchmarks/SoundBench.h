@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace velto {
 
@@ -26,11 +27,15 @@ class SoundBench {
     /// Each answers how long it took, in milliseconds, as the program has measured it.
     double start();
     double stop();
+    /// Has the USB output heard later; returns when what delays it runs.
+    void delayUSB(const std::string& milliseconds);
+    /// The process that delays. Throws while there is none.
+    pid_t helper();
     void unplugDesk() { lab_.unplug(desk); }
     /// Answers when the output had its ports, on the monotonic clock in nanoseconds.
     std::int64_t plugDesk() { return lab_.plug(deskOutput_); }
 
-    /// CPU time of the server's daemon and of Velto, in seconds.
+    /// CPU time of the server's daemon, of Velto and of what delays, in seconds.
     double cpuSeconds();
 
     SoundLab& lab() noexcept { return lab_; }

@@ -4,6 +4,7 @@
 // and ratios within one run count.
 
 #include "Benchmarks/FigureTable.h"
+#include "Benchmarks/ProcessFigures.h"
 #include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
@@ -11,6 +12,8 @@
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <nlohmann/json.hpp>
+
+#include <signal.h>
 
 #include <algorithm>
 #include <chrono>
@@ -203,6 +206,66 @@ void cpu(const Workshop& workshop) {
               median(ratios) <= 1.1);
 }
 
+/// The delayed output while what delays it is killed again and again.
+void killsOfDelay(const Workshop& workshop) {
+    writeNoiseRecording(workshop.folder / "noise.wav", 120);
+    SoundBench bench(workshop.folder / "noise.wav");
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb}, Clock::dummyDriver, 120);
+    bench.start();
+    bench.delayUSB("20");
+    recorder.waitUntil(1.0);
+    std::vector<double> events;
+    for (int round = 0; round < 100; ++round) {
+        events.push_back(recorder.timelineSeconds(monotonicNow()));
+        kill(bench.helper(), SIGKILL);
+        std::this_thread::sleep_for(100ms);
+        bench.delayUSB(round % 2 ? "20" : "20.1"); // asked anew, it is started anew for as often as it takes
+        std::this_thread::sleep_for(150ms);
+    }
+    recorder.stop();
+    const std::vector<float> delayed = recorder.samples(SoundBench::usb);
+    const std::vector<float> other = recorder.samples(SoundBench::desk);
+    std::vector<double> silences;
+    std::int64_t lost = 0;
+    for (const double event : events) {
+        // The longest silence in the tenth of a second that follows, in quanta.
+        const auto begin = static_cast<std::size_t>(event * OutputRecorder::sampleRate) * 2;
+        std::int64_t longest = 0, silent = 0;
+        for (std::size_t sample = begin; sample < begin + 9600 && sample < delayed.size(); sample += 2) {
+            silent = delayed[sample] == 0 && delayed[sample + 1] == 0 ? silent + 1 : 0;
+            longest = std::max(longest, silent);
+            lost += other[sample] == 0 && other[sample + 1] == 0;
+        }
+        silences.push_back(static_cast<double>(longest) / static_cast<double>(recorder.quantum()));
+    }
+    const auto within = std::ranges::count_if(silences, [](double quanta) { return quanta <= 2; });
+    table.add("delayed output, what delays it is killed",
+              text("%td of %zu; median %.2f quanta, most %.2f", within, silences.size(), median(silences),
+                   std::ranges::max(silences)),
+              "100 of 100 silent for <= 2 quanta", within == std::ssize(silences));
+    table.add("the other output meanwhile", text("%lld samples lost", static_cast<long long>(lost)),
+              "no sample lost", lost == 0);
+}
+
+void delayed(const Workshop& workshop) {
+    SoundBench bench(workshop.source());
+    std::vector<double> ratios;
+    double memory = 0;
+    for (int round = 0; round < 6; ++round) {
+        plugBareSink(bench);
+        const double bare = cpuPerSecond(bench);
+        bench.lab().unplug("bare");
+        bench.start();
+        bench.delayUSB("180");
+        ratios.push_back(cpuPerSecond(bench) / bare);
+        memory = memoryOf(bench.helper()).proportional;
+        bench.stop();
+    }
+    table.add("CPU with one output delayed, against the same", text("x %.2f", median(ratios)), "<= 1.8 x",
+              median(ratios) <= 1.8);
+    table.add("memory of what delays: PSS", text("%.1f MB", memory), "<= 3 MB", memory <= 3);
+}
+
 } // namespace
 
 int main() {
@@ -213,6 +276,8 @@ int main() {
         survivors(workshop);
         replugs(workshop);
         cpu(workshop);
+        delayed(workshop);
+        killsOfDelay(workshop);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "velto-sound-benchmarks: %s\n", error.what());
         return 1;

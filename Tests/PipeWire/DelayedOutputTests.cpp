@@ -1,0 +1,153 @@
+// Outputs of an aggregate that are delayed, on a real server, judged by what they were heard to play.
+#include "Platform/Linux/Delay/DelayNames.h"
+#include "Tests/PipeWire/HeardServer.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace velto {
+namespace {
+
+class DelayedOutputTests : public HeardServer {
+  protected:
+    void SetUp() override {
+        HeardServer::SetUp();
+        aggregate = createAggregate({"desk", "usb"});
+        client->setDefaultOutputDevice(aggregate);
+        listen(aggregate, kVeltoAggregatePropertyOutputDelaysLost, [this] { ++losses; });
+        music = play();
+        record(OutputRecorder::GraphClock::dummyDriver);
+        playFor(4800);
+    }
+    void TearDown() override {
+        recorder.reset();
+        music.reset();
+        client->setDefaultOutputDevice(id("desk"));
+        client->destroyAggregateDevice(aggregate);
+        EXPECT_EQ(helper(), 0) << "it goes with the aggregate";
+        HeardServer::TearDown();
+    }
+
+    /// The process that delays; 0 while there is none.
+    pid_t helper() {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream file(entry.path() / "cmdline");
+            const std::string words{std::istreambuf_iterator<char>(file), {}};
+            if (words.contains("velto-delay") && words.contains(server.socket()))
+                return std::stoi(entry.path().filename());
+        }
+        return 0;
+    }
+    /// Signals it, when there is one.
+    void signalHelper(int number) {
+        pid_t process = 0;
+        ASSERT_TRUE(runUntil([&] { return (process = helper()) > 0; }));
+        kill(process, number);
+    }
+    /// Whether sound goes to "usb" directly, and through what delays.
+    std::pair<bool, bool> ways() {
+        bool isDirect = false;
+        bool isDelayed = false;
+        const SoundLab::Lock lock(*lab);
+        const PipeWireGraph& graph = lab->graph();
+        const PipeWireNode* usb = graph.device("usb");
+        const PipeWireNode* source = graph.device(aggregateUID);
+        for (const auto& [globalID, link] : graph.links()) {
+            if (!link.isOurs || !usb || link.inputNode != usb->globalID()) continue;
+            isDirect |= source && link.outputNode == source->globalID();
+            isDelayed |= graph.delayNodeName(link.outputNode) != nullptr;
+        }
+        return {isDirect, isDelayed};
+    }
+    bool becomesDelayed() {
+        return runUntil([&] { return ways() == std::pair(false, true); });
+    }
+    /// By how many frames "usb" is heard later than "desk" from now on; none where that differs.
+    std::optional<std::int64_t> lagNow() {
+        playFor(14400); // what was in the line, and changes, are through
+        const std::int64_t from = recorder->frames();
+        playFor(9600);
+        return lag(from, recorder->frames());
+    }
+
+    AudioObjectID aggregate = kAudioObjectUnknown;
+    std::unique_ptr<ChildProcess> music;
+    int losses = 0;
+};
+
+TEST_F(DelayedOutputTests, OnlyWhatIsDelayedGoesAnotherWayAndStaysThere) {
+    client->setOutputDelays(aggregate, {{"desk", 0}, {"usb", 0}});
+    EXPECT_EQ(ways(), std::pair(true, false));
+    EXPECT_EQ(helper(), 0) << "nothing runs without a delay";
+    client->setOutputDelays(aggregate, {{"usb", 12.4}});
+    ASSERT_TRUE(becomesDelayed());
+    EXPECT_EQ(lagNow(), 595);
+    client->setOutputDelays(aggregate, {{"usb", 183.4}, {"desk", 0}});
+    EXPECT_EQ(lagNow(), 8803);
+    client->setOutputDelays(aggregate, {});
+    EXPECT_EQ(lagNow(), 0);
+    EXPECT_EQ(ways(), std::pair(false, true)) << "to leave the way again would be heard";
+
+    client->setOutputDelays(aggregate, {{"usb", 80}});
+    lab->unplug("usb");
+    ASSERT_TRUE(runUntil([&] { return !client->deviceID("usb"); }));
+    lab->plug(VirtualOutput::usb("usb", "USB DAC"));
+    ASSERT_TRUE(runUntil([&] { return client->deviceID("usb").has_value(); }));
+    EXPECT_TRUE(becomesDelayed()) << "also when it comes back";
+    EXPECT_EQ(losses, 0);
+}
+
+TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAgain) {
+    client->setOutputDelays(aggregate, {{"usb", 80}});
+    for (int end = 1; end <= 3; ++end) {
+        ASSERT_TRUE(becomesDelayed());
+        signalHelper(SIGKILL);
+        ASSERT_TRUE(runUntil([&] { return ways().first; })) << end;
+    }
+    ASSERT_TRUE(becomesDelayed()) << "it is started again three times";
+    EXPECT_EQ(losses, 0);
+    EXPECT_EQ(lagNow(), 3840);
+    signalHelper(SIGKILL);
+    ASSERT_TRUE(runUntil([&] { return losses == 1; }));
+    EXPECT_TRUE(runUntil([&] { return ways() == std::pair(true, false); }));
+    EXPECT_EQ(lagNow(), 0);
+
+    client->setOutputDelays(aggregate, {{"usb", 12.4}});
+    EXPECT_TRUE(becomesDelayed()) << "whoever asks anew gets it anew";
+    signalHelper(SIGSTOP);
+    EXPECT_TRUE(runUntil([&] { return ways().first; })) << "one that hangs is as good as gone";
+    EXPECT_TRUE(becomesDelayed());
+    EXPECT_EQ(losses, 1);
+}
+
+TEST_F(DelayedOutputTests, ALinkOfOursToAStrangerIsRemovedAlsoFromWhatDelays) {
+    client->setOutputDelays(aggregate, {{"usb", 80}});
+    ASSERT_TRUE(becomesDelayed());
+    {
+        const SoundLab::Lock lock(*lab);
+        pw_properties* properties =
+            pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_OBJECT_PATH, "velto.link",
+                              PW_KEY_LINK_OUTPUT_NODE, DelayNames::node(aggregateUID).c_str(),
+                              PW_KEY_LINK_OUTPUT_PORT, DelayNames::output(1, "FL").c_str(),
+                              PW_KEY_LINK_INPUT_NODE, "blue", PW_KEY_LINK_INPUT_PORT, "playback_FL", nullptr);
+        pw_core_create_object(lab->core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
+                              &properties->dict, 0);
+        pw_properties_free(properties);
+    }
+    const auto isLinkedToBlue = [&] {
+        const SoundLab::Lock lock(*lab);
+        const PipeWireNode* blue = lab->graph().device("blue");
+        return std::ranges::any_of(lab->graph().links(), [&](const auto& entry) {
+            return entry.second.isOurs && blue && entry.second.inputNode == blue->globalID();
+        });
+    };
+    EXPECT_TRUE(runUntil([&] { return log.count("Removing a link to blue") == 1 && !isLinkedToBlue(); }));
+    EXPECT_EQ(ways(), std::pair(false, true)) << "the others stay";
+}
+
+} // namespace
+} // namespace velto
