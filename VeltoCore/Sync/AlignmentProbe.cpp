@@ -16,11 +16,14 @@ std::size_t AlignmentProbe::frames() const noexcept {
     return static_cast<std::size_t>(std::llround(sampleRate * seconds));
 }
 
+double AlignmentProbe::highestPlayed() const noexcept { return std::min(highest, 0.45 * sampleRate); }
+
 float AlignmentProbe::sample(Sweep sweep, std::size_t frame) const noexcept {
     if (frame >= frames()) return 0;
     const std::size_t risingFrame = sweep == Sweep::rising ? frame : frames() - 1 - frame;
     const double time = static_cast<double>(risingFrame) / sampleRate;
-    const double phase = 2 * std::numbers::pi * (lowest + (highest - lowest) * time / seconds / 2) * time;
+    const double phase =
+        2 * std::numbers::pi * (lowest + (highestPlayed() - lowest) * time / seconds / 2) * time;
     const double toTheNearerEnd = std::min(time, seconds - 1 / sampleRate - time);
     const double fade =
         toTheNearerEnd < fadeSeconds

@@ -21,6 +21,8 @@ struct AlignmentProbe {
     double peak = 0.25;
 
     std::size_t frames() const noexcept;
+    /// What the sample rate leaves of `highest`.
+    double highestPlayed() const noexcept;
     /// Silent before and after the sweep, which starts and ends softly.
     float sample(Sweep sweep, std::size_t frame) const noexcept;
     std::vector<float> samples(Sweep sweep) const;

@@ -61,7 +61,7 @@ std::size_t index(AlignmentProbe::Sweep sweep) { return static_cast<std::size_t>
 SweepFinder::SweepFinder(const AlignmentProbe& probe, std::span<const float> recording)
     : probe_(probe), lastStart_(recording.size() - probe.frames()), size_(std::bit_ceil(recording.size())),
       lowest_(static_cast<std::size_t>(probe.lowest / probe.sampleRate * static_cast<double>(size_))),
-      count_(static_cast<std::size_t>(probe.highest / probe.sampleRate * static_cast<double>(size_)) -
+      count_(static_cast<std::size_t>(probe.highestPlayed() / probe.sampleRate * static_cast<double>(size_)) -
              lowest_),
       // Half as many again as needed, so that each pulse has neighbours from which its top can be told.
       pulseCount_(std::bit_ceil(count_ * 3 / 2)), transform_(pulseCount_) {
