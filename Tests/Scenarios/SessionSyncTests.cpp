@@ -117,13 +117,12 @@ TEST_F(SessionSyncTests, DelaysThatCantBeHadAreToldOnceAndTheSessionGoesOn) {
     end();
 }
 
-TEST_F(SessionSyncTests, WhereTheSystemCantDelayNothingIsAskedOfIt) {
+TEST_F(SessionSyncTests, WhereTheSystemCantDelayNothingIsAskedOfItAndAProfileIsAnEstimate) {
     world.delaysOutputs = false;
     launch();
     app->play("builtin", "bluetooth");
-    EXPECT_EQ(takeError(), std::nullopt);
     correct(20);
-    EXPECT_THAT(takeError(), Optional(AudioManagerError::syncEngineUnavailable()));
+    EXPECT_EQ(takeError(), std::nullopt);
     EXPECT_EQ(world.calls.count(CoreAudioOperation::setOutputDelays), 0U);
     EXPECT_TRUE(app->isPlaying());
     end();

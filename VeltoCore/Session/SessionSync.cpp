@@ -38,6 +38,8 @@ void SessionSync::sessionChanged() {
 }
 
 void SessionSync::apply(const DualOutputSession& session) {
+    // What can't be corrected is only an estimate.
+    if (!engine_.capabilities().supportsPerDeviceDelay) return;
     const auto stored = profiles_.profile(outputs(session));
     // Of what is stored only what concerns these outputs.
     SyncProfile profile(outputs(session), session.masterUID, {}, SyncProfile::Kind::manual, clock_.now());

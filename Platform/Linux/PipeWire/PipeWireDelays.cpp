@@ -71,7 +71,7 @@ void PipeWireDelays::start() {
                         [this](const std::string& why) { ended(why); });
     } catch (const std::exception& error) {
         logger.error("The outputs can't be delayed: {}", error.what());
-        actor_.post([lost = lost_, aggregate = session_->aggregate] { lost(aggregate); });
+        actor_.post(lifetime_.whileAlive([this, aggregate = session_->aggregate] { lost_(aggregate); }));
     }
 }
 

@@ -10,6 +10,7 @@
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Sync/OutputDelays.h"
 
 #include <cstddef>
@@ -68,6 +69,7 @@ class PipeWireDelays {
     std::optional<Session> session_;
     std::deque<ContinuousInstant> ends_; // of the program, unasked
     std::optional<PipeWireDelayHelper> helper_;
+    Lifetime lifetime_;
 };
 
 } // namespace velto
