@@ -134,6 +134,7 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
 TEST_F(DelayedOutputTests, ALinkOfOursToAStrangerIsRemovedAlsoFromWhatDelays) {
     client->setOutputDelays(aggregate, {{"usb", 80}});
     ASSERT_TRUE(becomesDelayed());
+    pw_proxy* stray = nullptr;
     {
         const SoundLab::Lock lock(*lab);
         pw_properties* properties =

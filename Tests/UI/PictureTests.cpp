@@ -93,7 +93,7 @@ const NamedState states[]{
          s.menuBar().play();
          s.advance(std::chrono::milliseconds(60));
      }},
-    {"panel-playing", "182 ms estimated",
+    {"panel-playing", "182 ms corrected",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.play("airpods", "flip");
@@ -102,6 +102,12 @@ const NamedState states[]{
      [](Scene& s) {
          s.play("airpods", "studio");
          s.panel().click("Mute AirPods Pro");
+     }},
+    {"panel-in-step", "182 ms later",
+     [](Scene& s) {
+         s.estimate("airpods", "flip");
+         s.play("airpods", "flip");
+         s.panel().click("Adjust when each output is heard");
      }},
     {"panel-degraded", "JBL Flip 6 disconnected",
      [](Scene& s) {

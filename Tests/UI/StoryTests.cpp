@@ -119,6 +119,27 @@ TEST_F(StoryTests, volumesFollowPointerKeysAndWheel) {
     EXPECT_NEAR(panel().find("Volume of JBL Flip 6").value, 0.1, 0.02);
 }
 
+TEST_F(StoryTests, eachOutputIsDelayedByPointerAndKeys) {
+    launch();
+    EXPECT_FALSE(panel().has("Adjust when each output is heard"));
+    play("airpods", "flip");
+    const auto delayOf = [&](const std::string& uid) { return world().aggregates().at(0).delays.at(uid); };
+    panel().tabTo("Adjust when each output is heard");
+    panel().key(Qt::Key_Return);
+    settle();
+    panel().dragTo("Delay of AirPods Pro", 0.4);
+    EXPECT_NEAR(delayOf("airpods"), 200, 10);
+    const double before = delayOf("airpods");
+    panel().tabTo("Delay of AirPods Pro");
+    panel().key(Qt::Key_Right);
+    panel().key(Qt::Key_Left, Qt::ShiftModifier);
+    settle();
+    EXPECT_NEAR(delayOf("airpods"), before + 0.9, 0.01);
+    EXPECT_EQ(delayOf("flip"), 0);
+    EXPECT_TRUE(panel().shows("at once"));
+    EXPECT_EQ(state().syncProfiles().profiles().at(0).kind, SyncProfile::Kind::manual);
+}
+
 TEST_F(StoryTests, aLostOutputAsksAndBothAnswersAreKept) {
     launch();
     preferences().disconnectBehavior.set(DisconnectBehavior::askUser);

@@ -33,6 +33,7 @@ class MenuBarAdapter final : public ModelAdapter {
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY changed)
     Q_PROPERTY(QString errorText READ errorText NOTIFY changed)
     Q_PROPERTY(QString recoveryText READ recoveryText NOTIFY changed)
+    Q_PROPERTY(bool canAdjustSync READ canAdjustSync NOTIFY changed)
     Q_PROPERTY(QString syncSummary READ syncSummary NOTIFY changed)
     Q_PROPERTY(QString disconnectQuestion READ disconnectQuestion NOTIFY changed)
     Q_PROPERTY(QString keepPlayingTitle READ keepPlayingTitle CONSTANT)
@@ -77,6 +78,7 @@ class MenuBarAdapter final : public ModelAdapter {
     bool isPlaying() const { return model_.isPlaying(); }
     QString errorText() const { return toQString(model_.errorText()); }
     QString recoveryText() const { return toQString(model_.recoveryText()); }
+    bool canAdjustSync() const { return model_.canAdjustSync(); }
     QString syncSummary() const { return toQString(model_.syncSummary()); }
     QString disconnectQuestion() const { return toQString(model_.disconnectQuestion()); }
 
@@ -113,6 +115,7 @@ class MenuBarAdapter final : public ModelAdapter {
     }
     Q_INVOKABLE void dismissError() { model_.dismissError(); }
     Q_INVOKABLE void setVolume(const QString& uid, double volume);
+    Q_INVOKABLE void setDelay(const QString& uid, double milliseconds);
     Q_INVOKABLE void toggleMute(const QString& uid);
     Q_INVOKABLE void saveCurrentAsPreset() { model_.saveCurrentAsPreset(); }
 

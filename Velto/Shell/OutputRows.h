@@ -37,4 +37,7 @@ struct OutputCard {
     friend bool operator==(const OutputCard&, const OutputCard&) = default;
 };
 
+/// When the output is heard, such as "12.4 ms later".
+std::string delayText(const OutputCard& card);
+
 } // namespace velto

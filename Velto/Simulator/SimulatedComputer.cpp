@@ -7,7 +7,9 @@
 namespace velto {
 
 SimulatedComputer::SimulatedComputer(MainActor& actor, const TextCollation& collation)
-    : actor_(actor), collation_(collation), world_(std::make_shared<SimulatedAudioSystem>(actor)) {}
+    : actor_(actor), collation_(collation), world_(std::make_shared<SimulatedAudioSystem>(actor)) {
+    world_->delaysOutputs = true;
+}
 
 void SimulatedComputer::plugUsualDevices() {
     const auto plug = [this](SimulatedDevice device) { world_->plug(std::move(device)); };

@@ -181,6 +181,12 @@ FocusScope {
                 }
             }
 
+            InStepView {
+                width: parent.width
+                visible: panel.model.canAdjustSync
+                model: panel.model
+            }
+
             PushButton {
                 width: parent.width
                 implicitHeight: 36

@@ -1,12 +1,15 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A volume from 0 to 1. What it shows follows `volume`, but never under the finger.
+// A volume, or a part of anything else, from 0 to 1. What it shows follows `volume`, but never under the finger.
 T.Slider {
     id: slider
 
     property real volume: 0
     property bool dimmed: false
+    /// What an arrow key does, and with Shift.
+    property real step: 0.05
+    property real fineStep: step
     signal volumeMoved(real volume)
 
     implicitHeight: Theme.hitSize
@@ -26,12 +29,13 @@ T.Slider {
     }
 
     Accessible.role: Accessible.Slider
-    Accessible.onIncreaseAction: volumeMoved(value + 0.05)
-    Accessible.onDecreaseAction: volumeMoved(value - 0.05)
-    Keys.onLeftPressed: volumeMoved(value - 0.05)
-    Keys.onRightPressed: volumeMoved(value + 0.05)
-    Keys.onDownPressed: volumeMoved(value - 0.05)
-    Keys.onUpPressed: volumeMoved(value + 0.05)
+    Accessible.onIncreaseAction: volumeMoved(value + step)
+    Accessible.onDecreaseAction: volumeMoved(value - step)
+    function stepOf(event) { return event.modifiers & Qt.ShiftModifier ? fineStep : step }
+    Keys.onLeftPressed: event => volumeMoved(value - stepOf(event))
+    Keys.onRightPressed: event => volumeMoved(value + stepOf(event))
+    Keys.onDownPressed: event => volumeMoved(value - stepOf(event))
+    Keys.onUpPressed: event => volumeMoved(value + stepOf(event))
 
     WheelHandler {
         onWheel: event => slider.volumeMoved(slider.value + event.angleDelta.y / 2400)
