@@ -109,6 +109,8 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
     client->setOutputDelays(aggregate, {{"usb", 80}});
     ASSERT_TRUE(becomesDelayed());
     EXPECT_EQ(lagNow(), 3840);
+    int deviceChanges = 0;
+    listen(kAudioObjectSystemObject, kAudioHardwarePropertyDevices, [&] { ++deviceChanges; });
     for (int end = 1; end <= 3; ++end) {
         const std::int64_t before = recorder->frames();
         signalHelper(SIGKILL);
@@ -129,6 +131,9 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
     signalHelper(SIGSTOP); // one that hangs is as good as gone
     EXPECT_TRUE(becomesDelayed());
     EXPECT_EQ(losses, 1);
+    settle();
+    EXPECT_EQ(deviceChanges, 0) << "no output was gone for a moment: that would end sessions";
+    stopListening();
 }
 
 TEST_F(DelayedOutputTests, ALinkOfOursToAStrangerIsRemovedAlsoFromWhatDelays) {

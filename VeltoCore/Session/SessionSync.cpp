@@ -66,8 +66,8 @@ void SessionSync::setCorrections(std::map<std::string, double> corrections, Sync
         profile.corrections.emplace(uid, corrections[uid]);
     }
     if (!preferences_.rememberSyncProfiles()) return profiles_.setForNow(std::move(profile));
-    profiles_.setForNow(std::nullopt);
     profiles_.save(std::move(profile));
+    profiles_.setForNow(std::nullopt); // after: the stored one of before is not to be heard in between
 }
 
 } // namespace velto

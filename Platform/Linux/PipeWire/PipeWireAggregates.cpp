@@ -67,7 +67,7 @@ PipeWireAggregates::PipeWireAggregates(MainActor& actor, FileDescriptorWatcher& 
                                        const std::string& remote, Handlers handlers)
     : actor_(actor), connection_(connection), graph_(graph),
       delays_(actor, watcher, graph, remote, std::move(handlers.delaysLost)),
-      links_(connection, graph, delays_), joined_(std::move(handlers.joined)) {}
+      links_(connection, graph, delays_), whenJoined_(std::move(handlers.joined)) {}
 
 PipeWireAggregates::~PipeWireAggregates() { forget(); }
 
@@ -161,6 +161,7 @@ void PipeWireAggregates::relink() {
     if (!connection_.isConnected()) return;
     removeLateAggregates();
     links_.follow();
+    std::erase_if(joined_, [&](AudioObjectID objectID) { return !graph_.device(objectID); });
     std::set<AudioObjectID> unlinked;
     for (const auto& [uid, description] : kept_) {
         const PipeWireNode* aggregate = graph_.device(uid);
@@ -169,7 +170,12 @@ void PipeWireAggregates::relink() {
             const PipeWireNode* output = graph_.device(subDevice.uid);
             if (!output) continue;
             links_.link(*aggregate, *output);
-            if (!links_.isLinked(*aggregate, *output)) unlinked.insert(output->objectID());
+            const AudioObjectID objectID = output->objectID();
+            if (links_.isLinked(*aggregate, *output)) {
+                joined_.insert(objectID);
+            } else if (!joined_.contains(objectID)) {
+                unlinked.insert(objectID);
+            }
         }
     }
     updateJoining(unlinked);
@@ -196,7 +202,7 @@ void PipeWireAggregates::updateJoining(const std::set<AudioObjectID>& unlinked) 
         if (joining_.contains(objectID)) continue;
         joining_[objectID] = actor_.postAfter(joiningGrace, [this, objectID] {
             joining_[objectID].reset(); // given up on: shown although it isn't linked
-            joined_();
+            whenJoined_();
         });
     }
 }
@@ -216,6 +222,7 @@ void PipeWireAggregates::forget() {
     givenUp_.clear();
     delays_.forget();
     links_.forget();
+    joined_.clear();
     updateJoining({});
 }
 

@@ -80,7 +80,10 @@ class PipeWireAggregates {
     std::set<std::string, std::less<>> givenUp_;
     /// Devices that are back and not linked yet, each with the timer that ends the wait for it.
     std::map<AudioObjectID, std::optional<MainActor::TimerID>> joining_;
-    std::function<void()> joined_;
+    /// Devices that have been linked since they appeared. One that is without links for a moment, because what
+    /// delays it has gone, is not one that comes back: whoever listens would take it to be lost.
+    std::set<AudioObjectID> joined_;
+    std::function<void()> whenJoined_;
 };
 
 } // namespace velto
