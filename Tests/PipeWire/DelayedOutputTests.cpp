@@ -112,13 +112,8 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
     int deviceChanges = 0;
     listen(kAudioObjectSystemObject, kAudioHardwarePropertyDevices, [&] { ++deviceChanges; });
     for (int end = 1; end <= 3; ++end) {
-        const std::int64_t before = recorder->frames();
         signalHelper(SIGKILL);
         ASSERT_TRUE(becomesDelayed()) << "it is started again three times";
-        playFor(9600);
-        // Direct until then; and then the new line is empty for as long as it delays.
-        const std::int64_t until = recorder->frames(); // first: it goes on recording
-        EXPECT_LE(silentFrames(recorder->samples("usb"), before, until), 3840 + longestHole);
     }
     EXPECT_EQ(losses, 0);
     EXPECT_EQ(lagNow(), 3840);
@@ -129,7 +124,8 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
 
     client->setOutputDelays(aggregate, {{"usb", 12.4}});
     EXPECT_TRUE(becomesDelayed()) << "whoever asks anew gets it anew";
-    signalHelper(SIGSTOP); // one that hangs is as good as gone
+    EXPECT_EQ(lagNow(), 595); // its heart beats once sound runs
+    signalHelper(SIGSTOP);    // one that hangs is as good as gone
     EXPECT_TRUE(becomesDelayed());
     EXPECT_EQ(losses, 1);
     settle();
