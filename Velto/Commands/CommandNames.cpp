@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 namespace velto {
 
@@ -52,6 +53,26 @@ std::vector<std::string> namesOf(const Elements& elements) {
     return names;
 }
 
+/// What to set something to, or with a sign by how much to change it.
+template <class Number>
+struct Amount {
+    Number value; // not negative
+    int sign;
+    bool isStep;
+};
+
+/// None for anything but a number with perhaps a sign and that unit.
+template <class Number>
+std::optional<Amount<Number>> amount(std::string_view word, std::string_view unit) {
+    const bool isStep = word.starts_with('+') || word.starts_with('-');
+    Amount<Number> result{-1, word.starts_with('-') ? -1 : 1, isStep};
+    if (isStep) word.remove_prefix(1);
+    if (word.ends_with(unit)) word.remove_suffix(unit.size());
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), result.value);
+    const bool isNumber = error == std::errc() && end == word.data() + word.size() && result.value >= 0;
+    return isNumber ? std::optional(result) : std::nullopt;
+}
+
 } // namespace
 
 const AudioOutputDevice& outputCalled(std::string_view word, const std::vector<AudioOutputDevice>& outputs) {
@@ -88,35 +109,22 @@ const AudioPreset& presetCalled(std::string_view word, const std::vector<AudioPr
 }
 
 VolumeChange volumeChange(std::string_view word) {
-    std::string_view digits = word;
-    const bool isStep = digits.starts_with('+') || digits.starts_with('-');
-    const float sign = digits.starts_with('-') ? -1.0F : 1.0F;
-    if (isStep) digits.remove_prefix(1);
-    if (digits.ends_with('%')) digits.remove_suffix(1);
-    int percent = -1;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), percent);
-    if (error != std::errc() || end != digits.data() + digits.size() || percent < 0 || percent > 100)
+    const auto percent = amount<int>(word, "%");
+    if (!percent || percent->value > 100)
         throw CommandFailure(
             fmt::format("“{}” is no volume; such are 40%, +5% and -5%, from 0% to 100%.", word),
             CommandFailure::Kind::wrongUsage);
-    return {sign * static_cast<float>(percent) / 100.0F, isStep};
+    return {static_cast<float>(percent->sign * percent->value) / 100.0F, percent->isStep};
 }
 
 DelayChange delayChange(std::string_view word) {
-    std::string_view digits = word;
-    const bool isStep = digits.starts_with('+') || digits.starts_with('-');
-    const double sign = digits.starts_with('-') ? -1 : 1;
-    if (isStep) digits.remove_prefix(1);
-    if (digits.ends_with("ms")) digits.remove_suffix(2);
-    double milliseconds = -1;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), milliseconds);
-    const bool isNumber = error == std::errc() && end == digits.data() + digits.size();
-    if (!isNumber || !(milliseconds >= 0 && milliseconds <= longestOutputDelay))
+    const auto milliseconds = amount<double>(word, "ms");
+    if (!milliseconds || !(milliseconds->value <= longestOutputDelay))
         throw CommandFailure(
             fmt::format("“{}” is no delay; such are 180, +5 and -0.1, from 0 to {:.0f} milliseconds.", word,
                         longestOutputDelay),
             CommandFailure::Kind::wrongUsage);
-    return {sign * milliseconds, isStep};
+    return {milliseconds->sign * milliseconds->value, milliseconds->isStep};
 }
 
 bool switched(bool isOn, std::string_view word) {

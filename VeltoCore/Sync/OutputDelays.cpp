@@ -51,8 +51,4 @@ OutputDelays shownDelays(const SyncProfile& profile) {
     return delays;
 }
 
-bool hasDelay(const OutputDelays& delays) noexcept {
-    return std::ranges::any_of(delays, [](const auto& entry) { return entry.second > 0; });
-}
-
 } // namespace velto

@@ -24,7 +24,4 @@ OutputDelays outputDelays(const SyncProfile& profile);
 /// What corrections look like to a person who turns them: as they were given, but none before all others.
 OutputDelays shownDelays(const SyncProfile& profile);
 
-/// Whether any output is delayed.
-bool hasDelay(const OutputDelays& delays) noexcept;
-
 } // namespace velto

@@ -214,6 +214,7 @@ bool PipeWireAggregates::setDelays(const PipeWireNode& aggregate, const OutputDe
     for (const auto& subDevice : kept->second.subDevices)
         outputs.push_back(subDevice.uid);
     delays_.set(aggregate.name(), outputs, delays);
+    relink();
     return true;
 }
 

@@ -300,7 +300,6 @@ void PipeWireAudioClient::setOutputDelays(AudioObjectID aggregate, const OutputD
     const PipeWireNode& node = require(aggregate, "SetOutputDelays");
     if (!aggregates_.setDelays(node, milliseconds))
         fail(kAudioHardwareBadDeviceError, "SetOutputDelays", aggregate);
-    aggregates_.relink();
 }
 
 void PipeWireAudioClient::delaysLost(const std::string& aggregate) {
