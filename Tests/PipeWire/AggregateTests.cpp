@@ -11,15 +11,6 @@ using testing::ElementsAre;
 
 class AggregateTests : public RealServer {
   protected:
-    AudioObjectID plug(const VirtualOutput& output) {
-        lab->plug(output);
-        EXPECT_TRUE(runUntil([&] { return id(output.name) != kAudioObjectUnknown; })) << output.name;
-        return id(output.name);
-    }
-    void unplug(const std::string& name) {
-        lab->unplug(name);
-        EXPECT_TRUE(runUntil([&] { return id(name) == kAudioObjectUnknown; })) << name;
-    }
     std::vector<std::string> active(AudioObjectID aggregate) {
         std::vector<std::string> result;
         for (const AudioObjectID device : client->aggregateActiveSubDeviceIDs(aggregate))
@@ -61,7 +52,7 @@ TEST_F(AggregateTests, DriftCompensationIsRememberedPerOutput) {
     };
     expectSwapped("after the change");
     unplug("usb");
-    plug(VirtualOutput::usb("usb", "USB Interface"));
+    plug(usual("usb"));
     expectSwapped("after a replug");
     client->destroyAggregateDevice(aggregate);
 }
@@ -82,7 +73,7 @@ TEST_F(AggregateTests, AnOutputThatReturnsIsHiddenUntilItIsLinked) {
         EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb")) << "there but silent";
     });
     for (int i = 1; i <= 10; ++i) {
-        lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+        lab->plug(usual("usb"));
         ASSERT_TRUE(runUntil([&] { return returns == i; }));
         unplug("usb");
     }
@@ -137,7 +128,7 @@ TEST_F(AggregateTests, OutputsThatComeAndGoWhileItIsMadeDoNoHarm) {
         const AudioObjectID aggregate = createAggregate({"desk", "usb"});
         EXPECT_TRUE(runUntil([&] { return id("usb") == kAudioObjectUnknown; }));
         EXPECT_THAT(active(aggregate), ElementsAre("desk"));
-        plug(VirtualOutput::usb("usb", "USB Interface"));
+        plug(usual("usb"));
         EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb"));
         client->destroyAggregateDevice(aggregate);
     }

@@ -5,11 +5,12 @@
 
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 #include "Simulation/InMemoryUserDefaults.h"
+#include "Simulation/SimulatedApplicationHost.h"
+#include "Simulation/SimulatedAudioEngine.h"
+#include "Simulation/SimulatedLoginItemService.h"
 #include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Started.h"
-#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
-#include "VeltoCore/Recovery/UserDefaultsRecoveryStateStore.h"
-#include "VeltoCore/Session/SystemAudioManager.h"
+#include "Velto/Shell/AppState.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -27,17 +28,24 @@ int times(int count) {
     return count * (factor ? std::max(std::atoi(factor), 1) : 1);
 }
 
-/// The program's core up to the session, on a client.
+/// The program on a client, not launched: its session is what is attacked.
 struct Core {
     Core(CoreAudioClient& client, MainActor& loop, UserDefaults& defaults)
-        : collation(makePlatformTextCollation()), devices(client, loop, *collation), aggregates(client, loop),
-          store(defaults), session(client, devices, aggregates, store, loop), tasks(loop) {}
+        : state({.actor = loop,
+                 .client = std::shared_ptr<CoreAudioClient>(std::shared_ptr<void>(), &client), // not owned
+                 .defaults = defaults,
+                 .collation = *collation,
+                 .loginItems = loginItems,
+                 .host = host,
+                 .makeAudioEngine = [](auto&) { return std::make_unique<SimulatedAudioEngine>(); }}),
+          tasks(loop) {}
 
-    std::unique_ptr<TextCollation> collation;
-    AudioDeviceManager devices;
-    AggregateDeviceManager aggregates;
-    UserDefaultsRecoveryStateStore store;
-    SystemAudioManager session;
+    const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
+    SimulatedLoginItemService loginItems;
+    SimulatedApplicationHost host;
+    AppState state;
+    AudioDeviceManager& devices = state.deviceManager();
+    SystemAudioManager& session = state.systemAudio();
     TaskScope tasks; // dies first
 };
 
@@ -143,11 +151,10 @@ TEST_F(AttackTests, AnOutputThatComesAsAnotherGoesGetsNoSound) {
         // All of it before the client hears of any: the newcomer has the IDs of the one that went.
         lab->unplug("usb");
         const std::string stranger = "stranger " + std::to_string(i);
-        lab->plug(VirtualOutput::usb(stranger, "Stranger"));
-        ASSERT_TRUE(runUntil([&] { return id(stranger) != kAudioObjectUnknown; }));
+        plug(VirtualOutput::usb(stranger, "Stranger"));
         settle();
         EXPECT_TRUE(lab->waitUntil([&] { return lab->linkCount(aggregateUID, stranger) == 0; })) << i;
-        lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+        lab->plug(usual("usb"));
         EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }))
             << i;
         lab->unplug(stranger);
@@ -185,8 +192,7 @@ TEST_F(AttackTests, StoppingLeavesTheSessionManagerAlive) {
     std::mt19937 random(7);
     for (int i = 0; i < times(8); ++i) {
         const AudioObjectID aggregate = createAggregate({"desk", "usb"});
-        client->setDefaultOutputDevice(aggregate);
-        client->setDefaultSystemOutputDevice(aggregate);
+        switchTo(aggregate);
         auto music = play();
         ASSERT_TRUE(runUntil([&] { return isPlayedTo(aggregateUID); }));
         if (i % 2) { // paused: the aggregate goes to sleep, and for 5 s its sleep is to become deeper
@@ -243,8 +249,7 @@ TEST_F(AttackTests, AnAggregateThatSomebodyElseRemovesIsRestoredFrom) {
         const auto before = outside();
         const AudioObjectID aggregate = createAggregate({"desk", "usb"});
         client->setNominalSampleRate(aggregate, 96000);
-        client->setDefaultOutputDevice(aggregate);
-        client->setDefaultSystemOutputDevice(aggregate);
+        switchTo(aggregate);
         ASSERT_TRUE(lab->waitForDefault(aggregateUID));
         if (!isAlive) stopClient();
         lab->unplug(aggregateUID);

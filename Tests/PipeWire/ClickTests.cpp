@@ -30,13 +30,11 @@ class ClickTests : public RealServer {
     /// Both outputs become one, and play everything.
     AudioObjectID playTogether() {
         const AudioObjectID aggregate = createAggregate({"desk", "usb"});
-        client->setDefaultOutputDevice(aggregate);
-        client->setDefaultSystemOutputDevice(aggregate);
+        switchTo(aggregate);
         return aggregate;
     }
     void stopPlayingTogether(AudioObjectID aggregate) {
-        client->setDefaultOutputDevice(id("desk"));
-        client->setDefaultSystemOutputDevice(id("desk"));
+        switchTo(id("desk"));
         client->destroyAggregateDevice(aggregate);
     }
 

@@ -122,8 +122,7 @@ TEST_F(ServerLifeTests, ASessionManagerThatDiesTakesItsAnswersWithItUntilItRetur
 TEST_F(ServerLifeTests, AServerThatDiesAnswersNothingAndItsReturnIsToldOnce) {
     const std::vector<AudioObjectID> before = client->allDeviceIDs();
     const AudioObjectID aggregate = createAggregate({"desk", "usb"});
-    client->setDefaultOutputDevice(aggregate);
-    client->setDefaultSystemOutputDevice(aggregate);
+    switchTo(aggregate);
     listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
     listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
     listen(aggregate, kAudioDevicePropertyDeviceIsAlive, note("alive"));

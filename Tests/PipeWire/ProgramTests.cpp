@@ -39,9 +39,6 @@ class ProgramTests : public RealServer {
         return text.contains(library);
     }
     bool playsToBoth() { return isPlayedTo("desk") && isPlayedTo("usb"); }
-    bool isPutBack() {
-        return runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; });
-    }
 
     const VirtualScreen screen;
 };

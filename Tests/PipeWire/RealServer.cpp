@@ -90,10 +90,26 @@ void RealServer::TearDown() {
 // Verbs
 
 void RealServer::plugUsualOutputs() {
-    lab->plug(VirtualOutput::builtIn("desk", "Desk Speakers"));
-    lab->plug(VirtualOutput::usb("usb", "USB Interface"));
-    lab->plug(VirtualOutput::bluetooth("blue", "Headphones"));
+    for (const char* name : {"desk", "usb", "blue"})
+        lab->plug(usual(name));
     ASSERT_TRUE(lab->waitForDefault("desk"));
+}
+
+VirtualOutput RealServer::usual(const std::string& name) {
+    if (name == "desk") return VirtualOutput::builtIn(name, "Desk Speakers");
+    if (name == "usb") return VirtualOutput::usb(name, "USB Interface");
+    return VirtualOutput::bluetooth(name, "Headphones");
+}
+
+AudioObjectID RealServer::plug(const VirtualOutput& output) {
+    lab->plug(output);
+    EXPECT_TRUE(runUntil([&] { return id(output.name) != kAudioObjectUnknown; })) << output.name;
+    return id(output.name);
+}
+
+void RealServer::unplug(const std::string& name) {
+    lab->unplug(name);
+    EXPECT_TRUE(runUntil([&] { return id(name) == kAudioObjectUnknown; })) << name;
 }
 
 void RealServer::startClient() {
@@ -182,6 +198,15 @@ AggregateDeviceDescription RealServer::description(std::vector<std::string> uids
 
 AudioObjectID RealServer::createAggregate(std::vector<std::string> uids) {
     return client->createAggregateDevice(description(std::move(uids)));
+}
+
+void RealServer::switchTo(AudioObjectID device) {
+    client->setDefaultOutputDevice(device);
+    client->setDefaultSystemOutputDevice(device);
+}
+
+bool RealServer::isPutBack() {
+    return runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; });
 }
 
 std::vector<std::string> RealServer::ourNotes() {

@@ -36,6 +36,11 @@ class RealServer : public testing::Test {
 
     /// Plugs the usual outputs: "desk" (built in, the default), "usb" and "blue".
     void plugUsualOutputs();
+    /// Plugs an output in, or pulls it; the client knows when this returns.
+    AudioObjectID plug(const VirtualOutput& output);
+    void unplug(const std::string& name);
+    /// One of the usual outputs, to be plugged in again.
+    static VirtualOutput usual(const std::string& name);
     /// Starts the client under test; it sees all that the lab sees when this returns.
     void startClient();
     void stopClient() { client.reset(); }
@@ -62,6 +67,10 @@ class RealServer : public testing::Test {
     std::string alertUID();
 
     AudioObjectID createAggregate(std::vector<std::string> uids);
+    /// Sound and alerts go to the device, as a session has it.
+    void switchTo(AudioObjectID device);
+    /// Whether no session is left and sound goes to "desk" again, perhaps in a moment.
+    bool isPutBack();
     static AggregateDeviceDescription description(std::vector<std::string> uids);
 
     /// Global entries of the server's stores that are ours.

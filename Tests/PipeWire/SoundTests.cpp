@@ -5,7 +5,6 @@
 #include "Tools/SoundLab/RunningVelto.h"
 
 #include <cstdlib>
-#include <map>
 
 namespace velto {
 namespace {
@@ -28,10 +27,6 @@ class SoundTests : public RealServer {
         return runUntil([&] { return recorder->frames() > now + OutputRecorder::sampleRate / 10; }) &&
                recorder->heardUntil(output) <= now;
     }
-    void makeDefault(AudioObjectID device) {
-        client->setDefaultOutputDevice(device);
-        client->setDefaultSystemOutputDevice(device);
-    }
 
     std::optional<OutputRecorder> recorder;
 
@@ -48,7 +43,7 @@ TEST_F(SoundTests, EveryOutputOfAnAggregateIsHeardAndNoOther) {
     lab->plug(VirtualOutput::hdmi("display", "Display"));
     record({"desk", "usb", "display", "blue"});
     const AudioObjectID aggregate = createAggregate({"desk", "usb", "display"});
-    makeDefault(aggregate);
+    switchTo(aggregate);
     const auto music = play();
     EXPECT_TRUE(isHeard("desk") && isHeard("usb") && isHeard("display"));
     EXPECT_TRUE(isSilent("blue"));
@@ -64,7 +59,7 @@ TEST_F(SoundTests, EveryOutputOfAnAggregateIsHeardAndNoOther) {
     EXPECT_TRUE(isHeard("blue"));
     client->destroyAggregateDevice(aggregate);
     EXPECT_TRUE(runUntil([&] { return isSilent("usb"); }));
-    makeDefault(id("desk"));
+    switchTo(id("desk"));
 }
 
 TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
@@ -89,7 +84,7 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
     EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "blue"}); }), kAudioHardwareIllegalOperationError);
 
     RunningVelto later = runVelto();
-    EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
+    EXPECT_TRUE(isPutBack());
     EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
     EXPECT_TRUE(lab->waitUntil([&] { return !lab->defaultMetadata(PipeWireKey::configuredSink); }));
     EXPECT_TRUE(becomesForced("44100"));
@@ -99,7 +94,7 @@ TEST_F(SoundTests, AKilledProgramLeavesBothPlayingAndALaterRunCleansUp) {
     ASSERT_EQ(later.command({"play", "desk", "blue"}).error, "");
     later.process().signal(SIGTERM); // ends in good order
     EXPECT_EQ(later.process().wait(std::chrono::seconds(10)), 0);
-    EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
+    EXPECT_TRUE(isPutBack());
     EXPECT_TRUE(becomesForced("44100"));
 }
 
@@ -115,12 +110,12 @@ TEST_F(SoundTests, AResetPutsEverythingBackAndLosesNothingThatIsNeeded) {
     ASSERT_TRUE(isHeard("desk") && isHeard("usb"));
     lab->unplug("usb"); // degraded, as it may be when somebody resorts to this
     EXPECT_EQ(velto.command({"reset"}).error, "");
-    EXPECT_TRUE(runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; }));
+    EXPECT_TRUE(isPutBack());
     EXPECT_EQ(alertUID(), "desk");
     EXPECT_TRUE(leavesNoNotes()) << testing::PrintToString(ourNotes());
     EXPECT_TRUE(isHeard("desk"));
 
-    lab->plug(VirtualOutput::usb("usb", "USB Interface"));
+    lab->plug(usual("usb"));
     lab->setChannelVolumes("usb", 1);
     EXPECT_TRUE(isSilent("usb"));
     EXPECT_EQ(velto.command({"play", "Evening"}).error, "");
@@ -137,25 +132,22 @@ TEST_F(SoundTests, EveryReplugWhilePlayingIsHeardAgain) {
     const int count = wanted ? std::atoi(wanted) : 20;
     record({"desk", "usb"});
     const AudioObjectID aggregate = createAggregate({"desk", "usb"});
-    makeDefault(aggregate);
+    switchTo(aggregate);
     const auto music = play();
     ASSERT_TRUE(isHeard("desk") && isHeard("usb"));
-    const std::map<std::string, VirtualOutput> outputs{
-        {"usb", VirtualOutput::usb("usb", "USB Interface")},
-        {"desk", VirtualOutput::builtIn("desk", "Desk Speakers")}};
     for (int i = 0; i < count; ++i) {
         const std::string returning = i % 4 == 3 ? "desk" : "usb";
         const std::string staying = returning == "usb" ? "desk" : "usb";
         lab->unplug(returning);
         ASSERT_TRUE(isHeard(staying)) << i;
-        lab->plug(outputs.at(returning));
+        lab->plug(usual(returning));
         ASSERT_TRUE(isHeard(returning)) << i;
         ASSERT_TRUE(isHeard(staying)) << i;
         ASSERT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }))
             << i;
         ASSERT_EQ(defaultUID(), aggregateUID) << i;
     }
-    makeDefault(id("desk"));
+    switchTo(id("desk"));
     client->destroyAggregateDevice(aggregate);
 }
 

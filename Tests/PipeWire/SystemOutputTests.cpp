@@ -37,10 +37,6 @@ class SystemOutputTests : public RealServer {
         switchTo(id(previous));
         client->destroyAggregateDevice(aggregate);
     }
-    void switchTo(AudioObjectID device) {
-        client->setDefaultOutputDevice(device);
-        client->setDefaultSystemOutputDevice(device);
-    }
 };
 
 /// Other programs that begin to watch the server's store, again and again.
@@ -95,7 +91,7 @@ TEST_F(SystemOutputTests, ASessionLeavesTheChoiceOfOutputAsItWas) {
     runSession("desk");
     EXPECT_TRUE(becomesConfigured("blue"));
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
-    lab->plug(VirtualOutput::bluetooth("blue", "Headphones"));
+    lab->plug(usual("blue"));
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "blue"; }));
     client->setDefaultOutputDevice(id("desk"));
 }
@@ -186,7 +182,7 @@ TEST_F(SystemOutputTests, AlertsFollowTheDefaultUntilTheyHaveAnOutputOfTheirOwn)
     EXPECT_EQ(defaultUID(), "usb");
     lab->unplug("blue"); // never a dead output
     EXPECT_TRUE(runUntil([&] { return alertUID() == "usb"; }));
-    lab->plug(VirtualOutput::bluetooth("blue", "Headphones"));
+    lab->plug(usual("blue"));
     EXPECT_TRUE(runUntil([&] { return alertUID() == "blue"; }));
     client->setDefaultOutputDevice(id("desk"));
     EXPECT_EQ(alertUID(), "blue");

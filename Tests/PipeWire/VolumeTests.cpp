@@ -59,8 +59,7 @@ TEST_F(VolumeTests, AScalarIsTheCubeRootOfTheLoudestChannel) {
 }
 
 TEST_F(VolumeTests, EveryChannelOfEveryOutputHasIt) {
-    lab->plug({"six", "Six", {{"audio.position", "[ FL FR FC LFE RL RR ]"}}});
-    ASSERT_TRUE(runUntil([&] { return id("six") != kAudioObjectUnknown; }));
+    plug({"six", "Six", {{"audio.position", "[ FL FR FC LFE RL RR ]"}}});
     const AudioObjectID aggregate = createAggregate({"desk", "six"});
     for (const char* name : {"six", aggregateUID}) {
         client->setOutputVolume(id(name), 0.5F);
@@ -110,12 +109,10 @@ TEST_F(VolumeTests, TheAggregatesOwnIsTheMasterVolumeOfItsOutputs) {
 
 TEST_F(VolumeTests, ACardWithARouteCarriesTheVolume) {
     FakeCard card(server.socket(), {{"device.bus", "usb"}, {"device.vendor.name", "Cardmaker"}});
-    lab->plug({"speakers",
-               "Speakers",
-               {{"device.id", std::to_string(card.globalID())},
-                {"card.profile.device", std::to_string(FakeCard::profileDevice)}}});
-    ASSERT_TRUE(runUntil([&] { return id("speakers") != kAudioObjectUnknown; }));
-    const AudioObjectID device = id("speakers");
+    const AudioObjectID device = plug({"speakers",
+                                       "Speakers",
+                                       {{"device.id", std::to_string(card.globalID())},
+                                        {"card.profile.device", std::to_string(FakeCard::profileDevice)}}});
     EXPECT_EQ(client->transportType(device), kAudioDeviceTransportTypeUSB) << "the card's";
     EXPECT_EQ(client->deviceManufacturer(device), "Cardmaker");
 

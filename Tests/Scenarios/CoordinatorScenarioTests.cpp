@@ -43,23 +43,10 @@ class CoordinatorScenarioTests : public MachineTest {
         ASSERT_TRUE(app->isPlaying());
     }
     DualOutputCoordinator& coordinator() { return app->coordinator; }
-    void unplug(std::string_view uid) {
-        world.unplug(uid);
-        loop.runUntilIdle();
-    }
-    void replug(std::string_view uid) {
-        world.replug(uid);
-        loop.runUntilIdle();
-    }
-    void pickDefault(std::string_view uid) {
-        world.pickDefault(uid);
-        loop.runUntilIdle();
-    }
     void wake() {
         coordinator().handleWake();
         loop.runUntilIdle();
     }
-    float volumeOf(std::string_view uid) { return world.device(uid).volume.value(); }
     std::string title() { return coordinator().status().title(); }
     void expectSound(const InvariantContext& context = {}) {
         EXPECT_THAT(violations(*app, context), IsEmpty());
@@ -107,8 +94,7 @@ TEST_F(CoordinatorScenarioTests, LaunchCleansUpBeforeItLooksAtDevices) {
     const auto launched = app->begin(app->state.launch());
     loop.runReady();
     ASSERT_FALSE(launched.isDone());
-    world.replug("bluetooth"); // while it cleans up: that is no appearance
-    loop.runUntilIdle();
+    replug("bluetooth"); // while it cleans up: that is no appearance
     EXPECT_TRUE(app->isIdle());
     expectSilentEnd();
     unplug("usb");
@@ -377,8 +363,7 @@ TEST_F(CoordinatorScenarioTests, SomebodyElsesChoiceEndsTheSession) {
     world.pickDefault("hdmi");
     loop.runReady();
     app->begin(coordinator().reconnect()); // while the session is being given up
-    world.unplug("bluetooth");
-    loop.runUntilIdle();
+    unplug("bluetooth");
     EXPECT_TRUE(app->isIdle());
     EXPECT_EQ(log.count("Default output switched away from the aggregate; ending session"), 1U);
     EXPECT_EQ(coordinator().lastError(), std::nullopt);
@@ -393,8 +378,7 @@ TEST_F(CoordinatorScenarioTests, ASwitchThatShowsLateIsNobodysChoice) {
         app->begin(app->playing("bluetooth", "builtin"));
         loop.runReady();
         world.unplug("bluetooth"); // devices change while the default output still reads old
-        world.replug("bluetooth");
-        loop.runUntilIdle();
+        replug("bluetooth");
         ASSERT_TRUE(app->isPlaying());
         expectSound();
         app->finish(coordinator().reconnect());
@@ -708,15 +692,13 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     world.faults.aliveAfter = 300ms;
     app->begin(app->playing("usb", "builtin"));
     loop.advance(200ms);
-    world.replug("bluetooth"); // nor during a start
-    loop.runUntilIdle();
+    replug("bluetooth"); // nor during a start
     ASSERT_TRUE(app->isPlaying());
     unplug("bluetooth");
     world.faults.lingersAfterDestroy = 250ms;
     app->begin(coordinator().stopDualOutput());
     loop.advance(100ms);
-    world.replug("bluetooth"); // nor during a stop
-    loop.runUntilIdle();
+    replug("bluetooth"); // nor during a stop
     pickDefault("usb");
     EXPECT_EQ(log.count("Auto Connect"), 1U) << "nor later: what appeared then has been seen";
 

@@ -81,8 +81,7 @@ inline const SweptOperation stop{"Stop",
 inline const SweptOperation abandon{"Abandon",
                                     [](SessionStage& stage) {
                                         stage.play();
-                                        stage.machine.world.pickDefault("hdmi");
-                                        stage.machine.loop.runUntilIdle();
+                                        stage.machine.pickDefault("hdmi");
                                     },
                                     [](SessionStage& stage) { return stage.session().abandonSession(); },
                                     {"hdmi"},

@@ -56,10 +56,8 @@ TEST_F(SessionSyncTests, TheProfileOfThePairHoldsWhateverHappensToTheSession) {
     EXPECT_THAT(delays(), applied);
     app->finish(app->coordinator.reconnect());
     EXPECT_THAT(delays(), applied) << "rebuilt";
-    world.unplug("bluetooth");
-    loop.runUntilIdle();
-    world.replug("bluetooth");
-    loop.runUntilIdle();
+    unplug("bluetooth");
+    replug("bluetooth");
     EXPECT_THAT(delays(), applied) << "rejoined";
     app->restartAudioService();
     loop.runUntilIdle();

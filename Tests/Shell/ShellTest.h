@@ -93,14 +93,6 @@ class ShellTest : public MachineTest {
         run();
         ASSERT_TRUE(menuBar().isPlaying());
     }
-    void unplug(std::string_view uid) {
-        world.unplug(uid);
-        run();
-    }
-    void replug(std::string_view uid) {
-        world.replug(uid);
-        run();
-    }
     UUID save(std::string name) {
         menuBar().setNewPresetName(std::move(name));
         menuBar().saveCurrentAsPreset();
@@ -113,7 +105,6 @@ class ShellTest : public MachineTest {
     SettingsViewModel& settings() { return state().settings(); }
     PreferencesManager& preferences() { return state().preferences(); }
     DualOutputCoordinator& coordinator() { return state().coordinator(); }
-    float volumeOf(std::string_view uid) { return world.device(uid).volume.value(); }
     std::vector<std::string> presetNames() {
         std::vector<std::string> names;
         for (const PresetRow& row : presets().presetRows())

@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velto {
@@ -36,6 +37,22 @@ class Machine {
         world.pickDefault("usb");
         world.pickAlertOutput("hdmi");
     }
+
+    // What somebody does to it, until nothing is left to do. The world's own verbs leave that to the test.
+
+    void unplug(std::string_view uid) {
+        world.unplug(uid);
+        loop.runUntilIdle();
+    }
+    void replug(std::string_view uid) {
+        world.replug(uid);
+        loop.runUntilIdle();
+    }
+    void pickDefault(std::string_view uid) {
+        world.pickDefault(uid);
+        loop.runUntilIdle();
+    }
+    float volumeOf(std::string_view uid) const { return world.device(uid).volume.value(); }
 
     /// Aggregates and listeners that nobody owns any more, and faults that never came to bear.
     std::vector<std::string> leftovers() const {
