@@ -6,12 +6,10 @@
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/ProcessFigures.h"
 #include "Benchmarks/SoundBench.h"
+#include "Tools/Judge/Report.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
-#include "Tools/SoundLab/Story.h"
 #include "Tools/SoundLab/VoiceRecording.h"
-
-#include <nlohmann/json.hpp>
 
 #include <signal.h>
 
@@ -73,10 +71,10 @@ std::string slurp(const fs::path& path) {
 /// Samples that an output lost around an event, as the judge hears it.
 std::int64_t lostSamples(const Workshop& workshop, const OutputRecorder& recorder, const std::string& output,
                          double event) {
-    Story story;
+    judge::Story story;
     story.source = "source.wav";
-    story.outputs = {{output, output, ""}};
-    StoryStep step;
+    story.outputs = {{output, output, "", output + ".wav"}};
+    judge::StoryStep step;
     step.name = "unplug";
     step.expected = "the other plays on";
     step.sound = {output};
@@ -84,23 +82,21 @@ std::int64_t lostSamples(const Workshop& workshop, const OutputRecorder& recorde
     step.to = event + 1.2;
     step.survivor = {output, event, 1'000'000};
     story.steps = {step};
-    recorder.write(output, workshop.folder / recordingName(story.outputs.front()));
-    story.write(workshop.folder / "story.json", OutputRecorder::sampleRate);
-    const fs::path judge =
+    recorder.write(output, workshop.folder / story.outputs.front().recording);
+    judge::writeStory(story, workshop.folder / "story.json");
+    const fs::path program =
         fs::canonical("/proc/self/exe").parent_path().parent_path() / "Tools/Judge/velto-judge";
-    ChildProcess child({judge.string(), (workshop.folder / "story.json").string(), "--report",
+    ChildProcess child({program.string(), (workshop.folder / "story.json").string(), "--report",
                         (workshop.folder / "report.json").string()},
                        {{}, workshop.folder / "judge.log", false});
     child.wait(60s);
-    std::ifstream file(workshop.folder / "report.json");
-    const auto object = nlohmann::json::parse(file, nullptr, false);
-    if (!object.is_object())
+    if (!fs::exists(workshop.folder / "report.json"))
         throw std::runtime_error("The judge could not hear the recording: " +
                                  slurp(workshop.folder / "judge.log"));
-    const auto& heard = object["steps"][0];
-    if (!heard.contains("survivor"))
-        throw std::runtime_error("The judge could not tell what was lost: " + heard["reasons"].dump());
-    return heard["survivor"]["lostSamples"].get<std::int64_t>();
+    const judge::StepJudgement heard = judge::readReport(workshop.folder / "report.json").at(0);
+    if (!heard.lost)
+        throw std::runtime_error("The judge could not tell what was lost: " + heard.reasons.at(0));
+    return heard.lost->total();
 }
 
 /// Unplugs the desk speakers while both play; answers what the other output lost.

@@ -1,6 +1,7 @@
 #include "Tools/Judge/JudgeCommand.h"
 
 #include "Tests/Judge/Studio.h"
+#include "Tools/Judge/Report.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -19,7 +20,6 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::StartsWith;
 using enum Studio::Output;
 using Status = JudgeCommand::Status;
 
@@ -67,20 +67,15 @@ class JudgeCommandTests : public testing::Test {
                            {"skewLimitSamples", 0},
                            {"milliseconds", 11.25},
                            {"limitMilliseconds", 25},
-                           {"survivor", "usb"},
-                           {"survivorEvent", 2.0},
-                           {"lostLimitSamples", 0},
-                           {"returned", "desk"},
-                           {"returnedEvent", 0.45},
-                           {"returnedLimitMilliseconds", 60},
-                           {"defaultExpected", "com.example.aggregate"},
-                           {"defaultActual", "com.example.aggregate"},
-                           {"alertExpected", "desk"},
-                           {"alertActual", "desk"},
-                           {"recordExpected", true},
-                           {"recordActual", true}}};
+                           {"survivor", {{"uid", "usb"}, {"event", 2.0}, {"lostLimitSamples", 0}}},
+                           {"returned", {{"uid", "desk"}, {"event", 0.45}, {"limitMilliseconds", 60}}},
+                           {"default", asExpected("com.example.aggregate")},
+                           {"alert", asExpected("desk")},
+                           {"record", asExpected(true)}}};
     }
     ~JudgeCommandTests() override { fs::remove_all(folder); }
+
+    static json asExpected(const json& value) { return {{"expected", value}, {"actual", value}}; }
 
     void writeRecordings() {
         for (const Studio::Output output : {desk, usb, display})
@@ -94,10 +89,8 @@ class JudgeCommandTests : public testing::Test {
     Status judgeStoryFile() {
         output.str("");
         errors.str("");
-        return JudgeCommand{.story = folder / "story.json",
-                            .report = folder / "report.json",
-                            .timeline = folder / "timeline.svg"}
-            .run(output, errors);
+        return JudgeCommand{.story = folder / "story.json", .report = folder / "report.json"}.run(output,
+                                                                                                  errors);
     }
 
     Studio studio;
@@ -111,7 +104,6 @@ TEST_F(JudgeCommandTests, StoryThatPasses) {
     EXPECT_EQ(run(), Status::allPass) << output.str() << errors.str();
     EXPECT_THAT(output.str(), EndsWith("\n1 step passed, 0 failed\n"));
     EXPECT_THAT(output.str(), HasSubstr("11.2, back 50.0"));
-    EXPECT_THAT(contentsOf(folder / "timeline.svg"), StartsWith("<svg "));
     const json report = json::parse(contentsOf(folder / "report.json"));
     const json& step = report.at("steps").at(0);
     EXPECT_EQ(report.at("verdict"), "pass");
@@ -124,10 +116,26 @@ TEST_F(JudgeCommandTests, StoryThatPasses) {
     EXPECT_EQ(step.at("outputs").at(2).at("due"), "silence");
 }
 
+TEST_F(JudgeCommandTests, WhatIsWrittenIsReadAgain) {
+    story["steps"][0].update({{"gains", {{"usb", 0.5}}}, {"problem", "none"}});
+    ASSERT_EQ(run(), Status::stepFailed) << errors.str();
+    Story first = readStory(folder / "story.json");
+    for (StoryOutput& output : first.outputs)
+        output.recording = fs::path(output.recording).filename();
+    first.source = "source.wav";
+    writeStory(first, folder / "written.json");
+    EXPECT_EQ(json::parse(contentsOf(folder / "written.json")), story);
+
+    const auto told = readReport(folder / "report.json");
+    EXPECT_EQ(reportJSON(first, told), contentsOf(folder / "report.json"));
+}
+
 TEST_F(JudgeCommandTests, StoryThatFallsShort) {
     studio.play(usb, 0.5, 7, 480);
     writeRecordings();
-    story["steps"][0].update({{"recordActual", nullptr}, {"defaultActual", "usb"}, {"milliseconds", 25.1}});
+    story["steps"][0]["record"]["actual"] = nullptr;
+    story["steps"][0]["default"]["actual"] = "usb";
+    story["steps"][0]["milliseconds"] = 25.1;
     EXPECT_EQ(run(), Status::stepFailed);
     for (const char* reason :
          {"The usb plays 480 samples later than The desk, 0 are allowed", "took 25.1 ms, 25.0 ms are allowed",
@@ -156,14 +164,15 @@ TEST_F(JudgeCommandTests, StoryThatCannotBeTakenAtItsWord) {
         {"outside of the recordings, which last 8.000 s", inStep("to", 8.01)},
         {"too short to be judged", inStep("to", 1.05)},
         {"\"skewLimitSamples\" must be a whole number", inStep("skewLimitSamples", -1)},
-        {"the key \"lostLimit\" is unknown", inStep("lostLimit", 0)},
-        {"around the survivor's event", inStep("survivorEvent", 0.4)},
+        {"step 1: the key \"lostLimit\" is unknown", inStep("lostLimit", 0)},
+        {"step 1, survivor: \"event\" is missing", inStep("survivor", {{"uid", "usb"}})},
+        {"around the survivor's event", inStep("survivor", {{"uid", "usb"}, {"event", 0.4}})},
         {"\"gains\" names an output on which no sound is due", inStep("gains", {{"display", 1}})},
         {"clicks tell nothing of a loss",
          [](json& story) {
-             story["steps"][0].update({{"clickPeak", 0.5}, {"clickIntervalSamples", 4800}});
+             story["steps"][0]["clicks"] = {{"peak", 0.5}, {"intervalSamples", 4800}};
          }},
-        {"not before the end of the window", inStep("returnedEvent", 3)},
+        {"not before the end of the window", inStep("returned", {{"uid", "desk"}, {"event", 3}})},
     };
     const json sound = story;
     for (const Case& fault : cases) {
@@ -190,14 +199,14 @@ TEST_F(JudgeCommandTests, FilesThatCannotBeUsed) {
         {"must be of one length", [&] { writeSound(usbFile, Frames(broken).subspan(7)); }},
         {"not numbers", [&] { writeSound(usbFile, broken); }},
         {"The source is silent", [&] { writeSound(folder / "source.wav", std::vector<Frame>(48000)); }},
-        {"timeline.svg can't be written", [&] { fs::create_directory(folder / "timeline.svg"); }},
+        {"report.json can't be written", [&] { fs::create_directory(folder / "report.json"); }},
     };
     for (const Case& fault : cases) {
-        fs::remove(folder / "timeline.svg");
+        fs::remove(folder / "report.json");
         writeRecordings();
         writeSound(folder / "source.wav", studio.source.frames());
         ASSERT_EQ(run(), Status::allPass);
-        fs::remove(folder / "timeline.svg");
+        fs::remove(folder / "report.json");
         fault.spoil();
         EXPECT_EQ(run(), Status::unusable) << fault.sentence;
         EXPECT_THAT(errors.str(), HasSubstr(fault.sentence));

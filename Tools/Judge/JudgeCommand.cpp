@@ -3,7 +3,6 @@
 #include "Tools/Judge/Material.h"
 #include "Tools/Judge/PlainText.h"
 #include "Tools/Judge/Report.h"
-#include "Tools/Judge/Timeline.h"
 #include "Tools/Judge/UnusableInput.h"
 
 #include <fmt/format.h>
@@ -26,7 +25,6 @@ JudgeCommand::Status JudgeCommand::run(std::ostream& output, std::ostream& error
         const auto judgements = judgeStory(material.story, material.source, material.recordings);
         output << reportTable(material.story, judgements) << std::flush;
         if (report) writeFile(*report, reportJSON(material.story, judgements));
-        if (timeline) writeFile(*timeline, timelineSVG(material, judgements));
         return allPass(judgements) ? Status::allPass : Status::stepFailed;
     } catch (const UnusableInput& error) {
         errors << "velto-judge: " << cleaned(error.what()) << "\n";

@@ -11,7 +11,6 @@ struct JudgeCommand {
     /// Files to read and to write.
     std::string story;
     std::optional<std::string> report = std::nullopt;
-    std::optional<std::string> timeline = std::nullopt;
 
     enum class Status : int { allPass = 0, stepFailed = 1, unusable = 2 };
 

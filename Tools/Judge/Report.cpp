@@ -1,12 +1,14 @@
 #include "Tools/Judge/Report.h"
 
 #include "Tools/Judge/TextTable.h"
+#include "Tools/Judge/UnusableInput.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 
 namespace velto::judge {
 
@@ -145,6 +147,36 @@ Json stepJSON(const Story& story, const StoryStep& step, const StepJudgement& ju
     return json;
 }
 
+OutputJudgement outputFrom(const Json& json) {
+    OutputJudgement result;
+    for (const Due due : {Due::sound, Due::clicks})
+        if (json.at("due") == dueText(due)) result.due = due;
+    result.level = json.at("levelDBFS");
+    result.faults = json.at("faults");
+    if (json.contains("lowestCorrelation")) result.correlation = json["lowestCorrelation"];
+    if (json.contains("lagSamples")) result.lag = json["lagSamples"];
+    if (json.contains("gains")) result.gain = Gain{json["gains"].at(0), json["gains"].at(1)};
+    result.judgedPieces = json.value("judgedPieces", 0);
+    result.silentPieces = json.value("silentPieces", 0);
+    return result;
+}
+
+StepJudgement stepFrom(const Json& json) {
+    StepJudgement result;
+    for (const Json& output : json.at("outputs"))
+        result.outputs.push_back(outputFrom(output));
+    result.reasons = json.at("reasons");
+    if (json.contains("skewSamples")) result.skew = json["skewSamples"];
+    if (json.contains("clicks"))
+        result.clicks = ClickRow{json["clicks"].at("firstSample"), json["clicks"].at("count")};
+    if (const Json survivor = json.value("survivor", Json()); survivor.contains("lostSamples"))
+        result.lost = LostSamples{survivor.at("gapSamples"), survivor.at("skippedSamples"),
+                                  survivor.at("repeatedSamples")};
+    if (const Json returned = json.value("returned", Json()); returned.contains("milliseconds"))
+        result.returned = Return{returned["milliseconds"], returned.at("missingMilliseconds")};
+    return result;
+}
+
 std::size_t passedCount(const std::vector<StepJudgement>& judgements) {
     return static_cast<std::size_t>(std::ranges::count_if(judgements, &StepJudgement::passes));
 }
@@ -196,6 +228,18 @@ std::string reportJSON(const Story& story, const std::vector<StepJudgement>& jud
     for (std::size_t i = 0; i < judgements.size(); ++i)
         steps.push_back(stepJSON(story, story.steps[i], judgements[i]));
     return json.dump(2) + "\n";
+}
+
+std::vector<StepJudgement> readReport(const std::string& file) {
+    try {
+        std::ifstream stream(file, std::ios::binary);
+        std::vector<StepJudgement> result;
+        for (const Json& step : Json::parse(stream).at("steps"))
+            result.push_back(stepFrom(step));
+        return result;
+    } catch (const Json::exception& error) {
+        throw UnusableInput(fmt::format("{} is no report: {}.", file, error.what()));
+    }
 }
 
 } // namespace velto::judge

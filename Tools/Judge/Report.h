@@ -12,6 +12,9 @@ namespace velto::judge {
 std::string reportTable(const Story& story, const std::vector<StepJudgement>& judgements);
 /// The same figures as JSON text, with what was measured on each output.
 std::string reportJSON(const Story& story, const std::vector<StepJudgement>& judgements);
+/// What such a text in a file tells, rounded as it is there. Throws UnusableInput for a file that is no
+/// report.
+std::vector<StepJudgement> readReport(const std::string& file);
 
 /// "8 steps passed, 0 failed"
 std::string closingLine(const std::vector<StepJudgement>& judgements);

@@ -16,80 +16,89 @@ namespace velto::judge {
 
 using nlohmann::json;
 
+// The format. A reader and a writer find these where their types are.
+
+template <class Fields>
+static void describe(Fields& fields, StoryOutput& output) {
+    fields("uid", output.uid);
+    fields("name", output.name);
+    fields("kind", output.kind);
+    fields("recording", output.recording);
+}
+
+template <class Fields>
+static void describe(Fields& fields, StoryEvent& event) {
+    fields("time", event.time);
+    fields("label", event.label);
+}
+
+template <class Fields>
+static void describe(Fields& fields, Survivor& survivor) {
+    fields("uid", survivor.uid);
+    fields("event", survivor.event);
+    fields("lostLimitSamples", survivor.lostLimit);
+}
+
+template <class Fields>
+static void describe(Fields& fields, Returning& returning) {
+    fields("uid", returning.uid);
+    fields("event", returning.event);
+    fields("limitMilliseconds", returning.limitMilliseconds);
+}
+
+template <class Fields>
+static void describe(Fields& fields, Clicks& clicks) {
+    fields("peak", clicks.peak);
+    fields("intervalSamples", clicks.interval);
+}
+
+template <class Fields, class T>
+static void describe(Fields& fields, Expectation<T>& expectation) {
+    fields("expected", expectation.expected);
+    fields("actual", expectation.actual);
+}
+
+template <class Fields>
+static void describe(Fields& fields, StoryStep& step) {
+    fields("name", step.name);
+    fields("expected", step.expected);
+    fields("from", step.from);
+    fields("to", step.to);
+    fields("sound", step.sound);
+    fields("gains", step.gains);
+    fields("clicks", step.clicks);
+    fields("skewLimitSamples", step.skewLimit);
+    fields("milliseconds", step.milliseconds);
+    fields("limitMilliseconds", step.limitMilliseconds);
+    fields("survivor", step.survivor);
+    fields("returned", step.returning);
+    fields("default", step.defaultOutput);
+    fields("alert", step.alertOutput);
+    fields("record", step.record);
+    fields("problem", step.problem);
+}
+
+/// The file's first key, so that samples are counted alike.
+struct StoryFile {
+    std::int64_t sampleRate;
+    Story& story;
+};
+
+template <class Fields>
+static void describe(Fields& fields, StoryFile& file) {
+    fields("sampleRate", file.sampleRate);
+    fields("source", file.story.source);
+    fields("outputs", file.story.outputs);
+    fields("events", file.story.events);
+    fields("steps", file.story.steps);
+}
+
 namespace {
 
 /// Less can't be compared with anything.
 constexpr double shortestWindow = 0.1;
 
-StoryOutput readOutput(StoryFields& fields, const std::filesystem::path& folder) {
-    return {.uid = fields.text("uid"),
-            .name = fields.text("name"),
-            .kind = fields.text("kind"),
-            .recording = (folder / fields.text("recording")).string()};
-}
-
-StoryEvent readEvent(StoryFields& fields) {
-    return {.time = fields.number("time"), .label = fields.text("label")};
-}
-
-std::optional<Survivor> readSurvivor(StoryFields& fields) {
-    auto uid = fields.optionalText("survivor");
-    const auto event = fields.optionalNumber("survivorEvent");
-    const auto limit = fields.optionalCount("lostLimitSamples");
-    if (!uid && (event || limit)) fields.fail("\"survivor\" is missing");
-    if (!uid) return std::nullopt;
-    if (!event) fields.fail("\"survivorEvent\" is missing");
-    return Survivor{.uid = std::move(*uid), .event = *event, .lostLimit = limit};
-}
-
-std::optional<Returning> readReturning(StoryFields& fields) {
-    auto uid = fields.optionalText("returned");
-    const auto event = fields.optionalNumber("returnedEvent");
-    const auto limit = fields.optionalNumber("returnedLimitMilliseconds");
-    if (!uid && (event || limit)) fields.fail("\"returned\" is missing");
-    if (!uid) return std::nullopt;
-    if (!event) fields.fail("\"returnedEvent\" is missing");
-    return Returning{.uid = std::move(*uid), .event = *event, .limitMilliseconds = limit};
-}
-
-std::optional<Clicks> readClicks(StoryFields& fields) {
-    const auto peak = fields.optionalNumber("clickPeak");
-    const auto interval = fields.optionalCount("clickIntervalSamples");
-    if (!peak && !interval) return std::nullopt;
-    if (!peak) fields.fail("\"clickPeak\" is missing");
-    if (!interval) fields.fail("\"clickIntervalSamples\" is missing");
-    return Clicks{.peak = *peak, .interval = *interval};
-}
-
-template <class T>
-std::optional<Expectation<T>> expectation(std::optional<T> expected, std::optional<T> actual) {
-    if (!expected) return std::nullopt;
-    return Expectation<T>{.expected = std::move(*expected), .actual = std::move(actual)};
-}
-
-StoryStep readStep(StoryFields& fields) {
-    return {.name = fields.text("name"),
-            .expected = fields.text("expected"),
-            .from = fields.number("from"),
-            .to = fields.number("to"),
-            .sound = fields.texts("sound"),
-            .gains = fields.optionalNumbers("gains"),
-            .clicks = readClicks(fields),
-            .skewLimit = fields.optionalCount("skewLimitSamples"),
-            .milliseconds = fields.optionalNumber("milliseconds"),
-            .limitMilliseconds = fields.optionalNumber("limitMilliseconds"),
-            .survivor = readSurvivor(fields),
-            .returning = readReturning(fields),
-            .defaultOutput =
-                expectation(fields.optionalText("defaultExpected"), fields.optionalText("defaultActual")),
-            .alertOutput =
-                expectation(fields.optionalText("alertExpected"), fields.optionalText("alertActual")),
-            .record =
-                expectation(fields.optionalBoolean("recordExpected"), fields.optionalBoolean("recordActual")),
-            .problem = fields.optionalText("problem")};
-}
-
-void checkOutputs(const Story& story, const StoryFields& fields) {
+void checkOutputs(const Story& story, const StoryReader& fields) {
     if (story.outputs.empty()) fields.fail("there are no outputs");
     std::set<std::string> seen;
     for (const StoryOutput& output : story.outputs) {
@@ -98,7 +107,7 @@ void checkOutputs(const Story& story, const StoryFields& fields) {
     }
 }
 
-void checkStep(const Story& story, const StoryStep& step, const StoryFields& fields) {
+void checkStep(const Story& story, const StoryStep& step, const StoryReader& fields) {
     const auto checkUID = [&](const std::string& uid) {
         if (!story.indexOf(uid)) fields.fail(fmt::format("no output has the UID {}", uid));
     };
@@ -122,7 +131,7 @@ void checkStep(const Story& story, const StoryStep& step, const StoryFields& fie
     if (std::ranges::find(step.sound, step.returning->uid) == step.sound.end())
         fields.fail("\"returned\" is an output on which no sound is due");
     if (step.returning->event > step.to - shortestWindow)
-        fields.fail("\"returnedEvent\" is not before the end of the window");
+        fields.fail("\"returned\" is not before the end of the window");
 }
 
 json parse(const std::string& file) {
@@ -132,16 +141,6 @@ json parse(const std::string& file) {
     if (stream.bad()) throw UnusableInput(fmt::format("{} can't be read.", file));
     if (parsed.is_discarded()) throw UnusableInput(fmt::format("{} is not JSON.", file));
     return parsed;
-}
-
-/// Calls `read` with each object of the list.
-void forEach(StoryFields& fields, const std::string& file, const char* key, const char* what, auto read) {
-    int number = 0;
-    for (const json& element : fields.array(key)) {
-        StoryFields object(element, fmt::format("{}, {} {}", file, what, ++number));
-        read(object);
-        object.finish();
-    }
 }
 
 } // namespace
@@ -154,24 +153,29 @@ std::optional<std::size_t> Story::indexOf(const std::string& uid) const {
 
 Story readStory(const std::string& file) {
     const json parsed = parse(file);
-    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-    StoryFields fields(parsed, file);
-    if (fields.count("sampleRate") != sampleRate)
-        fields.fail(fmt::format("\"sampleRate\" must be {}", sampleRate));
     Story story;
-    story.source = (folder / fields.text("source")).string();
-    forEach(fields, file, "outputs", "output",
-            [&](StoryFields& object) { story.outputs.push_back(readOutput(object, folder)); });
-    checkOutputs(story, fields);
-    forEach(fields, file, "events", "event",
-            [&](StoryFields& object) { story.events.push_back(readEvent(object)); });
-    forEach(fields, file, "steps", "step", [&](StoryFields& object) {
-        story.steps.push_back(readStep(object));
-        checkStep(story, story.steps.back(), object);
-    });
-    if (story.steps.empty()) fields.fail("there are no steps to be judged");
+    StoryFile content{0, story};
+    StoryReader fields(parsed, file);
+    describe(fields, content);
     fields.finish();
+    if (content.sampleRate != sampleRate) fields.fail(fmt::format("\"sampleRate\" must be {}", sampleRate));
+    checkOutputs(story, fields);
+    if (story.steps.empty()) fields.fail("there are no steps to be judged");
+    for (std::size_t i = 0; i < story.steps.size(); ++i)
+        checkStep(story, story.steps[i],
+                  StoryReader(json::object(), fmt::format("{}, step {}", file, i + 1)));
+    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+    story.source = (folder / story.source).string();
+    for (StoryOutput& output : story.outputs)
+        output.recording = (folder / output.recording).string();
     return story;
+}
+
+void writeStory(Story story, const std::string& file) {
+    StoryFile content{sampleRate, story};
+    std::ofstream stream(file);
+    stream << StoryWriter::text(content);
+    if (!stream.flush()) throw std::runtime_error("The story can't be written to " + file);
 }
 
 void checkTimes(const Story& story, double duration) {

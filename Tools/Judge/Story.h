@@ -1,6 +1,7 @@
 // Story: what was done to the outputs, when, and what is due on each of them.
 //
-// Written by whoever drove the story. All times are in seconds from sample 0 of every recording.
+// Written by whoever drives the story, read by the judge: the format is declared in Story.cpp, once. All
+// times are in seconds from sample 0 of every recording.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +17,7 @@ struct StoryOutput {
     std::string name;
     /// For the reader, such as "USB, 44.1 kHz".
     std::string kind;
+    /// The file of what it was heard to play.
     std::string recording;
     friend bool operator==(const StoryOutput&, const StoryOutput&) = default;
 };
@@ -89,10 +91,12 @@ struct StoryStep {
 };
 
 struct Story {
+    /// The file of what was played.
     std::string source;
     std::vector<StoryOutput> outputs;
     std::vector<StoryEvent> events;
     std::vector<StoryStep> steps;
+    friend bool operator==(const Story&, const Story&) = default;
 
     /// The place of the output in `outputs`; absent when there is none with that UID.
     std::optional<std::size_t> indexOf(const std::string& uid) const;
@@ -101,6 +105,10 @@ struct Story {
 /// Reads a story; file names in it become relative to the current directory. Throws UnusableInput for what
 /// contradicts itself, and for unknown keys: a misspelt limit must not go unchecked.
 Story readStory(const std::string& file);
+
+/// Writes it; file names in it are relative to the story's own folder. Throws std::runtime_error when it
+/// can't.
+void writeStory(Story story, const std::string& file);
 
 /// Throws UnusableInput when something of the story lies outside of recordings of that length, in seconds.
 void checkTimes(const Story& story, double duration);

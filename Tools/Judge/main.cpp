@@ -16,7 +16,6 @@ int main(int argc, char** argv) {
     CLI::App app("Decides from recordings alone what each output was heard to play.", "velto-judge");
     app.add_option("story", command.story, "What was done, when, and what was due (JSON)")->required();
     app.add_option("--report", command.report, "Write the figures here (JSON)");
-    app.add_option("--timeline", command.timeline, "Draw what was heard here (SVG)");
     try {
         app.parse(argc, argv);
         return static_cast<int>(command.run(std::cout, std::cerr));

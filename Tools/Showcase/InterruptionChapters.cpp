@@ -32,7 +32,7 @@ void playCrashAndRecovery(Stage& stage) {
 
     stage.step("killed with SIGKILL while playing", "both play on", {{desk, speaker}, aggregate, true},
                [&](StoryStep& step) {
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    step.survivor = {speaker, stage.mark("SIGKILL"), 0};
                    stage.killVelto();
                });
@@ -51,7 +51,7 @@ void playSleep(Stage& stage) {
                    stage.plug(usb);
                    stage.velto().waitForState("playing");
                    stage.waitForSound(usb);
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    step.from = stage.mark("Asleep");
                    stage.fallAsleep();
                    stage.wake();
@@ -104,7 +104,7 @@ void playPause(Stage& stage) {
 void playServerRestart(Stage& stage) {
     stage.step("sound server killed, started again", "the session is made anew",
                {{desk, usb}, aggregate, true}, [&](StoryStep& step) {
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.pickForGood(desk);
                    stage.velto().require({"play", desk, usb});
                    stage.waitForSound(usb);

@@ -31,7 +31,7 @@ void playOutputsThatGoAndReturn(Stage& stage) {
 
     stage.step("plug it back", "both play in step again", {{desk, usb}, aggregate, true},
                [&](StoryStep& step) {
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.expectReturn(step, desk, stage.plug(desk));
                    stage.velto().waitForState("playing");
                });
@@ -61,7 +61,7 @@ void playUnattended(Stage& stage) {
                {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
                    // As both were left: one by the preset, one by another program.
                    step.gains = {{usb, gainAt(0.7)}, {speaker, gainAt(0.8)}};
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.velto().require({"presets", "auto-connect", "Evening"});
                    stage.velto().require({"settings", "set", "autoConnect", "on"});
                    stage.plug(usb);

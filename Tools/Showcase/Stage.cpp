@@ -47,10 +47,10 @@ Stage::Stage(Options options) : options_(std::move(options)), tape_({desk, usb, 
                 {usb, VirtualOutput::usb(usb, "USB DAC")},
                 {speaker, VirtualOutput::bluetooth(speaker, "Kitchen Speaker")},
                 {display, VirtualOutput::hdmi(display, "Living Room TV")}};
-    story_.outputs = {{desk, "Desk Speakers", "Built-in, 48 kHz"},
-                      {usb, "USB DAC", "USB, 96 kHz"},
-                      {speaker, "Kitchen Speaker", "Bluetooth, 48 kHz"},
-                      {display, "Living Room TV", "HDMI, 44.1 kHz"}};
+    story_.outputs = {{desk, "Desk Speakers", "Built-in, 48 kHz", "desk.wav"},
+                      {usb, "USB DAC", "USB, 96 kHz", "usb.wav"},
+                      {speaker, "Kitchen Speaker", "Bluetooth, 48 kHz", "speaker.wav"},
+                      {display, "Living Room TV", "HDMI, 44.1 kHz", "display.wav"}};
     story_.source = "source.wav";
     writeVoiceRecording(options_.folder / story_.source, longestStory);
     plugOutputs();
@@ -70,8 +70,8 @@ void Stage::write() {
     velto_.reset();
     tape_.pause();
     for (const StoryOutput& output : story_.outputs)
-        tape_.write(output.uid, options_.folder / recordingName(output));
-    story_.write(options_.folder / "story.json", OutputRecorder::sampleRate);
+        tape_.write(output.uid, options_.folder / output.recording);
+    judge::writeStory(story_, options_.folder / "story.json");
 }
 
 // Steps
@@ -145,7 +145,7 @@ void Stage::operate(StoryStep& step, const std::string& label, const RunningVelt
 }
 
 void Stage::startOn(StoryStep& step, const std::string& first, const std::string& second) {
-    step.skewLimitSamples = 0;
+    step.skewLimit = 0;
     operate(step, "Play Together", {"play", first, second});
 }
 
@@ -164,7 +164,7 @@ double Stage::plug(const std::string& output) {
 
 void Stage::expectReturn(StoryStep& step, const std::string& output, double event) {
     const double cycle = static_cast<double>(tape_.quantum()) * 1000.0 / OutputRecorder::sampleRate;
-    step.returned = {output, event, cycle + returnLimit};
+    step.returning = {output, event, cycle + returnLimit};
 }
 
 void Stage::pickForGood(const std::string& output) {

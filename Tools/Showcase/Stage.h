@@ -5,6 +5,7 @@
 // nothing here touches the sound.
 #pragma once
 
+#include "Tools/Judge/Story.h"
 #include "Tools/Showcase/Tape.h"
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/PrivateBus.h"
@@ -12,7 +13,6 @@
 #include "Tools/SoundLab/RunningVelto.h"
 #include "Tools/SoundLab/SleepAnnouncer.h"
 #include "Tools/SoundLab/SoundLab.h"
-#include "Tools/SoundLab/Story.h"
 
 #include <atomic>
 #include <filesystem>
@@ -23,6 +23,10 @@
 #include <vector>
 
 namespace velto {
+
+using judge::Story;
+using judge::StoryOutput;
+using judge::StoryStep;
 
 // The outputs, and the one that the session makes of two.
 constexpr const char* desk = "velto.lab.desk";

@@ -29,7 +29,7 @@ void playSyncTest(Stage& stage) {
                    stage.endPlayer();
                    stage.waitForSilence(desk);
                    step.clicks = {0.5, 24000};
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    step.from = stage.mark("Sync test");
                    stage.velto().require({"test"});
                    step.to = stage.now();
@@ -42,7 +42,7 @@ void playMasterVolume(Stage& stage) {
     stage.step("master volume turned down", "both quieter, in proportion", {{desk, usb}, aggregate, true},
                [&](StoryStep& step) {
                    step.gains = {{desk, gainAt(0.8)}, {usb, gainAt(0.6)}};
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.velto().require({"volume", "75%", usb});
                    stage.mark("Master volume 80 %");
                    stage.velto().require({"volume", "80%"});
@@ -67,14 +67,14 @@ void playPreset(Stage& stage) {
     stage.step("the preset, started", "both play in step", {{usb, speaker}, aggregate, true},
                [&](StoryStep& step) {
                    step.gains = {{usb, gainAt(0.7)}, {speaker, 1}};
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.operate(step, "Preset", {"play", "Evening"});
                });
 
     stage.step("another program turns one down", "heard, seen, kept in the preset",
                {{usb, speaker}, aggregate, true}, [&](StoryStep& step) {
                    step.gains = {{usb, gainAt(0.7)}, {speaker, gainAt(0.8)}};
-                   step.skewLimitSamples = 0;
+                   step.skewLimit = 0;
                    stage.mark("Kitchen Speaker turned down");
                    stage.lab().setChannelVolumes(speaker, static_cast<float>(gainAt(0.8)));
                    waitForVolume(stage, speaker, 0.8);

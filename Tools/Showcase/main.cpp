@@ -1,9 +1,12 @@
+#include "Tools/Judge/Report.h"
 #include "Tools/Showcase/Showcase.h"
+#include "Tools/Showcase/Timeline.h"
 
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -15,13 +18,20 @@ void interrupt(int) { velto::Stage::isInterrupted = true; }
 
 /// Lets the judge speak; answers its exit status.
 int judge(const fs::path& program, const fs::path& folder) {
-    velto::ChildProcess child({program.string(), (folder / "story.json").string(), "--report",
-                               (folder / "report.json").string(), "--timeline",
-                               (folder / "timeline.svg").string()},
-                              {{}, folder / "judge.log", true});
+    velto::ChildProcess child(
+        {program.string(), (folder / "story.json").string(), "--report", (folder / "report.json").string()},
+        {{}, folder / "judge.log", true});
     while (const auto line = child.readLine(std::chrono::seconds(30)))
         std::printf("%s\n", line->c_str());
     return child.wait(std::chrono::seconds(30)).value_or(1);
+}
+
+/// Draws what the judge has heard.
+void draw(const fs::path& folder) {
+    std::ofstream picture(folder / "timeline.svg");
+    picture << velto::timelineSVG(velto::judge::readMaterial(folder / "story.json"),
+                                  velto::judge::readReport(folder / "report.json"));
+    if (!picture.flush()) throw std::runtime_error("The picture can't be written");
 }
 
 } // namespace
@@ -53,6 +63,7 @@ int main(int count, char** arguments) {
             stage.write();
         }
         const int status = judge(tools / "Judge" / "velto-judge", folder);
+        draw(folder);
         std::printf("Recordings, report.json and timeline.svg are in %s\n", folder.c_str());
         return status;
     } catch (const std::exception& error) {

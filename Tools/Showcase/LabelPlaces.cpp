@@ -1,8 +1,8 @@
-#include "Tools/Judge/LabelPlaces.h"
+#include "Tools/Showcase/LabelPlaces.h"
 
 #include <algorithm>
 
-namespace velto::judge {
+namespace velto {
 
 std::vector<double> labelPlaces(const std::vector<double>& marks, double distance) {
     std::vector<double> places;
@@ -11,4 +11,4 @@ std::vector<double> labelPlaces(const std::vector<double>& marks, double distanc
     return places;
 }
 
-} // namespace velto::judge
+} // namespace velto

@@ -1,17 +1,19 @@
+#include "Tools/Showcase/Timeline.h"
+
 #include "Tests/Judge/Studio.h"
-#include "Tools/Judge/Timeline.h"
 
 #include <gmock/gmock.h>
 
-namespace velto::judge {
+namespace velto {
 namespace {
 
+using namespace judge;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using enum Studio::Output;
 
-TEST(PictureTests, PictureStaysSmallAndWellFormedWhateverItShows) {
+TEST(TimelineTests, PictureStaysSmallAndWellFormedWhateverItShows) {
     Studio studio;
     for (auto& recording : studio.recordings)
         recording = noise(recording.size(), 3);
@@ -28,4 +30,4 @@ TEST(PictureTests, PictureStaysSmallAndWellFormedWhateverItShows) {
 }
 
 } // namespace
-} // namespace velto::judge
+} // namespace velto

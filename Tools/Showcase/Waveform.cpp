@@ -1,18 +1,18 @@
-#include "Tools/Judge/Waveform.h"
+#include "Tools/Showcase/Waveform.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <iterator>
 
-namespace velto::judge {
+namespace velto {
 
-std::vector<Extent> waveformOf(Frames frames, std::size_t columns) {
+std::vector<Extent> waveformOf(judge::Frames frames, std::size_t columns) {
     std::vector<Extent> waveform(columns);
     for (std::size_t column = 0; column < columns; ++column) {
         const std::size_t begin = column * frames.size() / columns;
         const std::size_t end = (column + 1) * frames.size() / columns;
-        for (const Frame& frame : frames.subspan(begin, end - begin)) {
+        for (const judge::Frame& frame : frames.subspan(begin, end - begin)) {
             waveform[column].lowest = std::min({waveform[column].lowest, frame.left, frame.right});
             waveform[column].highest = std::max({waveform[column].highest, frame.left, frame.right});
         }
@@ -49,4 +49,4 @@ std::string outlineOf(const std::vector<Extent>& waveform, std::size_t begin, st
     return path + "Z";
 }
 
-} // namespace velto::judge
+} // namespace velto

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace velto::judge {
+namespace velto {
 
 struct Point {
     double x = 0;
@@ -37,4 +37,4 @@ class SvgWriter {
     std::string text_;
 };
 
-} // namespace velto::judge
+} // namespace velto

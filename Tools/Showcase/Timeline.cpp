@@ -1,10 +1,10 @@
-#include "Tools/Judge/Timeline.h"
+#include "Tools/Showcase/Timeline.h"
 
-#include "Tools/Judge/LabelPlaces.h"
 #include "Tools/Judge/PlainText.h"
 #include "Tools/Judge/Report.h"
-#include "Tools/Judge/SvgWriter.h"
-#include "Tools/Judge/Waveform.h"
+#include "Tools/Showcase/LabelPlaces.h"
+#include "Tools/Showcase/SvgWriter.h"
+#include "Tools/Showcase/Waveform.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +13,9 @@
 #include <cmath>
 #include <numbers>
 
-namespace velto::judge {
+namespace velto {
+
+using namespace judge;
 
 namespace {
 
@@ -360,4 +362,4 @@ std::string timelineSVG(const Material& material, const std::vector<StepJudgemen
     return Drawing(material, judgements).draw();
 }
 
-} // namespace velto::judge
+} // namespace velto

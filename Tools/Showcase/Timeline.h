@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace velto::judge {
+namespace velto {
 
 /// One SVG file that needs no other, on a light card, so that it can be read on any page.
-std::string timelineSVG(const Material& material, const std::vector<StepJudgement>& judgements);
+std::string timelineSVG(const judge::Material& material, const std::vector<judge::StepJudgement>& judgements);
 
-} // namespace velto::judge
+} // namespace velto

@@ -1,14 +1,14 @@
-#include "Tools/Judge/SvgWriter.h"
+#include "Tools/Showcase/SvgWriter.h"
 
 #include "Tools/Judge/PlainText.h"
 
 #include <fmt/format.h>
 
-namespace velto::judge {
+namespace velto {
 
 static std::string escaped(std::string_view text) {
     std::string result;
-    for (const char character : cleaned(text)) {
+    for (const char character : judge::cleaned(text)) {
         switch (character) {
         case '&':
             result += "&amp;";
@@ -65,4 +65,4 @@ void SvgWriter::slantedText(std::string_view style, Point baseline, double degre
 
 std::string SvgWriter::finish() && { return std::move(text_) + "</svg>\n"; }
 
-} // namespace velto::judge
+} // namespace velto

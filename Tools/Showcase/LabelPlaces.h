@@ -4,9 +4,9 @@
 
 #include <vector>
 
-namespace velto::judge {
+namespace velto {
 
 /// The place of the label for each mark, at least `distance` from the next. Marks must be in order.
 std::vector<double> labelPlaces(const std::vector<double>& marks, double distance);
 
-} // namespace velto::judge
+} // namespace velto

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace velto::judge {
+namespace velto {
 
 struct Extent {
     float lowest = 0;
@@ -14,7 +14,7 @@ struct Extent {
 };
 
 /// Both channels together. Every sample is in exactly one column.
-std::vector<Extent> waveformOf(Frames frames, std::size_t columns);
+std::vector<Extent> waveformOf(judge::Frames frames, std::size_t columns);
 /// The greatest amplitude.
 float peakOf(const std::vector<Extent>& waveform);
 
@@ -23,4 +23,4 @@ float peakOf(const std::vector<Extent>& waveform);
 std::string outlineOf(const std::vector<Extent>& waveform, std::size_t begin, std::size_t end, double x,
                       double y, double scale);
 
-} // namespace velto::judge
+} // namespace velto
