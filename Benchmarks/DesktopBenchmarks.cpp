@@ -39,7 +39,7 @@ constexpr auto betweenClicks = 500ms;
 /// Threads that Qt keeps for a while end after half a minute.
 constexpr auto untilIdleThreadsEnd = 35s;
 constexpr auto restingTime = 60s;
-constexpr std::size_t namedFiles = 12;
+constexpr std::size_t namedFiles = 20;
 
 const std::vector<std::string> pasystray{"pasystray"};
 const std::vector<std::string> pavucontrol{"pavucontrol"};
@@ -133,7 +133,7 @@ struct Memories {
 struct Measured {
     std::vector<double> veltoStarts, pasystrayStarts, firstFrames, laterFrames;
     Memories resting, background, open, pasystray, pavucontrol;
-    std::vector<MemoryOfFile> files;
+    std::vector<MemoryOfFile> restingFiles, openFiles;
 };
 
 void measurePavucontrol(Bench& bench, Memories& memories) {
@@ -164,6 +164,7 @@ void measurePanel(Bench& bench, pid_t process, Measured& measured) {
     measured.firstFrames.push_back(clickToFrame(desktop));
     std::this_thread::sleep_for(untilItRests);
     measured.open.add(memoryOf(process));
+    measured.openFiles = memoryByFile(process);
     for (int click = 0; click < clicks; ++click) {
         desktop.clickStatusItem();
         desktop.awaitNoWindow();
@@ -192,7 +193,7 @@ void measureRound(Bench& bench, Measured& measured) {
     std::this_thread::sleep_for(untilItRests);
     if (!bench.isConnected()) throw std::runtime_error("Velto is not connected to the sound server");
     measured.resting.add(memoryOf(program.id()));
-    measured.files = memoryByFile(program.id());
+    measured.restingFiles = memoryByFile(program.id());
     measurePanel(bench, program.id(), measured);
     endWell(program);
     bench.desktop().awaitNoWindow();
@@ -245,8 +246,8 @@ void report(const Measured& measured, FigureTable& table) {
               "median <= 30 ms", later <= 30);
 }
 
-void reportFiles(const std::vector<MemoryOfFile>& files) {
-    std::puts("\nwhere the memory is, panel never opened (PSS, private dirty, MB)");
+void reportFiles(const char* when, const std::vector<MemoryOfFile>& files) {
+    std::printf("\nwhere the memory is, %s (PSS, private dirty, MB)\n", when);
     ProcessMemory rest;
     for (std::size_t index = 0; index < files.size(); ++index) {
         const auto& [name, memory] = files[index];
@@ -280,7 +281,8 @@ int main() {
             measureRound(bench, measured);
         report(measured, table);
         measureWakeUps(bench, table);
-        reportFiles(measured.files);
+        reportFiles("panel never opened", measured.restingFiles);
+        reportFiles("panel open", measured.openFiles);
         return table.isEveryFigureWithin() ? 0 : 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "velto-desktop-benchmarks: %s\n", error.what());

@@ -1,7 +1,7 @@
 # What Velto is built from on Debian, and how it is installed. Sourced by prepare.sh.
 # shellcheck shell=bash disable=SC2015,SC2034
 
-build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
+build_packages="clang-19 libclang-rt-19-dev lld-19 cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
     libicu-dev libsystemd-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libkissfft-dev libcli11-dev
     pipewire pipewire-bin wireplumber alsa-utils dbus-daemon
     qt6-base-dev qt6-svg-dev qt6-declarative-dev libxcb1-dev qml6-module-qtqml qml6-module-qtqml-models
@@ -10,7 +10,7 @@ build_packages="clang-19 libclang-rt-19-dev cmake ninja-build pkg-config nlohman
 test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev shellcheck xvfb"
 benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb pasystray pavucontrol"
 package_packages="dpkg-dev file desktop-file-utils appstream"
-macos_check_packages="python3 llvm-19 lld-19 libc++-19-dev"
+macos_check_packages="python3 llvm-19 libc++-19-dev"
 
 processor_count() { nproc; }
 

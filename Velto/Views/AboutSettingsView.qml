@@ -20,7 +20,7 @@ Column {
         topPadding: 8
         text: "Velto"
         font.pixelSize: 24
-        font.weight: Font.Bold
+        font.weight: Font.DemiBold
     }
     TextLabel {
         anchors.horizontalCenter: parent.horizontalCenter

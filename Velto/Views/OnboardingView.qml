@@ -29,7 +29,7 @@ Item {
             anchors.horizontalCenter: parent.horizontalCenter
             text: view.heading
             font.pixelSize: 22
-            font.weight: Font.Bold
+            font.weight: Font.DemiBold
         }
         TextLabel {
             width: parent.width

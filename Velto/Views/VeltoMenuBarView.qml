@@ -39,7 +39,7 @@ FocusScope {
                     x: 2
                     text: "Velto"
                     font.pixelSize: Theme.title
-                    font.weight: Font.Bold
+                    font.weight: Font.DemiBold
                 }
                 PlayingStatusView {
                     id: status
