@@ -16,8 +16,8 @@ using namespace std::chrono_literals;
 using testing::IsEmpty;
 
 /// The usual outputs, headphones and speakers playing or about to, on a slow machine.
-struct Stage {
-    explicit Stage(bool isPlaying) {
+struct CoordinatorStage {
+    explicit CoordinatorStage(bool isPlaying) {
         application.launch();
         application.preferences.autoReconnect.set(true);
         if (isPlaying) {
@@ -29,7 +29,7 @@ struct Stage {
         machine.world.faults.slowOutputChange = 40ms;
         machine.loop.setBlockingCallDuration(30ms);
     }
-    ~Stage() {
+    ~CoordinatorStage() {
         machine.world.faults = {};
         application.quit();
         EXPECT_THAT(machine.world.aggregates(), IsEmpty());
@@ -49,32 +49,34 @@ struct Stage {
 struct Happening {
     std::string name;
     bool startsPlaying;
-    std::function<void(Stage&)> begin;
+    std::function<void(CoordinatorStage&)> begin;
 };
 
 void PrintTo(const Happening& happening, std::ostream* stream) { *stream << happening.name; }
 
 const std::vector<Happening> happenings{
     {"Start", false,
-     [](Stage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
+     [](CoordinatorStage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
     {"Restart", true,
-     [](Stage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
-    {"Stop", true, [](Stage& stage) { stage.application.begin(stage.coordinator().stopDualOutput()); }},
-    {"Abandon", true, [](Stage& stage) { stage.machine.world.pickDefault("hdmi"); }},
-    {"Rebuild", true, [](Stage& stage) { stage.application.begin(stage.coordinator().reconnect()); }},
+     [](CoordinatorStage& stage) { stage.application.begin(stage.application.playing("usb", "builtin")); }},
+    {"Stop", true,
+     [](CoordinatorStage& stage) { stage.application.begin(stage.coordinator().stopDualOutput()); }},
+    {"Abandon", true, [](CoordinatorStage& stage) { stage.machine.world.pickDefault("hdmi"); }},
+    {"Rebuild", true,
+     [](CoordinatorStage& stage) { stage.application.begin(stage.coordinator().reconnect()); }},
     {"Reset", true,
-     [](Stage& stage) { stage.application.begin(stage.coordinator().resetAudioConfiguration()); }},
+     [](CoordinatorStage& stage) { stage.application.begin(stage.coordinator().resetAudioConfiguration()); }},
 };
 
 class CoordinatorRaceTests : public testing::TestWithParam<Happening> {
   protected:
     /// Lets the second thing come at each turn of the first, and judges how it ends.
-    static void atEachTurn(const std::function<void(Stage&)>& second,
-                           const std::function<void(Stage&)>& expectEnd) {
+    static void atEachTurn(const std::function<void(CoordinatorStage&)>& second,
+                           const std::function<void(CoordinatorStage&)>& expectEnd) {
         bool isOver = false;
         for (int turns = 0; !isOver; ++turns) {
             SCOPED_TRACE(turns);
-            Stage stage(GetParam().startsPlaying);
+            CoordinatorStage stage(GetParam().startsPlaying);
             GetParam().begin(stage);
             for (int turn = 0; turn < turns; ++turn)
                 isOver = !stage.machine.loop.runNextTurn();
@@ -91,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(, CoordinatorRaceTests, testing::ValuesIn(happenings),
 
 TEST_P(CoordinatorRaceTests, QuitEndsIt) {
     atEachTurn(
-        [](Stage& stage) {
+        [](CoordinatorStage& stage) {
             const auto quit = stage.application.begin(stage.application.state.prepareForTermination());
             // All this comes too late.
             stage.machine.loop.runNextTurn();
@@ -101,7 +103,7 @@ TEST_P(CoordinatorRaceTests, QuitEndsIt) {
             stage.machine.loop.runUntilIdle();
             EXPECT_TRUE(quit.isDone());
         },
-        [](Stage& stage) {
+        [](CoordinatorStage& stage) {
             EXPECT_FALSE(stage.coordinator().state().isActive());
             EXPECT_THAT(stage.machine.world.aggregates(), IsEmpty());
             EXPECT_EQ(stage.machine.world.listenerCount(), 0U);
@@ -110,13 +112,16 @@ TEST_P(CoordinatorRaceTests, QuitEndsIt) {
 }
 
 TEST_P(CoordinatorRaceTests, AResetLeavesNothing) {
-    atEachTurn([](Stage& stage) { stage.application.begin(stage.coordinator().resetAudioConfiguration()); },
-               [](Stage& stage) { EXPECT_TRUE(stage.application.isIdle()); });
+    atEachTurn(
+        [](CoordinatorStage& stage) {
+            stage.application.begin(stage.coordinator().resetAudioConfiguration());
+        },
+        [](CoordinatorStage& stage) { EXPECT_TRUE(stage.application.isIdle()); });
 }
 
 TEST_P(CoordinatorRaceTests, AStartIsIgnoredWhileItWouldDisturb) {
     atEachTurn(
-        [](Stage& stage) {
+        [](CoordinatorStage& stage) {
             const bool isIgnored = stage.coordinator().state().isBusy();
             const auto error = stage.coordinator().lastError();
             const auto preset = stage.coordinator().activePresetID();
@@ -132,13 +137,13 @@ TEST_P(CoordinatorRaceTests, AStartIsIgnoredWhileItWouldDisturb) {
             EXPECT_EQ(stage.coordinator().activePresetID(), preset);
             EXPECT_EQ(stage.application.preferences.lastPreset(), last);
         },
-        [](Stage&) {});
+        [](CoordinatorStage&) {});
 }
 
 TEST_P(CoordinatorRaceTests, AnOutputGoesAndComesBack) {
     for (const std::string_view uid : {"bluetooth", "builtin"}) {
-        atEachTurn([uid](Stage& stage) { stage.machine.world.unplug(uid); },
-                   [uid](Stage& stage) {
+        atEachTurn([uid](CoordinatorStage& stage) { stage.machine.world.unplug(uid); },
+                   [uid](CoordinatorStage& stage) {
                        const auto session = stage.coordinator().state().session();
                        const bool concerned =
                            session && (session->first.uid == uid || session->second.uid == uid);
@@ -152,11 +157,11 @@ TEST_P(CoordinatorRaceTests, AnOutputGoesAndComesBack) {
 }
 
 TEST_P(CoordinatorRaceTests, TheMachineWakes) {
-    atEachTurn([](Stage& stage) { stage.coordinator().handleWake(); }, [](Stage&) {});
+    atEachTurn([](CoordinatorStage& stage) { stage.coordinator().handleWake(); }, [](CoordinatorStage&) {});
 }
 
 TEST(CoordinatorRaces, AChoiceThatANewStartOvertakesEndsNothing) {
-    Stage stage(true);
+    CoordinatorStage stage(true);
     stage.machine.world.pickDefault("hdmi");
     stage.application.begin(stage.application.playing("usb", "builtin"));
     stage.machine.loop.runUntilIdle();

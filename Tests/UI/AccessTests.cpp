@@ -1,5 +1,5 @@
 // Everybody can use it: by keyboard, with a screen reader, with tired eyes.
-#include "Tests/UI/Stage.h"
+#include "Tests/UI/WindowTest.h"
 
 #include <QQmlComponent>
 
@@ -12,7 +12,7 @@ namespace {
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-class AccessTests : public Stage {
+class AccessTests : public WindowTest {
   protected:
     /// Where Tab leads, until it is back where it has been.
     static std::vector<std::string> tabOrder(Page page) {

@@ -1,7 +1,7 @@
 // Page: a window as a person has it before them: controls by the names that are read out, mouse and keys.
 //
-// Short-lived, made by Stage. Every verb is a real event of the window, and waits until its effects are over.
-// What isn't there, or can't be seen, throws std::runtime_error with the names of what is.
+// Short-lived, made by WindowTest. Every verb is a real event of the window, and waits until its effects are
+// over. What isn't there, or can't be seen, throws std::runtime_error with the names of what is.
 #pragma once
 
 #include <QAccessible>

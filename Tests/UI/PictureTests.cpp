@@ -1,6 +1,6 @@
 // Every state that the windows can be in, by name, in light and dark: a picture of it, and what must hold of
 // it.
-#include "Tests/UI/Stage.h"
+#include "Tests/UI/WindowTest.h"
 
 #include <QDir>
 #include <QSet>
@@ -12,7 +12,7 @@ namespace velto {
 
 namespace {
 
-class Scene : public Stage {
+class Scene : public WindowTest {
   public:
     void openSettings(const QString& tab) {
         windows->showSettings();

@@ -1,5 +1,5 @@
 // The settings window: each control, and what it changes.
-#include "Tests/UI/Stage.h"
+#include "Tests/UI/WindowTest.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -10,7 +10,7 @@ namespace velto {
 
 namespace {
 
-class SettingsTests : public Stage {
+class SettingsTests : public WindowTest {
   protected:
     void open(const QString& tab) {
         if (!windows->settingsWindow()) panel().click("Settings");

@@ -1,6 +1,6 @@
 // The status item in a tray: what is done to its icon.
-#include "Tests/UI/Stage.h"
 #include "Tests/UI/TestTray.h"
+#include "Tests/UI/WindowTest.h"
 #include "Velto/Linux/TrayStatusItem.h"
 
 #include <QTest>
@@ -13,7 +13,7 @@ namespace velto {
 
 namespace {
 
-class StatusItemTests : public Stage {
+class StatusItemTests : public WindowTest {
   protected:
     QWindow& icon() {
         auto* item = dynamic_cast<TrayStatusItem*>(application->statusItem());

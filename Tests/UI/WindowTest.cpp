@@ -1,4 +1,4 @@
-#include "Tests/UI/Stage.h"
+#include "Tests/UI/WindowTest.h"
 
 #include "Tests/UI/ServerRoundTrip.h"
 
@@ -20,7 +20,7 @@ void failOnWarning(QtMsgType type, const QMessageLogContext&, const QString& mes
 } // namespace
 
 /// Counts what shows that a window is still at work.
-class Stage::Watcher final : public QObject {
+class WindowTest::Watcher final : public QObject {
   public:
     Watcher() { qApp->installEventFilter(this); }
     bool eventFilter(QObject* object, QEvent* event) override {
@@ -38,13 +38,13 @@ class Stage::Watcher final : public QObject {
     int count = 0;
 };
 
-Stage::Stage() : watcher_(std::make_unique<Watcher>()) {
+WindowTest::WindowTest() : watcher_(std::make_unique<Watcher>()) {
     qInstallMessageHandler(failOnWarning);
     QAccessible::setActive(true);
     computer.plugUsualDevices();
 }
 
-Stage::~Stage() {
+WindowTest::~WindowTest() {
     if (application) {
         quit();
         EXPECT_THAT(world().listeners(), testing::IsEmpty());
@@ -57,12 +57,12 @@ Stage::~Stage() {
     qInstallMessageHandler(nullptr);
 }
 
-void Stage::launch() {
+void WindowTest::launch() {
     computer.defaults().set("hasCompletedOnboarding", true);
     launchForTheFirstTime();
 }
 
-void Stage::launchForTheFirstTime() {
+void WindowTest::launchForTheFirstTime() {
     delegate = std::make_unique<AppDelegate>(computer.platform());
     application = std::make_unique<LinuxApplication>(
         *delegate, computer.host(), [this](UserInterface::Context context) {
@@ -80,20 +80,20 @@ void Stage::launchForTheFirstTime() {
     settle();
 }
 
-void Stage::dropPanel() {
+void WindowTest::dropPanel() {
     panel().window().hide();
     windows->setPanelStyle(UserInterface::PanelStyle::dropDown);
     windows->showPanel({});
     settle();
 }
 
-void Stage::quit() {
+void WindowTest::quit() {
     application->requestQuit();
     actor.runUntilIdle();
     settle();
 }
 
-Page Stage::page(QQuickWindow* window, std::string_view what) {
+Page WindowTest::page(QQuickWindow* window, std::string_view what) {
     if (!window || !window->isVisible()) throw std::runtime_error(std::string(what) + " is not open");
     if (!window->isActive()) {
         window->requestActivate(); // as by a click on its title
@@ -102,11 +102,11 @@ Page Stage::page(QQuickWindow* window, std::string_view what) {
     return {*window, [this] { settle(); }};
 }
 
-Page Stage::panel() { return page(windows->panel(), "The panel"); }
-Page Stage::settings() { return page(windows->settingsWindow(), "The settings window"); }
-Page Stage::welcome() { return page(windows->onboardingWindow(), "The welcome window"); }
+Page WindowTest::panel() { return page(windows->panel(), "The panel"); }
+Page WindowTest::settings() { return page(windows->settingsWindow(), "The settings window"); }
+Page WindowTest::welcome() { return page(windows->onboardingWindow(), "The welcome window"); }
 
-Page Stage::benchPage() {
+Page WindowTest::benchPage() {
     if (!benchWindow) {
         benchWindow = windows->make(QStringLiteral("Bench/DeviceBenchWindow"),
                                     {{"bench", QVariant::fromValue(&benchAdapter)}});
@@ -116,7 +116,7 @@ Page Stage::benchPage() {
     return page(benchWindow.get(), "The bench");
 }
 
-void Stage::settle() {
+void WindowTest::settle() {
     constexpr int limit = 1000;
     for (int quietTurns = 0, turn = 0; quietTurns < 2; ++turn) {
         if (turn == limit) {
@@ -133,43 +133,43 @@ void Stage::settle() {
     }
 }
 
-void Stage::advance(Duration interval) {
+void WindowTest::advance(Duration interval) {
     actor.advance(interval);
     settle();
 }
 
-void Stage::unplug(std::string_view uid) {
+void WindowTest::unplug(std::string_view uid) {
     world().unplug(uid);
     actor.runUntilIdle();
     settle();
 }
 
-void Stage::replug(std::string_view uid) {
+void WindowTest::replug(std::string_view uid) {
     world().replug(uid);
     actor.runUntilIdle();
     settle();
 }
 
-void Stage::choose(std::string_view first, std::string_view second) {
+void WindowTest::choose(std::string_view first, std::string_view second) {
     menuBar().choose(MenuBarViewModel::Slot::first, std::string(first));
     menuBar().choose(MenuBarViewModel::Slot::second, std::string(second));
     settle();
 }
 
-void Stage::play(std::string_view first, std::string_view second) {
+void WindowTest::play(std::string_view first, std::string_view second) {
     choose(first, second);
     menuBar().play();
     actor.runUntilIdle();
     settle();
 }
 
-void Stage::setDark(bool isDark) {
+void WindowTest::setDark(bool isDark) {
     windows->appearance().overrule(
         {.isDark = isDark, .accent = QColor(0x2f, 0x6b, 0xe8), .reducesMotion = true, .isComposited = true});
     settle();
 }
 
-AudioPreset Stage::savedPreset(std::string name, std::string_view first, std::string_view second) {
+AudioPreset WindowTest::savedPreset(std::string name, std::string_view first, std::string_view second) {
     const auto device = [this](std::string_view uid) {
         return state().deviceManager().device(uid).value_or(AudioOutputDevice::disconnected(
             std::string(uid), std::string(uid), AudioTransportType::Kind::usb));

@@ -1,4 +1,4 @@
-// Stage: the whole application in real windows on a simulated computer, and a person in front of it.
+// WindowTest: the whole application in real windows on a simulated computer, and a person in front of it.
 //
 // Verbs wait until nothing moves any more. Time is virtual. The usual devices are plugged in; sound goes to
 // the built-in speakers. Each story ends with a quit, after which the computer must be as before. What Qt or
@@ -25,10 +25,10 @@ namespace velto {
 
 inline void PrintTo(const Control& control, std::ostream* stream) { *stream << control.name.toStdString(); }
 
-class Stage : public testing::Test {
+class WindowTest : public testing::Test {
   public:
-    Stage();
-    ~Stage() override;
+    WindowTest();
+    ~WindowTest() override;
 
     /// Starts the program. Somebody who has used it before sees no welcome window.
     void launch();

@@ -1,5 +1,5 @@
 // What people do with Velto, from the first start on, by mouse and keys.
-#include "Tests/UI/Stage.h"
+#include "Tests/UI/WindowTest.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class StoryTests : public Stage {
+class UserStoryTests : public WindowTest {
   protected:
     QString value(const QString& slider) {
         return QString::number(std::lround(panel().find(slider).value * 100));
@@ -23,7 +23,7 @@ class StoryTests : public Stage {
     }
 };
 
-TEST_F(StoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
+TEST_F(UserStoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
     for (const bool byButton : {true, false}) {
         computer.defaults().startOver({});
         launchForTheFirstTime();
@@ -45,7 +45,7 @@ TEST_F(StoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
     }
 }
 
-TEST_F(StoryTests, twoOutputsAreChosenByMouseAndPlay) {
+TEST_F(UserStoryTests, twoOutputsAreChosenByMouseAndPlay) {
     launch();
     EXPECT_FALSE(panel().find("Play Together").isEnabled);
     panel().click("First output");
@@ -67,7 +67,7 @@ TEST_F(StoryTests, twoOutputsAreChosenByMouseAndPlay) {
     EXPECT_TRUE(panel().has("Not playing"));
 }
 
-TEST_F(StoryTests, theWholeWayIsOpenToTheKeyboard) {
+TEST_F(UserStoryTests, theWholeWayIsOpenToTheKeyboard) {
     launch();
     panel().tabTo("First output");
     panel().key(Qt::Key_Space);
@@ -93,7 +93,7 @@ TEST_F(StoryTests, theWholeWayIsOpenToTheKeyboard) {
     EXPECT_FALSE(menuBar().isPlaying());
 }
 
-TEST_F(StoryTests, volumesFollowPointerKeysAndWheel) {
+TEST_F(UserStoryTests, volumesFollowPointerKeysAndWheel) {
     launch();
     play("airpods", "flip");
     panel().dragTo("Volume of AirPods Pro", 0.25);
@@ -119,7 +119,7 @@ TEST_F(StoryTests, volumesFollowPointerKeysAndWheel) {
     EXPECT_NEAR(panel().find("Volume of JBL Flip 6").value, 0.1, 0.02);
 }
 
-TEST_F(StoryTests, eachOutputIsDelayedByPointerAndKeys) {
+TEST_F(UserStoryTests, eachOutputIsDelayedByPointerAndKeys) {
     launch();
     EXPECT_FALSE(panel().has("Adjust when each output is heard"));
     play("airpods", "flip");
@@ -140,7 +140,7 @@ TEST_F(StoryTests, eachOutputIsDelayedByPointerAndKeys) {
     EXPECT_EQ(state().syncProfiles().profiles().at(0).kind, SyncProfile::Kind::manual);
 }
 
-TEST_F(StoryTests, aLostOutputAsksAndBothAnswersAreKept) {
+TEST_F(UserStoryTests, aLostOutputAsksAndBothAnswersAreKept) {
     launch();
     preferences().disconnectBehavior.set(DisconnectBehavior::askUser);
     for (const bool keeps : {true, false}) {
@@ -166,7 +166,7 @@ TEST_F(StoryTests, aLostOutputAsksAndBothAnswersAreKept) {
     EXPECT_EQ(world().defaultOutputUID(), "builtin");
 }
 
-TEST_F(StoryTests, aSetupIsSavedRenamedMarkedDeletedAndTakenBack) {
+TEST_F(UserStoryTests, aSetupIsSavedRenamedMarkedDeletedAndTakenBack) {
     launch();
     play("airpods", "flip");
     panel().click("Save current setup");
@@ -209,7 +209,7 @@ TEST_F(StoryTests, aSetupIsSavedRenamedMarkedDeletedAndTakenBack) {
     EXPECT_TRUE(panel().has("Playing Together"));
 }
 
-TEST_F(StoryTests, aFailedStartSaysWhatToDoAndIsDismissed) {
+TEST_F(UserStoryTests, aFailedStartSaysWhatToDoAndIsDismissed) {
     launch();
     benchPage().click("Fail Next Start");
     play("airpods", "flip");
@@ -223,7 +223,7 @@ TEST_F(StoryTests, aFailedStartSaysWhatToDoAndIsDismissed) {
     EXPECT_EQ(world().defaultOutputUID(), "builtin");
 }
 
-TEST_F(StoryTests, escapeClosesWhatIsOnTopFirst) {
+TEST_F(UserStoryTests, escapeClosesWhatIsOnTopFirst) {
     launch();
     savedPreset("Evening", "airpods", "flip");
     panel().click("First output");
