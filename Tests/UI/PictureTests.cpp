@@ -103,7 +103,7 @@ const NamedState states[]{
          s.play("airpods", "studio");
          s.panel().click("Mute AirPods Pro");
      }},
-    {"panel-in-step", "182 ms later",
+    {"panel-in-step", "Click while you adjust",
      [](Scene& s) {
          s.estimate("airpods", "flip");
          s.play("airpods", "flip");

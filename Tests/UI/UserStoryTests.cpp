@@ -136,8 +136,34 @@ TEST_F(UserStoryTests, eachOutputIsDelayedByPointerAndKeys) {
     settle();
     EXPECT_NEAR(delayOf("airpods"), before + 0.9, 0.01);
     EXPECT_EQ(delayOf("flip"), 0);
-    EXPECT_TRUE(panel().shows("at once"));
     EXPECT_EQ(state().syncProfiles().profiles().at(0).kind, SyncProfile::Kind::manual);
+
+    const auto type = [&](const char* text, Qt::Key end) {
+        panel().tabTo("Delay of JBL Flip 6, in milliseconds");
+        panel().type(text);
+        panel().key(end);
+        settle();
+    };
+    type("333.3", Qt::Key_Return);
+    EXPECT_NEAR(delayOf("flip"), 333.3 - before - 0.9, 0.11);
+    type("", Qt::Key_Return); // no number, nor anything beyond what can be
+    type("12", Qt::Key_Escape);
+    EXPECT_NEAR(delayOf("flip"), 333.3 - before - 0.9, 0.11);
+    EXPECT_FALSE(state().syncTestPlayer().isPlaying());
+    panel().tabTo("Click while you adjust");
+    panel().key(Qt::Key_Space);
+    EXPECT_TRUE(state().syncTestPlayer().isPlaying());
+    advance(std::chrono::seconds(7));
+    EXPECT_FALSE(state().syncTestPlayer().isPlaying());
+    panel().click("Use Reported Latency");
+    settle();
+    EXPECT_TRUE(state().syncTestPlayer().isPlaying()); // one turned: it is heard again
+    EXPECT_EQ(delayOf("flip"), 0);
+    EXPECT_NEAR(delayOf("airpods"), 21.3, 0.1);
+    EXPECT_EQ(state().syncProfiles().profiles().at(0).kind, SyncProfile::Kind::estimated);
+    menuBar().stop();
+    settle();
+    EXPECT_FALSE(state().syncTestPlayer().isPlaying());
 }
 
 TEST_F(UserStoryTests, aLostOutputAsksAndBothAnswersAreKept) {

@@ -225,9 +225,10 @@ Task<JSON> CommandOperations::mute(Arguments arguments) {
 
 Task<JSON> CommandOperations::delay(Arguments arguments) {
     const DelayChange change = delayChange(arguments.front());
-    const OutputCard card = playing({arguments.back()}).front();
-    if (!card.delay) throw CommandFailure("Outputs can't be delayed on this system.");
-    app_.menuBar().setDelay(change.isStep ? *card.delay + change.value : change.value, card.output.uid);
+    const std::string uid = playing({arguments.back()}).front().output.uid;
+    if (!app_.inStep().isSupported()) throw CommandFailure("Outputs can't be delayed on this system.");
+    const double now = app_.inStep().delay(uid).value_or(0);
+    app_.inStep().setDelay(change.isStep ? now + change.value : change.value, uid);
     co_return statusOf(app_);
 }
 

@@ -29,13 +29,13 @@ JSON orNull(const std::optional<Value>& value) {
 /// To the thousandth: a float tells more digits than it has.
 JSON volume(float value) { return std::round(static_cast<double>(value) * 1000) / 1000; }
 
-JSON outputOf(const OutputCard& card) {
+JSON outputOf(const OutputCard& card, const InStepViewModel& inStep) {
     return {{"uid", card.output.uid},
             {"name", card.output.name},
             {"isConnected", card.output.isConnected},
             {"volume", card.hasVolume ? volume(card.volume) : JSON()},
             {"isMuted", card.canMute ? JSON(card.isMuted) : JSON()},
-            {"delay", orNull(card.delay)}};
+            {"delay", orNull(inStep.delay(card.output.uid))}};
 }
 
 JSON questionOf(const MenuBarViewModel& menuBar, const DualOutputCoordinator& coordinator) {
@@ -59,7 +59,7 @@ JSON statusOf(AppState& app) {
     const DualOutputCoordinator& coordinator = app.coordinator();
     JSON outputs = JSON::array();
     for (const OutputCard& card : menuBar.outputCards())
-        outputs.push_back(outputOf(card));
+        outputs.push_back(outputOf(card, app.inStep()));
     const auto& heard = app.deviceManager().defaultOutputDevice();
     JSON status = answerOfThisVersion();
     status["velto"] = shortVersion(app.host());

@@ -39,16 +39,14 @@ std::vector<RecordListModel<OutputCard>::Role> cardRoles() {
             {"volume", [](const OutputCard& card) { return static_cast<double>(card.volume); }},
             {"volumeText", [](const OutputCard& card) { return volumeText(card); }},
             {"canMute", [](const OutputCard& card) { return card.canMute; }},
-            {"isMuted", [](const OutputCard& card) { return card.isMuted; }},
-            {"delay", [](const OutputCard& card) { return card.delay.value_or(0); }},
-            {"delayText", [](const OutputCard& card) { return toQString(delayText(card)); }}};
+            {"isMuted", [](const OutputCard& card) { return card.isMuted; }}};
 }
 
 } // namespace
 
-MenuBarAdapter::MenuBarAdapter(MenuBarViewModel& model)
-    : model_(model), firstRows_(this, keyOfRow, rowRoles()), secondRows_(this, keyOfRow, rowRoles()),
-      outputs_(this, keyOfCard, cardRoles()) {
+MenuBarAdapter::MenuBarAdapter(MenuBarViewModel& model, InStepAdapter& inStep)
+    : model_(model), inStep_(inStep), firstRows_(this, keyOfRow, rowRoles()),
+      secondRows_(this, keyOfRow, rowRoles()), outputs_(this, keyOfCard, cardRoles()) {
     follow(model);
 }
 
@@ -95,10 +93,6 @@ QString MenuBarAdapter::masterVolumeText() const { return percent(model_.masterV
 
 void MenuBarAdapter::setVolume(const QString& uid, double volume) {
     model_.setVolume(static_cast<float>(volume), uid.toStdString());
-}
-
-void MenuBarAdapter::setDelay(const QString& uid, double milliseconds) {
-    model_.setDelay(milliseconds, uid.toStdString());
 }
 
 void MenuBarAdapter::toggleMute(const QString& uid) { model_.toggleMute(uid.toStdString()); }

@@ -3,6 +3,7 @@
 // Owned by the user interface; main actor only. Forwards.
 #pragma once
 
+#include "Velto/Qt/InStepAdapter.h"
 #include "Velto/Qt/ModelAdapter.h"
 #include "Velto/Qt/RecordListModel.h"
 #include "Velto/Qt/Text.h"
@@ -33,7 +34,7 @@ class MenuBarAdapter final : public ModelAdapter {
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY changed)
     Q_PROPERTY(QString errorText READ errorText NOTIFY changed)
     Q_PROPERTY(QString recoveryText READ recoveryText NOTIFY changed)
-    Q_PROPERTY(bool canAdjustSync READ canAdjustSync NOTIFY changed)
+    Q_PROPERTY(velto::InStepAdapter* inStep READ inStep CONSTANT)
     Q_PROPERTY(QString syncSummary READ syncSummary NOTIFY changed)
     Q_PROPERTY(QString disconnectQuestion READ disconnectQuestion NOTIFY changed)
     Q_PROPERTY(QString keepPlayingTitle READ keepPlayingTitle CONSTANT)
@@ -53,8 +54,8 @@ class MenuBarAdapter final : public ModelAdapter {
         bool isShowingPresetEditor READ isShowingPresetEditor WRITE setIsShowingPresetEditor NOTIFY changed)
 
   public:
-    /// The model must outlive the adapter.
-    explicit MenuBarAdapter(MenuBarViewModel& model);
+    /// Both must outlive the adapter.
+    MenuBarAdapter(MenuBarViewModel& model, InStepAdapter& inStep);
 
     QString firstUID() const { return toQString(model_.firstDeviceUID()); }
     QString secondUID() const { return toQString(model_.secondDeviceUID()); }
@@ -78,7 +79,7 @@ class MenuBarAdapter final : public ModelAdapter {
     bool isPlaying() const { return model_.isPlaying(); }
     QString errorText() const { return toQString(model_.errorText()); }
     QString recoveryText() const { return toQString(model_.recoveryText()); }
-    bool canAdjustSync() const { return model_.canAdjustSync(); }
+    InStepAdapter* inStep() { return &inStep_; }
     QString syncSummary() const { return toQString(model_.syncSummary()); }
     QString disconnectQuestion() const { return toQString(model_.disconnectQuestion()); }
 
@@ -115,7 +116,6 @@ class MenuBarAdapter final : public ModelAdapter {
     }
     Q_INVOKABLE void dismissError() { model_.dismissError(); }
     Q_INVOKABLE void setVolume(const QString& uid, double volume);
-    Q_INVOKABLE void setDelay(const QString& uid, double milliseconds);
     Q_INVOKABLE void toggleMute(const QString& uid);
     Q_INVOKABLE void saveCurrentAsPreset() { model_.saveCurrentAsPreset(); }
 
@@ -127,6 +127,7 @@ class MenuBarAdapter final : public ModelAdapter {
     QVariantMap entry(MenuBarViewModel::Slot slot) const;
 
     MenuBarViewModel& model_;
+    InStepAdapter& inStep_;
     RecordListModel<OutputRow> firstRows_;
     RecordListModel<OutputRow> secondRows_;
     RecordListModel<OutputCard> outputs_;

@@ -61,7 +61,8 @@ class QuickOnboardingWindow final : public OnboardingWindow {
 } // namespace
 
 QuickUserInterface::QuickUserInterface(Context context)
-    : context_(std::move(context)), menuBar_(context_.app.menuBar()), presets_(context_.app.presets()) {
+    : context_(std::move(context)), inStep_(context_.app.inStep()), menuBar_(context_.app.menuBar(), inStep_),
+      presets_(context_.app.presets()) {
     engine_.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine_.addImportPath(QStringLiteral("qrc:/velto"));
     engine_.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance_);
@@ -173,7 +174,7 @@ void QuickUserInterface::showSettings() {
     if (panel_ && panelStyle_ == PanelStyle::dropDown) hidePanel();
     if (!settingsWindow_) {
         context_.app.settings().refreshLaunchAtLogin();
-        settings_ = std::make_unique<SettingsAdapter>(context_.app.settings());
+        settings_ = std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_);
         settingsWindow_ =
             make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())}});
         connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Velto/Qt/Appearance.h"
+#include "Velto/Qt/InStepAdapter.h"
 #include "Velto/Qt/MenuBarAdapter.h"
 #include "Velto/Qt/PresetAdapter.h"
 #include "Velto/Qt/SettingsAdapter.h"
@@ -61,6 +62,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     Context context_;
     Appearance appearance_;
     QQmlEngine engine_;
+    InStepAdapter inStep_;
     MenuBarAdapter menuBar_;
     PresetAdapter presets_;
     std::unique_ptr<SettingsAdapter> settings_; // while its window is open

@@ -65,8 +65,8 @@ std::unique_ptr<RecordListModel<SettingRow>> settingRows(QObject* parent) {
 
 } // namespace
 
-SettingsAdapter::SettingsAdapter(SettingsViewModel& model)
-    : model_(model),
+SettingsAdapter::SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep)
+    : model_(model), inStep_(inStep),
       syncProfiles_(this, &SyncProfileRow::id,
                     {{"profileID", [](const SyncProfileRow& row) { return toQString(row.id); }},
                      {"names", [](const SyncProfileRow& row) { return toQString(row.names); }},

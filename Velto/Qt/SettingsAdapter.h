@@ -3,6 +3,7 @@
 // Owned by the user interface; main actor only. Forwards.
 #pragma once
 
+#include "Velto/Qt/InStepAdapter.h"
 #include "Velto/Qt/ModelAdapter.h"
 #include "Velto/Qt/RecordListModel.h"
 #include "Velto/Qt/Text.h"
@@ -20,6 +21,7 @@ namespace velto {
 
 class SettingsAdapter final : public ModelAdapter {
     Q_OBJECT
+    Q_PROPERTY(velto::InStepAdapter* inStep READ inStep CONSTANT)
     Q_PROPERTY(QString syncTestHelp READ syncTestHelp CONSTANT)
     Q_PROPERTY(QString syncEngineName READ syncEngineName CONSTANT)
     Q_PROPERTY(QString syncEngineHelp READ syncEngineHelp CONSTANT)
@@ -33,9 +35,10 @@ class SettingsAdapter final : public ModelAdapter {
     Q_PROPERTY(QVariantList licences READ licences CONSTANT)
 
   public:
-    /// The model must outlive the adapter.
-    explicit SettingsAdapter(SettingsViewModel& model);
+    /// Both must outlive the adapter.
+    SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep);
 
+    InStepAdapter* inStep() { return &inStep_; }
     static QString syncTestHelp() { return toQString(SettingsViewModel::syncTestHelp); }
     QString syncEngineName() const { return toQString(model_.syncEngineName()); }
     QString syncEngineHelp() const { return toQString(model_.syncEngineHelp()); }
@@ -67,6 +70,7 @@ class SettingsAdapter final : public ModelAdapter {
 
   private:
     SettingsViewModel& model_;
+    InStepAdapter& inStep_;
     std::map<QString, std::unique_ptr<RecordListModel<SettingRow>>> sections_;
     RecordListModel<SyncProfileRow> syncProfiles_;
     RecordListModel<DebugRow> debugRows_;

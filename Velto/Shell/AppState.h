@@ -7,6 +7,7 @@
 
 #include "Velto/Shell/AppLifecycleController.h"
 #include "Velto/Shell/AudioServiceMonitor.h"
+#include "Velto/Shell/InStepViewModel.h"
 #include "Velto/Shell/MenuBarViewModel.h"
 #include "Velto/Shell/PlatformServices.h"
 #include "Velto/Shell/PresetViewModel.h"
@@ -45,6 +46,7 @@ class AppState {
     SyncProfileManager& syncProfiles() noexcept { return syncProfiles_; }
     SyncTestPlayer& syncTestPlayer() noexcept { return syncTestPlayer_; }
     MenuBarViewModel& menuBar() noexcept { return menuBar_; }
+    InStepViewModel& inStep() noexcept { return inStep_; }
     SettingsViewModel& settings() noexcept { return settings_; }
     PresetViewModel& presets() noexcept { return presets_; }
     AppLifecycleController& lifecycle() noexcept { return lifecycle_; }
@@ -84,6 +86,7 @@ class AppState {
     SyncTestPlayer syncTestPlayer_;
     PresetViewModel presets_;
     MenuBarViewModel menuBar_;
+    InStepViewModel inStep_;
     SettingsViewModel settings_;
     AppLifecycleController lifecycle_;
     Observable<bool> isLaunched_;

@@ -5,7 +5,6 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Foundation/TrimmedText.h"
 #include "VeltoCore/Settings/DisconnectBehavior.h"
-#include "VeltoCore/Sync/OutputDelays.h"
 
 #include <fmt/format.h>
 
@@ -263,13 +262,6 @@ void MenuBarViewModel::answerDisconnect(DisconnectAnswer answer) {
 
 std::vector<OutputCard> MenuBarViewModel::outputCards() const {
     std::vector<OutputCard> cards;
-    const auto profile = coordinator_.currentSyncProfile();
-    const OutputDelays delays = profile ? shownDelays(*profile) : OutputDelays();
-    const auto delayOf = [&](const std::string& uid) -> std::optional<double> {
-        if (!coordinator_.canAdjustSync()) return std::nullopt;
-        const auto found = delays.find(uid);
-        return found == delays.end() ? 0 : found->second;
-    };
     // While a session is rebuilt its outputs are tracked all along, and stay in view.
     if (!isPlaying() && !coordinator_.isReconnecting()) return cards;
     for (const DeviceVolumeState& state : volumeController_.states()) {
@@ -279,19 +271,9 @@ std::vector<OutputCard> MenuBarViewModel::outputCards() const {
                          .hasVolume = state.isConnected && state.supportsVolume,
                          .volume = state.volume,
                          .canMute = state.isConnected && state.supportsMute,
-                         .isMuted = state.isMuted,
-                         .delay = delayOf(state.uid)});
+                         .isMuted = state.isMuted});
     }
     return cards;
-}
-
-void MenuBarViewModel::setDelay(double milliseconds, const std::string& uid) {
-    OutputDelays delays;
-    for (const OutputCard& card : outputCards())
-        delays.emplace(card.output.uid, card.delay.value_or(0));
-    if (!coordinator_.canAdjustSync() || !delays.contains(uid)) return;
-    delays[uid] = std::clamp(milliseconds, 0.0, longestOutputDelay);
-    coordinator_.setSyncCorrections(std::move(delays), SyncProfile::Kind::manual);
 }
 
 void MenuBarViewModel::toggleMute(std::string_view uid) {

@@ -132,11 +132,6 @@ class MenuBarViewModel {
     void setMasterVolume(float volume) { volumeController_.setMasterVolume(volume); }
     void setVolume(float volume, std::string_view uid) { volumeController_.setVolume(volume, uid); }
     void toggleMute(std::string_view uid);
-    /// Whether outputs that play can be heard later than they would.
-    bool canAdjustSync() const { return isPlaying() && coordinator_.canAdjustSync(); }
-    /// Has that output of the session be heard so many milliseconds later; the others stay. Clamped to what
-    /// can be.
-    void setDelay(double milliseconds, const std::string& uid);
     /// For the wheel over the status item. Nothing without a master volume.
     void adjustMasterVolume(float delta);
 

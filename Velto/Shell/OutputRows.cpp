@@ -2,8 +2,6 @@
 
 #include "Velto/Shell/DeviceIconProvider.h"
 
-#include <fmt/format.h>
-
 namespace velto {
 
 OutputRow OutputRow::of(const AudioOutputDevice& device) {
@@ -13,10 +11,6 @@ OutputRow OutputRow::of(const AudioOutputDevice& device) {
             .badge = device.isConnected ? device.transportType.displayName() : "Not connected",
             .badgeSymbol = std::string(device.transportType.symbolName()),
             .isConnected = device.isConnected};
-}
-
-std::string delayText(const OutputCard& card) {
-    return card.delay.value_or(0) > 0 ? fmt::format("{} ms later", *card.delay) : "at once";
 }
 
 } // namespace velto

@@ -30,14 +30,8 @@ struct OutputCard {
     float volume = 0;
     bool canMute = false;
     bool isMuted = false;
-    /// How much later than it would it is to be heard, in milliseconds; absent where outputs can't be
-    /// delayed.
-    std::optional<double> delay = std::nullopt;
 
     friend bool operator==(const OutputCard&, const OutputCard&) = default;
 };
-
-/// When the output is heard, such as "12.4 ms later".
-std::string delayText(const OutputCard& card);
 
 } // namespace velto

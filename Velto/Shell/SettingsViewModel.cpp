@@ -2,6 +2,7 @@
 
 #include "Velto/Shell/BundleInfo.h"
 #include "Velto/Shell/LargestCorrection.h"
+#include "Velto/Shell/SyncTest.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <fmt/format.h>
@@ -13,9 +14,6 @@ namespace velto {
 namespace {
 
 constexpr const Logger& logger = LoggingService::ui;
-
-constexpr double syncTestDuration = 6.0; // in seconds
-constexpr double syncTestInterval = 0.5;
 
 } // namespace
 
@@ -40,9 +38,7 @@ SettingsViewModel::SettingsViewModel(PreferencesManager& preferences, LaunchAtLo
 
 // Sync
 
-void SettingsViewModel::startSyncTest() {
-    syncTestPlayer_.start(preferences_.syncTestVolume(), syncTestDuration, syncTestInterval);
-}
+void SettingsViewModel::startSyncTest() { velto::startSyncTest(syncTestPlayer_, preferences_); }
 
 std::vector<SyncProfileRow> SettingsViewModel::syncProfileRows() const {
     std::vector<SyncProfileRow> rows;

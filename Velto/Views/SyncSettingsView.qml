@@ -21,6 +21,19 @@ Column {
         SettingRows { settings: page.model; section: "Sync test" }
     }
     SettingsSection {
+        title: "In step"
+        visible: page.model.inStep.isSupported
+        SettingsRow {
+            help: page.model.inStep.help
+        }
+        Loader {
+            width: parent.width
+            active: page.model.inStep.isAvailable
+            visible: active
+            sourceComponent: InStepControls { model: page.model.inStep }
+        }
+    }
+    SettingsSection {
         title: "Sync engine"
         SettingsRow {
             label: page.model.syncEngineName

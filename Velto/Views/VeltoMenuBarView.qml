@@ -183,8 +183,8 @@ FocusScope {
 
             InStepView {
                 width: parent.width
-                visible: panel.model.canAdjustSync
-                model: panel.model
+                visible: panel.model.inStep.isAvailable
+                model: panel.model.inStep
             }
 
             PushButton {
