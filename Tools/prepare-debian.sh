@@ -2,7 +2,7 @@
 # shellcheck shell=bash disable=SC2015,SC2034
 
 build_packages="clang-19 libclang-rt-19-dev lld-19 cmake ninja-build pkg-config nlohmann-json3-dev libfmt-dev uuid-dev
-    libicu-dev libsystemd-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libkissfft-dev libcli11-dev
+    libicu-dev libsystemd-dev libpipewire-0.3-dev libsndfile1-dev libfftw3-dev libeigen3-dev libcli11-dev
     pipewire pipewire-bin wireplumber alsa-utils dbus-daemon
     qt6-base-dev qt6-svg-dev qt6-declarative-dev libxcb1-dev qml6-module-qtqml qml6-module-qtqml-models
     qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-window

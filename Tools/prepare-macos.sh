@@ -1,7 +1,7 @@
 # What Velto is built from on macOS, and how it is installed. Sourced by prepare.sh.
 # shellcheck shell=bash disable=SC2015,SC2034
 
-build_packages="cmake ninja fmt nlohmann-json cli11 qtbase qtdeclarative qtsvg"
+build_packages="cmake ninja fmt nlohmann-json eigen cli11 qtbase qtdeclarative qtsvg"
 test_packages="googletest"
 benchmark_packages="google-benchmark"
 package_packages=""

@@ -117,6 +117,7 @@ QVariantList SettingsAdapter::licences() {
         {"PipeWire", "MIT"},
         {"{fmt}", "MIT"},
         {"JSON for Modern C++", "MIT"},
+        {"Eigen", "MPL 2.0"},
         {"ICU", "Unicode Licence"},
         {"libuuid", "BSD 3-Clause"},
         {"libsystemd", "LGPL 2.1"},

@@ -1,19 +1,15 @@
 #include "VeltoCore/Sync/FourierTransform.h"
 
-#include <kissfft/kissfft.hh>
+#include <unsupported/Eigen/FFT>
 
 namespace velto {
 
 struct FourierTransform::Implementation {
-    explicit Implementation(std::size_t size) : forward(size, false), backward(size, true), result(size) {}
-
-    void run(const kissfft<double>& transform, Values& values) {
-        transform.transform(values.data(), result.data());
-        values.swap(result);
+    explicit Implementation(std::size_t size) : result(size) {
+        transform.SetFlag(Eigen::FFT<double>::Unscaled);
     }
 
-    kissfft<double> forward;
-    kissfft<double> backward;
+    Eigen::FFT<double> transform;
     /// Not made anew for each: pages that are new cost more than the transform.
     Values result;
 };
@@ -22,7 +18,14 @@ FourierTransform::FourierTransform(std::size_t size)
     : implementation_(std::make_unique<Implementation>(size)) {}
 FourierTransform::~FourierTransform() = default;
 
-void FourierTransform::forward(Values& values) { implementation_->run(implementation_->forward, values); }
-void FourierTransform::backward(Values& values) { implementation_->run(implementation_->backward, values); }
+void FourierTransform::forward(Values& values) {
+    implementation_->transform.fwd(implementation_->result, values);
+    values.swap(implementation_->result);
+}
+
+void FourierTransform::backward(Values& values) {
+    implementation_->transform.inv(implementation_->result, values);
+    values.swap(implementation_->result);
+}
 
 } // namespace velto
