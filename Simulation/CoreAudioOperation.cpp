@@ -1,5 +1,6 @@
 #include "Simulation/CoreAudioOperation.h"
 
+#include <algorithm>
 #include <array>
 
 namespace velto {
@@ -52,6 +53,14 @@ constexpr std::array<std::string_view, coreAudioOperationCount> names{
 
 std::string_view name(CoreAudioOperation operation) noexcept {
     return names[static_cast<std::size_t>(operation)];
+}
+
+bool isChange(CoreAudioOperation operation) noexcept {
+    using enum CoreAudioOperation;
+    constexpr std::array changes{setNominalSampleRate,  setDefaultOutputDevice, setDefaultSystemOutputDevice,
+                                 createAggregateDevice, destroyAggregateDevice, setSubDeviceDriftCompensation,
+                                 setOutputVolume,       setOutputMute};
+    return std::ranges::find(changes, operation) != changes.end();
 }
 
 } // namespace velto

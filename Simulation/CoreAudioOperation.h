@@ -53,5 +53,7 @@ inline constexpr std::size_t coreAudioOperationCount =
     static_cast<std::size_t>(CoreAudioOperation::removePropertyListener) + 1;
 
 std::string_view name(CoreAudioOperation operation) noexcept;
+/// Whether the operation changes something, and so needs an answer even while the service hangs.
+bool isChange(CoreAudioOperation operation) noexcept;
 
 } // namespace velto

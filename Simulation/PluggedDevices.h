@@ -1,6 +1,6 @@
 // PluggedDevices: the devices of the simulated world that are there now, in the order of the device list.
 //
-// Part of SimulatedAudioSystem. Looking a device up by its object ID takes the same time however many there
+// Part of SimulatedWorld. Looking a device up by its object ID takes the same time however many there
 // are, so that measurements of those who read them show their own cost.
 #pragma once
 

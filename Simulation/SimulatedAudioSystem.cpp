@@ -1,252 +1,83 @@
-// Verbs and questions. What follows from a change is in SimulatedAudioRules.cpp, the client's side in
-// SimulatedAudioClient.cpp.
 #include "Simulation/SimulatedAudioSystem.h"
 
-#include <algorithm>
-#include <stdexcept>
+#include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
+#include "VeltoCore/CoreAudio/CoreAudioStatus.h"
+#include "VeltoCore/Services/LoggingService.h"
+
+#include <cmath>
+#include <type_traits>
 #include <utility>
 
 namespace velto {
 
+using Hardware = SimulatedHardware;
+
 namespace {
 
-[[noreturn]] void refuse(const std::string& what) {
-    throw std::logic_error("Simulated audio system: " + what);
+constexpr AudioObjectID theSystem = kAudioObjectSystemObject;
+
+[[noreturn]] void refuse(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
+
+/// For what nobody waits for any more.
+void obey(const auto& body, SimulatedHardware& hardware) {
+    try {
+        body(hardware);
+    } catch (const AudioManagerError&) { // what was to be changed has gone
+    }
 }
 
 } // namespace
 
-SimulatedAudioSystem::SimulatedAudioSystem(MainActor& actor)
-    : actor_(actor), listeners_(actor), self_(std::make_shared<SimulatedAudioSystem*>(this)) {}
+// Each call is noted, may fail, may find nobody who answers, and reads or changes what the program knows.
 
-SimulatedAudioSystem::~SimulatedAudioSystem() = default;
-
-// Verbs
-
-SimulatedAudioSystem::Plugged& SimulatedAudioSystem::requirePlugged(std::string_view uid) {
-    Plugged* found = plugged_.find(uid);
-    if (!found) refuse("\"" + std::string(uid) + "\" is not plugged in");
-    return *found;
-}
-
-AudioObjectID SimulatedAudioSystem::plug(SimulatedDevice device) {
-    if (device.uid.empty() || plugged_.find(device.uid) || aggregate(device.uid))
-        refuse("\"" + device.uid + "\" can't be plugged in: no UID, or one in use");
-    const AudioObjectID id = nextID_++;
-    unplugged_.erase(device.uid);
-    appear({id, std::move(device)});
-    publish();
-    return id;
-}
-
-void SimulatedAudioSystem::unplug(std::string_view uid) {
-    Plugged gone = requirePlugged(uid);
-    plugged_.remove(gone.id);
-    notify(gone.id, kAudioDevicePropertyDeviceIsAlive);
-    notify(kAudioObjectSystemObject, kAudioHardwarePropertyDevices);
-    leaveAggregates(gone.device.uid);
-    replaceLostOutputs();
-    unplugged_.insert_or_assign(gone.device.uid, std::move(gone));
-    publish();
-}
-
-void SimulatedAudioSystem::replug(std::string_view uid) {
-    const bool hasAnotherID = faults.returnsWithAnotherID.consume().has_value();
-    bringBack(uid, hasAnotherID ? nextID_++ : kAudioObjectUnknown);
-}
-
-void SimulatedAudioSystem::replugWithAnotherID(std::string_view uid) { bringBack(uid, nextID_++); }
-
-void SimulatedAudioSystem::bringBack(std::string_view uid, AudioObjectID newID) {
-    const auto found = unplugged_.find(uid);
-    if (found == unplugged_.end()) refuse("\"" + std::string(uid) + "\" was not unplugged");
-    Plugged back = std::move(found->second);
-    unplugged_.erase(found);
-    if (newID != kAudioObjectUnknown) back.id = newID;
-    appear(std::move(back));
-    publish();
-}
-
-void SimulatedAudioSystem::change(std::string_view uid, const std::function<void(SimulatedDevice&)>& change) {
-    Plugged& plugged = requirePlugged(uid);
-    SimulatedDevice device = plugged.device;
-    change(device);
-    if (device.uid != plugged.device.uid) refuse("a device keeps its UID");
-    replace(plugged, std::move(device));
-    publish();
-}
-
-void SimulatedAudioSystem::rename(std::string_view uid, std::string name) {
-    change(uid, [&name](SimulatedDevice& device) { device.name = std::move(name); });
-}
-
-void SimulatedAudioSystem::setSampleRate(std::string_view uid, double rate) {
-    change(uid, [rate](SimulatedDevice& device) { device.sampleRate = rate; });
-}
-
-void SimulatedAudioSystem::setSampleRates(std::string_view uid, std::vector<SampleRateRange> rates) {
-    change(uid, [&rates](SimulatedDevice& device) { device.sampleRates = std::move(rates); });
-}
-
-void SimulatedAudioSystem::setVolume(std::string_view uid, float volume) {
-    change(uid, [volume](SimulatedDevice& device) { device.volume = volume; });
-}
-
-void SimulatedAudioSystem::setMuted(std::string_view uid, bool isMuted) {
-    change(uid, [isMuted](SimulatedDevice& device) { device.isMuted = isMuted; });
-}
-
-void SimulatedAudioSystem::kill(std::string_view uid) {
-    change(uid, [](SimulatedDevice& device) { device.isAlive = false; });
-}
-
-void SimulatedAudioSystem::pickDefault(std::string_view uid) {
-    if (!canPlay(objectID(uid))) refuse("\"" + std::string(uid) + "\" can't be picked as an output");
-    setDefaultOutput(objectID(uid));
-    publish();
-}
-
-void SimulatedAudioSystem::pickAlertOutput(std::string_view uid) {
-    if (!canPlay(objectID(uid))) refuse("\"" + std::string(uid) + "\" can't be picked as an output");
-    setAlertOutput(objectID(uid));
-    publish();
-}
-
-AudioObjectID SimulatedAudioSystem::makeAggregate(const AggregateDeviceDescription& description) {
-    if (aggregate(description.uid) || plugged_.find(description.uid))
-        throw AudioManagerError::coreAudioError(kAudioHardwareIllegalOperationError);
-    const bool isInverted = faults.invertsDriftCompensation.consume().has_value();
-    Aggregate made{nextID_++, description, {}, 0, true, false};
-    for (const auto& [uid, drift] : description.subDevices)
-        made.members.push_back(
-            {uid, drift != isInverted, plugged_.find(uid) ? nextID_++ : kAudioObjectUnknown});
-    if (const Plugged* main = plugged_.find(description.mainSubDeviceUID))
-        made.sampleRate = main->device.sampleRate;
-    const AudioObjectID id = made.id;
-    if (faults.neverAlive.consume()) {
-        made.isAlive = false;
-    } else if (const auto delay = faults.aliveAfter.consume()) {
-        made.isAlive = false;
-        after(*delay, [id](SimulatedAudioSystem& world) {
-            const auto found = std::ranges::find(world.aggregates_, id, &Aggregate::id);
-            if (found == world.aggregates_.end() || found->isGoing) return;
-            found->isAlive = true;
-            world.notify(id, kAudioDevicePropertyDeviceIsAlive);
-        });
+template <class Body>
+auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Body body) {
+    const auto failure = calls.begin(operation, object);
+    const auto noAnswer = [this, operation] {
+        noticeSilence();
+        SimulatedCalls::fail(operation, kAudioHardwareNotRunningError);
+    };
+    if (!isReachable()) noAnswer();
+    if (isHanging() && isChange(operation)) {
+        if (faults.obeysLate.consume()) doLater([body](Hardware& hardware) { obey(body, hardware); });
+        noAnswer();
     }
-    aggregates_.push_back(std::move(made));
-    notify(kAudioObjectSystemObject, kAudioHardwarePropertyDevices);
-    publish();
-    return id;
-}
-
-void SimulatedAudioSystem::removeAggregate(std::string_view uid) {
-    const Aggregate* found = aggregate(uid);
-    if (!found) refuse("there is no aggregate \"" + std::string(uid) + "\"");
-    eraseAggregate(found->id);
-    publish();
-}
-
-void SimulatedAudioSystem::loseDelays(std::string_view aggregateUID) {
-    const auto found = std::ranges::find_if(
-        aggregates_, [&](const Aggregate& aggregate) { return aggregate.description.uid == aggregateUID; });
-    if (found == aggregates_.end()) refuse("there is no aggregate \"" + std::string(aggregateUID) + "\"");
-    found->delays.clear();
-    notify(found->id, kVeltoAggregatePropertyOutputDelaysLost);
-    publish();
-}
-
-void SimulatedAudioSystem::stopAudioService() {
-    isHanging_ = isKnownToHang_ = false;
-    lastHeard_.reset();
-    lateWork_.clear();
-    isServiceRunning_ = false;
-    listeners_.forgetAllButServiceRestarted();
-    aggregates_.clear();
-    replaceLostOutputs();
-    publish();
-}
-
-void SimulatedAudioSystem::startAudioService() {
-    if (isServiceRunning_) return;
-    const std::string defaultOutput = defaultOutputUID();
-    const std::string alertOutput = alertOutputUID();
-    plugged_.renumber(nextID_);
-    for (auto& [uid, unplugged] : unplugged_)
-        unplugged.id = nextID_++;
-    defaultOutput_ = objectID(defaultOutput);
-    alertOutput_ = objectID(alertOutput);
-    isServiceRunning_ = true;
-    notify(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
-    publish();
-}
-
-void SimulatedAudioSystem::restartAudioService() {
-    stopAudioService();
-    startAudioService();
-}
-
-void SimulatedAudioSystem::hangAudioService() {
-    if (!isServiceRunning_ || std::exchange(isHanging_, true)) return;
-    lastHeard_ = LastHeard{plugged_, aggregates_, defaultOutput_, alertOutput_};
-}
-
-void SimulatedAudioSystem::resumeAudioService() {
-    if (!std::exchange(isHanging_, false)) return;
-    isKnownToHang_ = false;
-    lastHeard_.reset();
-    for (const auto& work : std::exchange(lateWork_, {}))
-        work();
-    notify(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
-    publish();
-}
-
-void SimulatedAudioSystem::programDies() {
-    listeners_.forgetAll();
-    lastHeard_.reset();
-}
-
-// Questions
-
-bool SimulatedAudioSystem::isPlugged(std::string_view uid) const noexcept { return plugged_.find(uid); }
-
-const SimulatedDevice& SimulatedAudioSystem::device(std::string_view uid) const {
-    const Plugged* found = plugged_.find(uid);
-    if (!found) refuse("\"" + std::string(uid) + "\" is not plugged in");
-    return found->device;
-}
-
-AudioObjectID SimulatedAudioSystem::objectID(std::string_view uid) const noexcept {
-    if (const Plugged* found = plugged_.find(uid)) return found->id;
-    const Aggregate* found = aggregate(uid);
-    return found ? found->id : kAudioObjectUnknown;
-}
-
-std::vector<std::string> SimulatedAudioSystem::pluggedUIDs() const {
-    std::vector<std::string> uids;
-    for (const Plugged& plugged : plugged_)
-        uids.push_back(plugged.device.uid);
-    return uids;
-}
-
-std::vector<std::string> SimulatedAudioSystem::unpluggedUIDs() const {
-    std::vector<std::string> uids;
-    for (const auto& entry : unplugged_)
-        uids.push_back(entry.first);
-    return uids;
-}
-
-std::vector<SimulatedAggregate> SimulatedAudioSystem::aggregates() const {
-    std::vector<SimulatedAggregate> result;
-    for (const Aggregate& aggregate : aggregates_) {
-        if (aggregate.isGoing) continue;
-        SimulatedAggregate& seen = result.emplace_back();
-        seen = {aggregate.id,         aggregate.description, {},
-                aggregate.sampleRate, aggregate.isAlive,     aggregate.delays};
-        for (const Member& member : aggregate.members)
-            seen.members.push_back({member.uid, member.driftCompensation, member.subDevice != 0});
+    if (failure && !failure->isAfterEffect) SimulatedCalls::fail(operation, *failure);
+    const auto failAfterwards = [&] {
+        publish();
+        if (failure) SimulatedCalls::fail(operation, *failure);
+    };
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Body, Hardware&>>) {
+            body(known());
+            failAfterwards();
+        } else {
+            auto value = body(known());
+            failAfterwards();
+            return value;
+        }
+    } catch (const AudioManagerError& error) {
+        if (failure || !error.status()) throw;
+        // Refused by the world's rules: logged like any failed call.
+        SimulatedCalls::fail(operation, *error.status());
     }
-    return result;
+}
+
+template <class Value, class Body>
+Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
+                                   Body body) noexcept {
+    const auto failure = calls.begin(operation, object);
+    return failure || !isReachable() ? std::move(otherwise) : static_cast<Value>(body(known()));
+}
+
+template <class Value>
+Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID device,
+                                   Value SimulatedDevice::*field) noexcept {
+    return answer(operation, device, Value(), [&](const Hardware& hardware) {
+        const auto* found = hardware.plugged().find(device);
+        return found ? found->device.*field : Value();
+    });
 }
 
 std::vector<std::string> SimulatedAudioSystem::unconsumedFaults() const {
@@ -254,6 +85,316 @@ std::vector<std::string> SimulatedAudioSystem::unconsumedFaults() const {
     for (std::string& text : calls.unconsumed())
         result.push_back(std::move(text));
     return result;
+}
+
+// Devices
+
+std::vector<AudioObjectID> SimulatedAudioSystem::allDeviceIDs() {
+    return perform(Operation::allDeviceIDs, theSystem, [](Hardware& known) {
+        std::vector<AudioObjectID> ids;
+        for (const auto& plugged : known.plugged()) {
+            if (plugged.device.isListed) ids.push_back(plugged.id);
+        }
+        for (const auto& aggregate : known.aggregates())
+            ids.push_back(aggregate.id);
+        return ids;
+    });
+}
+
+std::optional<AudioObjectID> SimulatedAudioSystem::deviceID(std::string_view forUID) {
+    return perform(Operation::deviceIDForUID, theSystem, [&](Hardware& known) {
+        const AudioObjectID id = known.objectID(forUID);
+        return id == kAudioObjectUnknown ? std::nullopt : std::optional(id);
+    });
+}
+
+std::string SimulatedAudioSystem::deviceUID(AudioObjectID device) {
+    return perform(Operation::deviceUID, device, [&](Hardware& known) {
+        std::string result = known.uid(device);
+        if (result.empty()) refuse(kAudioHardwareBadObjectError);
+        return result;
+    });
+}
+
+std::string SimulatedAudioSystem::deviceName(AudioObjectID device) {
+    return perform(Operation::deviceName, device, [&](Hardware& known) {
+        if (const auto* found = known.aggregate(device)) return found->description.name;
+        if (const auto* found = known.member(device)) return known.plugged().find(found->uid)->device.name;
+        return known.requireDevice(device).name;
+    });
+}
+
+std::uint32_t SimulatedAudioSystem::transportType(AudioObjectID device) {
+    return perform(Operation::transportType, device, [&](Hardware& known) -> std::uint32_t {
+        if (known.aggregate(device)) return kAudioDeviceTransportTypeAggregate;
+        return known.requireDevice(device).transport;
+    });
+}
+
+std::optional<std::string> SimulatedAudioSystem::deviceManufacturer(AudioObjectID device) noexcept {
+    return answer(Operation::deviceManufacturer, device, &SimulatedDevice::manufacturer);
+}
+
+std::optional<std::int64_t> SimulatedAudioSystem::outputLatencyFrames(AudioObjectID device) noexcept {
+    return answer(Operation::outputLatencyFrames, device, &SimulatedDevice::latencyFrames);
+}
+
+std::optional<std::int64_t> SimulatedAudioSystem::outputSafetyOffsetFrames(AudioObjectID device) noexcept {
+    return answer(Operation::outputSafetyOffsetFrames, device, &SimulatedDevice::safetyOffsetFrames);
+}
+
+std::int64_t SimulatedAudioSystem::outputChannelCount(AudioObjectID device) {
+    return perform(Operation::outputChannelCount, device, [&](Hardware& known) -> std::int64_t {
+        return known.aggregate(device) ? 2 : known.requireDevice(device).outputChannels;
+    });
+}
+
+bool SimulatedAudioSystem::isAlive(AudioObjectID device) noexcept {
+    return answer(Operation::isAlive, device, false, [&](Hardware& known) {
+        if (const auto* found = known.aggregate(device)) return found->isAlive;
+        const auto* found = known.plugged().find(device);
+        return found && found->device.isAlive;
+    });
+}
+
+bool SimulatedAudioSystem::isHidden(AudioObjectID device) noexcept {
+    return answer(Operation::isHidden, device, &SimulatedDevice::isHidden);
+}
+
+bool SimulatedAudioSystem::isRunningSomewhere(AudioObjectID device) noexcept {
+    return answer(Operation::isRunningSomewhere, device, &SimulatedDevice::isRunning);
+}
+
+// Sample rates
+
+double SimulatedAudioSystem::nominalSampleRate(AudioObjectID device) {
+    return perform(Operation::nominalSampleRate, device, [&](Hardware& known) {
+        if (const auto* found = known.aggregate(device)) return found->sampleRate;
+        return known.requireDevice(device).sampleRate;
+    });
+}
+
+std::vector<SampleRateRange> SimulatedAudioSystem::availableSampleRates(AudioObjectID device) {
+    return perform(Operation::availableSampleRates, device,
+                   [=](Hardware& known) { return known.availableSampleRates(device); });
+}
+
+void SimulatedAudioSystem::setNominalSampleRate(AudioObjectID device, double sampleRate) {
+    perform(Operation::setNominalSampleRate, device, [=, this](Hardware& known) {
+        if (!known.aggregate(device) && !known.requireDevice(device).supports(sampleRate))
+            refuse(kAudioDeviceUnsupportedFormatError);
+        doAfter(faults.slowRateChange.consume(),
+                [=](Hardware& hardware) { hardware.setSampleRate(device, sampleRate); });
+    });
+}
+
+// The system's outputs
+
+AudioObjectID SimulatedAudioSystem::defaultOutputDeviceID() {
+    return perform(Operation::defaultOutputDeviceID, theSystem,
+                   [](Hardware& known) { return known.defaultOutput(); });
+}
+
+void SimulatedAudioSystem::setDefaultOutputDevice(AudioObjectID device) {
+    perform(Operation::setDefaultOutputDevice, device, [=, this](Hardware& known) {
+        if (!known.canPlay(device)) refuse(kAudioHardwareBadDeviceError);
+        doAfter(faults.slowOutputChange.consume(), [device](Hardware& hardware) {
+            if (hardware.canPlay(device)) hardware.setDefaultOutput(device);
+        });
+    });
+}
+
+AudioObjectID SimulatedAudioSystem::defaultSystemOutputDeviceID() {
+    return perform(Operation::defaultSystemOutputDeviceID, theSystem,
+                   [](Hardware& known) { return known.alertOutput(); });
+}
+
+void SimulatedAudioSystem::setDefaultSystemOutputDevice(AudioObjectID device) {
+    perform(Operation::setDefaultSystemOutputDevice, device, [=, this](Hardware& known) {
+        if (!known.canPlay(device)) refuse(kAudioHardwareBadDeviceError);
+        doAfter(faults.slowOutputChange.consume(), [device](Hardware& hardware) {
+            if (hardware.canPlay(device)) hardware.setAlertOutput(device);
+        });
+    });
+}
+
+// Aggregates
+
+AudioObjectID SimulatedAudioSystem::createAggregateDevice(const AggregateDeviceDescription& description) {
+    return perform(Operation::createAggregateDevice, theSystem, [this, description](Hardware&) {
+        if (faults.createsInvalidDevice.consume())
+            throw AudioManagerError::aggregateCreationFailed("Core Audio returned an invalid device.");
+        return makeAggregate(description);
+    });
+}
+
+void SimulatedAudioSystem::destroyAggregateDevice(AudioObjectID device) {
+    perform(Operation::destroyAggregateDevice, device, [=, this](Hardware& known) {
+        if (known.requireAggregate(device).isGoing) refuse(kAudioHardwareBadObjectError);
+        destroyAggregate(device);
+    });
+}
+
+CompositionDictionary SimulatedAudioSystem::aggregateComposition(AudioObjectID device) {
+    return perform(Operation::aggregateComposition, device, [&](Hardware& known) {
+        const auto& found = known.requireAggregate(device);
+        AggregateDeviceDescription description = found.description;
+        description.subDevices.clear();
+        for (const auto& member : found.members)
+            description.subDevices.push_back({member.uid, member.driftCompensation});
+        CompositionDictionary composition = description.dictionaryRepresentation();
+        if (faults.hidesSubDevices.consume()) composition.erase(std::string(CompositionKey::subDevices));
+        return composition;
+    });
+}
+
+std::vector<std::string> SimulatedAudioSystem::aggregateFullSubDeviceUIDs(AudioObjectID device) {
+    return perform(Operation::aggregateFullSubDeviceUIDs, device, [&](Hardware& known) {
+        std::vector<std::string> uids;
+        for (const auto& member : known.requireAggregate(device).members)
+            uids.push_back(member.uid);
+        return uids;
+    });
+}
+
+std::vector<AudioObjectID> SimulatedAudioSystem::aggregateActiveSubDeviceIDs(AudioObjectID device) {
+    return perform(Operation::aggregateActiveSubDeviceIDs, device, [&](Hardware& known) {
+        std::vector<AudioObjectID> ids;
+        for (const auto& member : known.requireAggregate(device).members) {
+            if (member.subDevice == 0) continue;
+            ids.push_back(faults.plainSubDevices.consume() ? known.objectID(member.uid) : member.subDevice);
+        }
+        return ids;
+    });
+}
+
+std::string SimulatedAudioSystem::aggregateMainSubDeviceUID(AudioObjectID device) {
+    return perform(Operation::aggregateMainSubDeviceUID, device, [&](Hardware& known) {
+        return known.requireAggregate(device).description.mainSubDeviceUID;
+    });
+}
+
+bool SimulatedAudioSystem::supportsSubDeviceDriftCompensation(AudioObjectID subDevice) noexcept {
+    return answer(Operation::supportsSubDeviceDriftCompensation, subDevice, false,
+                  [&](Hardware& known) { return known.member(subDevice) != nullptr; });
+}
+
+bool SimulatedAudioSystem::subDeviceDriftCompensation(AudioObjectID subDevice) {
+    return perform(Operation::subDeviceDriftCompensation, subDevice,
+                   [&](Hardware& known) { return known.requireMember(subDevice).driftCompensation; });
+}
+
+void SimulatedAudioSystem::setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) {
+    perform(Operation::setSubDeviceDriftCompensation, subDevice,
+            [=](Hardware& known) { known.setDriftCompensation(subDevice, enabled); });
+}
+
+void SimulatedAudioSystem::setOutputDelays(AudioObjectID aggregate,
+                                           const std::map<std::string, double>& milliseconds) {
+    perform(Operation::setOutputDelays, aggregate, [=, this](Hardware& known) {
+        if (!delaysOutputs) refuse(kAudioHardwareUnsupportedOperationError);
+        auto* found = known.aggregate(aggregate);
+        if (!found) refuse(kAudioHardwareBadDeviceError);
+        found->delays = milliseconds;
+    });
+}
+
+// Volume and mute
+
+bool SimulatedAudioSystem::supportsOutputVolume(AudioObjectID device) noexcept {
+    return answer(Operation::supportsOutputVolume, device, &SimulatedDevice::volume).has_value();
+}
+
+float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
+    return perform(Operation::outputVolume, device, [&](Hardware& known) {
+        const auto& volume = known.requireControls(device).volume;
+        if (!volume) refuse(kAudioHardwareUnsupportedOperationError);
+        return *volume;
+    });
+}
+
+void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
+    perform(Operation::setOutputVolume, device, [=](Hardware& known) {
+        SimulatedDevice changed = known.requireControls(device);
+        if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
+        const float clamped = clampedVolume(volume);
+        const float step = changed.volumeStep;
+        changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
+        known.replace(changed.uid, changed);
+    });
+}
+
+bool SimulatedAudioSystem::supportsOutputMute(AudioObjectID device) noexcept {
+    return answer(Operation::supportsOutputMute, device, &SimulatedDevice::isMuted).has_value();
+}
+
+bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
+    return perform(Operation::outputMute, device, [&](Hardware& known) {
+        const auto& isMuted = known.requireControls(device).isMuted;
+        if (!isMuted) refuse(kAudioHardwareUnsupportedOperationError);
+        return *isMuted;
+    });
+}
+
+void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
+    perform(Operation::setOutputMute, device, [=](Hardware& known) {
+        SimulatedDevice changed = known.requireControls(device);
+        if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
+        changed.isMuted = isMuted;
+        known.replace(changed.uid, changed);
+    });
+}
+
+// Listeners
+
+template <class Control>
+PropertyListenerTokenRef SimulatedAudioSystem::addListener(Operation operation, AudioObjectID device,
+                                                           Control SimulatedDevice::*control,
+                                                           AudioObjectPropertySelector selector,
+                                                           PropertyListenerHandler handler) {
+    return perform(operation, device, [&](Hardware& known) -> PropertyListenerTokenRef {
+        const auto* found = known.plugged().find(device);
+        if (!found || !(found->device.*control)) return nullptr;
+        return propertyListeners().add(
+            device, {selector, kAudioObjectPropertyScopeOutput, kAudioObjectPropertyElementMain},
+            std::move(handler));
+    });
+}
+
+PropertyListenerTokenRef SimulatedAudioSystem::addOutputVolumeListener(AudioObjectID device,
+                                                                       PropertyListenerHandler handler) {
+    return addListener(Operation::addOutputVolumeListener, device, &SimulatedDevice::volume,
+                       kAudioHardwareServiceDeviceProperty_VirtualMainVolume, std::move(handler));
+}
+
+PropertyListenerTokenRef SimulatedAudioSystem::addOutputMuteListener(AudioObjectID device,
+                                                                     PropertyListenerHandler handler) {
+    return addListener(Operation::addOutputMuteListener, device, &SimulatedDevice::isMuted,
+                       kAudioDevicePropertyMute, std::move(handler));
+}
+
+PropertyListenerTokenRef SimulatedAudioSystem::addPropertyListener(AudioObjectID objectID,
+                                                                   AudioObjectPropertySelector selector,
+                                                                   AudioObjectPropertyScope scope,
+                                                                   AudioObjectPropertyElement element,
+                                                                   PropertyListenerHandler handler) {
+    if (selector == kAudioHardwarePropertyServiceRestarted && !isReachable()) // nobody is asked
+        return propertyListeners().add(objectID, {selector, scope, element}, std::move(handler));
+    return perform(Operation::addPropertyListener, objectID, [&](Hardware& known) {
+        if (objectID != theSystem && known.uid(objectID).empty()) refuse(kAudioHardwareBadObjectError);
+        return propertyListeners().add(objectID, {selector, scope, element}, std::move(handler));
+    });
+}
+
+void SimulatedAudioSystem::removePropertyListener(const PropertyListenerTokenRef& token) noexcept {
+    if (!token) return;
+    const auto failure = calls.begin(Operation::removePropertyListener, token->objectID);
+    const OSStatus status = failure                              ? failure->status
+                            : propertyListeners().remove(*token) ? noErr
+                                                                 : kAudioHardwareIllegalOperationError;
+    if (status == noErr) return;
+    LoggingService::audioDevices.error("RemovePropertyListenerBlock failed: {}",
+                                       coreAudioDescription(status));
 }
 
 } // namespace velto

@@ -1,6 +1,11 @@
 #include "Simulation/SimulatedCalls.h"
 
+#include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/CoreAudio/CoreAudioStatus.h"
+#include "VeltoCore/Services/LoggingService.h"
+
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace velto {
@@ -63,6 +68,17 @@ std::optional<SimulatedCalls::Failure> SimulatedCalls::begin(CoreAudioOperation 
         return Failure{.status = standing->second.status};
     }
     return std::nullopt;
+}
+
+void SimulatedCalls::fail(CoreAudioOperation operation, OSStatus status) {
+    LoggingService::audioDevices.error("{} failed: {}", publicText(name(operation)),
+                                       coreAudioDescription(status));
+    throw AudioManagerError::coreAudioError(status);
+}
+
+void SimulatedCalls::fail(CoreAudioOperation operation, const Failure& failure) {
+    if (!failure.foreignError.empty()) throw std::runtime_error(failure.foreignError);
+    fail(operation, failure.status);
 }
 
 } // namespace velto

@@ -61,6 +61,9 @@ class SimulatedCalls {
 
     /// For the client: notes the call, lets happen what shall, and says how it shall fail.
     std::optional<Failure> begin(CoreAudioOperation operation, AudioObjectID object);
+    /// Fails as a client does: logs, then throws.
+    [[noreturn]] static void fail(CoreAudioOperation operation, OSStatus status);
+    [[noreturn]] static void fail(CoreAudioOperation operation, const Failure& failure);
 
   private:
     struct Standing {

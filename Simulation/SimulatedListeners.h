@@ -1,6 +1,6 @@
 // SimulatedListeners: the property listeners of the simulated world.
 //
-// Part of SimulatedAudioSystem. A listener stays until it is removed, whatever becomes of its token or of the
+// Part of SimulatedWorld. A listener stays until it is removed, whatever becomes of its token or of the
 // object it listens to: so each one left over can be counted.
 #pragma once
 
