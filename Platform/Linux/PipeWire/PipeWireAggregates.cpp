@@ -133,6 +133,16 @@ std::optional<AggregateDeviceDescription> PipeWireAggregates::description(const 
     return result;
 }
 
+bool PipeWireAggregates::describesDriftCompensation(const std::string& uid) const {
+    for (const PipeWireNode* node : graph_.devices()) {
+        const auto composition = description(*node);
+        if (!composition) continue;
+        for (const auto& member : composition->subDevices)
+            if (member.uid == uid) return member.driftCompensation;
+    }
+    return false;
+}
+
 std::vector<const PipeWireNode*> PipeWireAggregates::activeSubDevices(const PipeWireNode& aggregate) const {
     std::vector<const PipeWireNode*> result;
     const auto composition = description(aggregate);

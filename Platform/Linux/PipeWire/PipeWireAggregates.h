@@ -52,6 +52,8 @@ class PipeWireAggregates {
     const PipeWireNode* existing() const;
     /// The composition that the aggregate was created from, as far as it can be read; none for other devices.
     static std::optional<AggregateDeviceDescription> description(const PipeWireNode& node);
+    /// Whether some aggregate was created so that the drift of that output is compensated.
+    bool describesDriftCompensation(const std::string& uid) const;
     /// The sub-devices that are linked to the aggregate now, in its order.
     std::vector<const PipeWireNode*> activeSubDevices(const PipeWireNode& aggregate) const;
     /// Whether the device has come back to a living aggregate of ours but isn't linked yet. For a moment it

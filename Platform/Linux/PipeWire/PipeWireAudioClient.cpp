@@ -349,13 +349,7 @@ bool PipeWireAudioClient::supportsSubDeviceDriftCompensation(AudioObjectID subDe
 bool PipeWireAudioClient::subDeviceDriftCompensation(AudioObjectID subDevice) {
     const std::string& uid = requireSink(subDevice, "SubDeviceDriftCompensation").name();
     if (const auto set = driftCompensation_.find(uid); set != driftCompensation_.end()) return set->second;
-    for (const PipeWireNode* node : graph_.devices()) {
-        const auto description = PipeWireAggregates::description(*node);
-        if (!description) continue;
-        for (const auto& member : description->subDevices)
-            if (member.uid == uid) return member.driftCompensation;
-    }
-    return false;
+    return aggregates_.describesDriftCompensation(uid);
 }
 
 void PipeWireAudioClient::setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) {
