@@ -13,9 +13,6 @@ namespace {
 
 } // namespace
 
-SimulatedWorld::SimulatedWorld(MainActor& actor)
-    : actor_(actor), listeners_(actor), self_(std::make_shared<SimulatedWorld*>(this)) {}
-
 // Devices
 
 void SimulatedWorld::requirePlugged(std::string_view uid) const {
@@ -218,12 +215,10 @@ std::vector<SimulatedAggregate> SimulatedWorld::aggregates() const {
 
 void SimulatedWorld::doAfter(std::optional<Duration> interval, Work work) {
     if (!interval) return work(hardware_);
-    actor_.postAfter(*interval, [self = std::weak_ptr(self_), work = std::move(work)] {
-        const auto world = self.lock();
-        if (!world) return;
-        work((*world)->hardware_);
-        (*world)->publish();
-    });
+    actor_.postAfter(*interval, lifetime_.whileAlive([this, work = std::move(work)] {
+        work(hardware_);
+        publish();
+    }));
 }
 
 void SimulatedWorld::publish() {

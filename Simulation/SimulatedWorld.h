@@ -9,11 +9,11 @@
 #include "Simulation/SimulatedHardware.h"
 #include "Simulation/SimulatedListeners.h"
 #include "VeltoCore/Async/MainActor.h"
+#include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -91,7 +91,7 @@ class SimulatedWorld {
     Subscription observe(std::function<void()> handler) { return observers_.observe(std::move(handler)); }
 
   protected:
-    explicit SimulatedWorld(MainActor& actor);
+    explicit SimulatedWorld(MainActor& actor) : actor_(actor), listeners_(actor) {}
     ~SimulatedWorld() = default;
 
     // For the client. Only it and the verbs publish what has changed.
@@ -129,8 +129,7 @@ class SimulatedWorld {
     /// While the service hangs; none for a program that was begun meanwhile.
     std::optional<SimulatedHardware> lastHeard_;
     std::vector<Work> lateWork_;
-    /// Runs out with the world; timers look at it.
-    std::shared_ptr<SimulatedWorld*> self_;
+    Lifetime lifetime_;
 };
 
 } // namespace velto

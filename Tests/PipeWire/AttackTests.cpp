@@ -11,6 +11,7 @@
 #include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Started.h"
 #include "Velto/Shell/AppState.h"
+#include "VeltoCore/Observation/Lifetime.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -369,15 +370,13 @@ class TurnWatch {
     }
     void look() {
         note();
-        loop_.post([this, alive = std::weak_ptr(alive_)] {
-            if (!alive.expired()) look();
-        });
+        loop_.post(lifetime_.whileAlive([this] { look(); }));
     }
 
     MainActor& loop_;
     ContinuousInstant last_ = loop_.continuousNow();
     Duration longest_{};
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 TEST_F(AttackTests, AHangingServerCostsNoTurnOfTheLoopMuch) {
