@@ -10,15 +10,16 @@
 #include <signal.h>
 #include <unistd.h>
 
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#include <sanitizer/common_interface_defs.h>
+#endif
+
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <string_view>
-
-/// Only where sanitizers are linked in.
-extern "C" [[gnu::weak]] void __sanitizer_symbolize_pc(void* address, const char* format, char* text,
-                                                       std::size_t size);
 
 namespace velto {
 namespace {
@@ -32,19 +33,27 @@ void print(std::string_view text) {
     [[maybe_unused]] const ssize_t size = write(STDERR_FILENO, text.data(), text.size());
 }
 
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+void print(std::span<void*> stack) {
+    for (void* address : stack) {
+        std::array<char, 1000> text{};
+        __sanitizer_symbolize_pc(address, "    %f %S\n", text.data(), text.size());
+        print(text.data());
+    }
+}
+#else
+void print(std::span<void*> stack) {
+    backtrace_symbols_fd(stack.data(), static_cast<int>(stack.size()), STDERR_FILENO);
+}
+#endif
+
 void tellAndEnd(int) {
     alarm(10); // ends the program where telling hangs as well
     print("\nThis hangs: ");
     print(underWay.data());
     print("\n");
     std::array<void*, 100> stack{};
-    const int depth = backtrace(stack.data(), stack.size());
-    if (!__sanitizer_symbolize_pc) backtrace_symbols_fd(stack.data(), depth, STDERR_FILENO);
-    for (int i = 0; __sanitizer_symbolize_pc && i < depth; ++i) {
-        std::array<char, 1000> text{};
-        __sanitizer_symbolize_pc(stack[i], "    %f %S\n", text.data(), text.size());
-        print(text.data());
-    }
+    print(std::span(stack.data(), static_cast<std::size_t>(backtrace(stack.data(), stack.size()))));
     std::abort();
 }
 
@@ -67,7 +76,7 @@ class TestWatchdog : public testing::EmptyTestEventListener {
     static void watch(const char* when, const testing::TestInfo& test) {
         alarm(0); // it looks at the name
         std::snprintf(underWay.data(), underWay.size(), "%s%s.%s", when, test.test_suite_name(), test.name());
-        const char* wanted = std::getenv("VELTO_TEST_SECONDS"); // 0: for ever, as one who debugs wants it
+        const char* wanted = std::getenv("VELTO_TEST_SECONDS");
         alarm(wanted ? static_cast<unsigned>(std::atoi(wanted)) : secondsForATest);
     }
 };
