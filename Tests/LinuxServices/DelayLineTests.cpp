@@ -118,7 +118,7 @@ TEST(DelayLineTests, AChangeOfDelayIsHeardAsNoClickAndIsExactAfterwards) {
                 run.playTone(block);
             }
             for (const bool isFaded : {true, false}) {
-                run.line.setFaded(isFaded);
+                isFaded ? run.line.playSweeps(0, 1, 0.25) : run.line.endSweeps();
                 for (std::uint32_t i = 0; i < rate / 10; i += block)
                     run.playTone(block);
             }
@@ -207,25 +207,51 @@ TEST(DelayLineTests, MissedFramesLeaveTheDelayRight) {
     }
 }
 
-TEST(DelayLineTests, WhatIsFadedOutIsSilentAndComesBackAsItWas) {
+TEST(DelayLineTests, SweepsAreAsLateAsTheirTapsAndTheSoundIsSilentUntilTheirEndOrItsOwn) {
+    struct Case {
+        std::uint32_t rate;
+        std::uint32_t block;
+        double endAfter; // milliseconds; 0 for never
+    };
+    for (const Case& wanted : {Case{48000, 64, 2500}, Case{44100, 1024, 0}, Case{96000, 2048, 900}}) {
+        SCOPED_TRACE(testing::Message() << wanted.rate << ", ended after " << wanted.endAfter);
+        const auto frames = [&](double milliseconds) {
+            return static_cast<std::size_t>(std::llround(milliseconds * wanted.rate / 1000));
+        };
+        LineRun run(wanted.rate, {0, 100});
+        const auto playUntil = [&](std::size_t end) {
+            while (run.frames() < end)
+                run.playNoise(wanted.block);
+        };
+        playUntil(frames(100));
+        const std::size_t order = run.frames();
+        run.line.playSweeps(1, 0, 0.5);
+        playUntil(order + frames(wanted.endAfter > 0 ? wanted.endAfter : DelayLine::longestSilence));
+        const std::size_t end = run.frames();
+        EXPECT_EQ(run.line.isSounding(0), true);
+        if (wanted.endAfter > 0) run.line.endSweeps();
+        playUntil(end + frames(25) + wanted.block);
+        const std::size_t back = run.frames();
+        playUntil(back + frames(2000));
+        EXPECT_TRUE(run.isDelayed(0, 0, back));
+        EXPECT_TRUE(run.isDelayed(1, frames(100), back)) << "the sound is as it was";
+
+        const AlignmentProbe probe{.sampleRate = static_cast<double>(wanted.rate), .peak = 0.5};
+        for (const std::size_t tap : {0U, 1U}) {
+            const std::size_t start = order + frames(DelayLine::sweepLead) + frames(tap * 100);
+            const auto sweep = tap == 1 ? AlignmentProbe::Sweep::rising : AlignmentProbe::Sweep::falling;
+            std::size_t wrong = 0;
+            for (std::size_t i = order + frames(25); i < end; ++i)
+                wrong += run.out[tap][1][i] != (i < start ? 0 : probe.sample(sweep, i - start));
+            EXPECT_EQ(wrong, 0U) << tap;
+        }
+    }
     LineRun run(48000, {0, 100});
-    run.playNoise(10000);
-    run.line.setFaded(true);
-    run.playNoise(962);
-    run.playNoise(10000);
-    EXPECT_EQ(run.loudest(0, 10962), 0);
-    EXPECT_EQ(run.loudest(1, 10962), 0);
-    run.line.setFaded(false);
-    run.playNoise(962);
-    const std::size_t back = run.frames();
-    run.playNoise(10000);
-    EXPECT_TRUE(run.isDelayed(0, 0, back));
-    EXPECT_TRUE(run.isDelayed(1, 4800, back));
-    run.line.setFaded(true);
-    run.line.wipe();
-    const std::size_t wiped = run.frames();
+    run.line.playSweeps(0, 1, 0.5);
     run.playNoise(1000);
-    EXPECT_EQ(run.loudest(0, wiped), 0) << "what begins faded out is not heard at all";
+    run.line.wipe();
+    run.playNoise(48000);
+    EXPECT_TRUE(run.isDelayed(1, 4800, 1000 + 4800)) << "what begins anew is heard";
 }
 
 } // namespace

@@ -206,11 +206,11 @@ TEST_F(DelayTests, TheSoundIsFadedOutAndInAndCommandsCanBeOfAnyKind) {
     const auto music = play();
     playFor(9600);
     helper->setDelays({{"usb", 12.4}, {"nobody", 5}});
-    helper->setFaded(true);
+    helper->playSweeps("usb", "usb", 0.25);
     playFor(9600);
     const std::int64_t faded = recorder->frames();
     playFor(9600);
-    helper->setFaded(false);
+    helper->endSweeps();
     const std::int64_t until = recorder->frames();
     playFor(9600);
     const std::int64_t back = recorder->frames();

@@ -130,6 +130,18 @@ class CoreAudioClient {
         throw AudioManagerError::coreAudioError(kAudioHardwareUnsupportedOperationError);
     }
 
+    /// Silences what players send to the aggregate, and about half a second later has two of its outputs play
+    /// the sweeps of an AlignmentProbe at the same moment, each as much later as it is delayed. The probe is
+    /// of the aggregate's rate and that peak, a part of full scale. No volume is written. What players send
+    /// is heard again at endSweeps(), and by itself a few seconds after the last call, or when this program
+    /// dies. Throws as setOutputDelays() does. Core Audio: always 'unop'.
+    virtual void playSweeps(AudioObjectID /*aggregate*/, const std::string& /*rising*/,
+                            const std::string& /*falling*/, double /*peak*/) {
+        throw AudioManagerError::coreAudioError(kAudioHardwareUnsupportedOperationError);
+    }
+    /// What players send to the aggregate is heard at once, and no sweep any more. Nothing where none plays.
+    virtual void endSweeps(AudioObjectID /*aggregate*/) noexcept {}
+
     // Volume and mute
 
     /// kAudioHardwareServiceDeviceProperty_VirtualMainVolume, else kAudioDevicePropertyVolumeScalar of the

@@ -18,7 +18,7 @@ std::string_view takeWord(std::string_view& line) {
 }
 
 template <class Number>
-std::optional<Number> readNumber(std::string_view text) {
+std::optional<Number> readAs(std::string_view text) {
     Number number{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
@@ -26,38 +26,51 @@ std::optional<Number> readNumber(std::string_view text) {
 }
 
 std::optional<DelayCommand> readSetDelay(std::string_view line) {
-    const auto output = readNumber<std::size_t>(takeWord(line));
-    const auto milliseconds = readMilliseconds(takeWord(line));
+    const auto output = readAs<std::size_t>(takeWord(line));
+    const auto milliseconds = readNumber(takeWord(line));
     if (!output || !milliseconds || !line.empty()) return std::nullopt;
     return SetDelay{*output, *milliseconds};
 }
 
+std::optional<DelayCommand> readPlaySweeps(std::string_view line) {
+    const auto rising = readAs<std::size_t>(takeWord(line));
+    const auto falling = readAs<std::size_t>(takeWord(line));
+    const auto peak = readNumber(takeWord(line));
+    if (!rising || !falling || !peak || !line.empty()) return std::nullopt;
+    return PlaySweeps{*rising, *falling, *peak};
+}
+
 struct Text {
     std::string operator()(const SetDelay& command) const {
-        return "delay " + std::to_string(command.output) + " " + millisecondsText(command.milliseconds);
+        return "delay " + std::to_string(command.output) + " " + numberText(command.milliseconds);
     }
-    std::string operator()(const FadeSound& command) const { return command.isOut ? "fade out" : "fade in"; }
+    std::string operator()(const PlaySweeps& command) const {
+        return "sweeps " + std::to_string(command.rising) + " " + std::to_string(command.falling) + " " +
+               numberText(command.peak);
+    }
+    std::string operator()(const EndSweeps&) const { return "sound"; }
 };
 
 } // namespace
 
-std::string millisecondsText(double milliseconds) {
+std::string numberText(double number) {
     std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), milliseconds).ptr};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
 }
 
-std::optional<double> readMilliseconds(std::string_view text) {
-    const auto milliseconds = readNumber<double>(text);
-    return milliseconds && std::isfinite(*milliseconds) ? milliseconds : std::nullopt;
+std::optional<double> readNumber(std::string_view text) {
+    const auto number = readAs<double>(text);
+    return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
 std::string delayCommandText(const DelayCommand& command) { return std::visit(Text(), command); }
 
 std::optional<DelayCommand> readDelayCommand(std::string_view line) {
     if (line.size() > longestDelayCommand) return std::nullopt;
-    if (line == "fade out") return FadeSound{true};
-    if (line == "fade in") return FadeSound{false};
-    if (takeWord(line) == "delay") return readSetDelay(line);
+    if (line == "sound") return EndSweeps{};
+    const std::string_view word = takeWord(line);
+    if (word == "delay") return readSetDelay(line);
+    if (word == "sweeps") return readPlaySweeps(line);
     return std::nullopt;
 }
 

@@ -16,21 +16,30 @@ struct SetDelay {
     bool operator==(const SetDelay&) const = default;
 };
 
-/// Fades what players send out at all outputs, or in again.
-struct FadeSound {
-    bool isOut = false;
-    bool operator==(const FadeSound&) const = default;
+/// Silences what players send, and plays the sweeps by which two outputs are measured
+/// (DelayLine::playSweeps).
+struct PlaySweeps {
+    std::size_t rising = 0;
+    std::size_t falling = 0;
+    /// Of full scale.
+    double peak = 0;
+    bool operator==(const PlaySweeps&) const = default;
 };
 
-using DelayCommand = std::variant<SetDelay, FadeSound>;
+/// What players send is heard again.
+struct EndSweeps {
+    bool operator==(const EndSweeps&) const = default;
+};
+
+using DelayCommand = std::variant<SetDelay, PlaySweeps, EndSweeps>;
 
 /// A longer line is none of ours.
 inline constexpr std::size_t longestDelayCommand = 200;
 
 /// A delay as text, in the same form wherever the user lives.
-std::string millisecondsText(double milliseconds);
+std::string numberText(double number);
 /// None for anything but a finite number.
-std::optional<double> readMilliseconds(std::string_view text);
+std::optional<double> readNumber(std::string_view text);
 
 std::string delayCommandText(const DelayCommand& command);
 /// None for anything but such a line.

@@ -10,7 +10,6 @@ namespace {
 
 constexpr double fadeMilliseconds = 20;
 constexpr std::uint32_t longestRing = DelayLine::highestRate + DelayLine::longestCycle;
-constexpr std::uint64_t never = std::uint64_t{1} << 48; // frames
 
 /// A raised cosine from 0 to 1.
 float gain(std::uint32_t frame, std::uint32_t frames) {
@@ -33,6 +32,13 @@ void DelayLine::setDelay(std::size_t tap, double milliseconds) noexcept {
     readers_[tap].wanted.store(wanted, std::memory_order_relaxed);
 }
 
+void DelayLine::playSweeps(std::size_t rising, std::size_t falling, double peak) noexcept {
+    wantedSweeps_.store({static_cast<std::uint16_t>(rising), static_cast<std::uint16_t>(falling),
+                         static_cast<float>(peak > 0 ? std::min(peak, 1.0) : 0)},
+                        std::memory_order_relaxed);
+    order_.store(Order::play, std::memory_order_release);
+}
+
 std::uint32_t DelayLine::framesOf(double milliseconds) const noexcept {
     const auto frames = static_cast<std::uint32_t>(std::llround(milliseconds * rate_ / 1000));
     return std::min(frames, length_ - longestCycle);
@@ -49,13 +55,27 @@ void DelayLine::begin(std::uint32_t rate) noexcept {
         reader.delay = framesOf(reader.wanted.load(std::memory_order_relaxed));
         reader.crossfaded = fadeFrames_;
     }
-    isFadingOut_ = isFaded_.load(std::memory_order_relaxed);
-    faded_ = isFadingOut_ ? fadeFrames_ : 0;
+    faded_ = 0;
+    silenceLeft_ = 0;
+    sweepsStart_ = never;
+}
+
+void DelayLine::obey() noexcept {
+    const Order order = order_.exchange(Order::none, std::memory_order_acquire);
+    if (order == Order::end) silenceLeft_ = 0;
+    if (order != Order::play) return;
+    sweeps_ = wantedSweeps_.load(std::memory_order_relaxed);
+    probe_ = {};
+    probe_.sampleRate = rate_;
+    probe_.peak = static_cast<double>(sweeps_.peak);
+    sweepsStart_ = position_ + static_cast<std::uint64_t>(std::llround(sweepLead * rate_ / 1000));
+    silenceLeft_ = static_cast<std::uint64_t>(std::llround(longestSilence * rate_ / 1000));
 }
 
 void DelayLine::process(std::uint32_t rate, std::uint32_t frames, Sound sound,
                         std::span<const Tap> taps) noexcept {
     if (isToBeWiped_.exchange(false, std::memory_order_acquire) || rate != rate_) begin(rate);
+    obey();
     for (std::uint32_t offset = 0; offset < frames; offset += longestCycle)
         processBlock(offset, std::min(frames - offset, longestCycle), sound, taps);
 }
@@ -70,6 +90,7 @@ void DelayLine::skip(std::uint64_t frames) noexcept {
 }
 
 bool DelayLine::isSounding(std::size_t tap) const noexcept {
+    if (isMeasuring()) return true;
     const Reader& reader = readers_[tap];
     const bool isChanging = reader.crossfaded < fadeFrames_;
     const std::uint32_t delay = std::max(reader.delay, isChanging ? reader.delayBefore : 0);
@@ -79,16 +100,16 @@ bool DelayLine::isSounding(std::size_t tap) const noexcept {
 void DelayLine::processBlock(std::uint32_t offset, std::uint32_t frames, Sound sound,
                              std::span<const Tap> taps) noexcept {
     write(offset, frames, sound);
-    isFadingOut_ = isFaded_.load(std::memory_order_relaxed);
     for (std::size_t tap = 0; tap < readers_.size(); ++tap) {
         Reader& reader = readers_[tap];
         follow(reader);
         for (std::size_t channel = 0; channel < ring_.size(); ++channel)
             if (tap < taps.size() && taps[tap][channel])
-                hear(reader, channel, {taps[tap][channel] + offset, frames});
+                hear(tap, channel, {taps[tap][channel] + offset, frames});
         reader.crossfaded = std::min(reader.crossfaded + frames, fadeFrames_);
     }
-    faded_ = isFadingOut_ ? std::min(faded_ + frames, fadeFrames_) : faded_ - std::min(faded_, frames);
+    faded_ = isMeasuring() ? std::min(faded_ + frames, fadeFrames_) : faded_ - std::min(faded_, frames);
+    silenceLeft_ -= std::min<std::uint64_t>(silenceLeft_, frames);
     position_ += frames;
 }
 
@@ -133,23 +154,34 @@ void DelayLine::follow(Reader& reader) const noexcept {
     reader.crossfaded = 0;
 }
 
-void DelayLine::hear(const Reader& reader, std::size_t channel, std::span<float> into) noexcept {
+void DelayLine::hear(std::size_t tap, std::size_t channel, std::span<float> into) noexcept {
+    const Reader& reader = readers_[tap];
     read(channel, reader.delay, into);
     const std::size_t changing = std::min<std::size_t>(into.size(), fadeFrames_ - reader.crossfaded);
     const std::span<float> before = std::span(scratch_).first(changing);
     read(channel, reader.delayBefore, before);
     for (std::uint32_t i = 0; i < changing; ++i)
         into[i] = before[i] + gain(reader.crossfaded + i, fadeFrames_) * (into[i] - before[i]);
-    fade(into);
+    fade(tap, into);
 }
 
-void DelayLine::fade(std::span<float> sound) const noexcept {
-    if (faded_ == 0 && !isFadingOut_) return;
+void DelayLine::fade(std::size_t tap, std::span<float> sound) const noexcept {
+    if (faded_ == 0 && !isMeasuring()) return;
     for (std::uint32_t i = 0; i < sound.size(); ++i) {
         const std::uint32_t frame =
-            isFadingOut_ ? std::min(faded_ + i, fadeFrames_) : faded_ - std::min(faded_, i);
-        sound[i] *= 1 - gain(frame, fadeFrames_);
+            isMeasuring() ? std::min(faded_ + i, fadeFrames_) : faded_ - std::min(faded_, i);
+        const float silence = gain(frame, fadeFrames_);
+        sound[i] = (1 - silence) * sound[i] + silence * sweep(tap, position_ + i);
     }
+}
+
+float DelayLine::sweep(std::size_t tap, std::uint64_t position) const noexcept {
+    const std::uint64_t start = sweepsStart_ + readers_[tap].delay;
+    if (position < start) return 0;
+    float result = 0;
+    if (tap == sweeps_.rising) result += probe_.sample(AlignmentProbe::Sweep::rising, position - start);
+    if (tap == sweeps_.falling) result += probe_.sample(AlignmentProbe::Sweep::falling, position - start);
+    return result;
 }
 
 } // namespace velto

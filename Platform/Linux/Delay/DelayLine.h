@@ -2,9 +2,12 @@
 //
 // The sound goes into one ring that all taps read. A tap's delay is right to the sample; a change of it is a
 // short crossfade, and one that comes meanwhile waits for its end. What the ring held before a wipe is never
-// heard. Memory for the highest rate is set aside at once, but only what the actual rate needs is ever
-// touched. The audio thread never allocates, locks or waits in here.
+// heard. To be measured, two taps play sweeps in place of the sound, as late as they are delayed. Memory for
+// the highest rate is set aside at once, but only what the actual rate needs is ever touched. The audio
+// thread never allocates, locks or waits in here.
 #pragma once
+
+#include "VeltoCore/Sync/AlignmentProbe.h"
 
 #include <array>
 #include <atomic>
@@ -23,6 +26,10 @@ class DelayLine {
     /// Frames of the longest cycle of the graph; also what may still be on its way through the graph when a
     /// tap has played its last.
     static constexpr std::uint32_t longestCycle = 8192;
+    /// From the silence to the sweeps: so that slow outputs have played what they were sent, and run.
+    static constexpr double sweepLead = 400; // milliseconds
+    /// After it the sound comes back by itself, should nobody care any more.
+    static constexpr double longestSilence = 5000; // milliseconds
 
     /// Left and right; null for silence.
     using Sound = std::array<const float*, 2>;
@@ -39,8 +46,11 @@ class DelayLine {
     std::size_t tapCount() const noexcept { return readers_.size(); }
     /// Clamped to what there is.
     void setDelay(std::size_t tap, double milliseconds) noexcept;
-    /// Fades the sound out at all taps, or in again.
-    void setFaded(bool isFaded) noexcept { isFaded_.store(isFaded, std::memory_order_relaxed); }
+    /// Fades the sound out at all taps, and a moment later has two of them play the sweeps of an
+    /// AlignmentProbe.
+    void playSweeps(std::size_t rising, std::size_t falling, double peak) noexcept;
+    /// Fades the sound in again, and what is left of the sweeps out.
+    void endSweeps() noexcept { order_.store(Order::end, std::memory_order_release); }
     /// Forgets, before the next frame, what the ring holds.
     void wipe() noexcept { isToBeWiped_.store(true, std::memory_order_release); }
 
@@ -52,8 +62,17 @@ class DelayLine {
     void skip(std::uint64_t frames) noexcept;
     /// Whether sound that has come may still be on its way to the tap, or through it.
     bool isSounding(std::size_t tap) const noexcept;
+    /// From the order to play sweeps on until the sound is to be heard again.
+    bool isMeasuring() const noexcept { return silenceLeft_ > 0; }
 
   private:
+    static constexpr std::uint64_t never = std::uint64_t{1} << 48; // frames
+    enum class Order : std::uint8_t { none, play, end };
+    struct Sweeps {
+        std::uint16_t rising = 0; // taps
+        std::uint16_t falling = 0;
+        float peak = 0;
+    };
     /// How one tap reads the ring.
     struct Reader {
         std::atomic<double> wanted = 0; // milliseconds, from any thread
@@ -63,18 +82,21 @@ class DelayLine {
     };
 
     void begin(std::uint32_t rate) noexcept;
+    void obey() noexcept;
     /// At most longestCycle frames, as wherever below frames are passed.
     void processBlock(std::uint32_t offset, std::uint32_t frames, Sound sound,
                       std::span<const Tap> taps) noexcept;
     void write(std::uint32_t offset, std::uint32_t frames, Sound sound) noexcept;
     void read(std::size_t channel, std::uint32_t delay, std::span<float> into) const noexcept;
     void follow(Reader& reader) const noexcept;
-    void hear(const Reader& reader, std::size_t channel, std::span<float> into) noexcept;
-    void fade(std::span<float> sound) const noexcept;
+    void hear(std::size_t tap, std::size_t channel, std::span<float> into) noexcept;
+    void fade(std::size_t tap, std::span<float> sound) const noexcept;
+    float sweep(std::size_t tap, std::uint64_t position) const noexcept;
     std::uint32_t framesOf(double milliseconds) const noexcept;
 
     std::vector<Reader> readers_;
-    std::atomic<bool> isFaded_ = false;
+    std::atomic<Sweeps> wantedSweeps_;
+    std::atomic<Order> order_ = Order::none;
     std::atomic<bool> isToBeWiped_ = false;
     // Of the audio thread. The position counts the frames since the ring was wiped.
     std::uint32_t rate_ = 0;
@@ -85,7 +107,10 @@ class DelayLine {
     std::uint64_t position_ = 0;
     std::uint64_t silentFrames_ = 0; // since the last sound
     std::uint32_t faded_ = 0;        // fadeFrames_: faded out
-    bool isFadingOut_ = false;
+    std::uint64_t silenceLeft_ = 0;  // until it is faded in again
+    Sweeps sweeps_;
+    AlignmentProbe probe_;
+    std::uint64_t sweepsStart_ = never; // where they begin at a tap without delay
 };
 
 } // namespace velto

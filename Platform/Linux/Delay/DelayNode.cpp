@@ -121,6 +121,11 @@ void DelayNode::stateChanged(pw_filter_state before, pw_filter_state state, cons
     if (isStreaming != (before == PW_FILTER_STATE_STREAMING)) handlers_.streaming(isStreaming);
 }
 
+void DelayNode::wake() {
+    awake_.store(~std::uint32_t{0}, std::memory_order_relaxed); // what runs knows better in its next cycle
+    keepAwake();
+}
+
 void DelayNode::keepAwake() {
     const std::uint32_t awake = awake_.load(std::memory_order_relaxed);
     const uint32_t node = pw_filter_get_node_id(filter_);
@@ -167,7 +172,7 @@ void DelayNode::process(const spa_io_position& position) { // on the audio threa
 
     std::uint32_t awake = 0;
     for (std::size_t place = 0; place < taps_.size(); ++place)
-        if (taps_[place][0] && line_.isSounding(place)) awake |= 1U << place;
+        if ((taps_[place][0] || line_.isMeasuring()) && line_.isSounding(place)) awake |= 1U << place;
     if (awake_.exchange(awake, std::memory_order_relaxed) != awake) awakeChanged_.signal();
 }
 

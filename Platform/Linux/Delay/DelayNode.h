@@ -44,6 +44,8 @@ class DelayNode {
     DelayNode& operator=(const DelayNode&) = delete;
     ~DelayNode();
 
+    /// Has the outputs run also while no player plays, until nothing is in the line any more.
+    void wake();
     /// Keeps awake what is to be. To be called now and then while sound runs: what was in vain is tried
     /// again.
     void keepAwake();

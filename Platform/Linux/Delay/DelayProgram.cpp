@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -37,7 +38,7 @@ std::optional<DelayProgram::Arguments> DelayProgram::read(std::span<char* const>
     if (words.size() < 4 || words.size() % 2 != 0) return std::nullopt;
     Arguments arguments{words[0], words[1], {}, {}};
     for (std::size_t i = 2; i < words.size(); i += 2) {
-        const auto delay = readMilliseconds(words[i + 1]);
+        const auto delay = readNumber(words[i + 1]);
         if (!delay) return std::nullopt;
         arguments.outputs.emplace_back(words[i]);
         arguments.delays.push_back(*delay);
@@ -113,7 +114,7 @@ void DelayProgram::readCommands() {
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
     if (count <= 0) {
         commands_.reset();
-        line_.setFaded(false); // nobody is left who would
+        line_.endSweeps(); // nobody is left who would
         return;
     }
     unread_.append(bytes.data(), static_cast<std::size_t>(count));
@@ -131,8 +132,13 @@ void DelayProgram::obey(std::string_view line) {
     if (const auto* delay = std::get_if<SetDelay>(&*command)) {
         if (delay->output >= line_.tapCount()) return say("There is no such output");
         line_.setDelay(delay->output, delay->milliseconds);
-    } else if (const auto* fade = std::get_if<FadeSound>(&*command)) {
-        line_.setFaded(fade->isOut);
+    } else if (const auto* sweeps = std::get_if<PlaySweeps>(&*command)) {
+        if (std::max(sweeps->rising, sweeps->falling) >= line_.tapCount())
+            return say("There is no such output");
+        line_.playSweeps(sweeps->rising, sweeps->falling, sweeps->peak);
+        node_->wake();
+    } else {
+        line_.endSweeps();
     }
 }
 

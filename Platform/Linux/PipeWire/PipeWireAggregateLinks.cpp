@@ -117,10 +117,15 @@ bool PipeWireAggregateLinks::isLinked(const PipeWireNode& aggregate, const PipeW
 void PipeWireAggregateLinks::link(const PipeWireNode& aggregate, const PipeWireNode& output) {
     if (strayCount_ >= mostStrays) return;
     const std::vector<Pair> delayed = delayedPairs(aggregate, output);
-    if (delayed.empty()) return request(directPairs(aggregate, output));
     // Asked for together, so that hardly anything is heard twice or not at all between the one and the other.
-    request(delayed);
-    unlinkDirectly(aggregate, output);
+    if (!delayed.empty()) {
+        request(delayed);
+        unlink(aggregate.globalID(), output);
+        return;
+    }
+    request(directPairs(aggregate, output));
+    const auto delayNode = graph_.delayNode(DelayNames::node(aggregate.name()));
+    if (delayNode && !delays_.place(aggregate.name(), output.name())) unlink(*delayNode, output);
 }
 
 void PipeWireAggregateLinks::request(const std::vector<Pair>& pairs) {
@@ -134,10 +139,9 @@ void PipeWireAggregateLinks::request(const std::vector<Pair>& pairs) {
     }
 }
 
-void PipeWireAggregateLinks::unlinkDirectly(const PipeWireNode& aggregate, const PipeWireNode& output) {
+void PipeWireAggregateLinks::unlink(uint32_t source, const PipeWireNode& output) {
     for (const auto& [globalID, link] : graph_.links()) {
-        if (!link.isOurs || link.outputNode != aggregate.globalID() || link.inputNode != output.globalID())
-            continue;
+        if (!link.isOurs || link.outputNode != source || link.inputNode != output.globalID()) continue;
         if (ended_.insert(globalID).second) pw_registry_destroy(connection_.registry(), globalID);
     }
 }

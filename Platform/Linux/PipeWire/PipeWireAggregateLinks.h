@@ -57,7 +57,8 @@ class PipeWireAggregateLinks {
     bool isLinked(const PipeWirePort& from, const PipeWirePort& to) const;
     bool areLinked(const std::vector<Pair>& pairs) const;
     void request(const std::vector<Pair>& pairs);
-    void unlinkDirectly(const PipeWireNode& aggregate, const PipeWireNode& output);
+    /// Ends our links from that node to the output.
+    void unlink(uint32_t source, const PipeWireNode& output);
     void removeStrays();
     /// The aggregate whose sound that node sends out: itself, or what delays it.
     const PipeWireNode* aggregateBehind(uint32_t node) const;
@@ -70,7 +71,7 @@ class PipeWireAggregateLinks {
     /// Links that were found to be right, or were asked to be destroyed, by global ID. What a link joins
     /// never changes, and to look each one up at every change would hold up an output that has come back.
     std::set<uint32_t> judged_;
-    /// Those that were asked to be destroyed because their output is delayed now.
+    /// Those that were asked to be destroyed because their output plays another way now.
     std::set<uint32_t> ended_;
     int strayCount_ = 0;
     /// Links asked for and not yet seen in the registry, by their ports.

@@ -217,15 +217,36 @@ void PipeWireAggregates::updateJoining(const std::set<AudioObjectID>& unlinked) 
     }
 }
 
-bool PipeWireAggregates::setDelays(const PipeWireNode& aggregate, const OutputDelays& delays) {
+std::vector<std::string> PipeWireAggregates::outputs(const PipeWireNode& aggregate) const {
+    std::vector<std::string> result;
     const auto kept = kept_.find(aggregate.name());
-    if (kept == kept_.end()) return false;
-    std::vector<std::string> outputs;
+    if (kept == kept_.end()) return result;
     for (const auto& subDevice : kept->second.subDevices)
-        outputs.push_back(subDevice.uid);
-    delays_.set(aggregate.name(), outputs, delays);
+        result.push_back(subDevice.uid);
+    return result;
+}
+
+bool PipeWireAggregates::setDelays(const PipeWireNode& aggregate, const OutputDelays& delays) {
+    const auto all = outputs(aggregate);
+    if (all.empty()) return false;
+    delays_.set(aggregate.name(), all, delays);
     relink();
     return true;
+}
+
+bool PipeWireAggregates::playSweeps(const PipeWireNode& aggregate, const std::string& rising,
+                                    const std::string& falling, double peak) {
+    const auto all = outputs(aggregate);
+    for (const std::string& output : {rising, falling})
+        if (std::ranges::find(all, output) == all.end()) return false;
+    delays_.playSweeps(aggregate.name(), all, rising, falling, peak);
+    relink();
+    return true;
+}
+
+void PipeWireAggregates::endSweeps() {
+    delays_.endSweeps();
+    relink();
 }
 
 void PipeWireAggregates::forget() {

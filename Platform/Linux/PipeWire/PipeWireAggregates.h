@@ -44,6 +44,11 @@ class PipeWireAggregates {
     AudioObjectID create(const AggregateDeviceDescription& description);
     /// Delays outputs of an aggregate that this program has made; false for any other device.
     bool setDelays(const PipeWireNode& aggregate, const OutputDelays& delays);
+    /// Has two outputs of such an aggregate play sweeps in place of what players send; false where they are
+    /// none of its outputs.
+    bool playSweeps(const PipeWireNode& aggregate, const std::string& rising, const std::string& falling,
+                    double peak);
+    void endSweeps();
     /// Returns when the sink is gone. Throws 'stop' when the server doesn't answer; it goes when it does.
     void destroy(const PipeWireNode& aggregate);
 
@@ -67,6 +72,8 @@ class PipeWireAggregates {
     void forget();
 
   private:
+    /// Of an aggregate that this program has made; empty for any other device.
+    std::vector<std::string> outputs(const PipeWireNode& aggregate) const;
     bool isComplete(const AggregateDeviceDescription& description) const;
     void removeLateAggregates();
     void updateJoining(const std::set<AudioObjectID>& unlinked);
@@ -82,8 +89,8 @@ class PipeWireAggregates {
     std::set<std::string, std::less<>> givenUp_;
     /// Devices that are back and not linked yet, each with the timer that ends the wait for it.
     std::map<AudioObjectID, std::optional<MainActor::TimerID>> joining_;
-    /// Devices that have been linked since they appeared. One that is without links for a moment, because what
-    /// delays it has gone, is not one that comes back: whoever listens would take it to be lost.
+    /// Devices that have been linked since they appeared. One that is without links for a moment, because
+    /// what delays it has gone, is not one that comes back: whoever listens would take it to be lost.
     std::set<AudioObjectID> joined_;
     std::function<void()> whenJoined_;
 };

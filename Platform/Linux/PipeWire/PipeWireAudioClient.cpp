@@ -302,6 +302,14 @@ void PipeWireAudioClient::setOutputDelays(AudioObjectID aggregate, const OutputD
         fail(kAudioHardwareBadDeviceError, "SetOutputDelays", aggregate);
 }
 
+void PipeWireAudioClient::playSweeps(AudioObjectID aggregate, const std::string& rising,
+                                     const std::string& falling, double peak) {
+    if (!aggregates_.playSweeps(require(aggregate, "PlaySweeps"), rising, falling, peak))
+        fail(kAudioHardwareBadDeviceError, "PlaySweeps", aggregate);
+}
+
+void PipeWireAudioClient::endSweeps(AudioObjectID) noexcept { aggregates_.endSweeps(); }
+
 void PipeWireAudioClient::delaysLost(const std::string& aggregate) {
     if (const PipeWireNode* node = graph_.device(aggregate))
         news_.listeners().notify({{node->objectID(), kVeltoAggregatePropertyOutputDelaysLost}});

@@ -70,6 +70,9 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) override;
     bool supportsOutputDelays() const noexcept override { return true; }
     void setOutputDelays(AudioObjectID aggregate, const OutputDelays& milliseconds) override;
+    void playSweeps(AudioObjectID aggregate, const std::string& rising, const std::string& falling,
+                    double peak) override;
+    void endSweeps(AudioObjectID aggregate) noexcept override;
     bool supportsOutputVolume(AudioObjectID device) noexcept override;
     float outputVolume(AudioObjectID device) override;
     void setOutputVolume(AudioObjectID device, float volume) override;

@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -79,7 +80,7 @@ void PipeWireDelayHelper::start(const std::string& remote, const std::string& ag
     std::vector<std::string> words{program.native(), remote, aggregate};
     for (const auto& [output, delay] : outputs_) {
         words.push_back(output);
-        words.push_back(millisecondsText(delay));
+        words.push_back(numberText(delay));
     }
     std::vector<char*> arguments;
     for (std::string& word : words)
@@ -112,7 +113,16 @@ void PipeWireDelayHelper::setDelays(const std::map<std::string, double>& delays)
     }
 }
 
-void PipeWireDelayHelper::setFaded(bool isFaded) { send(delayCommandText(FadeSound{isFaded})); }
+std::size_t PipeWireDelayHelper::place(const std::string& output) const {
+    const auto found = std::ranges::find(outputs_, output, &Outputs::value_type::first);
+    return static_cast<std::size_t>(found - outputs_.begin());
+}
+
+void PipeWireDelayHelper::playSweeps(const std::string& rising, const std::string& falling, double peak) {
+    send(delayCommandText(PlaySweeps{place(rising), place(falling), peak}));
+}
+
+void PipeWireDelayHelper::endSweeps() { send(delayCommandText(EndSweeps{})); }
 
 void PipeWireDelayHelper::send(const std::string& line) {
     if (!isRunning()) return;

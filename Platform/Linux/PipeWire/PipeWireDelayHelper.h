@@ -44,11 +44,13 @@ class PipeWireDelayHelper {
     pid_t process() const noexcept { return process_; }
     /// By output, in milliseconds; what is not named stays, and an unknown output is ignored.
     void setDelays(const std::map<std::string, double>& delays);
-    /// Fades what players send out at all outputs, or in again.
-    void setFaded(bool isFaded);
+    /// Silences what players send, and has two outputs play sweeps (Platform/Linux/Delay/DelayLine.h).
+    void playSweeps(const std::string& rising, const std::string& falling, double peak);
+    void endSweeps();
 
   private:
     void start(const std::string& remote, const std::string& aggregate);
+    std::size_t place(const std::string& output) const;
     void send(const std::string& line);
     /// Takes in what the program has said; whether that was anything.
     bool listen();

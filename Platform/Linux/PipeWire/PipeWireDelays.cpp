@@ -24,13 +24,19 @@ PipeWireDelays::PipeWireDelays(MainActor& actor, FileDescriptorWatcher& watcher,
                                std::string remote, LostHandler lost)
     : actor_(actor), watcher_(watcher), graph_(graph), remote_(std::move(remote)), lost_(std::move(lost)) {}
 
+PipeWireDelays::Session& PipeWireDelays::session(const std::string& aggregate,
+                                                 const std::vector<std::string>& outputs) {
+    if (session_ && session_->aggregate == aggregate) return *session_;
+    forget();
+    session_ = Session{aggregate, outputs, {}, {}};
+    for (const std::string& output : outputs)
+        session_->delays.emplace(output, 0);
+    return *session_;
+}
+
 void PipeWireDelays::set(const std::string& aggregate, const std::vector<std::string>& outputs,
                          const OutputDelays& delays) {
-    if (!session_ || session_->aggregate != aggregate) {
-        forget();
-        session_ = Session{aggregate, outputs, {}, {}};
-    }
-    session_->delays.clear();
+    session(aggregate, outputs).delays.clear();
     for (const std::string& output : outputs) {
         const auto wanted = delays.find(output);
         const double delay = wanted == delays.end() ? 0 : wanted->second;
@@ -46,6 +52,23 @@ void PipeWireDelays::set(const std::string& aggregate, const std::vector<std::st
     }
 }
 
+void PipeWireDelays::playSweeps(const std::string& aggregate, const std::vector<std::string>& outputs,
+                                const std::string& rising, const std::string& falling, double peak) {
+    session(aggregate, outputs).isMeasured = true;
+    if (!helper_) start();
+    if (helper_) helper_->playSweeps(rising, falling, peak);
+}
+
+void PipeWireDelays::endSweeps() {
+    if (!session_ || !std::exchange(session_->isMeasured, false)) return;
+    std::erase_if(session_->delayed, [this](const auto& output) { return session_->delays.at(output) == 0; });
+    if (session_->delayed.empty()) {
+        helper_.reset();
+    } else if (helper_) {
+        helper_->endSweeps();
+    }
+}
+
 void PipeWireDelays::forget() {
     helper_.reset();
     session_.reset();
@@ -54,8 +77,8 @@ void PipeWireDelays::forget() {
 
 std::optional<PipeWireDelays::Place> PipeWireDelays::place(const std::string& aggregate,
                                                            const std::string& output) const {
-    if (!helper_ || !session_ || session_->aggregate != aggregate || !session_->delayed.contains(output))
-        return std::nullopt;
+    if (!helper_ || !session_ || session_->aggregate != aggregate) return std::nullopt;
+    if (!session_->isMeasured && !session_->delayed.contains(output)) return std::nullopt;
     const auto node = graph_.delayNode(DelayNames::node(aggregate));
     if (!node) return std::nullopt;
     const auto index = std::ranges::find(session_->outputs, output) - session_->outputs.begin();
@@ -77,6 +100,7 @@ void PipeWireDelays::start() {
 
 void PipeWireDelays::ended(const std::string& why) {
     helper_.reset();
+    if (session_->delayed.empty()) return logger.error("What plays the sweeps is gone ({})", why);
     const ContinuousInstant now = actor_.continuousNow();
     while (!ends_.empty() && now - ends_.front() > memoryOfEnds)
         ends_.pop_front();

@@ -1,9 +1,10 @@
 // PipeWireDelays: the delays of an aggregate's outputs, and the life of the program that does the delaying.
 //
-// A part of PipeWireAggregates; main actor only. Nothing runs before an output is to be delayed. From then on
-// the program runs as long as the aggregate lives, because to change a delay is silent, and to leave the
-// program is not. It is started again when it ends or hangs, three times within a minute; then the delays are
-// lost, which is told once.
+// A part of PipeWireAggregates; main actor only. Nothing runs before an output is to be delayed or measured.
+// From the first delay on the program runs as long as the aggregate lives, because to change a delay is
+// silent, and to leave the program is not; but after a measurement, when nothing is heard, outputs leave it.
+// It is started again when it ends or hangs, three times within a minute; then the delays are lost, which is
+// told once.
 #pragma once
 
 #include "Platform/Linux/PipeWire/PipeWireDelayHelper.h"
@@ -36,6 +37,12 @@ class PipeWireDelays {
     /// `outputs` are all of the aggregate's, the same at each call for it.
     void set(const std::string& aggregate, const std::vector<std::string>& outputs,
              const OutputDelays& delays);
+    /// Has all outputs play through the program, and two of them sweeps in place of what players send; both
+    /// are among `outputs`, which are as above.
+    void playSweeps(const std::string& aggregate, const std::vector<std::string>& outputs,
+                    const std::string& rising, const std::string& falling, double peak);
+    /// What players send is heard again; an output without a delay, directly.
+    void endSweeps();
     /// The aggregate is about to go, or has gone with the server.
     void forget();
 
@@ -56,8 +63,11 @@ class PipeWireDelays {
         OutputDelays delays;
         /// Those that have been delayed at any time.
         std::set<std::string, std::less<>> delayed;
+        /// Then all play through the program.
+        bool isMeasured = false;
     };
 
+    Session& session(const std::string& aggregate, const std::vector<std::string>& outputs);
     void start();
     void ended(const std::string& why);
 
