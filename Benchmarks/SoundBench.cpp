@@ -55,6 +55,11 @@ void SoundBench::delayUSB(const std::string& milliseconds) {
     if (!lab_.waitUntil(isDelayed)) throw std::runtime_error("The output is not delayed");
 }
 
+void SoundBench::undelay() {
+    for (const char* output : {desk, usb})
+        timed({"delay", "0", output});
+}
+
 pid_t SoundBench::helper() {
     const auto process = childOf(velto_->process().id(), "velto-delay");
     if (!process) throw std::runtime_error("Nothing delays");

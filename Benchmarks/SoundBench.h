@@ -29,6 +29,11 @@ class SoundBench {
     double stop();
     /// Has the USB output heard later; returns when what delays it runs.
     void delayUSB(const std::string& milliseconds);
+    /// Measures with the default input.
+    RunningVelto::Answer align() { return velto_->command({"align"}); }
+    /// Has neither output heard later.
+    void undelay();
+    RunningVelto& velto() noexcept { return *velto_; }
     /// The process that delays. Throws while there is none.
     pid_t helper();
     void unplugDesk() { lab_.unplug(desk); }

@@ -37,6 +37,8 @@ constexpr std::array<std::string_view, coreAudioOperationCount> names{
     "subDeviceDriftCompensation",
     "setSubDeviceDriftCompensation",
     "setOutputDelays",
+    "playSweeps",
+    "endSweeps",
     "supportsOutputVolume",
     "outputVolume",
     "setOutputVolume",

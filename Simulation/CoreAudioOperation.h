@@ -37,6 +37,8 @@ enum class CoreAudioOperation {
     subDeviceDriftCompensation,
     setSubDeviceDriftCompensation,
     setOutputDelays,
+    playSweeps,
+    endSweeps,
     supportsOutputVolume,
     outputVolume,
     setOutputVolume,

@@ -5,6 +5,7 @@
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
+#include <algorithm>
 #include <cmath>
 #include <type_traits>
 #include <utility>
@@ -296,6 +297,27 @@ void SimulatedAudioSystem::setOutputDelays(AudioObjectID aggregate,
         auto* found = known.aggregate(aggregate);
         if (!found) refuse(kAudioHardwareBadDeviceError);
         found->delays = milliseconds;
+    });
+}
+
+void SimulatedAudioSystem::playSweeps(AudioObjectID aggregate, const std::string& rising,
+                                      const std::string& falling, double peak) {
+    perform(Operation::playSweeps, aggregate, [=, this](Hardware& known) {
+        if (!delaysOutputs) refuse(kAudioHardwareUnsupportedOperationError);
+        auto* found = known.aggregate(aggregate);
+        if (!found) refuse(kAudioHardwareBadDeviceError);
+        for (const std::string& output : {rising, falling})
+            if (std::ranges::find(found->members, output, &Hardware::Member::uid) == found->members.end())
+                refuse(kAudioHardwareBadDeviceError);
+        found->sweeps = {rising, falling, peak, found->sampleRate, now(), found->delays};
+    });
+}
+
+void SimulatedAudioSystem::endSweeps(AudioObjectID aggregate) noexcept {
+    answer(Operation::endSweeps, aggregate, false, [&](Hardware& known) {
+        auto* found = known.aggregate(aggregate);
+        if (found) found->sweeps.reset();
+        return found != nullptr;
     });
 }
 

@@ -60,6 +60,9 @@ class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld
     void setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) override;
     bool supportsOutputDelays() const noexcept override { return delaysOutputs; }
     void setOutputDelays(AudioObjectID aggregate, const std::map<std::string, double>& milliseconds) override;
+    void playSweeps(AudioObjectID aggregate, const std::string& rising, const std::string& falling,
+                    double peak) override;
+    void endSweeps(AudioObjectID aggregate) noexcept override;
     bool supportsOutputVolume(AudioObjectID device) noexcept override;
     float outputVolume(AudioObjectID device) override;
     void setOutputVolume(AudioObjectID device, float volume) override;

@@ -3,6 +3,7 @@
 // A device is described by the one who plugs it in; an aggregate is a snapshot to look at.
 #pragma once
 
+#include "VeltoCore/Async/Clock.h"
 #include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
@@ -56,6 +57,17 @@ struct SimulatedDevice {
     static SimulatedDevice microphone();
 };
 
+/// Sweeps in place of what players send.
+struct SimulatedSweeps {
+    std::string rising;
+    std::string falling;
+    double peak = 0;
+    double sampleRate = 0;
+    ContinuousInstant begunAt;
+    /// Of the outputs when they began, in milliseconds, by UID.
+    std::map<std::string, double> delays;
+};
+
 struct SimulatedAggregate {
     struct Member {
         std::string uid;
@@ -71,6 +83,8 @@ struct SimulatedAggregate {
     bool isAlive = false;
     /// In milliseconds, by UID.
     std::map<std::string, double> delays;
+    /// None while what players send is heard.
+    std::optional<SimulatedSweeps> sweeps;
 };
 
 } // namespace velto

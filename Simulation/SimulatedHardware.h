@@ -38,6 +38,7 @@ class SimulatedHardware {
         bool isAlive;
         bool isGoing; // destroyed, but lingering
         std::map<std::string, double> delays = {};
+        std::optional<SimulatedSweeps> sweeps = {};
     };
     using Change = std::pair<AudioObjectID, AudioObjectPropertyAddress>;
 

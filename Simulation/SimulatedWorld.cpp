@@ -1,11 +1,15 @@
 #include "Simulation/SimulatedWorld.h"
 
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
 namespace velto {
 
 namespace {
+
+/// What is silenced is heard again by itself then.
+constexpr Duration longestSweeps = std::chrono::seconds(5);
 
 [[noreturn]] void refuse(const std::string& what) {
     throw std::logic_error("Simulated audio system: " + what);
@@ -175,6 +179,8 @@ void SimulatedWorld::resumeAudioService() {
 void SimulatedWorld::programDies() {
     listeners_.forgetAll();
     lastHeard_.reset();
+    for (const SimulatedAggregate& left : aggregates())
+        hardware_.aggregate(left.deviceID)->sweeps.reset();
 }
 
 // Questions
@@ -203,8 +209,9 @@ std::vector<SimulatedAggregate> SimulatedWorld::aggregates() const {
     for (const auto& aggregate : hardware_.aggregates()) {
         if (aggregate.isGoing) continue;
         SimulatedAggregate& seen = result.emplace_back();
-        seen = {aggregate.id,         aggregate.description, {},
-                aggregate.sampleRate, aggregate.isAlive,     aggregate.delays};
+        seen = {aggregate.id,     aggregate.description, {}, aggregate.sampleRate, aggregate.isAlive,
+                aggregate.delays, aggregate.sweeps};
+        if (seen.sweeps && now() - seen.sweeps->begunAt > longestSweeps) seen.sweeps.reset();
         for (const auto& member : aggregate.members)
             seen.members.push_back({member.uid, member.driftCompensation, member.subDevice != 0});
     }

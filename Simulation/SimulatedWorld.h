@@ -98,6 +98,7 @@ class SimulatedWorld {
 
     using Work = std::function<void(SimulatedHardware&)>;
 
+    ContinuousInstant now() const noexcept { return actor_.continuousNow(); }
     bool isHanging() const noexcept { return isHanging_; }
     /// As far as the program can know.
     bool isKnownToAnswer() const noexcept { return isServiceRunning_ && !isKnownToHang_; }

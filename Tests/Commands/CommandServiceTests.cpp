@@ -67,6 +67,7 @@ class CommandServiceTests : public ShellTest {
 };
 
 TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
+    world.delaysOutputs = true;
     launch();
     for (const Command& command : commandTable())
         EXPECT_THAT(error(std::string(command.name), std::vector<std::string>(9)), HasSubstr("9 arguments"));
@@ -84,6 +85,22 @@ TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
     EXPECT_NEAR(status["volume"].get<float>(), master - 0.1F, 0.01F);
     EXPECT_EQ(error("volume", {"150%"}), "“150%” is no volume; such are 40%, +5% and -5%, from 0% to 100%.");
     EXPECT_THAT(error("volume", {"40%", "usb"}), HasSubstr("There is no output “usb”. There are: "));
+
+    world.plug(SimulatedDevice::microphone());
+    EXPECT_EQ(answer("inputs")["inputs"][0]["name"], "Microphone");
+    room.outputs["bluetooth"].milliseconds = 183.4;
+    room.acoustics.noise = 0.0005;
+    const auto aligning = ask("align", {"mic"});
+    loop.advance(std::chrono::seconds(1));
+    EXPECT_EQ(error("align"), "The outputs are being measured already.");
+    run();
+    ASSERT_THAT(aligning->answers, SizeIs(4)) << "three steps, and the answer";
+    EXPECT_EQ(aligning->answers[1]["progress"]["step"], "measuring");
+    EXPECT_EQ(aligning->answers[3]["alignment"]["outputs"][1]["lateBefore"], 183.4);
+    EXPECT_EQ(aligning->answers[3]["alignment"]["outputs"][0]["delay"], 183.4);
+    EXPECT_THAT(CommandText::of(aligning->answers[3]),
+                HasSubstr(" was 183.4 ms late. Both now arrive together"));
+    EXPECT_EQ(error("align", {"nobody"}), "There is no input “nobody”. There are: Microphone.");
 
     answer("presets save", {"Evening"});
     EXPECT_THAT(presetNames(), ElementsAre("Evening"));

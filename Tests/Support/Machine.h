@@ -10,6 +10,7 @@
 #include "Simulation/SimulatedAudioSystem.h"
 #include "Simulation/SimulatedLoginItemService.h"
 #include "Simulation/SimulatedMainActor.h"
+#include "Simulation/SimulatedMicrophone.h"
 
 #include <gmock/gmock.h>
 
@@ -27,6 +28,7 @@ class Machine {
     SimulatedApplicationHost desktop;
     SimulatedLoginItemService loginItems;
     SimulatedAudioSystem world{loop};
+    SimulatedRoom room;
 
     /// Plugs in the four usual outputs. The USB interface is the default output, the display plays alerts:
     /// neither is what the system would fall back to.

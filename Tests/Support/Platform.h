@@ -16,7 +16,8 @@ inline PlatformServices platformOf(Machine& machine, const TextCollation& collat
             .collation = collation,
             .loginItems = machine.loginItems,
             .host = machine.desktop,
-            .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); }};
+            .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); },
+            .microphone = std::make_unique<SimulatedMicrophone>(machine.loop, machine.world, machine.room)};
 }
 
 } // namespace velto

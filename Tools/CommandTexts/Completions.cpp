@@ -19,6 +19,8 @@ std::string source(Kind kind) {
     switch (kind) {
     case Kind::output:
         return fmt::format(fmt::runtime(ask), "outputs");
+    case Kind::input:
+        return fmt::format(fmt::runtime(ask), "inputs");
     case Kind::preset:
         return fmt::format(fmt::runtime(ask), "presets");
     case Kind::outputOrPreset:

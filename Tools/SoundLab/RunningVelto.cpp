@@ -73,7 +73,9 @@ RunningVelto::Answer RunningVelto::command(const Words& words) {
     const std::string log = log_.string() + ".command";
     std::filesystem::remove(log);
     ChildProcess client(std::move(command), {environment_, log, true});
-    const auto line = client.readLine(answerPatience);
+    auto line = client.readLine(answerPatience);
+    while (line && json::parse(*line, nullptr, false).contains("progress")) // on the way to the answer
+        line = client.readLine(answerPatience);
     Answer answer{.exitStatus = client.wait(answerPatience).value_or(-1), .json = line.value_or("")};
     const json object = json::parse(answer.json, nullptr, false);
     if (object.is_object()) answer.milliseconds = object.value("milliseconds", 0.0);

@@ -45,7 +45,9 @@ int CommandClient::perform(const CommandLine& line) {
         const std::string request = CommandRequest{line.command, line.arguments}.line();
         if (!connection.send(request)) throw CommandFailure("Velto runs, but does not answer.");
         if (line.command == "watch") return watch(connection, line);
-        const JSON answer = readAnswer(connection);
+        JSON answer = readAnswer(connection);
+        for (; answer.contains("progress"); answer = readAnswer(connection))
+            if (!print(line.isJSON ? lineOf(answer) + '\n' : CommandText::of(answer))) return 1;
         if (line.command == "quit" && !connection.awaitEnd(quitPatience))
             throw CommandFailure("Velto does not end.");
         const bool isDone = line.isJSON        ? print(lineOf(answer) + '\n')

@@ -73,28 +73,39 @@ std::optional<Amount<Number>> amount(std::string_view word, std::string_view uni
     return isNumber ? std::optional(result) : std::nullopt;
 }
 
-} // namespace
-
-const AudioOutputDevice& outputCalled(std::string_view word, const std::vector<AudioOutputDevice>& outputs) {
-    using Output = AudioOutputDevice;
+/// The device of that UID or name, or the only one with that part of a name.
+template <class Device>
+const Device& deviceCalled(std::string_view word, const std::vector<Device>& devices,
+                           const std::string& kind) {
     const std::string sought = lowered(word);
-    const auto isUID = [&](const Output& output) { return output.uid == word; };
-    const auto isName = [&](const Output& output) { return output.name == word; };
-    const auto isLike = [&](const Output& output) { return lowered(output.name) == sought; };
-    const auto isPart = [&](const Output& output) {
-        return !sought.empty() && lowered(output.name).contains(sought);
+    const auto isUID = [&](const Device& device) { return device.uid == word; };
+    const auto isName = [&](const Device& device) { return device.name == word; };
+    const auto isLike = [&](const Device& device) { return lowered(device.name) == sought; };
+    const auto isPart = [&](const Device& device) {
+        return !sought.empty() && lowered(device.name).contains(sought);
     };
-    for (const auto& found : {fitting(outputs, isUID), fitting(outputs, isName), fitting(outputs, isLike),
-                              fitting(outputs, isPart)}) {
+    for (const auto& found : {fitting(devices, isUID), fitting(devices, isName), fitting(devices, isLike),
+                              fitting(devices, isPart)}) {
         if (found.size() == 1) return *found.front();
         if (found.empty()) continue;
         std::vector<std::string> names = namesOf(found);
         if (std::ranges::adjacent_find(names) != names.end()) // their names don't tell them apart
             for (std::size_t index = 0; index < names.size(); ++index)
                 names[index] += " (" + found[index]->uid + ")";
-        throw several(word, "outputs", names);
+        throw several(word, kind + "s", names);
     }
-    throw none(word, "output", namesOf(outputs));
+    throw none(word, kind, namesOf(devices));
+}
+
+} // namespace
+
+const AudioOutputDevice& outputCalled(std::string_view word, const std::vector<AudioOutputDevice>& outputs) {
+    return deviceCalled(word, outputs, "output");
+}
+
+const SessionAlignment::Input& inputCalled(std::string_view word,
+                                           const std::vector<SessionAlignment::Input>& inputs) {
+    return deviceCalled(word, inputs, "input");
 }
 
 const AudioPreset& presetCalled(std::string_view word, const std::vector<AudioPreset>& presets) {

@@ -3,6 +3,7 @@
 
 #include "Velto/Commands/CommandRequest.h"
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/Session/SessionAlignment.h"
 #include "VeltoCore/Settings/AudioPreset.h"
 
 #include <string>
@@ -13,6 +14,9 @@ namespace velto {
 
 /// The output of that UID or name, or the only one with that part of a name.
 const AudioOutputDevice& outputCalled(std::string_view word, const std::vector<AudioOutputDevice>& outputs);
+/// The input of that UID or name, likewise.
+const SessionAlignment::Input& inputCalled(std::string_view word,
+                                           const std::vector<SessionAlignment::Input>& inputs);
 /// The preset of that name, however it is capitalised.
 const AudioPreset& presetCalled(std::string_view word, const std::vector<AudioPreset>& presets);
 

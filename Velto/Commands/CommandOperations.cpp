@@ -40,6 +40,7 @@ CommandOperations::Operation CommandOperations::operation(const std::string& com
         {"volume", &Self::volume},
         {"mute", &Self::mute},
         {"delay", &Self::delay},
+        {"inputs", &Self::inputs},
         {"presets", &Self::presets},
         {"presets save", &Self::savePreset},
         {"presets rename", &Self::renamePreset},
@@ -64,12 +65,13 @@ void CommandOperations::require(const CommandRequest& request) {
         throw wrongUsage(fmt::format("“{}” was given {} arguments.", request.command, given));
 }
 
-Task<JSON> CommandOperations::perform(CommandRequest request) {
-    const Operation perform = operation(request.command);
+Task<JSON> CommandOperations::perform(CommandRequest request, Progress progress) {
     co_await until([this] { return app_.isLaunched() || app_.isShuttingDown(); });
     if (app_.isShuttingDown()) throw CommandFailure("Velto is about to end.");
     const ContinuousInstant begin = app_.actor().continuousNow();
-    JSON answer = co_await (this->*perform)(std::move(request.arguments));
+    JSON answer = request.command == "align"
+                      ? co_await align(std::move(request.arguments), std::move(progress))
+                      : co_await (this->*operation(request.command))(std::move(request.arguments));
     const std::chrono::duration<double, std::milli> taken = app_.actor().continuousNow() - begin;
     answer["milliseconds"] = taken.count();
     co_return answer;
@@ -87,6 +89,7 @@ Task<bool> CommandOperations::until(std::function<bool()> condition) {
         const Subscription launched = app_.observeLaunch(tell);
         const Subscription shown = app_.menuBar().observe(tell);
         const Subscription tested = app_.syncTestPlayer().observeIsPlaying(tell);
+        const Subscription measured = app_.alignment().observe(tell);
         co_await actor.sleep(deadline - actor.continuousNow(), changed.token());
     }
     co_return true;
@@ -230,6 +233,28 @@ Task<JSON> CommandOperations::delay(Arguments arguments) {
     const double now = app_.inStep().delay(uid).value_or(0);
     app_.inStep().setDelay(change.isStep ? now + change.value : change.value, uid);
     co_return statusOf(app_);
+}
+
+Task<JSON> CommandOperations::inputs(Arguments) { co_return inputsOf(app_); }
+
+Task<JSON> CommandOperations::align(Arguments arguments, Progress progress) {
+    SessionAlignment& alignment = app_.alignment();
+    if (alignment.isRunning()) throw CommandFailure("The outputs are being measured already.");
+    const std::string input = arguments.empty() ? "" : inputCalled(arguments[0], alignment.inputs()).uid;
+    alignment.start(input);
+    std::optional<AlignmentRun::Progress> told;
+    const Subscription shown = alignment.observe([&] {
+        const auto now = alignment.state().progress;
+        const bool isNews = now && (!told || now->step != told->step || now->input != told->input);
+        if (isNews && !now->input.empty()) progress(alignmentProgressOf(*now));
+        told = now;
+    });
+    if (!co_await until([&] { return !alignment.isRunning(); }))
+        throw CommandFailure("Velto is busy with something that doesn't end.");
+    const auto& end = alignment.state().end;
+    if (!end || !end->alignment)
+        throw CommandFailure(end ? end->sentence : "Something else was begun meanwhile.");
+    co_return alignmentOf(*end);
 }
 
 // Presets

@@ -25,8 +25,10 @@ class CommandOperations {
 
     /// Throws for what is not in the table, or has other arguments.
     static void require(const CommandRequest& request);
+    /// What is told on the way to an answer.
+    using Progress = std::function<void(const JSON&)>;
     /// A request of the table.
-    Task<JSON> perform(CommandRequest request);
+    Task<JSON> perform(CommandRequest request, Progress progress);
 
   private:
     Task<JSON> outputs(Arguments arguments);
@@ -39,6 +41,8 @@ class CommandOperations {
     Task<JSON> volume(Arguments arguments);
     Task<JSON> mute(Arguments arguments);
     Task<JSON> delay(Arguments arguments);
+    Task<JSON> inputs(Arguments arguments);
+    Task<JSON> align(Arguments arguments, Progress progress);
     Task<JSON> presets(Arguments arguments);
     Task<JSON> savePreset(Arguments arguments);
     Task<JSON> renamePreset(Arguments arguments);

@@ -100,8 +100,11 @@ bool CommandService::raise(const std::map<std::string, std::string>& environment
 Task<void> CommandService::answer(CommandRequest request, std::weak_ptr<LineClient*> client) {
     const bool isLast = request.command == "quit";
     JSON answer;
+    const auto tell = [&client](const JSON& progress) {
+        if (const auto listening = client.lock()) (*listening)->send(lineOf(progress));
+    };
     try {
-        answer = co_await operations_.perform(std::move(request));
+        answer = co_await operations_.perform(std::move(request), tell);
     } catch (const CommandFailure& reason) {
         answer = failure(reason);
     } catch (...) {

@@ -29,6 +29,8 @@ JSON orNull(const std::optional<Value>& value) {
 /// To the thousandth: a float tells more digits than it has.
 JSON volume(float value) { return std::round(static_cast<double>(value) * 1000) / 1000; }
 
+double toTheMicrosecond(double milliseconds) { return std::round(milliseconds * 1000) / 1000; }
+
 JSON outputOf(const OutputCard& card, const InStepViewModel& inStep) {
     return {{"uid", card.output.uid},
             {"name", card.output.name},
@@ -117,6 +119,44 @@ JSON presetsOf(AppState& app) {
     }
     JSON answer = answerOfThisVersion();
     answer["presets"] = std::move(list);
+    return answer;
+}
+
+JSON inputsOf(AppState& app) {
+    JSON list = JSON::array();
+    for (const SessionAlignment::Input& input : app.alignment().inputs())
+        list.push_back({{"uid", input.uid}, {"name", input.name}});
+    JSON answer = answerOfThisVersion();
+    answer["inputs"] = std::move(list);
+    return answer;
+}
+
+JSON alignmentOf(const SessionAlignment::End& end) {
+    const Alignment& alignment = *end.alignment;
+    JSON outputs = JSON::array();
+    for (const std::size_t place : {0U, 1U}) {
+        const auto arrival = [&](const AlignmentMeasurement& measured) {
+            const double late = place == 0 ? -measured.milliseconds() : measured.milliseconds();
+            return toTheMicrosecond(std::max(late, 0.0));
+        };
+        const AlignedOutput& output = alignment.outputs[place];
+        outputs.push_back({{"uid", output.uid},
+                           {"name", output.name},
+                           {"lateBefore", arrival(alignment.before)},
+                           {"lateAfter", arrival(alignment.after)},
+                           {"delay", alignment.delays.at(output.uid)}});
+    }
+    JSON answer = answerOfThisVersion();
+    answer["alignment"] = {{"sentence", end.sentence}, {"outputs", std::move(outputs)}};
+    return answer;
+}
+
+JSON alignmentProgressOf(const AlignmentRun::Progress& progress) {
+    JSON answer = answerOfThisVersion();
+    answer["progress"] = {{"step", progress.step == AlignmentRun::Step::opening     ? "opening"
+                                   : progress.step == AlignmentRun::Step::measuring ? "measuring"
+                                                                                    : "confirming"},
+                          {"input", progress.input}};
     return answer;
 }
 

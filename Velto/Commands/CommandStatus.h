@@ -11,5 +11,9 @@ JSON answerOfThisVersion();
 JSON statusOf(AppState& app);
 JSON outputsOf(AppState& app);
 JSON presetsOf(AppState& app);
+JSON inputsOf(AppState& app);
+/// Of one that ended well.
+JSON alignmentOf(const SessionAlignment::End& end);
+JSON alignmentProgressOf(const AlignmentRun::Progress& progress);
 
 } // namespace velto

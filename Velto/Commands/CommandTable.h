@@ -14,6 +14,8 @@ struct CommandArgument {
         /// The name of a preset.
         preset,
         outputOrPreset,
+        /// The UID or the name of a microphone, likewise.
+        input,
         /// Such as "40%", "+5%" or "-5%".
         volume,
         /// Such as "180", "+5" or "-0.1".

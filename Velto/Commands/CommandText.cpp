@@ -135,9 +135,25 @@ std::string settingsText(const JSON& answer) {
     return columns(rows);
 }
 
+std::string inputsText(const JSON& answer) {
+    std::vector<Row> rows;
+    for (const JSON& input : list(answer, "inputs"))
+        rows.push_back({text(input, "name"), text(input, "uid")});
+    return columns(rows);
+}
+
+std::string progressText(const JSON& progress) {
+    const std::string step = text(progress, "step");
+    if (step == "opening") return fmt::format("Listening with {} …\n", text(progress, "input"));
+    return step == "measuring" ? "Both outputs play a sweep …\n" : "Again, through the delays …\n";
+}
+
 } // namespace
 
 std::string CommandText::of(const JSON& answer) {
+    if (answer.contains("alignment")) return text(answer["alignment"], "sentence") + '\n';
+    if (answer.contains("progress")) return progressText(answer["progress"]);
+    if (answer.contains("inputs")) return inputsText(answer);
     if (answer.contains("settings")) return settingsText(answer);
     if (answer.contains("presets")) return presetsText(answer);
     if (answer.contains("state")) return statusText(answer);
@@ -158,7 +174,7 @@ std::string CommandText::lineOf(const JSON& status) {
 
 std::string CommandText::namesOf(const JSON& answer) {
     std::string names;
-    for (const char* key : {"outputs", "presets"})
+    for (const char* key : {"outputs", "inputs", "presets"})
         for (const JSON& element : list(answer, key))
             names += text(element, "name") + '\n';
     for (const JSON& setting : list(answer, "settings"))

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
+#include "Platform/Linux/PipeWire/PipeWireMicrophone.h"
 #include "Velto/Linux/ProgramModule.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -56,15 +57,16 @@ Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& sig
 Program::~Program() { host_.setHandlers({}); }
 
 PlatformServices Program::services() {
-    return {.actor = actor_,
-            .client = std::make_shared<PipeWireAudioClient>(actor_, actor_),
-            .defaults = defaults_,
-            .collation = collation_,
-            .loginItems = loginItems_,
-            .host = host_,
-            .makeAudioEngine = [this](CoreAudioClient& client) {
-                return std::make_unique<PipeWireAudioEngine>(client, actor_);
-            }};
+    return {
+        .actor = actor_,
+        .client = std::make_shared<PipeWireAudioClient>(actor_, actor_),
+        .defaults = defaults_,
+        .collation = collation_,
+        .loginItems = loginItems_,
+        .host = host_,
+        .makeAudioEngine =
+            [this](CoreAudioClient& client) { return std::make_unique<PipeWireAudioEngine>(client, actor_); },
+        .microphone = std::make_unique<PipeWireMicrophone>(actor_)};
 }
 
 int Program::run() {

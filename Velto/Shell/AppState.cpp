@@ -30,6 +30,8 @@ AppState::AppState(PlatformServices platform)
       syncEngine_(makeSyncEngine(*platform_.client)),
       coordinator_(deviceManager_, systemAudio_, preferences_, volumeController_, *syncEngine_, syncProfiles_,
                    platform_.actor),
+      alignment_(platform_.actor, *platform_.client, coordinator_, syncProfiles_, preferences_,
+                 std::move(platform_.microphone)),
       audioServiceMonitor_(*platform_.client, deviceManager_, volumeController_, coordinator_,
                            platform_.actor),
       launchAtLogin_(platform_.loginItems), audioEngine_(platform_.makeAudioEngine(*platform_.client)),
@@ -51,8 +53,12 @@ Task<void> AppState::launch() {
     if (isShuttingDown()) co_return;
     menuBar_.applyLastPreset();
     menuBar_.subscribeToDeviceChanges();
-    platform_.host.registerSleepObserver(
-        {.willSleep = [this] { lifecycle_.willSleep(); }, .didWake = [this] { lifecycle_.didWake(); }});
+    platform_.host.registerSleepObserver({.willSleep =
+                                              [this] {
+                                                  alignment_.willSleep();
+                                                  lifecycle_.willSleep();
+                                              },
+                                          .didWake = [this] { lifecycle_.didWake(); }});
     isLaunched_.set(true);
 }
 
@@ -60,6 +66,7 @@ Task<void> AppState::prepareForTermination() {
     beginTermination();
     logger.notice("Velto terminating; playing: {}", coordinator_.state().isActive());
     syncTestPlayer_.stop();
+    alignment_.cancel();
     platform_.host.removeSleepObserver();
     audioServiceMonitor_.stop();
     co_await coordinator_.shutdown();

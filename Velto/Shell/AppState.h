@@ -17,6 +17,7 @@
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
+#include "VeltoCore/Session/SessionAlignment.h"
 #include "VeltoCore/Session/SystemAudioManager.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
@@ -42,6 +43,7 @@ class AppState {
     AggregateDeviceManager& aggregateManager() noexcept { return aggregateManager_; }
     SystemAudioManager& systemAudio() noexcept { return systemAudio_; }
     DualOutputCoordinator& coordinator() noexcept { return coordinator_; }
+    SessionAlignment& alignment() noexcept { return alignment_; }
     LaunchAtLoginManager& launchAtLogin() noexcept { return launchAtLogin_; }
     SyncProfileManager& syncProfiles() noexcept { return syncProfiles_; }
     SyncTestPlayer& syncTestPlayer() noexcept { return syncTestPlayer_; }
@@ -80,6 +82,7 @@ class AppState {
     DeviceVolumeController volumeController_;
     std::unique_ptr<SyncEngine> syncEngine_;
     DualOutputCoordinator coordinator_;
+    SessionAlignment alignment_;
     AudioServiceMonitor audioServiceMonitor_;
     LaunchAtLoginManager launchAtLogin_;
     std::unique_ptr<AudioEngine> audioEngine_;

@@ -8,6 +8,7 @@
 #include "VeltoCore/Services/TextCollation.h"
 #include "VeltoCore/Services/UserDefaults.h"
 #include "VeltoCore/Sync/AudioEngine.h"
+#include "VeltoCore/Sync/Microphone.h"
 
 #include <functional>
 #include <memory>
@@ -26,6 +27,8 @@ struct PlatformServices {
     ApplicationHost& host;
     /// Called once; the client is the shared one.
     std::function<std::unique_ptr<AudioEngine>(CoreAudioClient& client)> makeAudioEngine;
+    /// Null where the platform can't measure its outputs.
+    std::unique_ptr<Microphone> microphone = nullptr;
 };
 
 } // namespace velto

@@ -130,7 +130,7 @@ class CoreAudioClient {
         throw AudioManagerError::coreAudioError(kAudioHardwareUnsupportedOperationError);
     }
 
-    /// Silences what players send to the aggregate, and about half a second later has two of its outputs play
+    /// Silences what players send to the aggregate, and a third of a second later has two of its outputs play
     /// the sweeps of an AlignmentProbe at the same moment, each as much later as it is delayed. The probe is
     /// of the aggregate's rate and that peak, a part of full scale. No volume is written. What players send
     /// is heard again at endSweeps(), and by itself a few seconds after the last call, or when this program

@@ -123,6 +123,11 @@ class DualOutputCoordinator {
         sync_.setCorrections(std::move(corrections), kind);
     }
 
+    /// Delays the session's outputs as their profile says, whatever they were delayed by meanwhile.
+    void applySyncProfile() {
+        if (state().isActive() && !isReconnecting()) sync_.sessionChanged();
+    }
+
     /// Saves the session with its volumes as a new preset, which is the active one from then on, and follows
     /// each adjustment. None without a session.
     std::optional<AudioPreset> saveCurrentSessionAsPreset(std::string named) {

@@ -27,7 +27,7 @@ class DelayLine {
     /// tap has played its last.
     static constexpr std::uint32_t longestCycle = 8192;
     /// From the silence to the sweeps: so that slow outputs have played what they were sent, and run.
-    static constexpr double sweepLead = 400; // milliseconds
+    static constexpr double sweepLead = 300; // milliseconds
     /// After it the sound comes back by itself, should nobody care any more.
     static constexpr double longestSilence = 5000; // milliseconds
 

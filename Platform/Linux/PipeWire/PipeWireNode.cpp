@@ -27,6 +27,11 @@ uint32_t offeredChannelCount(const spa_pod* format) {
     return static_cast<uint32_t>(number);
 }
 
+/// One that is made by a program, such as a microphone without its noise, is as good as a card's.
+bool isSource(std::optional<std::string_view> mediaClass) {
+    return mediaClass == "Audio/Source" || mediaClass == "Audio/Source/Virtual";
+}
+
 } // namespace
 
 struct PipeWireNode::Events {
@@ -55,7 +60,7 @@ bool PipeWireNode::isAudioDevice(const PipeWireProperties& properties) {
     // What has no name can't be told from others, nor be chosen by anybody.
     if (!property(properties, PW_KEY_NODE_NAME)) return false;
     const auto mediaClass = property(properties, PW_KEY_MEDIA_CLASS);
-    return mediaClass == "Audio/Sink" || mediaClass == "Audio/Source" || mediaClass == "Audio/Duplex";
+    return mediaClass == "Audio/Sink" || mediaClass == "Audio/Duplex" || isSource(mediaClass);
 }
 
 PipeWireNode::PipeWireNode(pw_registry* registry, uint32_t globalID, AudioObjectID objectID,
@@ -63,7 +68,7 @@ PipeWireNode::PipeWireNode(pw_registry* registry, uint32_t globalID, AudioObject
     : proxy_(registry, globalID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE), globalID_(globalID),
       objectID_(objectID), properties_(std::move(properties)),
       name_(property(properties_, PW_KEY_NODE_NAME).value_or("")),
-      isSink_(property(properties_, PW_KEY_MEDIA_CLASS) != "Audio/Source"), changed_(std::move(changed)) {
+      isSink_(!isSource(property(properties_, PW_KEY_MEDIA_CLASS))), changed_(std::move(changed)) {
     proxy_.listen(&Events::table, this);
     std::array<uint32_t, 2> watched{SPA_PARAM_Props, SPA_PARAM_EnumFormat};
     if (auto* node = proxy_.as<pw_node>()) pw_node_subscribe_params(node, watched.data(), watched.size());

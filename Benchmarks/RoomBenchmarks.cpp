@@ -1,0 +1,116 @@
+// The outputs of the shipped program aligned in virtual rooms on real sound: each room is told by its seed,
+// and what was measured is held to what the room is.
+#include "Benchmarks/FigureTable.h"
+#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/SoundRoom.h"
+#include "Tools/SoundLab/VoiceRecording.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace velto;
+using nlohmann::json;
+
+constexpr double rightWithin = 0.05; // milliseconds, and half a step of the delays
+constexpr double delayStep = 0.1;
+constexpr double longestSeconds = 6;
+
+FigureTable table;
+
+VirtualRoom room(std::uint64_t seed) {
+    std::mt19937_64 random(seed);
+    const auto between = [&](double from, double to) {
+        return from + (to - from) * static_cast<double>(random() >> 11) * 0x1p-53;
+    };
+    VirtualRoom result;
+    result.seed = seed;
+    const double quieter = std::pow(10, between(-15, 5) / 20);
+    for (auto& output : result.outputs)
+        output = {.milliseconds = between(0, 500), .gain = 0.3};
+    result.outputs[seed % 2].gain *= quieter;
+    result.reverberationSeconds = between(0.2, 0.5);
+    result.directToReverberant = between(-6, 12);
+    result.noise = std::min(quieter, 1.0) * 0.05 * std::pow(10, -between(0, 20) / 20);
+    return result;
+}
+
+struct Tally {
+    int answered = 0;
+    int refused = 0;
+    double worst = 0;
+    double longest = 0;
+};
+
+/// Of a session that plays, undelayed.
+void align(SoundBench& bench, SoundRoom& sound, std::uint64_t seed, Tally& tally) {
+    const VirtualRoom now = room(seed);
+    sound.change(now);
+    const RunningVelto::Answer answer = bench.align();
+    const double truth = now.outputs[1].milliseconds - now.outputs[0].milliseconds;
+    tally.longest = std::max(tally.longest, answer.milliseconds / 1000);
+    if (answer.exitStatus != 0) {
+        ++tally.refused;
+        std::printf("seed %2d: %+8.3f ms, refused: %s\n", static_cast<int>(seed), truth,
+                    answer.error.c_str());
+        return;
+    }
+    ++tally.answered;
+    const json outputs = json::parse(answer.json).at("alignment").at("outputs");
+    const auto difference = [&](const char* key) {
+        return outputs.at(1).at(key).get<double>() - outputs.at(0).at(key).get<double>();
+    };
+    const double error = std::abs(difference("lateBefore") - truth);
+    const double rest = std::abs(truth + difference("delay"));
+    tally.worst = std::max({tally.worst, error, rest - delayStep / 2});
+    std::printf("seed %2d: %+8.3f ms, %.4f off; delayed by %+.1f, %.3f left; told %.3f; %.2f s\n",
+                static_cast<int>(seed), truth, error, -difference("delay"), rest, difference("lateAfter"),
+                answer.milliseconds / 1000);
+}
+
+int measure(std::uint64_t rooms) {
+    const OwnedFolder owned("velto-room-bench");
+    const auto music = owned.path() / "voice.wav";
+    writeVoiceRecording(music, 120);
+    SoundBench bench(music);
+    SoundRoom sound(bench.server().socket(), room(1), {SoundBench::desk, SoundBench::usb});
+    Tally tally;
+    for (std::uint64_t seed = 1; seed <= rooms; ++seed) {
+        bench.start();
+        align(bench, sound, seed, tally);
+        bench.undelay();
+        bench.stop();
+    }
+    table.add("aligned in rooms on real sound",
+              text("%d of %d, %d refused", tally.answered, static_cast<int>(rooms), tally.refused),
+              "4 of 5 answered", tally.answered * 5 >= static_cast<int>(rooms) * 4);
+    table.add("error of what was measured, and of what was delayed beyond its step",
+              text("%.4f ms at worst", tally.worst), text("%.2f ms", rightWithin),
+              tally.worst <= rightWithin);
+    table.add("from press to done", text("%.2f s at most", tally.longest), text("%.0f s", longestSeconds),
+              tally.longest <= longestSeconds);
+    return table.isEveryFigureWithin() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int count, char** words) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    try {
+        return measure(count > 1 ? std::strtoull(words[1], nullptr, 10) : 24);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velto-room-benchmarks: %s.\n", error.what());
+        return 1;
+    }
+}
