@@ -2,20 +2,27 @@
 // and what was measured is held to what the room is.
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
 #include "Tools/SoundLab/SoundRoom.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <nlohmann/json.hpp>
 
+#include <signal.h>
+
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <iterator>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -79,10 +86,56 @@ void align(SoundBench& bench, SoundRoom& sound, std::uint64_t seed, Tally& tally
                 answer.milliseconds / 1000);
 }
 
+/// Between the two measurements both outputs are silent: until when, after one of the programs is killed
+/// then.
+double silenceAfterKill(const std::filesystem::path& music, bool isVelto) {
+    SoundBench bench(music);
+    SoundRoom sound(bench.server().socket(), room(1), {SoundBench::desk, SoundBench::usb});
+    bench.start();
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb},
+                            OutputRecorder::GraphClock::dummyDriver);
+    const auto client = bench.beginAligning();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1700));
+    const pid_t helper = bench.helper();
+    const double killed = recorder.timelineSeconds(monotonicNow());
+    if (isVelto) {
+        bench.killVelto();
+    } else {
+        kill(helper, SIGKILL);
+    }
+    recorder.waitUntil(killed + 2);
+    recorder.stop();
+    double longest = 0;
+    for (const char* output : {SoundBench::desk, SoundBench::usb}) {
+        const auto samples = recorder.samples(output);
+        const auto from = samples.begin() + std::lround(killed * OutputRecorder::sampleRate) * 2;
+        const auto heard = std::find_if(from, samples.end(), [](float sample) { return sample != 0; });
+        const auto frames = static_cast<double>(std::distance(from, heard)) / 2;
+        longest = std::max(longest, frames / OutputRecorder::sampleRate * 1000);
+    }
+    if (isVelto) bench.launchVelto(); // cleans up
+    if (!isVelto) bench.stop();
+    const bool isLeft =
+        !bench.lab().waitUntil([&] { return !bench.lab().graph().device("com.corlent.velto.aggregate"); });
+    table.add(isVelto ? "left after the next launch" : "left after the session",
+              isLeft ? "the aggregate" : "nothing", "nothing", !isLeft);
+    return longest;
+}
+
+void kills(const std::filesystem::path& music) {
+    for (const bool isVelto : {true, false}) {
+        const double silence = silenceAfterKill(music, isVelto);
+        table.add(isVelto ? "Velto killed while measuring: both heard again"
+                          : "what plays the sweeps killed: both heard again",
+                  text("after %.0f ms", silence), "200 ms", silence <= 200);
+    }
+}
+
 int measure(std::uint64_t rooms) {
     const OwnedFolder owned("velto-room-bench");
     const auto music = owned.path() / "voice.wav";
     writeVoiceRecording(music, 120);
+    kills(music);
     SoundBench bench(music);
     SoundRoom sound(bench.server().socket(), room(1), {SoundBench::desk, SoundBench::usb});
     Tally tally;

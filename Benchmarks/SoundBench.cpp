@@ -3,6 +3,7 @@
 #include "Benchmarks/ProcessFigures.h"
 
 #include <algorithm>
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -29,7 +30,21 @@ SoundBench::SoundBench(const fs::path& playedFile, int deskDriverPriority)
     if (!playedFile.empty())
         player_.emplace(std::vector<std::string>{"pw-play", playedFile.string()},
                         ChildProcess::Options{server_.environment(), "", false});
+    launchVelto();
+}
+
+void SoundBench::launchVelto() {
     velto_.emplace(program(), server_.environment(), server_.folder() / "velto.log");
+}
+
+std::unique_ptr<ChildProcess> SoundBench::beginAligning() {
+    auto client = std::make_unique<ChildProcess>(
+        std::vector<std::string>{program().string(), "align", "--json"},
+        ChildProcess::Options{server_.environment(), server_.folder() / "align.log", true});
+    for (auto line = client->readLine(std::chrono::seconds(5)); line;
+         line = client->readLine(std::chrono::seconds(5)))
+        if (line->contains("\"measuring\"")) return client;
+    throw std::runtime_error("The outputs are not measured");
 }
 
 double SoundBench::timed(const RunningVelto::Words& command) {

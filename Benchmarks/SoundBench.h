@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -33,7 +34,11 @@ class SoundBench {
     RunningVelto::Answer align() { return velto_->command({"align"}); }
     /// Has neither output heard later.
     void undelay();
-    RunningVelto& velto() noexcept { return *velto_; }
+    /// Begins to; returns when both outputs are about to play sweeps.
+    std::unique_ptr<ChildProcess> beginAligning();
+    /// As in a crash; and the next launch, which cleans up.
+    void killVelto() { velto_->process().kill(); }
+    void launchVelto();
     /// The process that delays. Throws while there is none.
     pid_t helper();
     void unplugDesk() { lab_.unplug(desk); }

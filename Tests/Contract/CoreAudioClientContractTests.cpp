@@ -259,10 +259,17 @@ TEST_P(CoreAudioClientContractTests, OutputsOfAnAggregateAreDelayedWhereThatCanB
         client.supportsOutputDelays() ? noErr : kAudioHardwareUnsupportedOperationError;
     EXPECT_EQ(statusThrown([&] { client.setOutputDelays(aggregate, delays); }), onAggregate);
     EXPECT_EQ(statusThrown([&] { client.setOutputDelays(aggregate, {}); }), onAggregate);
+    const auto play = [&](AudioObjectID device, const std::string& falling) {
+        return statusThrown([&] { client.playSweeps(device, outputs.front(), falling, 0.1); });
+    };
+    EXPECT_EQ(play(aggregate, outputs.back()), onAggregate);
+    client.endSweeps(aggregate);
     const AudioObjectID output = client.deviceID(outputs.front()).value();
-    EXPECT_EQ(statusThrown([&] { client.setOutputDelays(output, delays); }),
-              client.supportsOutputDelays() ? kAudioHardwareBadDeviceError
-                                            : kAudioHardwareUnsupportedOperationError);
+    const OSStatus elsewhere = client.supportsOutputDelays() ? kAudioHardwareBadDeviceError
+                                                             : kAudioHardwareUnsupportedOperationError;
+    EXPECT_EQ(statusThrown([&] { client.setOutputDelays(output, delays); }), elsewhere);
+    EXPECT_EQ(play(aggregate, "elsewhere"), elsewhere);
+    EXPECT_EQ(play(output, outputs.back()), elsewhere);
     EXPECT_THAT(uidsOf(client.aggregateActiveSubDeviceIDs(aggregate)), ElementsAreArray(outputs));
 }
 

@@ -5,9 +5,6 @@
 #include <signal.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace velto {
 namespace {
@@ -28,27 +25,17 @@ class DelayedOutputTests : public HeardServer {
         music.reset();
         client->setDefaultOutputDevice(id("desk"));
         client->destroyAggregateDevice(aggregate);
-        EXPECT_EQ(helper(), 0) << "it goes with the aggregate";
+        EXPECT_EQ(delayingProcess(), 0) << "it goes with the aggregate";
         HeardServer::TearDown();
     }
 
-    /// The process that delays; 0 while there is none.
-    pid_t helper() {
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::ifstream file(entry.path() / "cmdline");
-            const std::string words{std::istreambuf_iterator<char>(file), {}};
-            if (words.contains("velto-delay") && words.contains(server.socket()))
-                return std::stoi(entry.path().filename());
-        }
-        return 0;
-    }
     /// Signals it, and waits until another one delays in its place, or none any more.
     void signalHelper(int number, bool isReplaced = true) {
         pid_t process = 0;
-        ASSERT_TRUE(runUntil([&] { return (process = helper()) > 0; }));
+        ASSERT_TRUE(runUntil([&] { return (process = delayingProcess()) > 0; }));
         kill(process, number);
         ASSERT_TRUE(runUntil([&] {
-            const pid_t now = helper();
+            const pid_t now = delayingProcess();
             return now != process && (now > 0) == isReplaced;
         }));
     }
@@ -86,7 +73,7 @@ class DelayedOutputTests : public HeardServer {
 TEST_F(DelayedOutputTests, OnlyWhatIsDelayedGoesAnotherWayAndStaysThere) {
     client->setOutputDelays(aggregate, {{"desk", 0}, {"usb", 0}});
     EXPECT_EQ(ways(), std::pair(true, false));
-    EXPECT_EQ(helper(), 0) << "nothing runs without a delay";
+    EXPECT_EQ(delayingProcess(), 0) << "nothing runs without a delay";
     client->setOutputDelays(aggregate, {{"usb", 12.4}});
     ASSERT_TRUE(becomesDelayed());
     EXPECT_EQ(lagNow(), 595);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -24,6 +26,16 @@ class HeardServer : public RealServer {
     void playFor(std::int64_t frames) {
         const std::int64_t end = recorder->frames() + frames;
         ASSERT_TRUE(runUntil([&] { return recorder->frames() >= end; }));
+    }
+    /// The process that delays; 0 while there is none.
+    pid_t delayingProcess() {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream file(entry.path() / "cmdline");
+            const std::string words{std::istreambuf_iterator<char>(file), {}};
+            if (words.contains("velto-delay") && words.contains(server.socket()))
+                return std::stoi(entry.path().filename());
+        }
+        return 0;
     }
     /// By how many frames "usb" was heard later in that stretch, to the bit; none where it was something
     /// else. A machine that is too busy for a cycle now and then leaves a hole, in the recording or in the

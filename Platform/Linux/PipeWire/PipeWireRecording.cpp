@@ -57,7 +57,7 @@ PipeWireRecording::~PipeWireRecording() {
 void PipeWireRecording::close() {
     if (stream_) {
         spa_hook_remove(&hook_); // its end is no news
-        pw_stream_destroy(stream_);
+        pw_stream_destroy(std::exchange(stream_, nullptr));
     }
     if (registry_) {
         graph_.detach();
