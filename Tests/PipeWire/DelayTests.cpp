@@ -207,9 +207,9 @@ TEST_F(DelayTests, TheSoundIsFadedOutAndInAndCommandsCanBeOfAnyKind) {
     playFor(9600);
     helper->setDelays({{"usb", 12.4}, {"nobody", 5}});
     helper->playSweeps("usb", "usb", 0.25);
-    playFor(9600);
+    playFor(3600);
     const std::int64_t faded = recorder->frames();
-    playFor(9600);
+    playFor(4800); // before the sweeps
     helper->endSweeps();
     const std::int64_t until = recorder->frames();
     playFor(9600);

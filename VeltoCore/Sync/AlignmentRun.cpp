@@ -130,10 +130,13 @@ Task<std::optional<AlignmentFailure>> AlignmentRun::listen(double seconds) {
         progress_.input = recording_->input();
         progress_.level = recording_->level();
         tell();
-        if (const auto trouble = recording_->trouble())
-            co_return *trouble == Trouble::ended ? AlignmentFailure::inputLost
-            : request_.inputUID.empty()          ? AlignmentFailure::noInput
-                                                 : AlignmentFailure::anotherInput;
+        // An input that was not to be had in the first place is not lost.
+        if (const auto trouble = recording_->trouble()) {
+            const bool isLost = *trouble == Trouble::ended && progress_.step != Step::opening;
+            co_return isLost            ? AlignmentFailure::inputLost
+            : request_.inputUID.empty() ? AlignmentFailure::noInput
+                                        : AlignmentFailure::anotherInput;
+        }
         if (recording_->frames() >= wanted) co_return std::nullopt;
         if (actor_.continuousNow() > deadline)
             co_return progress_.step == Step::opening ? AlignmentFailure::noInput

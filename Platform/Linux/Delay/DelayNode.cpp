@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Delay/DelayNames.h"
 
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -9,6 +10,8 @@ namespace velto {
 
 namespace {
 
+constexpr std::chrono::milliseconds attemptInterval{20};
+constexpr int mostAttempts = 50;
 constexpr const char* portFormat = "32 bit float mono audio";
 
 void* addPort(pw_filter* filter, pw_direction direction, const std::string& name, const char* channel) {
@@ -77,7 +80,8 @@ struct DelayNode::Events {
 DelayNode::DelayNode(pw_core* core, pw_loop* loop, const std::string& aggregate,
                      std::vector<std::string> outputs, DelayLine& line, Handlers handlers)
     : core_(core), line_(line), handlers_(std::move(handlers)),
-      awakeChanged_(loop, LoopSource::Kind::event, [this] { keepAwake(); }), taps_(outputs.size()) {
+      awakeChanged_(loop, LoopSource::Kind::event, [this] { keepAwake(); }),
+      attempts_(loop, LoopSource::Kind::timer, [this] { tryToWake(); }), taps_(outputs.size()) {
     for (std::string& output : outputs)
         outputs_.push_back({std::move(output), {}, {}, nullptr});
     // No media class: no mixer lists it, and the session manager leaves it alone.
@@ -123,7 +127,16 @@ void DelayNode::stateChanged(pw_filter_state before, pw_filter_state state, cons
 
 void DelayNode::wake() {
     awake_.store(~std::uint32_t{0}, std::memory_order_relaxed); // what runs knows better in its next cycle
+    attemptsLeft_ = mostAttempts;
+    attempts_.setInterval(attemptInterval);
     keepAwake();
+}
+
+/// A program that has just begun is unknown to the server for a moment.
+void DelayNode::tryToWake() {
+    const bool isRunning = pw_filter_get_state(filter_, nullptr) == PW_FILTER_STATE_STREAMING;
+    if (isRunning || --attemptsLeft_ <= 0) attempts_.setInterval({});
+    if (!isRunning) keepAwake();
 }
 
 void DelayNode::keepAwake() {

@@ -61,6 +61,7 @@ class DelayNode {
     };
 
     void addPorts();
+    void tryToWake();
     void lookUpInputs();
     void stateChanged(pw_filter_state before, pw_filter_state state, const char* error);
     void process(const spa_io_position& position);
@@ -75,6 +76,8 @@ class DelayNode {
     /// The outputs that are to be kept awake, a bit each.
     std::atomic<std::uint32_t> awake_ = 0;
     LoopSource awakeChanged_;
+    LoopSource attempts_;
+    int attemptsLeft_ = 0;
     std::optional<ServerListing> listing_;
     // Of the audio thread
     std::vector<DelayLine::Tap> taps_;
