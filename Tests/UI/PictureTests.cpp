@@ -169,6 +169,18 @@ const NamedState states[]{
          s.settings().click("Play Test");
      },
      Shows::settings},
+    {"settings-aligned", "JBL Flip 6 was 183.4 ms late. Both now arrive together (±0.1 ms).",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.openSettings("Sync");
+         s.settings().window().resize(560, 1000);
+         s.settle();
+         s.settings().click("Align with Microphone");
+         for (int turn = 0; turn < 200 && s.state().alignment().isRunning(); ++turn)
+             s.advance(std::chrono::milliseconds(50));
+         s.settle();
+     },
+     Shows::settings},
     {"settings-advanced", "stopping",
      [](Scene& s) {
          s.play("airpods", "flip");

@@ -99,6 +99,37 @@ TEST_F(SettingsTests, profilesAreRemovedTheReportCopiedAndTheSetupReset) {
     EXPECT_EQ(settings().find("Status").description, "idle");
 }
 
+TEST_F(SettingsTests, aMicrophoneTellsWhichOutputIsLate) {
+    launch();
+    open("Sync");
+    settings().window().resize(560, 1500);
+    settle();
+    EXPECT_FALSE(settings().find("Align with Microphone").isEnabled);
+    play("airpods", "flip");
+    const auto untilDone = [&] {
+        for (int turn = 0; turn < 200 && state().alignment().isRunning(); ++turn)
+            advance(std::chrono::milliseconds(50));
+        settle();
+    };
+    settings().click("Align with Microphone");
+    advance(std::chrono::seconds(1));
+    EXPECT_TRUE(settings().has("What the microphone hears"));
+    settings().click("Cancel");
+    EXPECT_TRUE(settings().shows("The alignment was cancelled; nothing was changed."));
+
+    settings().tabTo("Align with Microphone");
+    settings().key(Qt::Key_Space);
+    untilDone();
+    EXPECT_TRUE(settings().shows("JBL Flip 6 was 183.4 ms late. Both now arrive together (±0.1 ms)."));
+    EXPECT_TRUE(settings().has("before: AirPods Pro at 0.0 ms, JBL Flip 6 at 183.4 ms; "
+                               "after: AirPods Pro at 0.0 ms, JBL Flip 6 at 0.0 ms"));
+    EXPECT_NEAR(world().aggregates().at(0).delays.at("airpods"), 183.4, 0.05);
+
+    menuBar().stop();
+    settle();
+    EXPECT_FALSE(settings().shows("JBL Flip 6 was 183.4 ms late. Both now arrive together (±0.1 ms)."));
+}
+
 } // namespace
 
 } // namespace velto

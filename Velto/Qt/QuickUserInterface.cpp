@@ -174,7 +174,8 @@ void QuickUserInterface::showSettings() {
     if (panel_ && panelStyle_ == PanelStyle::dropDown) hidePanel();
     if (!settingsWindow_) {
         context_.app.settings().refreshLaunchAtLogin();
-        settings_ = std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_);
+        settings_ =
+            std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_, context_.app.aligning());
         settingsWindow_ =
             make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())}});
         connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {

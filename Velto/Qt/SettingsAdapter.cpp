@@ -65,8 +65,9 @@ std::unique_ptr<RecordListModel<SettingRow>> settingRows(QObject* parent) {
 
 } // namespace
 
-SettingsAdapter::SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep)
-    : model_(model), inStep_(inStep),
+SettingsAdapter::SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep,
+                                 AlignmentViewModel& alignment)
+    : model_(model), inStep_(inStep), alignment_(alignment),
       syncProfiles_(this, &SyncProfileRow::id,
                     {{"profileID", [](const SyncProfileRow& row) { return toQString(row.id); }},
                      {"names", [](const SyncProfileRow& row) { return toQString(row.names); }},

@@ -3,6 +3,7 @@
 // Owned by the user interface; main actor only. Forwards.
 #pragma once
 
+#include "Velto/Qt/AlignmentAdapter.h"
 #include "Velto/Qt/InStepAdapter.h"
 #include "Velto/Qt/ModelAdapter.h"
 #include "Velto/Qt/RecordListModel.h"
@@ -22,6 +23,7 @@ namespace velto {
 class SettingsAdapter final : public ModelAdapter {
     Q_OBJECT
     Q_PROPERTY(velto::InStepAdapter* inStep READ inStep CONSTANT)
+    Q_PROPERTY(velto::AlignmentAdapter* alignment READ alignment CONSTANT)
     Q_PROPERTY(QString syncTestHelp READ syncTestHelp CONSTANT)
     Q_PROPERTY(QString syncEngineName READ syncEngineName CONSTANT)
     Q_PROPERTY(QString syncEngineHelp READ syncEngineHelp CONSTANT)
@@ -35,10 +37,11 @@ class SettingsAdapter final : public ModelAdapter {
     Q_PROPERTY(QVariantList licences READ licences CONSTANT)
 
   public:
-    /// Both must outlive the adapter.
-    SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep);
+    /// All must outlive the adapter.
+    SettingsAdapter(SettingsViewModel& model, InStepAdapter& inStep, AlignmentViewModel& alignment);
 
     InStepAdapter* inStep() { return &inStep_; }
+    AlignmentAdapter* alignment() { return &alignment_; }
     static QString syncTestHelp() { return toQString(SettingsViewModel::syncTestHelp); }
     QString syncEngineName() const { return toQString(model_.syncEngineName()); }
     QString syncEngineHelp() const { return toQString(model_.syncEngineHelp()); }
@@ -71,6 +74,7 @@ class SettingsAdapter final : public ModelAdapter {
   private:
     SettingsViewModel& model_;
     InStepAdapter& inStep_;
+    AlignmentAdapter alignment_;
     std::map<QString, std::unique_ptr<RecordListModel<SettingRow>>> sections_;
     RecordListModel<SyncProfileRow> syncProfiles_;
     RecordListModel<DebugRow> debugRows_;

@@ -40,6 +40,7 @@ AppState::AppState(PlatformServices platform)
       menuBar_(presets_, deviceManager_, coordinator_, preferences_, volumeController_, syncProfiles_,
                platform_.actor),
       inStep_(coordinator_, deviceManager_, preferences_, syncProfiles_, syncTestPlayer_, platform_.actor),
+      aligning_(alignment_, coordinator_, deviceManager_, platform_.actor),
       settings_(preferences_, launchAtLogin_, syncProfiles_, syncTestPlayer_, coordinator_, deviceManager_,
                 platform_.host, platform_.actor),
       lifecycle_(coordinator_, preferences_, logger, platform_.actor) {}

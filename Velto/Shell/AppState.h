@@ -5,6 +5,7 @@
 // tasks and the welcome window.
 #pragma once
 
+#include "Velto/Shell/AlignmentViewModel.h"
 #include "Velto/Shell/AppLifecycleController.h"
 #include "Velto/Shell/AudioServiceMonitor.h"
 #include "Velto/Shell/InStepViewModel.h"
@@ -49,6 +50,7 @@ class AppState {
     SyncTestPlayer& syncTestPlayer() noexcept { return syncTestPlayer_; }
     MenuBarViewModel& menuBar() noexcept { return menuBar_; }
     InStepViewModel& inStep() noexcept { return inStep_; }
+    AlignmentViewModel& aligning() noexcept { return aligning_; }
     SettingsViewModel& settings() noexcept { return settings_; }
     PresetViewModel& presets() noexcept { return presets_; }
     AppLifecycleController& lifecycle() noexcept { return lifecycle_; }
@@ -90,6 +92,7 @@ class AppState {
     PresetViewModel presets_;
     MenuBarViewModel menuBar_;
     InStepViewModel inStep_;
+    AlignmentViewModel aligning_;
     SettingsViewModel settings_;
     AppLifecycleController lifecycle_;
     Observable<bool> isLaunched_;

@@ -26,6 +26,7 @@ std::vector<BenchDevice> DeviceBench::devices() const {
     };
     for (const std::string& uid : world().pluggedUIDs()) {
         const SimulatedDevice& device = world().device(uid);
+        if (device.outputChannels == 0) continue; // a microphone
         devices.push_back({.uid = uid,
                            .name = device.name,
                            .transport = AudioTransportType(device.transport).displayName(),

@@ -28,6 +28,10 @@ void SimulatedComputer::plugUsualDevices() {
           .isMuted = false});
     plug({.uid = "dac", .name = "Topping E30 USB DAC", .manufacturer = "Topping", .volume = 0.8F});
     plug({.uid = "studio", .name = "Studio Display", .transport = kAudioDeviceTransportTypeDisplayPort});
+    plug(SimulatedDevice::microphone());
+    room_.acoustics.noise = 0.0005;
+    room_.outputs["airpods"].milliseconds = 160;
+    room_.outputs["flip"].milliseconds = 343.4;
 }
 
 PlatformServices SimulatedComputer::platform() {
@@ -37,7 +41,8 @@ PlatformServices SimulatedComputer::platform() {
             .collation = collation_,
             .loginItems = loginItems_,
             .host = host_,
-            .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); }};
+            .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); },
+            .microphone = std::make_unique<SimulatedMicrophone>(actor_, *world_, room_)};
 }
 
 void SimulatedComputer::fallAsleep() {

@@ -7,6 +7,7 @@
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/SimulatedAudioSystem.h"
 #include "Simulation/SimulatedLoginItemService.h"
+#include "Simulation/SimulatedMicrophone.h"
 #include "Velto/Shell/PlatformServices.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Services/SleepMonitor.h"
@@ -21,7 +22,7 @@ class SimulatedComputer {
     /// Both must outlive the computer.
     SimulatedComputer(MainActor& actor, const TextCollation& collation);
 
-    /// Some outputs of every kind, the built-in speakers among them.
+    /// Some outputs of every kind, the built-in speakers among them, and a microphone.
     void plugUsualDevices();
 
     /// What Velto runs on.
@@ -29,6 +30,8 @@ class SimulatedComputer {
     SimulatedAudioSystem& world() { return *world_; }
     InMemoryUserDefaults& defaults() { return defaults_; }
     SimulatedLoginItemService& loginItems() { return loginItems_; }
+    /// Where its microphone stands.
+    SimulatedRoom& room() { return room_; }
     LinuxApplicationHost& host() { return host_; }
     MainActor& actor() { return actor_; }
 
@@ -45,6 +48,7 @@ class SimulatedComputer {
     MainActor& actor_;
     const TextCollation& collation_;
     std::shared_ptr<SimulatedAudioSystem> world_;
+    SimulatedRoom room_;
     InMemoryUserDefaults defaults_;
     SimulatedLoginItemService loginItems_;
     Sleep sleep_;

@@ -32,6 +32,12 @@ Column {
             visible: active
             sourceComponent: InStepControls { model: page.model.inStep }
         }
+        RowSeparator { visible: page.model.alignment.isPossible }
+        AlignmentView {
+            width: parent.width
+            visible: page.model.alignment.isPossible
+            model: page.model.alignment
+        }
     }
     SettingsSection {
         title: "Sync engine"
