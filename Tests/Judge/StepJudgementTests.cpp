@@ -28,6 +28,9 @@ TEST(StepJudgementTests, CopiesPassAndTheirSkewIsExact) {
         const StepJudgement exact = studio.judge(inStep(skew));
         EXPECT_THAT(exact.reasons, IsEmpty()) << skew;
         EXPECT_EQ(exact.skew, skew);
+        StoryStep delayed = inStep();
+        delayed.lateness = {{Studio::uid(Studio::desk), static_cast<double>(skew) / 48}};
+        EXPECT_THAT(studio.judge(delayed).reasons, IsEmpty()) << "what is late is heard with what is delayed";
         EXPECT_EQ(exact.outputs[desk].lag, Studio::playerLag);
         EXPECT_NEAR(exact.outputs[usb].correlation.value(), 1, 1e-6);
         EXPECT_EQ(exact.outputs[usb].judgedPieces + exact.outputs[usb].silentPieces, 4);

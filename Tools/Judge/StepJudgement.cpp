@@ -17,8 +17,8 @@ class StepJudge {
     /// `expectedLag` is where the player was heard last.
     StepJudge(const Story& story, const StoryStep& step, const Aligner& aligner,
               const std::vector<std::vector<Frame>>& recordings, std::int64_t expectedLag)
-        : story_(story), step_(step), aligner_(aligner), recordings_(recordings),
-          window_{sampleAt(step.from), sampleAt(step.to)}, lag_(expectedLag) {}
+        : story_(story), step_(step), aligner_(aligner),
+          recordings_(recordings), window_{sampleAt(step.from), sampleAt(step.to)}, lag_(expectedLag) {}
 
     StepJudgement judge() {
         if (step_.problem) fail(*step_.problem);
@@ -95,9 +95,13 @@ class StepJudge {
             if (step_.skewLimit) fail("skew can't be told: fewer than two outputs carry the source");
             return;
         }
-        const auto [earliest, latest] =
-            std::ranges::minmax(heard, {}, [this](std::size_t i) { return *result_.outputs[i].lag; });
-        result_.skew = *result_.outputs[latest].lag - *result_.outputs[earliest].lag;
+        const auto heardAt = [this](std::size_t i) {
+            const auto late = step_.lateness.find(story_.outputs[i].uid);
+            return *result_.outputs[i].lag +
+                   (late == step_.lateness.end() ? 0 : sampleAt(late->second / 1000));
+        };
+        const auto [earliest, latest] = std::ranges::minmax(heard, {}, heardAt);
+        result_.skew = heardAt(latest) - heardAt(earliest);
         if (step_.skewLimit && *result_.skew > *step_.skewLimit)
             fail(story_.outputs[latest],
                  fmt::format("plays {} samples later than {}, {} are allowed", *result_.skew,

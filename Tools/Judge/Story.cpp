@@ -68,6 +68,7 @@ static void describe(Fields& fields, StoryStep& step) {
     fields("gains", step.gains);
     fields("clicks", step.clicks);
     fields("skewLimitSamples", step.skewLimit);
+    fields("latenessMilliseconds", step.lateness);
     fields("milliseconds", step.milliseconds);
     fields("limitMilliseconds", step.limitMilliseconds);
     fields("survivor", step.survivor);
@@ -119,6 +120,8 @@ void checkStep(const Story& story, const StoryStep& step, const StoryReader& fie
         if (std::ranges::find(step.sound, uid) == step.sound.end())
             fields.fail("\"gains\" names an output on which no sound is due");
     }
+    for (const auto& entry : step.lateness)
+        checkUID(entry.first);
     if (step.clicks && step.sound.empty()) fields.fail("clicks need an output with sound");
     if (step.clicks && (step.survivor || step.returning))
         fields.fail("clicks tell nothing of a loss or a return");

@@ -76,6 +76,9 @@ struct StoryStep {
     /// Where sound is due, it's these clicks, at the same samples of all outputs.
     std::optional<Clicks> clicks = std::nullopt;
     std::optional<std::int64_t> skewLimit = std::nullopt;
+    /// How much later than it plays an output is heard where the listener is, in milliseconds by UID. Skew is
+    /// what the listener hears.
+    std::map<std::string, double> lateness = {};
     /// How long the step's operation took.
     std::optional<double> milliseconds = std::nullopt;
     std::optional<double> limitMilliseconds = std::nullopt;

@@ -12,6 +12,7 @@ void playShowcase(Stage& stage) {
     playUnattended(stage);
     playSleep(stage);
     playPause(stage);
+    playLateSpeaker(stage);
     playServerRestart(stage);
     playNothingLeft(stage);
 }

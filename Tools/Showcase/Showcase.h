@@ -21,6 +21,10 @@ void playSyncTest(Stage& stage);
 void playMasterVolume(Stage& stage);
 void playPreset(Stage& stage);
 
+// Outputs that sound late where the listener is. (SyncChapters.cpp)
+
+void playLateSpeaker(Stage& stage);
+
 // What others do to the session. (InterruptionChapters.cpp)
 
 void playChoiceOfSomebodyElse(Stage& stage);

@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* recordKey = "com.corlent.velto.recoveryState";
 
-constexpr double longestStory = 90; // seconds
+constexpr double longestStory = 120; // seconds
 /// The program gives the devices two seconds to return.
 constexpr double timeAfterWake = 2.3;
 /// After an act the player may need a moment to follow it.

@@ -64,6 +64,7 @@ class Stage {
     // What acts are made of
 
     SoundLab& lab() { return *lab_; }
+    std::string socket() const { return server_.socket(); }
     RunningVelto& velto();
     void launchVelto();
     void killVelto();

@@ -57,7 +57,7 @@ int main(int count, char** arguments) {
             throw std::runtime_error(folder.string() + " holds something else; name another folder");
         fs::remove_all(folder);
         {
-            std::printf("Playing the story on a private sound server; this takes about a minute.\n");
+            std::printf("Playing the story on a private sound server; this takes a minute and a half.\n");
             velto::Stage stage({folder, tools.parent_path() / "Velto" / "velto"});
             velto::playShowcase(stage);
             stage.write();
