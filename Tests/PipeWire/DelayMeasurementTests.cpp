@@ -96,7 +96,12 @@ TEST_F(DelayMeasurementTests, OutputsAreMeasuredWhilePlayersPlayIntoSilenceAndOn
     for (const bool hasMusic : {false, true}) {
         const auto music = hasMusic ? play() : nullptr;
         if (hasMusic) ASSERT_TRUE(runUntil([&] { return isPlayedTo(aggregateUID); }));
-        const Outcome outcome = measure(hasMusic ? SoundRoom::input : "");
+        const std::string input = hasMusic ? SoundRoom::input : "";
+        Outcome outcome = measure(input);
+        // A machine that is too busy for a cycle leaves a hole in what is heard: rightly refused.
+        for (int attempt = 0; attempt < 3 && !outcome && outcome.error() == AlignmentFailure::unclear;
+             ++attempt)
+            outcome = measure(input);
         ASSERT_TRUE(outcome) << static_cast<int>(outcome.error());
         EXPECT_NEAR(outcome->before.milliseconds(), 183.4, 0.02);
         EXPECT_NEAR(outcome->after.milliseconds(), 0, 0.02);
