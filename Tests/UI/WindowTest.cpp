@@ -82,6 +82,7 @@ void WindowTest::launchForTheFirstTime() {
 
 void WindowTest::dropPanel() {
     panel().window().hide();
+    settle(); // that it is not active any more must not be told of the panel that is shown next
     windows->setPanelStyle(UserInterface::PanelStyle::dropDown);
     windows->showPanel({});
     settle();
