@@ -75,14 +75,16 @@ void SoundBench::undelay() {
         timed({"delay", "0", output});
 }
 
+std::optional<pid_t> SoundBench::runningHelper() { return childOf(velto_->process().id(), "velto-delay"); }
+
 pid_t SoundBench::helper() {
-    const auto process = childOf(velto_->process().id(), "velto-delay");
+    const auto process = runningHelper();
     if (!process) throw std::runtime_error("Nothing delays");
     return *process;
 }
 
 double SoundBench::cpuSeconds() {
-    const auto helper = childOf(velto_->process().id(), "velto-delay");
+    const auto helper = runningHelper();
     return cpuSecondsOf(server_.daemonID()) + cpuSecondsOf(velto_->process().id()) +
            (helper ? cpuSecondsOf(*helper) : 0);
 }

@@ -41,6 +41,7 @@ class SoundBench {
     void launchVelto();
     /// The process that delays. Throws while there is none.
     pid_t helper();
+    std::optional<pid_t> runningHelper();
     void unplugDesk() { lab_.unplug(desk); }
     /// Answers when the output had its ports, on the monotonic clock in nanoseconds.
     std::int64_t plugDesk() { return lab_.plug(deskOutput_); }

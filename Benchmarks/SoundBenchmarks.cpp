@@ -21,6 +21,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numbers>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -262,6 +263,62 @@ void delayed(const Workshop& workshop) {
     table.add("memory of what delays: PSS", text("%.1f MB", memory), "<= 3 MB", memory <= 3);
 }
 
+/// What of a recording is no part of the tone, at its loudest: a tone follows from its last two samples.
+double residualOfTone(const std::vector<float>& recording, double from, double to) {
+    const double next = 2 * std::cos(2 * std::numbers::pi * 440 / OutputRecorder::sampleRate);
+    const auto end =
+        std::min(recording.size(), static_cast<std::size_t>(to * OutputRecorder::sampleRate) * 2);
+    double result = 0;
+    for (auto i = static_cast<std::size_t>(from * OutputRecorder::sampleRate) * 2 + 4; i < end; i += 2)
+        result =
+            std::max(result, std::abs(recording[i] - next * recording[i - 2] + double{recording[i - 4]}));
+    return result;
+}
+
+/// A tone shows each sample that isn't as it should be.
+void changesOfDelay(const Workshop& workshop) {
+    writeToneRecording(workshop.folder / "tone.wav", 120);
+    SoundBench bench(workshop.folder / "tone.wav");
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb}, Clock::dummyDriver, 60);
+    bench.start();
+    recorder.waitUntil(1.0);
+    bench.delayUSB("20");
+    std::this_thread::sleep_for(500ms);
+    const double begin = recorder.timelineSeconds(monotonicNow());
+    for (int round = 0; round < 30; ++round) {
+        bench.delayUSB(std::to_string(round * 67 % 400));
+        std::this_thread::sleep_for(100ms);
+    }
+    const double end = recorder.timelineSeconds(monotonicNow());
+    kill(bench.helper(), SIGSTOP);
+    std::this_thread::sleep_for(1s);
+    if (const auto helper = bench.runningHelper()) kill(*helper, SIGCONT);
+    std::this_thread::sleep_for(500ms);
+    const double last = recorder.timelineSeconds(monotonicNow());
+    recorder.stop();
+    const double residual = residualOfTone(recorder.samples(SoundBench::usb), begin, end);
+    table.add("440 Hz while its delay changes 30 times", text("residual %.5f of full scale", residual),
+              "<= 0.001", residual <= 0.001);
+    // From before the first delay on.
+    const double other = residualOfTone(recorder.samples(SoundBench::desk), 0.9, last);
+    table.add("the other output, also while what delays is held up",
+              text("residual %.5f of full scale", other), "<= 0.001: no sample lost", other <= 0.001);
+}
+
+void restOfDelay() {
+    SoundBench bench({});
+    bench.start();
+    bench.delayUSB("180");
+    std::this_thread::sleep_for(5s);
+    const pid_t helper = bench.helper();
+    const pid_t daemon = bench.server().daemonID();
+    const std::int64_t before = wakeUpsOf(helper) + wakeUpsOf(daemon);
+    std::this_thread::sleep_for(60s);
+    const std::int64_t wakeUps = wakeUpsOf(helper) + wakeUpsOf(daemon) - before;
+    table.add("wake-ups in 60 s, delayed, nothing plays", text("%lld", static_cast<long long>(wakeUps)), "0",
+              wakeUps == 0);
+}
+
 } // namespace
 
 int main() {
@@ -274,6 +331,8 @@ int main() {
         cpu(workshop);
         delayed(workshop);
         killsOfDelay(workshop);
+        changesOfDelay(workshop);
+        restOfDelay();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "velto-sound-benchmarks: %s\n", error.what());
         return 1;

@@ -3,7 +3,9 @@
 #include <sndfile.h>
 
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <numbers>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -77,6 +79,14 @@ void writeNoiseRecording(const std::filesystem::path& file, double seconds) {
     const auto frames = static_cast<std::size_t>(seconds * sampleRate);
     const std::vector<float> noise = speech({readRecording("Noise")}, 0, 0, frames);
     writeStereo(file, noise, noise);
+}
+
+void writeToneRecording(const std::filesystem::path& file, double seconds) {
+    std::vector<float> tone(static_cast<std::size_t>(seconds * sampleRate));
+    for (std::size_t frame = 0; frame < tone.size(); ++frame)
+        tone[frame] = static_cast<float>(
+            0.5 * std::sin(2 * std::numbers::pi * 440 * static_cast<double>(frame) / sampleRate));
+    writeStereo(file, tone, tone);
 }
 
 } // namespace velto

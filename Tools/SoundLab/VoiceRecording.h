@@ -13,4 +13,7 @@ void writeVoiceRecording(const std::filesystem::path& file, double seconds);
 /// The same from the recording of noise, without any pause.
 void writeNoiseRecording(const std::filesystem::path& file, double seconds);
 
+/// A tone of 440 Hz, half as loud as can be. Needs nothing installed.
+void writeToneRecording(const std::filesystem::path& file, double seconds);
+
 } // namespace velto
