@@ -203,11 +203,23 @@ void cpu(const Workshop& workshop) {
               median(ratios) <= 1.1);
 }
 
+/// In the tenth of a second from that sample of a recording on, in frames.
+std::int64_t longestSilence(const std::vector<float>& recording, std::size_t from) {
+    std::int64_t longest = 0, silent = 0;
+    for (std::size_t sample = from; sample < from + 9600 && sample + 1 < recording.size(); sample += 2) {
+        silent = recording[sample] == 0 && recording[sample + 1] == 0 ? silent + 1 : 0;
+        longest = std::max(longest, silent);
+    }
+    return longest;
+}
+
 /// The delayed output while what delays it is killed again and again.
 void killsOfDelay(const Workshop& workshop) {
     writeNoiseRecording(workshop.folder / "noise.wav", 120);
     SoundBench bench(workshop.folder / "noise.wav");
-    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb}, Clock::dummyDriver, 120);
+    OutputRecorder recorder(bench.lab(), {SoundBench::usb}, Clock::dummyDriver, 120);
+    OutputRecorder otherRecorder(bench.lab(), {SoundBench::desk}, Clock::dummyDriver,
+                                 120); // waits for nobody
     bench.start();
     bench.delayUSB("20");
     recorder.waitUntil(1.0);
@@ -220,19 +232,16 @@ void killsOfDelay(const Workshop& workshop) {
         std::this_thread::sleep_for(150ms);
     }
     recorder.stop();
+    otherRecorder.stop();
     const std::vector<float> delayed = recorder.samples(SoundBench::usb);
-    const std::vector<float> other = recorder.samples(SoundBench::desk);
+    const std::vector<float> other = otherRecorder.samples(SoundBench::desk);
     std::vector<double> silences;
-    std::int64_t lost = 0;
+    std::int64_t mostOfOther = 0;
     for (const double event : events) {
         // The longest silence in the tenth of a second that follows, in quanta.
         const auto begin = static_cast<std::size_t>(event * OutputRecorder::sampleRate) * 2;
-        std::int64_t longest = 0, silent = 0;
-        for (std::size_t sample = begin; sample < begin + 9600 && sample < delayed.size(); sample += 2) {
-            silent = delayed[sample] == 0 && delayed[sample + 1] == 0 ? silent + 1 : 0;
-            longest = std::max(longest, silent);
-            lost += other[sample] == 0 && other[sample + 1] == 0;
-        }
+        const std::int64_t longest = longestSilence(delayed, begin);
+        mostOfOther = std::max(mostOfOther, longestSilence(other, begin));
         silences.push_back(static_cast<double>(longest) / static_cast<double>(recorder.quantum()));
     }
     const auto within = std::ranges::count_if(silences, [](double quanta) { return quanta <= 2; });
@@ -240,8 +249,10 @@ void killsOfDelay(const Workshop& workshop) {
               text("%td of %zu; median %.2f quanta, most %.2f", within, silences.size(), median(silences),
                    std::ranges::max(silences)),
               "100 of 100 silent for <= 2 quanta", within == std::ssize(silences));
-    table.add("the other output meanwhile", text("%lld samples lost", static_cast<long long>(lost)),
-              "no sample lost", lost == 0);
+    // Noise is silent for a sample or two by itself.
+    table.add("the other output meanwhile",
+              text("silent for %lld samples at most", static_cast<long long>(mostOfOther)),
+              "<= 3: no sample lost", mostOfOther <= 3);
 }
 
 void delayed(const Workshop& workshop) {
@@ -279,7 +290,8 @@ double residualOfTone(const std::vector<float>& recording, double from, double t
 void changesOfDelay(const Workshop& workshop) {
     writeToneRecording(workshop.folder / "tone.wav", 120);
     SoundBench bench(workshop.folder / "tone.wav");
-    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb}, Clock::dummyDriver, 60);
+    OutputRecorder recorder(bench.lab(), {SoundBench::usb}, Clock::dummyDriver, 60);
+    OutputRecorder otherRecorder(bench.lab(), {SoundBench::desk}, Clock::dummyDriver, 60); // waits for nobody
     bench.start();
     recorder.waitUntil(1.0);
     bench.delayUSB("20");
@@ -296,11 +308,12 @@ void changesOfDelay(const Workshop& workshop) {
     std::this_thread::sleep_for(500ms);
     const double last = recorder.timelineSeconds(monotonicNow());
     recorder.stop();
+    otherRecorder.stop();
     const double residual = residualOfTone(recorder.samples(SoundBench::usb), begin, end);
     table.add("440 Hz while its delay changes 30 times", text("residual %.5f of full scale", residual),
               "<= 0.001", residual <= 0.001);
     // From before the first delay on.
-    const double other = residualOfTone(recorder.samples(SoundBench::desk), 0.9, last);
+    const double other = residualOfTone(otherRecorder.samples(SoundBench::desk), 0.9, last);
     table.add("the other output, also while what delays is held up",
               text("residual %.5f of full scale", other), "<= 0.001: no sample lost", other <= 0.001);
 }
