@@ -102,6 +102,16 @@ TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
                 HasSubstr(" was 183.4 ms late. Both now arrive together"));
     EXPECT_EQ(error("align", {"nobody"}), "There is no input “nobody”. There are: Microphone.");
 
+    const auto delayed = [&](const char* word) {
+        const JSON told = answer("delay", {word, "builtin"});
+        return told["outputs"][told["outputs"][0]["uid"] == "builtin" ? 0 : 1]["delay"].get<double>();
+    };
+    EXPECT_EQ(delayed("12.5"), 12.5);
+    EXPECT_EQ(delayed("+5ms"), 17.5);
+    EXPECT_EQ(delayed("-0.1"), 17.4);
+    for (const char* word : {"", "+", ".", "++5", "1.2.3", "1,5", "0x10", "1e2", "nan", "inf", "1001", " 5"})
+        EXPECT_THAT(error("delay", {word, "builtin"}), HasSubstr("is no delay; such are 180")) << word;
+
     answer("presets save", {"Evening"});
     EXPECT_THAT(presetNames(), ElementsAre("Evening"));
     answer("presets rename", {"evening", "Night"});

@@ -6,8 +6,9 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <charconv>
+#include <locale>
 #include <optional>
+#include <sstream>
 
 namespace velto {
 
@@ -68,8 +69,10 @@ std::optional<Amount<Number>> amount(std::string_view word, std::string_view uni
     Amount<Number> result{-1, word.starts_with('-') ? -1 : 1, isStep};
     if (isStep) word.remove_prefix(1);
     if (word.ends_with(unit)) word.remove_suffix(unit.size());
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), result.value);
-    const bool isNumber = error == std::errc() && end == word.data() + word.size() && result.value >= 0;
+    if (word.empty() || word.find_first_not_of("0123456789.") != std::string_view::npos) return std::nullopt;
+    std::istringstream stream{std::string(word)}; // a Mac's from_chars reads no numbers with a point
+    stream.imbue(std::locale::classic());
+    const bool isNumber = stream >> result.value && stream.peek() == std::istringstream::traits_type::eof();
     return isNumber ? std::optional(result) : std::nullopt;
 }
 
