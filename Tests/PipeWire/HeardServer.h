@@ -38,16 +38,23 @@ class HeardServer : public RealServer {
         return 0;
     }
     /// By how many frames "usb" was heard later in that stretch, to the bit; none where it was something
-    /// else. A machine that is too busy for a cycle now and then leaves a hole, in the recording or in the
-    /// sound.
+    /// else. A machine that is too busy for a cycle now and then leaves a hole in either recording: what both
+    /// heard says it.
     std::optional<std::int64_t> lag(std::int64_t from, std::int64_t until) {
         const auto desk = recorder->samples("desk");
         const auto usb = recorder->samples("usb");
-        for (std::int64_t lag = 0; lag <= from; ++lag) {
+        const std::int64_t longest = std::min(from, longestLag);
+        const std::int64_t compared = (until - from) * 2 / everySample;
+        for (std::int64_t lag = 0; lag <= longest; ++lag) {
             std::int64_t equal = 0;
-            for (std::int64_t i = from * 2; i < until * 2; i += 97)
-                equal += usb[i] == desk[i - lag * 2] && usb[i] != 0;
-            if (equal * 97 > (until - from) * 3 / 2) return lag; // of twice as many
+            std::int64_t different = 0;
+            for (std::int64_t i = from * 2; i < until * 2 && different * 10 <= compared; i += everySample) {
+                const float late = usb[i];
+                const float early = desk[i - lag * 2];
+                if (late == 0 || early == 0) continue;
+                ++(late == early ? equal : different);
+            }
+            if (equal * 10 > compared && equal > different * 9) return lag;
         }
         return std::nullopt;
     }
@@ -72,6 +79,10 @@ class HeardServer : public RealServer {
         return result;
     }
 
+    /// Longer than what is ever set here, at every rate.
+    static constexpr std::int64_t longestLag = 48000;
+    /// Enough to tell noise from noise; of both channels in turn.
+    static constexpr std::int64_t everySample = 97;
     /// Of a machine that is too busy for a cycle or two.
     static constexpr std::int64_t longestHole = 4096;
 
