@@ -1,15 +1,11 @@
 #include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
 
+#include "Platform/Linux/PipeWire/PipeWireStream.h"
 #include "VeltoCore/Services/LoggingService.h"
-
-#include <pipewire/pipewire.h>
-#include <spa/param/audio/format-utils.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -18,11 +14,6 @@ namespace velto {
 namespace {
 
 constexpr std::uint32_t channelCount = 2; // the server spreads stereo over any output
-
-/// Fails with what the C library knows of the last call.
-[[noreturn]] void fail(const std::string& what) {
-    throw std::runtime_error(what + ": " + std::strerror(errno));
-}
 
 spa_audio_info_raw format(double sampleRate) {
     if (!(sampleRate >= 1 && sampleRate <= 1e6)) throw std::runtime_error("The output has no sample rate.");
@@ -37,34 +28,30 @@ spa_audio_info_raw format(double sampleRate) {
 
 } // namespace
 
-/// One stream with all that it needs, from its connection to its end.
+/// From the stream's opening to its end.
 class PipeWireAudioEngine::Run {
   public:
-    Run(FileDescriptorWatcher& watcher, RenderBlock render) : watcher_(watcher), render_(std::move(render)) {}
+    /// Throws std::runtime_error.
+    Run(FileDescriptorWatcher& watcher, const std::string& remote, spa_audio_info_raw format,
+        RenderBlock render)
+        : render_(std::move(render)), stream_(watcher, remote) {
+        stream_.open(PW_DIRECTION_OUTPUT, "Sync Test",
+                     pw_properties_new(PW_KEY_MEDIA_CATEGORY, "Playback", PW_KEY_NODE_NAME, "velto.sync-test",
+                                       nullptr),
+                     events, this, format);
+    }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
-    ~Run();
-
-    /// Throws std::runtime_error.
-    void start(const std::string& remote, double sampleRate);
 
   private:
-    void connect(const std::string& remote);
-    void openStream(spa_audio_info_raw format);
-    void serve();
     void process();
     void stateChanged(pw_stream_state state, const char* error);
 
     static const pw_stream_events events;
 
-    FileDescriptorWatcher& watcher_;
     RenderBlock render_;
-    pw_loop* loop_ = nullptr;
-    pw_context* context_ = nullptr;
-    pw_core* core_ = nullptr;
-    pw_stream* stream_ = nullptr;
-    spa_hook hook_{};
     bool isOver_ = false;
+    PipeWireStream stream_; // goes first, and with it the audio thread
 };
 
 const pw_stream_events PipeWireAudioEngine::Run::events = [] {
@@ -77,63 +64,6 @@ const pw_stream_events PipeWireAudioEngine::Run::events = [] {
     return table;
 }();
 
-PipeWireAudioEngine::Run::~Run() {
-    if (stream_) {
-        spa_hook_remove(&hook_); // its end is no news
-        pw_stream_destroy(stream_);
-    }
-    if (core_) pw_core_disconnect(core_);
-    if (loop_) watcher_.unwatch(pw_loop_get_fd(loop_));
-    if (context_) pw_context_destroy(context_); // ends the audio thread
-    if (loop_) pw_loop_destroy(loop_);
-}
-
-void PipeWireAudioEngine::Run::start(const std::string& remote, double sampleRate) {
-    const spa_audio_info_raw streamFormat = format(sampleRate);
-    connect(remote);
-    openStream(streamFormat);
-    watcher_.watchReadable(pw_loop_get_fd(loop_), [this] { serve(); });
-}
-
-void PipeWireAudioEngine::Run::connect(const std::string& remote) {
-    loop_ = pw_loop_new(nullptr);
-    if (loop_) context_ = pw_context_new(loop_, nullptr, 0);
-    if (!context_) fail("The sound server's client library could not start");
-    pw_properties* properties = pw_properties_new(nullptr, nullptr);
-    if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
-    core_ = pw_context_connect(context_, properties, 0);
-    if (!core_) fail("The sound server can't be reached");
-}
-
-void PipeWireAudioEngine::Run::openStream(spa_audio_info_raw format) {
-    // The session manager shall neither remember a volume or an output for the stream, where it can be told
-    // so (0.4.13 can't), nor take it for music.
-    stream_ = pw_stream_new(core_, "Sync Test",
-                            pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
-                                              PW_KEY_MEDIA_ROLE, "Test", PW_KEY_APP_NAME, "Velto",
-                                              PW_KEY_NODE_NAME, "velto.sync-test", "state.restore-props",
-                                              "false", "state.restore-target", "false", nullptr));
-    if (!stream_) fail("The sound server's stream could not be made");
-    pw_stream_add_listener(stream_, &hook_, &events, this);
-    std::array<std::uint8_t, 1024> memory{};
-    spa_pod_builder builder{};
-    spa_pod_builder_init(&builder, memory.data(), static_cast<std::uint32_t>(memory.size()));
-    const spa_pod* parameter = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
-    const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                                    PW_STREAM_FLAG_RT_PROCESS);
-    const int result = pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, &parameter, 1);
-    if (result < 0) {
-        errno = -result;
-        fail("The sound server's stream could not be connected");
-    }
-}
-
-void PipeWireAudioEngine::Run::serve() {
-    pw_loop_enter(loop_);
-    pw_loop_iterate(loop_, 0);
-    pw_loop_leave(loop_);
-}
-
 void PipeWireAudioEngine::Run::stateChanged(pw_stream_state state, const char* error) {
     const bool isOver = state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED;
     if (!isOver || std::exchange(isOver_, true)) return;
@@ -142,7 +72,7 @@ void PipeWireAudioEngine::Run::stateChanged(pw_stream_state state, const char* e
 }
 
 void PipeWireAudioEngine::Run::process() { // on the audio thread
-    pw_buffer* buffer = pw_stream_dequeue_buffer(stream_);
+    pw_buffer* const buffer = stream_.takeBuffer();
     if (!buffer) return;
     const spa_buffer& memory = *buffer->buffer;
     const std::uint32_t count = std::min(memory.n_datas, channelCount);
@@ -161,7 +91,7 @@ void PipeWireAudioEngine::Run::process() { // on the audio thread
                                   .stride = sizeof(float),
                                   .flags = SPA_CHUNK_FLAG_NONE};
     }
-    pw_stream_queue_buffer(stream_, buffer);
+    stream_.giveBack(buffer);
 }
 
 PipeWireAudioEngine::PipeWireAudioEngine(CoreAudioClient& client, FileDescriptorWatcher& watcher,
@@ -182,9 +112,7 @@ double PipeWireAudioEngine::outputSampleRate() {
 
 void PipeWireAudioEngine::start(double sampleRate, RenderBlock render) {
     if (run_) throw std::logic_error("The audio engine plays already.");
-    auto run = std::make_unique<Run>(watcher_, std::move(render));
-    run->start(remote_, sampleRate);
-    run_ = std::move(run);
+    run_ = std::make_unique<Run>(watcher_, remote_, format(sampleRate), std::move(render));
 }
 
 void PipeWireAudioEngine::stop() noexcept { run_.reset(); }

@@ -2,10 +2,9 @@
 #pragma once
 
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
+#include "Platform/Linux/PipeWire/PipeWireStream.h"
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Sync/Microphone.h"
-
-#include <pipewire/pipewire.h>
 
 #include <atomic>
 #include <cstdint>
@@ -34,15 +33,11 @@ class PipeWireRecording final : public Microphone::Recording {
   private:
     struct Events;
 
-    void connect(const std::string& remote);
     void openStream();
-    void close();
-    void serve();
     void look();
     void stateChanged(pw_stream_state state);
     void process();
 
-    FileDescriptorWatcher& watcher_;
     std::string uid_;
     std::uint32_t sampleRate_;
     std::size_t capacity_;
@@ -51,13 +46,9 @@ class PipeWireRecording final : public Microphone::Recording {
     std::size_t taken_ = 0;
     std::string input_;
     std::optional<Trouble> trouble_;
-    pw_loop* loop_ = nullptr;
-    pw_context* context_ = nullptr;
-    pw_core* core_ = nullptr;
     pw_registry* registry_ = nullptr;
     PipeWireGraph graph_;
-    pw_stream* stream_ = nullptr;
-    spa_hook hook_{};
+    PipeWireStream stream_; // goes first, and with it the audio thread
 };
 
 } // namespace velto
