@@ -27,7 +27,7 @@ inline std::string output(std::size_t place, std::string_view channel) {
 inline std::string keeper(std::size_t place) { return "keep" + std::to_string(place); }
 
 /// The lines that tell that it is well: the one every tenth of a second while sound runs, the other once when
-/// none does any more.
+/// it has started, and when no sound runs any more.
 inline constexpr std::string_view beat = "beat";
 inline constexpr std::string_view rest = "rest";
 

@@ -101,7 +101,10 @@ DelayProgram::~DelayProgram() {
     pw_deinit();
 }
 
-void DelayProgram::run() { pw_main_loop_run(mainLoop_); }
+void DelayProgram::run() {
+    heartbeat_->setBeating(false); // says that it has started
+    pw_main_loop_run(mainLoop_);
+}
 
 void DelayProgram::end(const std::string& why) {
     say(why);

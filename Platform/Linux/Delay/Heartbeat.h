@@ -16,6 +16,7 @@ class Heartbeat {
     /// The descriptor stays the caller's. `eachBeat` is called, also where nobody reads any more.
     Heartbeat(pw_loop* loop, int descriptor, std::function<void()> eachBeat);
 
+    /// Says at once which it is.
     void setBeating(bool isBeating);
 
   private:

@@ -30,6 +30,8 @@ namespace {
 /// Of a program that beats every tenth of a second; the second look in vain in succession says that it hangs.
 constexpr Duration lookInterval = std::chrono::milliseconds(250);
 constexpr int mostLooksInVain = 2;
+/// It starts within a hundredth of a second, where the machine isn't busy.
+constexpr Duration startDeadline = std::chrono::seconds(5);
 /// A look that comes later than that comes from a program, or a machine, that slept itself.
 constexpr Duration mostLateness = std::chrono::milliseconds(100);
 
@@ -70,6 +72,7 @@ PipeWireDelayHelper::PipeWireDelayHelper(MainActor& actor, FileDescriptorWatcher
     : actor_(actor), watcher_(watcher), outputs_(std::move(outputs)), ended_(std::move(ended)) {
     start(remote, aggregate);
     watcher_.watchReadable(descriptor_, [this] { this->ended(); });
+    awaitStart();
     awaitBeat();
 }
 
@@ -147,9 +150,19 @@ bool PipeWireDelayHelper::listen() {
     return hasHeard;
 }
 
+void PipeWireDelayHelper::awaitStart() {
+    attention_ = actor_.postAfter(startDeadline, [this, due = actor_.continuousNow() + startDeadline] {
+        attention_.reset();
+        if (actor_.continuousNow() - due > mostLateness) return awaitStart();
+        finish("It hangs at its start");
+    });
+}
+
 void PipeWireDelayHelper::awaitBeat() {
     watcher_.watchReadable(line_, [this] {
         const bool hasHeard = listen();
+        if (hasHeard && !std::exchange(hasStarted_, true))
+            actor_.cancelTimer(*std::exchange(attention_, std::nullopt));
         // Nothing to hear: the other end is closed, and the end of the process follows.
         if (!hasHeard || isBeating_) watcher_.unwatch(line_);
         if (isBeating_) attend();

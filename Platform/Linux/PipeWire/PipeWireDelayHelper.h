@@ -1,8 +1,8 @@
 // PipeWireDelayHelper: the program that delays outputs of one aggregate, run from here.
 //
-// While this object lives, so does the program; an end that was not asked for, or that the program hangs
-// while sound runs, is told once, in a turn of the main loop. Should Velto die, the program goes on by
-// itself, and ends with the aggregate. It brings a node with ports named as in
+// While this object lives, so does the program; an end that was not asked for, or that the program hangs at
+// its start or while sound runs, is told once, in a turn of the main loop. Should Velto die, the program goes
+// on by itself, and ends with the aggregate. It brings a node with ports named as in
 // Platform/Linux/Delay/DelayNames.h, which the owner links. Used on the main actor; waits for nothing but the
 // end of a program that is killed.
 #pragma once
@@ -54,6 +54,8 @@ class PipeWireDelayHelper {
     void send(const std::string& line);
     /// Takes in what the program has said; whether that was anything.
     bool listen();
+    /// The program says something as soon as it has started.
+    void awaitStart();
     /// Waits for what the program says first when sound begins to run.
     void awaitBeat();
     void attend();
@@ -70,6 +72,7 @@ class PipeWireDelayHelper {
     int descriptor_ = -1; // a pidfd: readable when the program has ended
     int line_ = -1;       // a socket: the program's standard input and output
     std::string unread_;  // the beginning of a line
+    bool hasStarted_ = false;
     bool isBeating_ = false;
     int looksInVain_ = 0;
     std::optional<MainActor::TimerID> attention_;
