@@ -1,12 +1,10 @@
 #include "Simulation/SimulatedAudioSystem.h"
 
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
-#include "VeltoCore/CoreAudio/ClampedVolume.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
-#include <cmath>
 #include <type_traits>
 #include <utility>
 
@@ -294,9 +292,7 @@ void SimulatedAudioSystem::setOutputDelays(AudioObjectID aggregate,
                                            const std::map<std::string, double>& milliseconds) {
     perform(Operation::setOutputDelays, aggregate, [=, this](Hardware& known) {
         if (!delaysOutputs) refuse(kAudioHardwareUnsupportedOperationError);
-        auto* found = known.aggregate(aggregate);
-        if (!found) refuse(kAudioHardwareBadDeviceError);
-        found->delays = milliseconds;
+        known.playedAggregate(aggregate).delays = milliseconds;
     });
 }
 
@@ -304,12 +300,7 @@ void SimulatedAudioSystem::playSweeps(AudioObjectID aggregate, const std::string
                                       const std::string& falling, double peak) {
     perform(Operation::playSweeps, aggregate, [=, this](Hardware& known) {
         if (!delaysOutputs) refuse(kAudioHardwareUnsupportedOperationError);
-        auto* found = known.aggregate(aggregate);
-        if (!found) refuse(kAudioHardwareBadDeviceError);
-        for (const std::string& output : {rising, falling})
-            if (std::ranges::find(found->members, output, &Hardware::Member::uid) == found->members.end())
-                refuse(kAudioHardwareBadDeviceError);
-        found->sweeps = {rising, falling, peak, found->sampleRate, now(), found->delays};
+        known.playSweeps(aggregate, rising, falling, peak, now());
     });
 }
 
@@ -336,14 +327,7 @@ float SimulatedAudioSystem::outputVolume(AudioObjectID device) {
 }
 
 void SimulatedAudioSystem::setOutputVolume(AudioObjectID device, float volume) {
-    perform(Operation::setOutputVolume, device, [=](Hardware& known) {
-        SimulatedDevice changed = known.requireControls(device);
-        if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
-        const float clamped = clampedVolume(volume);
-        const float step = changed.volumeStep;
-        changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
-        known.replace(changed.uid, changed);
-    });
+    perform(Operation::setOutputVolume, device, [=](Hardware& known) { known.setVolume(device, volume); });
 }
 
 bool SimulatedAudioSystem::supportsOutputMute(AudioObjectID device) noexcept {
@@ -359,12 +343,7 @@ bool SimulatedAudioSystem::outputMute(AudioObjectID device) {
 }
 
 void SimulatedAudioSystem::setOutputMute(AudioObjectID device, bool isMuted) {
-    perform(Operation::setOutputMute, device, [=](Hardware& known) {
-        SimulatedDevice changed = known.requireControls(device);
-        if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
-        changed.isMuted = isMuted;
-        known.replace(changed.uid, changed);
-    });
+    perform(Operation::setOutputMute, device, [=](Hardware& known) { known.setMute(device, isMuted); });
 }
 
 // Listeners

@@ -1,8 +1,10 @@
 #include "Simulation/SimulatedHardware.h"
 
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
+#include "VeltoCore/CoreAudio/ClampedVolume.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace velto {
 
@@ -86,6 +88,12 @@ const SimulatedHardware::Aggregate& SimulatedHardware::requireAggregate(AudioObj
 const SimulatedHardware::Member& SimulatedHardware::requireMember(AudioObjectID subDevice) const {
     const Member* found = member(subDevice);
     if (!found) refuse(kAudioHardwareUnknownPropertyError);
+    return *found;
+}
+
+SimulatedHardware::Aggregate& SimulatedHardware::playedAggregate(AudioObjectID id) {
+    Aggregate* found = aggregate(id);
+    if (!found) refuse(kAudioHardwareBadDeviceError);
     return *found;
 }
 
@@ -301,6 +309,31 @@ void SimulatedHardware::setDriftCompensation(AudioObjectID subDevice, bool isEna
     requireMember(subDevice);
     if (std::exchange(findMember(aggregates_, subDevice)->driftCompensation, isEnabled) == isEnabled) return;
     note(subDevice, kAudioSubDevicePropertyDriftCompensation);
+}
+
+void SimulatedHardware::setVolume(AudioObjectID device, float volume) {
+    SimulatedDevice changed = requireControls(device);
+    if (!changed.volume) refuse(kAudioHardwareUnsupportedOperationError);
+    const float clamped = clampedVolume(volume);
+    const float step = changed.volumeStep;
+    changed.volume = step > 0 ? std::round(clamped / step) * step : clamped;
+    replace(changed.uid, changed);
+}
+
+void SimulatedHardware::setMute(AudioObjectID device, bool isMuted) {
+    SimulatedDevice changed = requireControls(device);
+    if (!changed.isMuted) refuse(kAudioHardwareUnsupportedOperationError);
+    changed.isMuted = isMuted;
+    replace(changed.uid, changed);
+}
+
+void SimulatedHardware::playSweeps(AudioObjectID aggregate, const std::string& rising,
+                                   const std::string& falling, double peak, ContinuousInstant now) {
+    Aggregate& player = playedAggregate(aggregate);
+    for (const std::string& output : {rising, falling})
+        if (std::ranges::find(player.members, output, &Member::uid) == player.members.end())
+            refuse(kAudioHardwareBadDeviceError);
+    player.sweeps = {rising, falling, peak, player.sampleRate, now, player.delays};
 }
 
 void SimulatedHardware::note(AudioObjectID id, AudioObjectPropertySelector selector,

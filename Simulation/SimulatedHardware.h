@@ -56,6 +56,8 @@ class SimulatedHardware {
     const SimulatedDevice& requireControls(AudioObjectID id) const;
     const Aggregate& requireAggregate(AudioObjectID id) const;
     const Member& requireMember(AudioObjectID subDevice) const;
+    /// To be told how to play.
+    Aggregate& playedAggregate(AudioObjectID id);
     /// Of an aggregate those that all its outputs can run at.
     std::vector<SampleRateRange> availableSampleRates(AudioObjectID id) const;
     AudioObjectID objectID(std::string_view uid) const noexcept;
@@ -89,6 +91,12 @@ class SimulatedHardware {
     void forgetAggregates();
     void setDriftCompensation(AudioObjectID subDevice, bool isEnabled);
     void setSampleRate(AudioObjectID id, double rate);
+    /// In the steps that the device has. Refused, as the mute is, where it has none.
+    void setVolume(AudioObjectID device, float volume);
+    void setMute(AudioObjectID device, bool isMuted);
+    /// Refused unless both are the aggregate's outputs.
+    void playSweeps(AudioObjectID aggregate, const std::string& rising, const std::string& falling,
+                    double peak, ContinuousInstant now);
     /// Every device gets another object ID.
     void renumber();
 
