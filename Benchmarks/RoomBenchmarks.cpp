@@ -2,6 +2,7 @@
 // and what was measured is held to what the room is.
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/ClockedOutput.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
 #include "Tools/SoundLab/SoundRoom.h"
@@ -131,11 +132,34 @@ void kills(const std::filesystem::path& music) {
     }
 }
 
+/// Two outputs whose clocks run apart by more than those of real hardware, the earlier one delayed.
+void clocks(const std::filesystem::path& music) {
+    SoundBench bench(music);
+    const ClockedOutput fast(bench.server().socket(), "velto.lab.fast", "Fast DAC",
+                             {.partsPerMillion = 300, .milliseconds = 40, .reportedMilliseconds = 40});
+    const ClockedOutput slow(bench.server().socket(), "velto.lab.slow", "Slow Speaker",
+                             {.partsPerMillion = -300, .milliseconds = 223.4});
+    bench.play("velto.lab.fast", "velto.lab.slow");
+    bench.delay("velto.lab.fast", "183.4");
+    std::vector<double> apart;
+    for (int second = 0; second < 24; ++second) {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+        if (second < 4) continue; // until both have found their pace
+        if (const auto late = heardLaterBy(fast, slow, monotonicNow() - 600'000'000)) apart.push_back(*late);
+    }
+    bench.stop();
+    const auto [least, most] = std::ranges::minmax(apart);
+    table.add("clocks 600 millionths apart, one output delayed: heard apart",
+              text("%zu of 20 seconds, by %+.3f to %+.3f ms", apart.size(), least, most), "0.1 ms, 20 of 20",
+              apart.size() == 20 && std::max(-least, most) <= 0.1);
+}
+
 int measure(std::uint64_t rooms) {
     const OwnedFolder owned("velto-room-bench");
     const auto music = owned.path() / "voice.wav";
     writeVoiceRecording(music, 120);
     kills(music);
+    clocks(music);
     SoundBench bench(music);
     SoundRoom sound(bench.server().socket(), room(1), {SoundBench::desk, SoundBench::usb});
     Tally tally;

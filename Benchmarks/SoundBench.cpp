@@ -53,12 +53,18 @@ double SoundBench::timed(const RunningVelto::Words& command) {
     return answer.milliseconds;
 }
 
-double SoundBench::start() { return timed({"play", desk, usb}); }
+double SoundBench::play(const std::string& first, const std::string& second) {
+    return timed({"play", first, second});
+}
 
 double SoundBench::stop() { return timed({"stop"}); }
 
+void SoundBench::delay(const std::string& output, const std::string& milliseconds) {
+    timed({"delay", milliseconds, output});
+}
+
 void SoundBench::delayUSB(const std::string& milliseconds) {
-    timed({"delay", milliseconds, usb});
+    delay(usb, milliseconds);
     const auto isDelayed = [this] {
         const PipeWireGraph& graph = lab_.graph();
         const PipeWireNode* output = graph.device(usb);
@@ -72,7 +78,7 @@ void SoundBench::delayUSB(const std::string& milliseconds) {
 
 void SoundBench::undelay() {
     for (const char* output : {desk, usb})
-        timed({"delay", "0", output});
+        delay(output, "0");
 }
 
 std::optional<pid_t> SoundBench::runningHelper() { return childOf(velto_->process().id(), "velto-delay"); }

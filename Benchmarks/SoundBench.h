@@ -26,10 +26,12 @@ class SoundBench {
     explicit SoundBench(const std::filesystem::path& playedFile, int deskDriverPriority = 0);
 
     /// Each answers how long it took, in milliseconds, as the program has measured it.
-    double start();
+    double start() { return play(desk, usb); }
+    double play(const std::string& first, const std::string& second);
     double stop();
     /// Has the USB output heard later; returns when what delays it runs.
     void delayUSB(const std::string& milliseconds);
+    void delay(const std::string& output, const std::string& milliseconds);
     /// Measures with the default input.
     RunningVelto::Answer align() { return velto_->command({"align"}); }
     /// Has neither output heard later.
