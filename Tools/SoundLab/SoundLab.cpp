@@ -1,5 +1,7 @@
 #include "Tools/SoundLab/SoundLab.h"
 
+#include "Platform/Linux/Delay/AudioThread.h"
+
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 
 #include <algorithm>
@@ -95,6 +97,7 @@ void SoundLab::close() {
         pw_core_disconnect(core_);
     }
     pw_thread_loop_stop(loop_);
+    stopAudioThread(context_);
     pw_context_destroy(context_);
     pw_thread_loop_destroy(loop_);
     pw_deinit();

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Delay/DelayProgram.h"
 
+#include "Platform/Linux/Delay/AudioThread.h"
+
 #include <pipewire/impl.h>
 #include <signal.h>
 #include <unistd.h>
@@ -74,10 +76,9 @@ void DelayProgram::connect(const std::string& remote) {
     if (!context_) throw std::runtime_error("The sound server's client library could not start");
     // The audio thread asks for its priority when it starts, of a module that is not there yet: so it starts
     // again.
-    pw_data_loop* const audioThread = pw_context_get_data_loop(context_);
-    pw_data_loop_stop(audioThread);
+    stopAudioThread(context_);
     pw_context_load_module(context_, "libpipewire-module-rt", nullptr, nullptr); // where that may be had
-    pw_data_loop_start(audioThread);
+    pw_data_loop_start(pw_context_get_data_loop(context_));
     for (const char* module : {"libpipewire-module-protocol-native", "libpipewire-module-client-node"})
         if (!pw_context_load_module(context_, module, nullptr, nullptr))
             throw std::runtime_error(std::string(module) + " could not be loaded");
@@ -96,7 +97,10 @@ DelayProgram::~DelayProgram() {
     interrupted_.reset();
     terminated_.reset();
     if (core_) pw_core_disconnect(core_);
-    if (context_) pw_context_destroy(context_);
+    if (context_) {
+        stopAudioThread(context_);
+        pw_context_destroy(context_);
+    }
     if (mainLoop_) pw_main_loop_destroy(mainLoop_);
     pw_deinit();
 }

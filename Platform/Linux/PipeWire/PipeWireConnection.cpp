@@ -1,5 +1,6 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 
+#include "Platform/Linux/Delay/AudioThread.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -60,6 +61,7 @@ PipeWireConnection::~PipeWireConnection() {
     disconnect();
     if (context_) {
         watcher_.unwatch(pw_loop_get_fd(loop_));
+        stopAudioThread(context_);
         pw_context_destroy(context_);
     }
     if (loop_) pw_loop_destroy(loop_);

@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireStream.h"
 
+#include "Platform/Linux/Delay/AudioThread.h"
+
 #include <spa/param/audio/format-utils.h>
 
 #include <array>
@@ -44,7 +46,10 @@ void PipeWireStream::close() noexcept {
         pw_stream_destroy(stream_);
     }
     if (core_) pw_core_disconnect(core_);
-    if (context_) pw_context_destroy(context_); // ends the audio thread
+    if (context_) {
+        stopAudioThread(context_);
+        pw_context_destroy(context_);
+    }
     if (loop_) pw_loop_destroy(loop_);
 }
 
