@@ -1,0 +1,26 @@
+// CombineStream: the sound server's own way to play on both outputs of a bench, to be measured beside: its
+// module that combines streams, in a process of its own. It is the default output while it lives.
+#pragma once
+
+#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/ChildProcess.h"
+
+namespace velto {
+
+class CombineStream {
+  public:
+    /// Returns when it plays on both. Throws std::runtime_error with one sentence.
+    explicit CombineStream(SoundBench& bench);
+    CombineStream(const CombineStream&) = delete;
+    CombineStream& operator=(const CombineStream&) = delete;
+    /// The first output is the default again when this returns.
+    ~CombineStream();
+
+    pid_t process() const noexcept { return program_.id(); }
+
+  private:
+    SoundBench& bench_;
+    ChildProcess program_;
+};
+
+} // namespace velto
