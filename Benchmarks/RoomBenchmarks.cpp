@@ -133,8 +133,9 @@ void kills(const std::filesystem::path& music) {
 }
 
 /// Two outputs whose clocks run apart by more than those of real hardware, the earlier one delayed.
-void clocks(const std::filesystem::path& music) {
-    SoundBench bench(music);
+void clocks(const std::filesystem::path& folder) {
+    writeNoiseRecording(folder / "noise.wav", 60);
+    SoundBench bench(folder / "noise.wav");
     const ClockedOutput fast(bench.server().socket(), "velto.lab.fast", "Fast DAC",
                              {.partsPerMillion = 300, .milliseconds = 40, .reportedMilliseconds = 40});
     const ClockedOutput slow(bench.server().socket(), "velto.lab.slow", "Slow Speaker",
@@ -142,9 +143,9 @@ void clocks(const std::filesystem::path& music) {
     bench.play("velto.lab.fast", "velto.lab.slow");
     bench.delay("velto.lab.fast", "183.4");
     std::vector<double> apart;
-    for (int second = 0; second < 24; ++second) {
+    for (int second = 0; second < 32; ++second) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
-        if (second < 4) continue; // until both have found their pace
+        if (second < 12) continue; // until both have found their pace
         if (const auto late = heardLaterBy(fast, slow, monotonicNow() - 600'000'000)) apart.push_back(*late);
     }
     bench.stop();
@@ -159,7 +160,7 @@ int measure(std::uint64_t rooms) {
     const auto music = owned.path() / "voice.wav";
     writeVoiceRecording(music, 120);
     kills(music);
-    clocks(music);
+    clocks(owned.path());
     SoundBench bench(music);
     SoundRoom sound(bench.server().socket(), room(1), {SoundBench::desk, SoundBench::usb});
     Tally tally;
