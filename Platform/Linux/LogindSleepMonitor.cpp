@@ -5,10 +5,18 @@
 #include <systemd/sd-bus.h>
 
 #include <cstring>
-#include <stdexcept>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace velto {
+
+namespace {
+
+/// Machines without logind, as containers are, have no such bus: nothing is wrong with them.
+bool isAbsence(const std::error_code& code) noexcept { return code == std::errc::no_such_file_or_directory; }
+
+} // namespace
 
 /// A connection to the bus, for as long as somebody observes; it may be ended from within an observer.
 class LogindSleepMonitor::Bus : public std::enable_shared_from_this<Bus> {
@@ -43,7 +51,7 @@ class LogindSleepMonitor::Bus : public std::enable_shared_from_this<Bus> {
 
   private:
     static void require(int result) {
-        if (result < 0) throw std::runtime_error(std::strerror(-result));
+        if (result < 0) throw std::system_error(-result, std::generic_category());
     }
 
     void connect(const std::string& address) {
@@ -96,8 +104,13 @@ void LogindSleepMonitor::observe(SleepObserver observer) {
     if (!observer.willSleep && !observer.didWake) return;
     try {
         bus_ = std::make_shared<Bus>(watcher_, busAddress_, std::move(observer));
-    } catch (const std::runtime_error& error) {
-        LoggingService::lifecycle.error("Sleep and wake are not announced: {}", error.what());
+    } catch (const std::system_error& error) {
+        const std::string reason = error.code().message();
+        if (isAbsence(error.code())) {
+            LoggingService::lifecycle.info("Sleep and wake are not announced here: {}", reason);
+        } else {
+            LoggingService::lifecycle.error("Sleep and wake are not announced: {}", reason);
+        }
     }
 }
 
