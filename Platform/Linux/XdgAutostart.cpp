@@ -17,6 +17,8 @@ namespace velto {
 
 namespace {
 
+/// At login nothing is opened, whoever runs already.
+constexpr std::string_view hidden = " --hidden";
 constexpr std::string_view deletedMark = " (deleted)"; // the kernel's, on a program replaced while it runs
 
 bool isControl(char character) noexcept {
@@ -48,6 +50,16 @@ std::map<std::string, std::string> entryKeys(const std::filesystem::path& file) 
         keys.emplace(trimmed(text.substr(0, equals)), trimmed(text.substr(equals + 1)));
     }
     return keys;
+}
+
+/// The path as the value of an entry's TryExec key, which is no more than a text.
+std::string tryExecValue(const std::filesystem::path& program) {
+    std::string value;
+    for (const char character : program.native()) {
+        if (character == '\\') value += '\\';
+        value += character;
+    }
+    return value;
 }
 
 } // namespace
@@ -106,7 +118,8 @@ LoginItemService::Status XdgAutostart::status() const noexcept {
     };
     const auto exec = execValue(program_);
     const bool isOff = is("Hidden", "true") || is("X-GNOME-Autostart-enabled", "false");
-    return exec && is("Exec", *exec) && !isOff ? Status::enabled : Status::notRegistered;
+    return exec && is("Exec", *exec + std::string(hidden)) && !isOff ? Status::enabled
+                                                                     : Status::notRegistered;
 }
 
 void XdgAutostart::registerItem() {
@@ -119,8 +132,8 @@ void XdgAutostart::registerItem() {
                               "Type=Application\n"
                               "Name=Velto\n"
                               "Comment=Plays the computer's sound on two outputs at once\n"
-                              "Exec=" +
-                              *exec +
+                              "TryExec=" +
+                              tryExecValue(program_) + "\nExec=" + *exec + std::string(hidden) +
                               "\n"
                               "Terminal=false\n"
                               "X-GNOME-Autostart-enabled=true\n";

@@ -70,7 +70,9 @@ TEST_F(XdgAutostartTests, TheEntryComesAndGoes) {
     autostart.registerItem();
     EXPECT_EQ(autostart.status(), Status::enabled);
     EXPECT_THAT(contents(file), HasSubstr("[Desktop Entry]\nType=Application\n"));
-    EXPECT_THAT(contents(file), HasSubstr("\nExec=\"" + (folder / "usr/bin/velto").string() + "\"\n"));
+    EXPECT_THAT(contents(file),
+                HasSubstr("\nExec=\"" + (folder / "usr/bin/velto").string() + "\" --hidden\n"));
+    EXPECT_THAT(contents(file), HasSubstr("\nTryExec=" + (folder / "usr/bin/velto").string() + "\n"));
     std::vector<std::string> files;
     for (const auto& entry : fs::directory_iterator(file.parent_path()))
         files.push_back(entry.path().filename());

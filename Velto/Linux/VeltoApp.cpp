@@ -36,6 +36,7 @@ int raiseFirst(bool isToShow) {
         if (!isToShow || client.raise({})) return 0;
         const auto environment = Program::displayEnvironment();
         if (Program::hasDisplay(environment)) {
+            if (const auto obstacle = Program::desktopObstacle()) throw CommandFailure(*obstacle);
             // Where that doesn't work, this process ends instead of the one that plays.
             reinterpret_cast<decltype(&veltoTryDesktop)>(programSymbol("velto-desktop", "veltoTryDesktop"))();
             if (client.raise(environment)) return 0;
@@ -68,8 +69,12 @@ int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
 
 int run(int& argumentCount, char** arguments) {
     std::vector<std::string> words(arguments + 1, arguments + argumentCount);
-    // By it a desktop's session starts again what ran when it was left; it is Qt's to read.
-    if (words.size() >= 2 && words.front() == "-session") words.erase(words.begin(), words.begin() + 2);
+    // By it a desktop's session starts again what ran when it was left; it is Qt's to read, and nobody's wish
+    // to see the panel.
+    if (words.size() >= 2 && words.front() == "-session") {
+        words.erase(words.begin(), words.begin() + 2);
+        words.insert(words.begin(), "--hidden");
+    }
     const auto program = [&](const CommandLine& line) { return runProgram(line, argumentCount, arguments); };
     return runWords(std::move(words), {program, makeClient});
 }
