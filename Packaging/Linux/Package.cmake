@@ -3,21 +3,22 @@ include(GNUInstallDirs)
 find_program(VELTO_GZIP gzip REQUIRED)
 
 install(TARGETS velto RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS velto-desktop velto-windows velto-delay # where the program looks for them
-  LIBRARY DESTINATION lib/velto RUNTIME DESTINATION lib/velto)
+# Where the program looks for them. Modules lie one folder lower than programs: what lies where libraries are looked for
+# would have the package call ldconfig.
+install(TARGETS velto-desktop velto-windows velto-delay
+  LIBRARY DESTINATION lib/velto/modules RUNTIME DESTINATION lib/velto)
 set(files ${CMAKE_CURRENT_LIST_DIR})
 install(FILES ${files}/com.corlent.velto.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${files}/com.corlent.velto.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
 install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/com.corlent.velto.svg DESTINATION ${icons}/scalable/apps)
 install(FILES ${files}/com.corlent.velto-symbolic.svg DESTINATION ${icons}/symbolic/apps)
-# What a desktop draws in its status area, in its own colour.
-foreach(symbol speaker.wave.2 hifispeaker.2)
-  install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/symbols/${symbol}.svg DESTINATION ${icons}/symbolic/status
-    RENAME com.corlent.velto.${symbol}-symbolic.svg)
+# What a desktop draws in its status area, in its own colour. Not in a folder for such icons: Debian's theme has none.
+foreach(form idle playing missing asking)
+  install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/status/${form}.svg DESTINATION ${icons}/symbolic/apps
+    RENAME com.corlent.velto.${form}-symbolic.svg)
 endforeach()
 install(FILES ${files}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/velto)
-install(FILES ${files}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME velto)
 
 # Debian keeps these compressed, the same for every build.
 function(install_compressed file destination)
@@ -38,7 +39,10 @@ install(FILES ${texts}/_velto DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-co
 install(FILES ${texts}/velto.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 
 set(CPACK_PACKAGE_NAME velto)
-set(CPACK_PACKAGE_CONTACT "The Velto authors <velto@localhost>")
+set(CPACK_PACKAGE_CONTACT "The Velto authors <velto@corlent.com>")
+set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://corlent.com/velto")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${files}/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -60,5 +64,5 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What the windows load by name.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtqml, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, \
 qml6-module-qtquick, qml6-module-qtquick-templates, qml6-module-qtquick-window")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pipewire, wireplumber, fonts-inter")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pipewire, wireplumber, fonts-inter, qt6-wayland")
 include(CPack)

@@ -6,8 +6,9 @@ namespace fs = std::filesystem;
 
 fs::path programPart(const fs::path& name) {
     const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-    fs::path file = folder / name;
-    return fs::exists(file) ? file : folder / "../lib/velto" / name;
+    for (const char* place : {"", "../lib/velto"})
+        if (fs::path file = folder / place / name; fs::exists(file)) return file;
+    return folder / "../lib/velto/modules" / name;
 }
 
 } // namespace velto

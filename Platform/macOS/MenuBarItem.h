@@ -23,6 +23,8 @@ class MenuBarItem {
     /// A separator has no label.
     struct MenuEntry {
         std::string label;
+        bool isEnabled = true;
+        bool isChecked = false;
         std::function<void()> chosen;
     };
     struct Handlers {
@@ -32,8 +34,8 @@ class MenuBarItem {
         std::function<void()> removed;
         /// Up is positive, one notch of a wheel is 1.
         std::function<void(double)> scrolled;
-        /// Of the menu that a click with the second button, or with Control, shows.
-        std::vector<MenuEntry> menu;
+        /// What the menu has that a click with the second button, or with Control, shows; asked at each.
+        std::function<std::vector<MenuEntry>()> menu;
     };
 
     explicit MenuBarItem(Handlers handlers);
@@ -41,8 +43,8 @@ class MenuBarItem {
     MenuBarItem& operator=(const MenuBarItem&) = delete;
     ~MenuBarItem();
 
-    /// The name of a system symbol, and what VoiceOver reads for it.
-    void setLabel(std::string_view symbol, std::string_view accessibilityText);
+    /// The name of a system symbol, what VoiceOver reads for it, and what is shown beside a pointer on it.
+    void setLabel(std::string_view symbol, std::string_view accessibilityText, std::string_view toolTip);
     Place place() const;
 
   private:

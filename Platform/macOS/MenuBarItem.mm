@@ -19,6 +19,7 @@ NSString* const visibleKey = @"visible";
 @interface VeltoMenuBarTarget : NSObject
 @property(nonatomic) velto::MenuBarItem::Handlers handlers;
 @property(nonatomic, strong) NSStatusItem* item;
+@property(nonatomic) std::vector<velto::MenuBarItem::MenuEntry> shownMenu; // the last one
 @end
 
 @implementation VeltoMenuBarTarget
@@ -38,7 +39,9 @@ NSString* const visibleKey = @"visible";
 /// An item that keeps a menu would show it for every click.
 - (void)showMenu {
     NSMenu* menu = [[NSMenu alloc] init];
-    for (std::size_t i = 0; i < _handlers.menu.size(); ++i)
+    menu.autoenablesItems = NO;
+    _shownMenu = _handlers.menu();
+    for (std::size_t i = 0; i < _shownMenu.size(); ++i)
         [menu addItem:[self menuItem:i]];
     self.item.menu = menu;
     [self.item.button performClick:nil];
@@ -46,18 +49,20 @@ NSString* const visibleKey = @"visible";
 }
 
 - (NSMenuItem*)menuItem:(std::size_t)index {
-    const std::string& label = _handlers.menu[index].label;
-    if (label.empty()) return NSMenuItem.separatorItem;
-    NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:velto::platformText(label)
+    const velto::MenuBarItem::MenuEntry& entry = _shownMenu[index];
+    if (entry.label.empty()) return NSMenuItem.separatorItem;
+    NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:velto::platformText(entry.label)
                                                   action:@selector(chosen:)
                                            keyEquivalent:@""];
     item.target = self;
     item.tag = static_cast<NSInteger>(index);
+    item.enabled = entry.isEnabled;
+    item.state = entry.isChecked ? NSControlStateValueOn : NSControlStateValueOff;
     return item;
 }
 
 - (void)chosen:(NSMenuItem*)sender {
-    _handlers.menu[static_cast<std::size_t>(sender.tag)].chosen();
+    _shownMenu[static_cast<std::size_t>(sender.tag)].chosen();
 }
 
 /// The system accelerates a wheel: a notch is a notch here. What a trackpad sends after the fingers have left
@@ -116,7 +121,8 @@ MenuBarItem::~MenuBarItem() {
     [NSStatusBar.systemStatusBar removeStatusItem:item_->target.item];
 }
 
-void MenuBarItem::setLabel(std::string_view symbol, std::string_view accessibilityText) {
+void MenuBarItem::setLabel(std::string_view symbol, std::string_view accessibilityText,
+                           std::string_view toolTip) {
     @autoreleasepool {
         NSString* text = platformText(accessibilityText);
         NSStatusBarButton* button = item_->target.item.button;
@@ -125,7 +131,7 @@ void MenuBarItem::setLabel(std::string_view symbol, std::string_view accessibili
         [image setTemplate:YES]; // in the menu bar's own colour
         button.image = image;
         button.title = image ? @"" : @"Velto"; // never invisible
-        button.toolTip = text;
+        button.toolTip = platformText(toolTip);
         button.accessibilityLabel = text;
     }
 }

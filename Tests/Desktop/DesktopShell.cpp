@@ -37,6 +37,7 @@ DesktopShell::DesktopShell()
     for (const char* name : {"NewIcon", "NewTitle", "NewToolTip", "NewStatus"})
         bus_.connect({}, itemPath, itemInterface, QString::fromLatin1(name), this,
                      SLOT(noteSignal(QDBusMessage)));
+    bus_.connect({}, {}, "com.canonical.dbusmenu", "LayoutUpdated", this, SLOT(noteSignal(QDBusMessage)));
     EXPECT_TRUE(bus_.interface()->registerService(watcher, QDBusConnectionInterface::ReplaceExistingService,
                                                   QDBusConnectionInterface::AllowReplacement));
 }

@@ -4,6 +4,7 @@
 #include "Tests/Desktop/DesktopShell.h"
 #include "Tests/Desktop/DesktopTest.h"
 #include "Tools/SoundLab/OwnedFolder.h"
+#include "Velto/Qt/SymbolImage.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -13,6 +14,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -50,14 +52,18 @@ class NotifierStatusItemTests : public testing::Test {
         item.emplace(
             StatusItem::Handlers{.activated = [this](const QRect& place) { places.push_back(place); },
                                  .scrolled = [this](double notches) { scrolled.push_back(notches); },
-                                 .settingsChosen = [this] { chosen.emplace_back("settings"); },
-                                 .quitChosen = [this] { chosen.emplace_back("quit"); }});
+                                 .menu = [this] { return menu; },
+                                 .menuWanted = [this](const QRect& place) { menuPlaces.push_back(place); },
+                                 .quitChosen = [] {}});
+    }
+    StatusMenuEntry entry(const std::string& key, const std::string& label) {
+        return {.key = key, .label = label, .chosen = [this, key] { chosen.push_back(key); }};
     }
     /// An item that is shown, and its signals so far are forgotten.
     void showItem() {
         shell.emplace();
         makeItem();
-        item->setLabel("speaker.wave.2", "Velto");
+        item->setLook(idle);
         ASSERT_TRUE(isShown());
         shell->takeSignals();
     }
@@ -86,7 +92,14 @@ class NotifierStatusItemTests : public testing::Test {
     std::optional<NotifierStatusItem> item;
     std::vector<QRect> places;
     std::vector<double> scrolled;
+    std::vector<QRect> menuPlaces;
     std::vector<std::string> chosen;
+    std::vector<StatusMenuEntry> menu;
+    const StatusItem::Look idle{
+        .form = StatusItemForm::idle, .accessibilityText = "Velto", .toolTip = "Not playing"};
+    const StatusItem::Look playing{.form = StatusItemForm::playing,
+                                   .accessibilityText = "Velto, playing together",
+                                   .toolTip = "AirPods + Desk, 40%"};
 };
 
 TEST_F(NotifierStatusItemTests, TheDesktopIsToldOfItOnceThereIsSomethingToShow) {
@@ -94,35 +107,33 @@ TEST_F(NotifierStatusItemTests, TheDesktopIsToldOfItOnceThereIsSomethingToShow) 
     makeItem();
     shell->settle();
     EXPECT_THAT(shell->items(), IsEmpty());
-    item->setLabel("speaker.wave.2", "Velto");
+    item->setLook(idle);
     ASSERT_TRUE(isShown());
     EXPECT_THAT(shell->items(), ElementsAre(service));
     EXPECT_EQ(shell->property("ItemIsMenu"), false);
     const QVariant toolTip = shell->property("ToolTip");
     ASSERT_EQ(signature(toolTip), "(sa(iiay)ss)");
     EXPECT_EQ(qdbus_cast<NotifierToolTip>(toolTip).title, "Velto");
+    EXPECT_EQ(qdbus_cast<NotifierToolTip>(toolTip).text, "Not playing");
 }
 
 TEST_F(NotifierStatusItemTests, TheIconIsTheSymbolInTheColourOfText) {
     showItem();
     ASSERT_EQ(signature(shell->property("IconPixmap")), "a(iiay)");
-    const NotifierPixmaps idle = icon();
-    ASSERT_THAT(idle, SizeIs(Ge(3)));
-    for (const NotifierPixmap& pixmap : idle) {
+    const NotifierPixmaps sizes = icon();
+    ASSERT_THAT(sizes, SizeIs(Ge(3)));
+    for (const NotifierPixmap& pixmap : sizes) {
         EXPECT_THAT(pixmap.width, AllOf(Ge(16), Le(48)));
         EXPECT_EQ(pixmap.bytes.size(), pixmap.width * pixmap.height * 4);
         EXPECT_THAT(inks(pixmap), ElementsAre(qRgb(0x11, 0x22, 0x33))) << pixmap.width;
         EXPECT_EQ(pixmap.bytes[0], 0) << "no corner is drawn";
     }
 
-    item->setLabel("hifispeaker.2", "Velto, playing together");
+    item->setLook(playing);
     EXPECT_THAT(shell->takeSignals(), testing::UnorderedElementsAre("NewIcon", "NewTitle", "NewToolTip"));
-    const NotifierPixmaps playing = icon();
-    EXPECT_NE(playing.front().bytes, idle.front().bytes);
     EXPECT_EQ(shell->property("Title"), "Velto, playing together");
-    EXPECT_EQ(qdbus_cast<NotifierToolTip>(shell->property("ToolTip")).title, "Velto, playing together");
-
-    item->setLabel("hifispeaker.2", "Velto, playing together");
+    EXPECT_EQ(qdbus_cast<NotifierToolTip>(shell->property("ToolTip")).text, "AirPods + Desk, 40%");
+    item->setLook(playing);
     EXPECT_THAT(shell->takeSignals(), IsEmpty());
 
     setTextColor({0xfe, 0xed, 0xdc});
@@ -130,19 +141,36 @@ TEST_F(NotifierStatusItemTests, TheIconIsTheSymbolInTheColourOfText) {
     EXPECT_THAT(inks(icon().front()), ElementsAre(qRgb(0xfe, 0xed, 0xdc)));
 }
 
+TEST_F(NotifierStatusItemTests, ItsFormsAreToldApartAtSixteenPixelsInOneColour) {
+    std::vector<QImage> forms{symbolImage("speaker.wave.2", Qt::black, {16, 16})}; // other programs' volume
+    for (const auto form :
+         {StatusItemForm::idle, StatusItemForm::playing, StatusItemForm::missing, StatusItemForm::asking})
+        forms.push_back(statusImage(form, Qt::black, {16, 16}));
+    constexpr int differing = 45; // of 256 pixels
+    for (std::size_t one = 0; one < forms.size(); ++one)
+        for (std::size_t other = 0; other < one; ++other) {
+            double difference = 0;
+            for (int y = 0; y < 16; ++y)
+                for (int x = 0; x < 16; ++x)
+                    difference +=
+                        std::abs(qAlpha(forms[one].pixel(x, y)) - qAlpha(forms[other].pixel(x, y))) / 255.0;
+            EXPECT_GE(difference, differing) << one << " and " << other;
+        }
+}
+
 TEST_F(NotifierStatusItemTests, AnIconThatTheDesktopCanColourIsPreferred) {
     const OwnedFolder folder("velto-icons");
     const std::filesystem::path icons = folder.path() / "hicolor" / "symbolic";
-    std::filesystem::create_directories(icons / "status");
+    std::filesystem::create_directories(icons / "apps");
     std::ofstream(folder.path() / "hicolor" / "index.theme")
-        << "[Icon Theme]\nName=Hicolor\nDirectories=symbolic/status\n"
-           "[symbolic/status]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\nContext=Status\n";
-    std::ofstream(icons / "status" / "com.corlent.velto.speaker.wave.2-symbolic.svg") << "<svg/>";
+        << "[Icon Theme]\nName=Hicolor\nDirectories=symbolic/apps\n"
+           "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\nContext=Applications\n";
+    std::ofstream(icons / "apps" / "com.corlent.velto.idle-symbolic.svg") << "<svg/>";
     QIcon::setThemeSearchPaths({QString::fromStdString(folder.path())});
     QIcon::setThemeName("hicolor");
     showItem();
-    EXPECT_EQ(shell->property("IconName"), "com.corlent.velto.speaker.wave.2-symbolic");
-    item->setLabel("hifispeaker.2", "Velto, playing together");
+    EXPECT_EQ(shell->property("IconName"), "com.corlent.velto.idle-symbolic");
+    item->setLook(playing);
     EXPECT_EQ(shell->property("IconName"), "") << "there is none of that name";
 }
 
@@ -163,14 +191,20 @@ TEST_F(NotifierStatusItemTests, ClicksSayWhereAndTheWheelHowFar) {
     EXPECT_THAT(scrolled, ElementsAre(1, -2, 0.5, -1, 2));
 }
 
-TEST_F(NotifierStatusItemTests, WhatIsChosenInTheMenuIsDoneOnce) {
+TEST_F(NotifierStatusItemTests, TheMenuFollowsWhatHappensAndWhatIsChosenInItIsDoneOnce) {
+    menu = {entry("play", "Play Together"),
+            entry("a", "Evening_1"),
+            {.key = "line"},
+            entry("quit", "Quit Velto")};
+    menu[1].isChecked = true;
     showItem();
-    EXPECT_TRUE(shell->choose("Settings…"));
+    EXPECT_TRUE(shell->choose("Play Together"));
+    EXPECT_TRUE(shell->choose("Evening__1")) << "one alone would mark a key";
     EXPECT_TRUE(shell->choose("Quit Velto"));
-    EXPECT_THAT(chosen, ElementsAre("settings", "quit"));
-    EXPECT_TRUE(shell->choose("Open Velto"));
-    ASSERT_THAT(places, SizeIs(1));
-    EXPECT_TRUE(places[0].isEmpty());
+    EXPECT_THAT(chosen, ElementsAre("play", "a", "quit"));
+    shell->callItem("ContextMenu", {300, 40}); // from a desktop that draws none
+    ASSERT_THAT(menuPlaces, SizeIs(1));
+    EXPECT_EQ(menuPlaces[0].center(), QPoint(300, 40));
 
     const auto event = [](int id, const char* name) {
         return NotifierMenuEvent{id, QString::fromLatin1(name), QDBusVariant(0), 0};
@@ -183,7 +217,26 @@ TEST_F(NotifierStatusItemTests, WhatIsChosenInTheMenuIsDoneOnce) {
     const QDBusMessage answer = shell->callMenu("EventGroup", {QVariant::fromValue(events)});
     EXPECT_EQ(answer.errorMessage().toStdString(), "");
     EXPECT_EQ(qdbus_cast<QList<int>>(answer.arguments().value(0)), QList<int>{77});
-    EXPECT_THAT(chosen, ElementsAre("settings"));
+    EXPECT_THAT(chosen, ElementsAre("a"));
+
+    // It changes while it is on the screen: the desktop is told once, and a click means what was seen.
+    menu = {entry("stop", "Stop"),
+            {.key = "volume", .label = "Volume: 40%", .isEnabled = false},
+            entry("quit", "Quit Velto")};
+    shell->takeSignals();
+    item->menuChanged();
+    item->menuChanged();
+    EXPECT_THAT(shell->takeSignals(), ElementsAre("LayoutUpdated"));
+    chosen.clear();
+    const auto click = [&](int id) {
+        return shell->callMenu("Event", {id, "clicked", QVariant::fromValue(QDBusVariant(0)), 0U});
+    };
+    EXPECT_NE(click(1).errorMessage().toStdString(), "") << "there is nothing to play any more";
+    click(4);
+    EXPECT_THAT(chosen, ElementsAre("quit"));
+    EXPECT_TRUE(shell->choose("Volume: 40%")) << "it is there";
+    EXPECT_TRUE(shell->choose("Stop"));
+    EXPECT_THAT(chosen, ElementsAre("quit", "stop")) << "but not to be chosen";
 }
 
 } // namespace

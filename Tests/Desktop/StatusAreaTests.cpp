@@ -5,6 +5,10 @@
 #include "Tests/Support/Machine.h"
 #include "Tests/Support/UnseenUserInterface.h"
 #include "Velto/Linux/LinuxApplication.h"
+#include "Velto/Linux/NotifierStatusItemTypes.h"
+
+#include <QCoreApplication>
+#include <QEvent>
 
 #include <gmock/gmock.h>
 
@@ -33,8 +37,12 @@ class StatusAreaTests : public MachineTest {
     void start() {
         defaults.set("hasCompletedOnboarding", true);
         delegate.emplace(platform());
-        application.emplace(*delegate, host,
-                            [this](auto) { return std::make_unique<UnseenUserInterface>(windows); });
+        application.emplace(
+            *delegate, host, [this](auto) { return std::make_unique<UnseenUserInterface>(windows); },
+            [this](const auto& condition) {
+                loop.runUntilIdle();
+                return condition();
+            });
         delegate->applicationDidFinishLaunching();
         application->start();
         loop.runReady();
@@ -139,6 +147,17 @@ TEST_F(StatusAreaTests, AListOfItemsThatNobodyDrawsIsNoStatusArea) {
     EXPECT_EQ(windows.style, PanelStyle::window);
 }
 
+TEST_F(StatusAreaTests, AtTheEndOfTheDesktopsSessionAllIsPutBackBeforeTheLoopEnds) {
+    shell.emplace();
+    start();
+    play();
+    QEvent end(QEvent::Quit); // as Qt sends it when the session manager says that it is over
+    QCoreApplication::sendEvent(QCoreApplication::instance(), &end);
+    EXPECT_THAT(world.aggregates(), testing::IsEmpty());
+    EXPECT_TRUE(application->delegate().isShuttingDown());
+    EXPECT_THAT(log.lines(), testing::Not(testing::Contains(testing::HasSubstr("before all outputs"))));
+}
+
 TEST_F(StatusAreaTests, TheItemShowsWhatPlaysAndAnswersTheWheelAndTheMenu) {
     shell.emplace();
     start();
@@ -154,8 +173,19 @@ TEST_F(StatusAreaTests, TheItemShowsWhatPlaysAndAnswersTheWheelAndTheMenu) {
     shell->callItem("Scroll", {-120, "vertical"});
     EXPECT_FLOAT_EQ(menuBar().masterVolume(), 0.54F);
 
+    loop.runUntilIdle();
+    EXPECT_EQ(qdbus_cast<NotifierToolTip>(shell->property("ToolTip")).text.toStdString(),
+              "Built-in Speakers + Headphones, 54%");
     EXPECT_TRUE(shell->choose("Settings…"));
     EXPECT_EQ(windows.settingsShown, 1);
+    EXPECT_TRUE(shell->choose("Open Velto"));
+    EXPECT_EQ(windows.panelsShown, 1);
+    shell->callItem("ContextMenu", {200, 10});
+    EXPECT_THAT(windows.menu, SizeIs(testing::Ge(6U)));
+    EXPECT_EQ(windows.place.center(), QPoint(200, 10));
+    EXPECT_TRUE(shell->choose("Stop: Built-in Speakers + Headphones"));
+    loop.runUntilIdle();
+    EXPECT_FALSE(menuBar().isPlaying());
     EXPECT_TRUE(shell->choose("Quit Velto"));
     EXPECT_TRUE(application->delegate().isShuttingDown());
     loop.runUntilIdle();

@@ -39,7 +39,7 @@ void FakeAppKit::clickItem() { item.clicked(); }
 void FakeAppKit::scrollOverItem(double notches) { item.scrolled(notches); }
 
 bool FakeAppKit::choose(std::string_view label) {
-    for (const MenuBarItem::MenuEntry& entry : item.menu) {
+    for (const MenuBarItem::MenuEntry& entry : item.menu()) {
         if (entry.label != label) continue;
         entry.chosen();
         return true;
@@ -62,7 +62,7 @@ struct MenuBarItem::Item {};
 
 MenuBarItem::MenuBarItem(Handlers handlers) { FakeAppKit::current().item = std::move(handlers); }
 MenuBarItem::~MenuBarItem() { FakeAppKit::current().item = {}; }
-void MenuBarItem::setLabel(std::string_view symbol, std::string_view accessibilityText) {
+void MenuBarItem::setLabel(std::string_view symbol, std::string_view accessibilityText, std::string_view) {
     FakeAppKit::current().symbol = symbol;
     FakeAppKit::current().accessibilityText = accessibilityText;
 }

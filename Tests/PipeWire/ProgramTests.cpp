@@ -4,6 +4,7 @@
 #include "Tools/SoundLab/RunningVelto.h"
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 
 namespace velto {
@@ -85,6 +86,33 @@ TEST_F(ProgramTests, OneWithoutWindowsOpensThemOnTheDisplayOfASecondStartAndPlay
     velto.process().signal(SIGTERM);
     EXPECT_EQ(velto.process().wait(10s), 0);
     EXPECT_TRUE(isPutBack());
+}
+
+TEST_F(ProgramTests, PartsThatAreMissingOrOfAnotherBuildAreNoticedBeforeTheyAreUsed) {
+    namespace fs = std::filesystem;
+    const fs::path built = fs::path(VELTO_PROGRAM).parent_path();
+    const fs::path folder = server.folder() / "installed";
+    fs::create_directory(folder);
+    fs::copy_file(built / "velto", folder / "velto");
+    fs::copy_file(built / "velto-desktop.so", folder / "velto-desktop.so");
+    const fs::path log = server.folder() / "installed.log";
+    RunningVelto velto(folder / "velto", onDisplay(), log, "--hidden");
+    ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
+    const auto isLogged = [&](const char* sentence) {
+        std::ifstream stream(log);
+        return std::string(std::istreambuf_iterator<char>(stream), {}).contains(sentence);
+    };
+    EXPECT_EQ(call(onDisplay(), {}), 0);
+    EXPECT_TRUE(runUntil([&] { return isLogged("missing: velto-windows"); }));
+    fs::copy_file(built / "velto-desktop.so", folder / "velto-windows.so");
+    EXPECT_EQ(call(onDisplay(), {}), 0);
+    EXPECT_TRUE(runUntil([&] { return isLogged("was changed while it ran"); }));
+    fs::remove(folder / "velto-windows.so");
+    fs::copy_file(built / "velto-windows.so", folder / "velto-windows.so");
+    EXPECT_EQ(call(onDisplay(), {}), 0);
+    EXPECT_TRUE(runUntil([&] { return hasLoaded(velto, "velto-windows.so"); }));
+    EXPECT_TRUE(lab->exists(aggregateUID)) << "what plays goes on";
+    EXPECT_EQ(velto.command({"quit"}).error, "");
 }
 
 TEST_F(ProgramTests, CommandsSayHowTheyEnded) {

@@ -5,6 +5,8 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace velto {
 
@@ -14,6 +16,7 @@ struct UnseenWindows {
     int panelsShown = 0;
     QRect place;
     int settingsShown = 0;
+    std::vector<StatusMenuEntry> menu;
 };
 
 class UnseenUserInterface final : public UserInterface {
@@ -27,6 +30,10 @@ class UnseenUserInterface final : public UserInterface {
     }
     void togglePanel(const QRect& statusItem) override { showPanel(statusItem); }
     void showSettings() override { ++windows_.settingsShown; }
+    void showMenu(std::vector<StatusMenuEntry> entries, const QRect& statusItem) override {
+        windows_.menu = std::move(entries);
+        windows_.place = statusItem;
+    }
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()>) override { return nullptr; }
 
   private:

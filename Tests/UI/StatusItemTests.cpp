@@ -51,6 +51,59 @@ TEST_F(StatusItemTests, aClickDropsThePanelAndTheWheelTurnsAllVolumes) {
     EXPECT_FALSE(windows->panel()->isVisible());
 }
 
+TEST_F(StatusItemTests, thePanelHangsFromTheBarWhereverThatIsAndHoweverItGrows) {
+    TestTray tray;
+    launch();
+    tray.serve();
+    settle();
+    constexpr int top = 1960; // of a bar at the bottom
+    tray.moveTo(1500, top);
+    QTest::mouseClick(&icon(), Qt::LeftButton);
+    settle();
+    const auto gap = [&] { return top - windows->panel()->y() - windows->panel()->height(); };
+    EXPECT_NEAR(windows->panel()->x() + windows->panel()->width() / 2, 1512, 2);
+    EXPECT_NEAR(gap(), 6, 1);
+    const int height = windows->panel()->height();
+    play("airpods", "flip");
+    const int grown = windows->panel()->height();
+    EXPECT_GT(grown, height);
+    EXPECT_NEAR(gap(), 6, 1);
+    menuBar().stop();
+    actor.runUntilIdle();
+    settle();
+    EXPECT_LT(windows->panel()->height(), grown);
+    EXPECT_NEAR(gap(), 6, 1);
+}
+
+TEST_F(StatusItemTests, theOtherButtonShowsAMenuForPointerAndKeys) {
+    TestTray tray;
+    launch();
+    tray.serve();
+    settle();
+    choose("airpods", "flip");
+    const auto open = [&] {
+        QTest::mouseClick(&icon(), Qt::RightButton);
+        settle();
+    };
+    open();
+    ASSERT_TRUE(windows->menu());
+    page(windows->menu(), "The menu").click("Play Together: AirPods Pro + JBL Flip 6");
+    actor.runUntilIdle();
+    settle();
+    EXPECT_TRUE(menuBar().isPlaying());
+    EXPECT_EQ(windows->menu(), nullptr);
+
+    open();
+    page(windows->menu(), "The menu").key(Qt::Key_Escape);
+    EXPECT_EQ(windows->menu(), nullptr);
+    open();
+    page(windows->menu(), "The menu").key(Qt::Key_Down);
+    page(windows->menu(), "The menu").key(Qt::Key_Return);
+    actor.runUntilIdle();
+    settle();
+    EXPECT_FALSE(menuBar().isPlaying());
+}
+
 } // namespace
 
 } // namespace velto

@@ -1,5 +1,6 @@
 #include "Tests/UI/TestTray.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -32,6 +33,12 @@ xcb_atom_t TestTray::atom(std::string_view name) const {
     const std::unique_ptr<xcb_intern_atom_reply_t, Freed> reply(
         xcb_intern_atom_reply(connection_, question, nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+void TestTray::moveTo(int x, int y) {
+    const std::array place{static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+    xcb_configure_window(connection_, window_, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place.data());
+    std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
 
 void TestTray::serve() {

@@ -17,6 +17,8 @@ class TestTray {
     TestTray& operator=(const TestTray&) = delete;
     ~TestTray() { xcb_disconnect(connection_); }
 
+    /// As a bar does that grows, with all that lies in it.
+    void moveTo(int x, int y);
     /// Takes in those who have asked so far.
     void serve();
     int iconCount() const noexcept { return iconCount_; }

@@ -65,7 +65,8 @@ void WindowTest::launch() {
 void WindowTest::launchForTheFirstTime() {
     delegate = std::make_unique<AppDelegate>(computer.platform());
     application = std::make_unique<LinuxApplication>(
-        *delegate, computer.host(), [this](UserInterface::Context context) {
+        *delegate, computer.host(),
+        [this](UserInterface::Context context) {
             auto made = std::make_unique<QuickUserInterface>(std::move(context));
             made->appearance().overrule({.isDark = false,
                                          .accent = QColor(0x2f, 0x6b, 0xe8),
@@ -73,6 +74,10 @@ void WindowTest::launchForTheFirstTime() {
                                          .isComposited = true});
             windows = made.get();
             return made;
+        },
+        [this](const auto& condition) {
+            actor.runUntilIdle();
+            return condition();
         });
     delegate->applicationDidFinishLaunching();
     application->start();

@@ -41,6 +41,7 @@ class WindowTest : public testing::Test {
     Page settings();
     Page welcome();
     Page benchPage();
+    Page page(QQuickWindow* window, std::string_view what);
 
     void settle();
     void advance(Duration interval);
@@ -71,8 +72,6 @@ class WindowTest : public testing::Test {
 
   private:
     class Watcher;
-
-    Page page(QQuickWindow* window, std::string_view what);
 
     std::unique_ptr<Watcher> watcher_;
 };

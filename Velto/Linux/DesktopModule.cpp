@@ -1,17 +1,22 @@
 // Compiled into the module.
 #include "Velto/Linux/DesktopModule.h"
 
+#include "Velto/Linux/DisplayChoice.h"
 #include "Velto/Linux/LinuxApplication.h"
 #include "Velto/Linux/QtLoop.h"
 #include "Velto/Linux/UserInterfaceModule.h"
 
 #include <QGuiApplication>
 #include <QIcon>
+#include <QSessionManager>
 
 #include <chrono>
 #include <cstdlib>
 #include <functional>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace velto {
 
@@ -40,21 +45,58 @@ class LostDisplay {
     }
 };
 
+/// The login item starts the program, so a session that is restored must not start it once more. That the
+/// session is asked to end is no more than a question: another program may refuse.
+void keepOutOfSavedSessions(QGuiApplication& qt) {
+    const auto refuse = [](QSessionManager& session) {
+        session.setRestartHint(QSessionManager::RestartNever);
+    };
+    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &qt, refuse, Qt::DirectConnection);
+    QObject::connect(&qt, &QGuiApplication::saveStateRequest, &qt, refuse, Qt::DirectConnection);
+}
+
+/// Tells Qt which display to take, and how large, until it has; programs that are started from here choose
+/// for themselves. What the user has told it stands.
+class ToldDisplay {
+  public:
+    ToldDisplay() {
+        const DisplayChoice choice = DisplayChoice::make();
+        tell("QT_QPA_PLATFORM", choice.platform);
+        if (choice.scale > 1) tell("QT_SCALE_FACTOR", QByteArray::number(choice.scale));
+    }
+    ToldDisplay(const ToldDisplay&) = delete;
+    ToldDisplay& operator=(const ToldDisplay&) = delete;
+    ~ToldDisplay() {
+        for (const char* name : told_)
+            qunsetenv(name);
+    }
+
+  private:
+    void tell(const char* name, const QByteArray& value) {
+        if (value.isEmpty() || !qgetenv(name).isEmpty()) return;
+        qputenv(name, value);
+        told_.push_back(name);
+    }
+
+    std::vector<const char*> told_;
+};
+
 int runDesktop(const DesktopContext& context) {
+    std::optional<ToldDisplay> display(std::in_place);
     QGuiApplication qt(context.argumentCount, context.arguments);
+    display.reset();
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    keepOutOfSavedSessions(qt);
     QtLoop loop(context.actor);
 
-    LinuxApplication application(context.delegate, context.host, loadUserInterface);
     const auto waitUntil = [&context](const std::function<bool()>& condition) {
         return context.actor.runUntil(condition, sessionEndPatience);
     };
-    QObject::connect(&qt, &QGuiApplication::commitDataRequest, &loop,
-                     [&] { application.endSession(waitUntil); });
-    const LostDisplay lostDisplay([&] { application.endWithoutDisplay(waitUntil); });
+    LinuxApplication application(context.delegate, context.host, loadUserInterface, waitUntil);
+    const LostDisplay lostDisplay([&] { application.endNow(); });
     application.start(context.isHidden);
     context.raisable([&application] { application.raise(); });
     const int status = QGuiApplication::exec();
@@ -66,10 +108,17 @@ int runDesktop(const DesktopContext& context) {
 
 } // namespace velto
 
+[[gnu::visibility("default")]] const char* veltoDesktopObstacle() {
+    static std::string obstacle;
+    obstacle = velto::DisplayChoice::make().obstacle;
+    return obstacle.empty() ? nullptr : obstacle.c_str();
+}
+
 [[gnu::visibility("default")]] void veltoTryDesktop() {
     int argumentCount = 1;
     char name[] = "velto";
     char* arguments[] = {name, nullptr};
+    const velto::ToldDisplay display;
     const QGuiApplication qt(argumentCount, arguments);
 }
 

@@ -27,8 +27,11 @@ struct DesktopContext {
 } // namespace velto
 
 extern "C" {
-/// Whether a desktop can be had on the display that the environment names. Where not, Qt ends the process: it
-/// is for one that has nothing to lose.
+/// A sentence that says why there can be no desktop on the display that the environment names; null where
+/// there can. What is returned stays.
+const char* veltoDesktopObstacle();
+/// Whether a desktop can be had there in the end. Where not, Qt ends the process: it is for one that has
+/// nothing to lose.
 void veltoTryDesktop();
 /// Runs the loop until the program ends; answers the exit status.
 int veltoRunDesktop(velto::DesktopContext* context);

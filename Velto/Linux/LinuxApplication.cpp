@@ -5,16 +5,22 @@
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QEvent>
 #include <QGuiApplication>
 
+#include <cmath>
 #include <string_view>
 #include <utility>
 
 namespace velto {
 
 LinuxApplication::LinuxApplication(AppDelegate& delegate, LinuxApplicationHost& host,
-                                   UserInterfaceFactory makeUserInterface)
-    : VeltoApplication(delegate, std::move(makeUserInterface)), host_(host) {
+                                   UserInterfaceFactory makeUserInterface, WaitUntil waitUntil)
+    : VeltoApplication(delegate, std::move(makeUserInterface)), host_(host),
+      waitUntil_(std::move(waitUntil)) {
+    qApp->installEventFilter(this);
     host_.setHandlers(
         {.policyChanged = [this] { applyPanelStyle(); },
          .terminate =
@@ -31,15 +37,46 @@ std::unique_ptr<StatusArea> LinuxApplication::makeStatusArea(std::function<void(
     return std::make_unique<DesktopStatusArea>(std::move(changed));
 }
 
-void LinuxApplication::endSession(const WaitUntil& waitUntil) {
+bool LinuxApplication::dropsPanel() const {
+    return host_.activationPolicy() == ApplicationHost::ActivationPolicy::accessory &&
+           !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+/// Plasma's; what others have, only they themselves may use.
+void LinuxApplication::volumeWasSet(double volume) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) return;
+    QDBusMessage call = QDBusMessage::createMethodCall("org.kde.plasmashell", "/org/kde/osdService",
+                                                       "org.kde.osdService", "volumeChanged");
+    call << static_cast<int>(std::lround(volume * 100));
+    call.setAutoStartService(false);
+    bus.send(call);
+}
+
+/// By the desktop, as the windows are what is missing.
+void LinuxApplication::tell(const std::string& sentence) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) return;
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(service, "/org/freedesktop/Notifications", service, "Notify");
+    call << QStringLiteral("Velto") << 0U << QStringLiteral("com.corlent.velto")
+         << QStringLiteral("Velto can't open its windows") << toQString(sentence) << QStringList()
+         << QVariantMap() << -1;
+    bus.send(call);
+}
+
+void LinuxApplication::endNow() {
+    if (isTerminated_) return;
+    host_.setHandlers({.policyChanged = {}, .terminate = [this] { isTerminated_ = true; }, .copy = {}});
     requestQuit();
-    if (!waitUntil([this] { return isTerminated_; }))
+    if (!waitUntil_([this] { return isTerminated_; }))
         LoggingService::ui.error("The session ended before all outputs were put back");
 }
 
-void LinuxApplication::endWithoutDisplay(const WaitUntil& waitUntil) {
-    host_.setHandlers({.policyChanged = {}, .terminate = [this] { isTerminated_ = true; }, .copy = {}});
-    endSession(waitUntil);
+bool LinuxApplication::eventFilter(QObject* object, QEvent* event) {
+    if (object == qApp && event->type() == QEvent::Quit) endNow();
+    return false;
 }
 
 } // namespace velto

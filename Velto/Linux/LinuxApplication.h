@@ -6,35 +6,40 @@
 #include "Platform/Linux/LinuxApplicationHost.h"
 #include "Velto/Qt/VeltoApplication.h"
 
+#include <QObject>
+
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace velto {
 
-class LinuxApplication final : public VeltoApplication {
+class LinuxApplication final : public QObject, public VeltoApplication {
   public:
     /// Answers whether the condition came to hold within the time that it waits at most.
     using WaitUntil = std::function<bool(const std::function<bool()>& condition)>;
 
     /// The host is the platform's. What is given must outlive the application.
     LinuxApplication(AppDelegate& delegate, LinuxApplicationHost& host,
-                     UserInterfaceFactory makeUserInterface);
+                     UserInterfaceFactory makeUserInterface, WaitUntil waitUntil);
     ~LinuxApplication() override;
 
     void requestQuit() override { delegate().quit(); }
-    /// The desktop's session ends: returns when all is put back.
-    void endSession(const WaitUntil& waitUntil);
-    /// The same, when the windows and the status item have nothing to be drawn on any more.
-    void endWithoutDisplay(const WaitUntil& waitUntil);
+    /// For who can't wait for the loop, as when the display is lost: returns when all is put back.
+    void endNow();
+    /// Whoever ends Qt's loop without asking the program, as the end of the desktop's session does, waits
+    /// here until all is put back.
+    bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
     std::unique_ptr<StatusArea> makeStatusArea(std::function<void()> changed) override;
-    /// A program in the task bar has a window there.
-    bool dropsPanel() const override {
-        return host_.activationPolicy() == ApplicationHost::ActivationPolicy::accessory;
-    }
+    /// A program in the task bar has a window there. On Wayland no program places its windows.
+    bool dropsPanel() const override;
+    void volumeWasSet(double volume) override;
+    void tell(const std::string& sentence) override;
 
     LinuxApplicationHost& host_;
+    WaitUntil waitUntil_;
     bool isTerminated_ = false;
 };
 

@@ -1,6 +1,9 @@
 #include "Velto/Linux/NotifierStatusItem.h"
 
+#include "Velto/Linux/ClickPlace.h"
+#include "Velto/Linux/X11Desktop.h"
 #include "Velto/Qt/SymbolImage.h"
+#include "Velto/Qt/Text.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <QCoreApplication>
@@ -30,7 +33,8 @@ constexpr int mostNotchesAtOnce = 14;
 } // namespace
 
 NotifierStatusItem::NotifierStatusItem(Handlers handlers)
-    : handlers_(std::move(handlers)), menu_(menuEntries(handlers_)), bus_(QDBusConnection::sessionBus()),
+    : handlers_(std::move(handlers)), menu_([this] { return handlers_.menu(); }),
+      bus_(QDBusConnection::sessionBus()),
       service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid())),
       watcher_(QString::fromLatin1(watcherService), bus_) {
     registerNotifierTypes();
@@ -68,18 +72,15 @@ void NotifierStatusItem::registerAtWatcher() {
     });
 }
 
-void NotifierStatusItem::setLabel(const QString& symbol, const QString& accessibilityText) {
-    const bool isFirst = symbol_.isEmpty();
-    const bool hasOtherSymbol = std::exchange(symbol_, symbol) != symbol;
-    const bool hasOtherText = std::exchange(accessibilityText_, accessibilityText) != accessibilityText;
-    if (isFirst) {
-        registerAtWatcher(); // not before there is something to show
+void NotifierStatusItem::setLook(const Look& look) {
+    const Look before = std::exchange(look_, look);
+    if (!std::exchange(isRegistered_, true)) {
+        registerAtWatcher();
         return;
     }
-    if (hasOtherSymbol) Q_EMIT NewIcon();
-    if (!hasOtherText) return;
-    Q_EMIT NewTitle();
-    Q_EMIT NewToolTip();
+    if (before.form != look.form) Q_EMIT NewIcon();
+    if (before.accessibilityText != look.accessibilityText) Q_EMIT NewTitle();
+    if (before.toolTip != look.toolTip) Q_EMIT NewToolTip();
 }
 
 bool NotifierStatusItem::eventFilter(QObject* object, QEvent* event) {
@@ -88,21 +89,32 @@ bool NotifierStatusItem::eventFilter(QObject* object, QEvent* event) {
 }
 
 QString NotifierStatusItem::iconName() const {
-    const QString name = QStringLiteral("com.corlent.velto.%1-symbolic").arg(symbol_);
+    const QString name =
+        QStringLiteral("com.corlent.velto.%1-symbolic").arg(toQString(drawingName(look_.form)));
     return QIcon::hasThemeIcon(name) ? name : QString();
 }
 
 NotifierPixmaps NotifierStatusItem::iconPixmap() const {
-    return notifierPixmaps(symbolIcon(symbol_, QGuiApplication::palette().color(QPalette::WindowText)));
+    return notifierPixmaps(statusIcon(look_.form, QGuiApplication::palette().color(QPalette::WindowText)));
 }
 
 QDBusObjectPath NotifierStatusItem::menu() const { return QDBusObjectPath(QString::fromLatin1(menuPath)); }
 
+void NotifierStatusItem::notePlace(int x, int y) {
+    place_ = {}; // the origin is what desktops say that don't know
+    if (x == 0 && y == 0) return;
+    const QPoint point = clickPlace({x, y}, x11Pointer(), ScaledScreen::all());
+    place_ = QRect(point - QPoint(reach, reach), point + QPoint(reach, reach));
+}
+
 void NotifierStatusItem::Activate(int x, int y) {
-    const QPoint point(x, y);
-    // The origin is what desktops say that don't know.
-    place_ = point.isNull() ? QRect() : QRect(point - QPoint(reach, reach), point + QPoint(reach, reach));
+    notePlace(x, y);
     handlers_.activated(place_);
+}
+
+void NotifierStatusItem::ContextMenu(int x, int y) {
+    notePlace(x, y);
+    handlers_.menuWanted(place_);
 }
 
 void NotifierStatusItem::Scroll(int delta, const QString& orientation) {

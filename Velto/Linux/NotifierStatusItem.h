@@ -38,28 +38,29 @@ class NotifierStatusItem final : public QObject, public StatusItem {
     explicit NotifierStatusItem(Handlers handlers);
     ~NotifierStatusItem() override;
 
-    void setLabel(const QString& symbol, const QString& accessibilityText) override;
+    void setLook(const Look& look) override;
+    void menuChanged() override { menu_.change(); }
     QRect place() const override { return place_; }
     bool eventFilter(QObject* object, QEvent* event) override;
 
     QString category() const { return QStringLiteral("ApplicationStatus"); }
     QString id() const { return QStringLiteral("com.corlent.velto"); }
-    QString title() const { return accessibilityText_; }
+    QString title() const { return look_.accessibilityText; }
     QString status() const { return QStringLiteral("Active"); }
     int windowID() const { return 0; }
     /// Of an icon that the desktop can colour like its own; empty when its theme has none.
     QString iconName() const;
     /// For desktops that can't: in the colour of the program's own text.
     NotifierPixmaps iconPixmap() const;
-    NotifierToolTip toolTip() const { return {{}, {}, accessibilityText_, {}}; }
+    NotifierToolTip toolTip() const { return {{}, {}, QStringLiteral("Velto"), look_.toolTip}; }
     bool isMenu() const { return false; } // a click opens the panel
     QDBusObjectPath menu() const;
 
   public Q_SLOTS:
     Q_SCRIPTABLE void Activate(int x, int y);
     Q_SCRIPTABLE void SecondaryActivate(int x, int y) { Activate(x, y); }
-    /// For desktops that want the item to draw its own menu; all of them show the one on the bus.
-    Q_SCRIPTABLE void ContextMenu(int x, int y) { Activate(x, y); }
+    /// For desktops that want the item to draw its own menu.
+    Q_SCRIPTABLE void ContextMenu(int x, int y);
     Q_SCRIPTABLE void Scroll(int delta, const QString& orientation);
 
   Q_SIGNALS:
@@ -70,12 +71,13 @@ class NotifierStatusItem final : public QObject, public StatusItem {
 
   private:
     void registerAtWatcher();
+    void notePlace(int x, int y);
 
     Handlers handlers_;
     StatusItemMenu menu_;
     QRect place_; // of the last click
-    QString symbol_;
-    QString accessibilityText_;
+    Look look_;
+    bool isRegistered_ = false; // not before there is something to show
     QDBusConnection bus_;
     QString service_;
     QDBusServiceWatcher watcher_;

@@ -1,6 +1,7 @@
 #include "Velto/Linux/PortalAppearance.h"
 
 #include "Velto/Linux/X11Desktop.h"
+#include "Velto/Linux/X11Settings.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -11,6 +12,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QWindow>
 
 #include <utility>
 
@@ -38,6 +40,31 @@ std::optional<QColor> accentFromPortal(const QVariant& value) {
     return QColor::fromRgbF(static_cast<float>(red), static_cast<float>(green), static_cast<float>(blue));
 }
 
+/// From a name such as "Cantarell Bold 11"; none for anything else.
+std::optional<QFont> namedFont(QString name) {
+    const auto end = name.lastIndexOf(u' ');
+    bool isNumber = false;
+    const double size = name.mid(end + 1).toDouble(&isNumber);
+    if (end <= 0 || !isNumber || !(size > 0)) return std::nullopt;
+    name.truncate(end);
+    while (!QFontDatabase::hasFamily(name)) { // words for its weight and the like
+        const auto space = name.lastIndexOf(u' ');
+        if (space <= 0) break;
+        name.truncate(space);
+    }
+    QFont font(name);
+    font.setPointSizeF(size);
+    return font;
+}
+
+/// As Plasma's own programs take it from Plasma, and others from the settings of X11.
+std::optional<QFont> fontOfDesktop() {
+    if (qgetenv("XDG_CURRENT_DESKTOP").split(':').contains("KDE")) return QGuiApplication::font();
+    xcb_connection_t* connection = x11Connection();
+    return connection ? namedFont(QString::fromUtf8(x11Setting(connection, "Gtk/FontName").toByteArray()))
+                      : std::nullopt;
+}
+
 } // namespace
 
 std::unique_ptr<DesktopAppearance> makeDesktopAppearance(std::function<void()> changed) {
@@ -45,22 +72,34 @@ std::unique_ptr<DesktopAppearance> makeDesktopAppearance(std::function<void()> c
 }
 
 PortalAppearance::PortalAppearance(std::function<void()> changed) : changed_(std::move(changed)) {
+    wishes_.font = fontOfDesktop();
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
     bus.connect(portalService, portalPath, portalInterface, "SettingChanged", this,
                 SLOT(portalChanged(QString, QString, QDBusVariant)));
     for (const auto& [group, key] :
          {std::pair(appearanceGroup, "color-scheme"), std::pair(appearanceGroup, "accent-color"),
-          std::pair(interfaceGroup, "enable-animations")})
+          std::pair(interfaceGroup, "enable-animations"), std::pair(interfaceGroup, "font-name")})
         ask(QString::fromLatin1(group), QString::fromLatin1(key));
 }
 
 QString PortalAppearance::fontFamily() const {
+    if (wishes_.font) return wishes_.font->family();
     static const QString family = QStringLiteral("Inter");
     return QFontDatabase::hasFamily(family) ? family : QGuiApplication::font().family();
 }
 
+std::optional<double> PortalAppearance::fontSize() const {
+    return wishes_.font ? std::optional(wishes_.font->pointSizeF()) : std::nullopt;
+}
+
 bool PortalAppearance::isComposited() const { return windowsAreBlended(); }
+
+void PortalAppearance::dressPanel(QWindow& panel, int) {
+    if (!panel.isVisible()) keepOutOfTaskBar(panel);
+}
+
+void PortalAppearance::dressFrame(QWindow& window, bool isDark) { setFrameIsDark(window, isDark); }
 
 void PortalAppearance::ask(const QString& group, const QString& key) {
     QDBusMessage question =
@@ -94,6 +133,9 @@ void PortalAppearance::note(const QString& group, const QString& key, const QVar
         wishes_.accent = accentFromPortal(value);
     } else if (group == QLatin1String(interfaceGroup) && key == QLatin1String("enable-animations")) {
         wishes_.reducesMotion = !value.toBool();
+    } else if (group == QLatin1String(interfaceGroup) && key == QLatin1String("font-name") &&
+               !fontOfDesktop()) {
+        wishes_.font = namedFont(value.toString()); // a portal may tell another desktop's
     }
     if (wishes_ != before) changed_();
 }

@@ -6,6 +6,7 @@
 #include "Velto/Qt/DesktopAppearance.h"
 
 #include <QColor>
+#include <QFont>
 #include <QObject>
 #include <QString>
 
@@ -25,11 +26,13 @@ class PortalAppearance final : public QObject, public DesktopAppearance {
     std::optional<bool> isDark() const override { return wishes_.isDark; }
     std::optional<QColor> accent() const override { return wishes_.accent; }
     std::optional<bool> reducesMotion() const override { return wishes_.reducesMotion; }
-    /// Inter where it is installed, else the desktop's own.
+    /// The one that the desktop says; where it says none, Inter if that is installed.
     QString fontFamily() const override;
+    std::optional<double> fontSize() const override;
     bool isComposited() const override;
     bool hasMaterial() const override { return false; }
-    void dressPanel(QWindow&, int) override {}
+    void dressPanel(QWindow& panel, int cornerRadius) override;
+    void dressFrame(QWindow& window, bool isDark) override;
     std::shared_ptr<void> observeClicksOutside(std::function<void()>) override { return nullptr; }
     void dressWelcomeWindow(QWindow&) override {}
 
@@ -41,6 +44,7 @@ class PortalAppearance final : public QObject, public DesktopAppearance {
         std::optional<bool> isDark;
         std::optional<QColor> accent;
         std::optional<bool> reducesMotion;
+        std::optional<QFont> font;
 
         friend bool operator==(const Wishes&, const Wishes&) = default;
     };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -71,12 +72,25 @@ PlatformServices Program::services() {
 
 int Program::run() {
     delegate_.applicationDidFinishLaunching();
-    if (options_.hasWindows) {
-        runDesktop_ = reinterpret_cast<RunDesktop>(programSymbol("velto-desktop", "veltoRunDesktop"));
-    } else {
-        actor_.run();
+    try {
+        if (options_.hasWindows) loadDesktop();
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "velto: %s Velto runs without windows.\n", error.what());
     }
+    if (!runDesktop_) actor_.run();
     return runDesktop_ ? runDesktop() : 0;
+}
+
+void Program::loadDesktop() {
+    if (const auto obstacle = desktopObstacle()) throw std::runtime_error(*obstacle);
+    runDesktop_ = reinterpret_cast<RunDesktop>(programSymbol("velto-desktop", "veltoRunDesktop"));
+}
+
+std::optional<std::string> Program::desktopObstacle() {
+    const auto obstacle = reinterpret_cast<decltype(&veltoDesktopObstacle)>(
+        programSymbol("velto-desktop", "veltoDesktopObstacle"));
+    const char* text = obstacle();
+    return text ? std::optional<std::string>(text) : std::nullopt;
 }
 
 int Program::runDesktop() {
@@ -99,12 +113,6 @@ bool Program::raise(const std::map<std::string, std::string>& environment) {
 /// The display is known to be there: whoever asks has tried it.
 bool Program::openDesktop(const std::map<std::string, std::string>& environment) {
     if (!hasDisplay(environment)) return false;
-    try {
-        runDesktop_ = reinterpret_cast<RunDesktop>(programSymbol("velto-desktop", "veltoRunDesktop"));
-    } catch (const std::runtime_error& error) {
-        LoggingService::ui.error("{}", publicText(error.what()));
-        return false;
-    }
     for (const char* name : displayVariables) {
         const auto given = environment.find(name);
         if (given == environment.end()) {
@@ -112,6 +120,12 @@ bool Program::openDesktop(const std::map<std::string, std::string>& environment)
         } else {
             setenv(name, given->second.c_str(), 1);
         }
+    }
+    try {
+        loadDesktop();
+    } catch (const std::runtime_error& error) {
+        LoggingService::ui.error("{}", publicText(error.what()));
+        return false;
     }
     LoggingService::ui.notice("Opening on a display");
     actor_.quit(); // the desktop's loop follows

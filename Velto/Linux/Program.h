@@ -19,6 +19,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace velto {
@@ -38,19 +39,24 @@ class Program {
     Program& operator=(const Program&) = delete;
     ~Program();
 
-    /// Until it is told to end; answers the exit status. Throws std::runtime_error when the desktop that it
-    /// was to start on can't be had.
+    /// Until it is told to end; answers the exit status. Where the desktop that it was to start on can't be
+    /// had, it runs without windows.
     int run();
 
     /// The part of the environment that tells where a display is.
     static std::map<std::string, std::string> displayEnvironment();
     static bool hasDisplay(const std::map<std::string, std::string>& environment);
+    /// A sentence that says why no window can be opened on that display; none where one can. Throws
+    /// std::runtime_error.
+    static std::optional<std::string> desktopObstacle();
 
   private:
     using RunDesktop = decltype(&veltoRunDesktop);
 
     PlatformServices services();
     bool raise(const std::map<std::string, std::string>& environment);
+    /// Throws std::runtime_error, with a sentence for the user, where there can be none.
+    void loadDesktop();
     bool openDesktop(const std::map<std::string, std::string>& environment);
     int runDesktop();
 

@@ -1,6 +1,7 @@
 #include "Velto/Linux/ProgramModule.h"
 
 #include "Platform/Linux/ProgramParts.h"
+#include "Velto/Linux/ModuleBuild.h"
 
 #include <dlfcn.h>
 
@@ -10,6 +11,7 @@ namespace velto {
 
 void* programSymbol(const std::string& module, const char* name) {
     const std::filesystem::path file = programPart(module + ".so");
+    requireBuild(file, module);
     void* loaded = dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL);
     void* symbol = loaded ? dlsym(loaded, name) : nullptr;
     if (!symbol) {

@@ -1,9 +1,10 @@
 #include "Velto/Linux/StatusItemMenu.h"
 
+#include "Velto/Qt/Text.h"
+
 #include <QDBusError>
 
 #include <algorithm>
-#include <cstddef>
 #include <iterator>
 #include <utility>
 
@@ -12,14 +13,38 @@ namespace velto {
 namespace {
 
 constexpr int root = 0;
-constexpr uint revision = 1;
+
+QVariantMap only(QVariantMap properties, const QStringList& names) {
+    if (!names.isEmpty())
+        properties.removeIf([&](const auto& entry) { return !names.contains(entry.key()); });
+    return properties;
+}
+
+QVariantMap propertiesOfRoot(const QStringList& names) {
+    return only({{QStringLiteral("children-display"), QStringLiteral("submenu")}}, names);
+}
 
 } // namespace
 
-StatusItemMenu::StatusItemMenu(std::vector<StatusItem::MenuEntry> entries) : entries_(std::move(entries)) {}
+StatusItemMenu::StatusItemMenu(std::function<std::vector<StatusMenuEntry>()> entries)
+    : entries_(std::move(entries)) {}
 
-bool StatusItemMenu::isKnown(int id) const {
-    return id >= root && static_cast<std::size_t>(id) <= entries_.size();
+void StatusItemMenu::change() {
+    if (!std::exchange(isUpToDate_, false)) return;
+    Q_EMIT LayoutUpdated(++revision_, root);
+}
+
+std::vector<StatusItemMenu::Numbered> StatusItemMenu::entries() {
+    std::vector<Numbered> result;
+    for (StatusMenuEntry& entry : entries_()) {
+        const int id = ids_.try_emplace(entry.key, static_cast<int>(ids_.size()) + 1).first->second;
+        result.push_back({id, std::move(entry)});
+    }
+    return result;
+}
+
+bool StatusItemMenu::isKnown(int id) {
+    return id == root || std::ranges::any_of(entries(), [id](const Numbered& one) { return one.id == id; });
 }
 
 bool StatusItemMenu::requireKnown(int id) {
@@ -29,39 +54,48 @@ bool StatusItemMenu::requireKnown(int id) {
 }
 
 /// Those of these names, or all; what the interface takes for granted is left out.
-QVariantMap StatusItemMenu::properties(int id, const QStringList& names) const {
-    QVariantMap result;
-    if (id == root) {
-        result.insert(QStringLiteral("children-display"), QStringLiteral("submenu"));
-    } else if (const QString& label = entries_[static_cast<std::size_t>(id) - 1].label; label.isEmpty()) {
-        result.insert(QStringLiteral("type"), QStringLiteral("separator"));
-    } else {
-        result.insert(QStringLiteral("label"), label);
+QVariantMap StatusItemMenu::properties(const StatusMenuEntry& entry, const QStringList& names) {
+    if (entry.label.empty()) return only({{QStringLiteral("type"), QStringLiteral("separator")}}, names);
+    QString label = toQString(entry.label);
+    label.replace(u'_', QStringLiteral("__")); // one marks the key that chooses it
+    QVariantMap result{{QStringLiteral("label"), label}};
+    if (!entry.isEnabled) result.insert(QStringLiteral("enabled"), false);
+    if (entry.isChecked) {
+        result.insert(QStringLiteral("toggle-type"), QStringLiteral("checkmark"));
+        result.insert(QStringLiteral("toggle-state"), *entry.isChecked ? 1 : 0);
     }
-    if (!names.isEmpty()) result.removeIf([&](const auto& entry) { return !names.contains(entry.key()); });
-    return result;
+    return only(std::move(result), names);
 }
 
 uint StatusItemMenu::GetLayout(int parent, int depth, const QStringList& names, NotifierMenuLayout& layout) {
+    const auto all = entries();
+    layout = {parent, {}, {}};
+    if (const auto found = std::ranges::find(all, parent, &Numbered::id); found != all.end()) {
+        layout.properties = properties(found->entry, names);
+        return revision_;
+    }
     if (!requireKnown(parent)) return 0;
-    layout = {parent, properties(parent, names), {}};
-    if (parent != root || depth == 0) return revision;
-    for (int id = 1; isKnown(id); ++id)
-        layout.children.append(QVariant::fromValue(NotifierMenuLayout{id, properties(id, names), {}}));
-    return revision;
+    isUpToDate_ = true;
+    layout.properties = propertiesOfRoot(names);
+    if (depth == 0) return revision_;
+    for (const auto& [id, entry] : all)
+        layout.children.append(QVariant::fromValue(NotifierMenuLayout{id, properties(entry, names), {}}));
+    return revision_;
 }
 
 NotifierMenuPropertiesList StatusItemMenu::GetGroupProperties(const QList<int>& ids,
                                                               const QStringList& names) {
     NotifierMenuPropertiesList result;
-    for (int id = root; isKnown(id); ++id)
-        if (ids.isEmpty() || ids.contains(id)) result.append({id, properties(id, names)});
+    if (ids.isEmpty() || ids.contains(root)) result.append({root, propertiesOfRoot(names)});
+    for (const auto& [id, entry] : entries())
+        if (ids.isEmpty() || ids.contains(id)) result.append({id, properties(entry, names)});
     return result;
 }
 
 QDBusVariant StatusItemMenu::GetProperty(int id, const QString& name) {
     if (!requireKnown(id)) return QDBusVariant(QString());
-    const QVariant value = properties(id, {}).value(name);
+    const auto found = GetGroupProperties({id}, {name});
+    const QVariant value = found.value(0).properties.value(name);
     if (!value.isValid())
         sendErrorReply(QDBusError::InvalidArgs,
                        QStringLiteral("Menu entry %1 has no property %2").arg(id).arg(name));
@@ -69,8 +103,9 @@ QDBusVariant StatusItemMenu::GetProperty(int id, const QString& name) {
 }
 
 void StatusItemMenu::choose(int id, const QString& event) {
-    if (event != QLatin1String("clicked") || id == root) return;
-    if (const auto& chosen = entries_[static_cast<std::size_t>(id) - 1].chosen) chosen();
+    if (event != QLatin1String("clicked")) return;
+    for (const auto& [number, entry] : entries())
+        if (number == id && entry.isEnabled && entry.chosen) return entry.chosen();
 }
 
 void StatusItemMenu::Event(int id, const QString& name, const QDBusVariant&, uint) {
@@ -89,14 +124,11 @@ QList<int> StatusItemMenu::EventGroup(const QList<NotifierMenuEvent>& events) {
     return unknown;
 }
 
-bool StatusItemMenu::AboutToShow(int id) {
-    requireKnown(id);
-    return false;
-}
+bool StatusItemMenu::AboutToShow(int id) { return requireKnown(id) && id == root && !isUpToDate_; }
 
 QList<int> StatusItemMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& unknown) {
     std::ranges::copy_if(ids, std::back_inserter(unknown), [this](int id) { return !isKnown(id); });
-    return {};
+    return ids.contains(root) && !isUpToDate_ ? QList<int>{root} : QList<int>{};
 }
 
 } // namespace velto

@@ -1,16 +1,21 @@
 // StatusItemMenu: the status item's menu as an object on the session's bus, which the desktop draws.
 //
-// Owned by NotifierStatusItem; main actor only. Speaks com.canonical.dbusmenu. Its entries never change.
+// Owned by NotifierStatusItem; main actor only. Speaks com.canonical.dbusmenu. An entry keeps its number
+// however the menu changes, so that what is chosen in a menu on the screen is what the user has seen. The
+// desktop is told of a change once, until it asks again.
 #pragma once
 
 #include "Velto/Linux/NotifierStatusItemTypes.h"
-#include "Velto/Qt/StatusItem.h"
+#include "Velto/Shell/StatusItemViewModel.h"
 
 #include <QDBusContext>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace velto {
@@ -24,7 +29,11 @@ class StatusItemMenu final : public QObject, protected QDBusContext {
     Q_PROPERTY(QStringList IconThemePath READ iconThemePath SCRIPTABLE true)
 
   public:
-    explicit StatusItemMenu(std::vector<StatusItem::MenuEntry> entries);
+    /// Is asked for the entries as they are then.
+    explicit StatusItemMenu(std::function<std::vector<StatusMenuEntry>()> entries);
+
+    /// The entries may be others from now on.
+    void change();
 
     uint version() const { return 3; }
     QString textDirection() const { return QStringLiteral("ltr"); } // all of our texts are English
@@ -44,7 +53,7 @@ class StatusItemMenu final : public QObject, protected QDBusContext {
     Q_SCRIPTABLE void Event(int id, const QString& name, const QDBusVariant& data, uint timestamp);
     /// Answers the entries that there are none of.
     Q_SCRIPTABLE QList<int> EventGroup(const QList<velto::NotifierMenuEvent>& events);
-    /// Whether the menu must be asked for again: never.
+    /// Whether the menu must be asked for again.
     Q_SCRIPTABLE bool AboutToShow(int id);
     Q_SCRIPTABLE QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& unknown);
 
@@ -52,12 +61,21 @@ class StatusItemMenu final : public QObject, protected QDBusContext {
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
 
   private:
-    bool isKnown(int id) const;
+    /// The entries as they are now, by their numbers, in the order in which they are shown.
+    struct Numbered {
+        int id;
+        StatusMenuEntry entry;
+    };
+    std::vector<Numbered> entries();
+    bool isKnown(int id);
     bool requireKnown(int id);
-    QVariantMap properties(int id, const QStringList& names) const;
+    static QVariantMap properties(const StatusMenuEntry& entry, const QStringList& names);
     void choose(int id, const QString& event);
 
-    std::vector<StatusItem::MenuEntry> entries_;
+    std::function<std::vector<StatusMenuEntry>()> entries_;
+    std::map<std::string, int> ids_; // of all entries that there ever were, by their keys
+    uint revision_ = 1;
+    bool isUpToDate_ = false; // the desktop has asked since the last change
 };
 
 } // namespace velto

@@ -1,5 +1,6 @@
 #include "Velto/Linux/TrayStatusItem.h"
 
+#include "Velto/Linux/ClickPlace.h"
 #include "Velto/Linux/X11Desktop.h"
 #include "Velto/Qt/SymbolImage.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 namespace velto {
@@ -59,13 +61,26 @@ TrayStatusItem::TrayStatusItem(Handlers handlers) : handlers_(std::move(handlers
     resize(preferredSide, preferredSide);
 }
 
-void TrayStatusItem::setLabel(const QString& symbol, const QString& accessibilityText) {
-    setTitle(accessibilityText);
-    if (std::exchange(symbol_, symbol).isEmpty()) {
-        dock();
-    } else {
+void TrayStatusItem::setLook(const Look& look) {
+    look_ = look;
+    setTitle(look.accessibilityText);
+    toolTip_.setText(look.toolTip);
+    if (std::exchange(isDocked_, true)) {
         update();
+    } else {
+        dock();
     }
+}
+
+/// Qt knows where it lies in the tray, and not where the tray has gone since.
+QRect TrayStatusItem::place() const {
+    xcb_connection_t* connection = x11Connection();
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    const X11Reply<xcb_translate_coordinates_reply_t> reply(xcb_translate_coordinates_reply(
+        connection, xcb_translate_coordinates(connection, static_cast<xcb_window_t>(winId()), root, 0, 0),
+        nullptr));
+    if (!reply) return {};
+    return {clickPlace({reply->dst_x, reply->dst_y}, std::nullopt, ScaledScreen::all()), size()};
 }
 
 void TrayStatusItem::dock() {
@@ -89,21 +104,73 @@ void TrayStatusItem::dock() {
     xcb_flush(connection);
 }
 
+/// The server paints it, when the item's own window is to look like what lies behind it.
+QImage TrayStatusItem::ground() const {
+    xcb_connection_t* connection = x11Connection();
+    const auto window = static_cast<xcb_window_t>(winId());
+    const std::uint32_t parentRelative = XCB_BACK_PIXMAP_PARENT_RELATIVE;
+    xcb_change_window_attributes(connection, window, XCB_CW_BACK_PIXMAP, &parentRelative);
+    const QSize size = this->size() * devicePixelRatio();
+    const auto side = [](int length) { return static_cast<std::uint16_t>(length); };
+    xcb_clear_area(connection, 0, window, 0, 0, 0, 0);
+    const X11Reply<xcb_get_image_reply_t> reply(
+        xcb_get_image_reply(connection,
+                            xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 0, 0,
+                                          side(size.width()), side(size.height()), ~0U),
+                            nullptr));
+    const qsizetype bytes = qsizetype{4} * size.width() * size.height();
+    if (!reply || xcb_get_image_data_length(reply.get()) != bytes)
+        return {}; // not seen, or not so many colours
+    QImage image(xcb_get_image_data(reply.get()), size.width(), size.height(),
+                 isBlended_ ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    return image.copy();
+}
+
+/// By the ground that can be seen; else by the program's own colours.
+QColor TrayStatusItem::ink(const QImage& ground) const {
+    const QColor own = QGuiApplication::palette().color(QPalette::WindowText);
+    if (ground.isNull()) return own;
+    const QColor mean = ground.scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).pixelColor(0, 0);
+    if (mean.alphaF() < 0.5F) return own;
+    const bool isDark = qGray(mean.rgb()) < 128;
+    if (isDark == (qGray(own.rgb()) >= 128)) return own; // goes with it
+    return isDark ? QColor(Qt::white) : QColor(0x23, 0x26, 0x29);
+}
+
 void TrayStatusItem::paintEvent(QPaintEvent*) {
-    const QPalette palette = QGuiApplication::palette();
+    const QImage ground = this->ground();
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(QRect(QPoint(), size()),
-                     isBlended_ ? QColor(Qt::transparent) : palette.color(QPalette::Window));
+    const QRect all(QPoint(), size());
+    if (isBlended_) {
+        painter.fillRect(all, Qt::transparent);
+    } else if (ground.isNull()) {
+        painter.fillRect(all, QGuiApplication::palette().color(QPalette::Window));
+    } else {
+        painter.drawImage(all, ground);
+    }
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     const int side = std::min(width(), height());
     const qreal scale = devicePixelRatio();
-    QImage symbol = symbolImage(symbol_, palette.color(QPalette::WindowText), QSize(side, side) * scale);
+    QImage symbol = statusImage(look_.form, ink(ground), QSize(side, side) * scale);
     symbol.setDevicePixelRatio(scale);
     painter.drawImage(QPoint((width() - side) / 2, (height() - side) / 2), symbol);
 }
 
-void TrayStatusItem::mousePressEvent(QMouseEvent*) { handlers_.activated(place()); }
+bool TrayStatusItem::event(QEvent* event) {
+    if (event->type() == QEvent::Enter) toolTip_.showBeside(place());
+    if (event->type() == QEvent::Leave) toolTip_.vanish();
+    return QRasterWindow::event(event);
+}
+
+void TrayStatusItem::mousePressEvent(QMouseEvent* event) {
+    toolTip_.vanish();
+    if (event->button() == Qt::RightButton) {
+        handlers_.menuWanted(place());
+    } else {
+        handlers_.activated(place());
+    }
+}
 
 void TrayStatusItem::wheelEvent(QWheelEvent* event) { handlers_.scrolled(event->angleDelta().y() / 120.0); }
 

@@ -1,14 +1,16 @@
 // TrayStatusItem: the status item as a window in an XEmbed tray.
 //
-// A bare window, so that a resting program needs no widgets: any click on it opens the panel, which has what
-// other items have in a menu.
+// A bare window, so that a resting program needs no widgets. Its ground is that of the tray, and the symbol
+// is as light or dark as can be seen on it.
 #pragma once
 
+#include "Velto/Linux/TrayToolTip.h"
 #include "Velto/Qt/StatusItem.h"
 
+#include <QColor>
+#include <QImage>
 #include <QRasterWindow>
 #include <QRect>
-#include <QString>
 
 namespace velto {
 
@@ -16,11 +18,12 @@ class TrayStatusItem final : public QRasterWindow, public StatusItem {
   public:
     explicit TrayStatusItem(Handlers handlers);
 
-    void setLabel(const QString& symbol, const QString& accessibilityText) override;
-    QRect place() const override { return {mapToGlobal(QPoint()), size()}; }
+    void setLook(const Look& look) override;
+    QRect place() const override;
     bool eventFilter(QObject* object, QEvent* event) override;
 
   protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
@@ -28,9 +31,14 @@ class TrayStatusItem final : public QRasterWindow, public StatusItem {
   private:
     /// Asks the tray to take the window in; it shows it then.
     void dock();
+    /// What the tray has where the item lies; null where that can't be told.
+    QImage ground() const;
+    QColor ink(const QImage& ground) const;
 
     Handlers handlers_;
-    QString symbol_; // none before it was docked
+    Look look_;
+    TrayToolTip toolTip_;
+    bool isDocked_ = false; // not before there is something to show
     bool isBlended_ = false;
 };
 

@@ -1,10 +1,14 @@
 #include "Velto/Linux/X11Desktop.h"
 
+#include <QCursor>
 #include <QGuiApplication>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <cstring>
+#include <string_view>
 
 namespace velto {
 
@@ -12,6 +16,31 @@ bool windowsAreBlended() {
     xcb_connection_t* connection = x11Connection();
     if (!connection) return true; // only X11 may have no compositor
     return x11SelectionOwner(connection, x11Atom(connection, "_NET_WM_CM_S0")) != 0;
+}
+
+std::optional<QPoint> x11Pointer() {
+    if (!x11Connection() || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) return std::nullopt;
+    return QCursor::pos();
+}
+
+void keepOutOfTaskBar(const QWindow& window) {
+    xcb_connection_t* connection = x11Connection();
+    if (!connection) return;
+    const std::array states{x11Atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+                            x11Atom(connection, "_NET_WM_STATE_SKIP_PAGER")};
+    // Window managers take it from a window that is hidden; Qt adds its own to what it finds.
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                        x11Atom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(),
+                        states.data());
+}
+
+void setFrameIsDark(const QWindow& window, bool isDark) {
+    xcb_connection_t* connection = x11Connection();
+    if (!connection) return;
+    const std::string_view variant = isDark ? "dark" : "light";
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                        x11Atom(connection, "_GTK_THEME_VARIANT"), x11Atom(connection, "UTF8_STRING"), 8,
+                        static_cast<std::uint32_t>(variant.size()), variant.data());
 }
 
 xcb_connection_t* x11Connection() {

@@ -1,16 +1,28 @@
 // What an X11 desktop has, as its programs make themselves known.
 #pragma once
 
+#include <QPoint>
+
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
+class QWindow;
 struct xcb_connection_t;
 
 namespace velto {
 
 /// Whether windows are blended with what lies behind them. True wherever there is no X11.
 bool windowsAreBlended();
+
+/// Where the pointer is, in the program's pixels; none where X11 doesn't know, as below a Wayland desktop.
+std::optional<QPoint> x11Pointer();
+
+/// Keeps the panel out of task bars and pagers. Before each time that it is shown.
+void keepOutOfTaskBar(const QWindow& window);
+/// Gives the frame that the desktop draws around the window its dark form, where it has one.
+void setFrameIsDark(const QWindow& window, bool isDark);
 
 /// The program's own connection to the server; null wherever there is no X11.
 xcb_connection_t* x11Connection();

@@ -13,6 +13,9 @@ namespace velto {
 namespace {
 
 constexpr double readableContrast = 4.5;
+constexpr double usualFontSize = 10; // in points
+constexpr double smallestScale = 0.85;
+constexpr double largestScale = 1.4; // what the rows have room for
 /// What Qt's palette has where no desktop says anything.
 constexpr QColor paletteWithoutDesktop(0x30, 0x8c, 0xc6);
 constexpr QColor ownAccent(0x2f, 0x6b, 0xe8);
@@ -71,6 +74,11 @@ QColor Appearance::accentInk() const {
 bool Appearance::reducesMotion() const {
     if (overruled_.reducesMotion) return *overruled_.reducesMotion;
     return desktop_->reducesMotion().value_or(false);
+}
+
+double Appearance::fontScale() const {
+    const auto size = overruled_.fontSize ? overruled_.fontSize : desktop_->fontSize();
+    return std::clamp(size.value_or(usualFontSize) / usualFontSize, smallestScale, largestScale);
 }
 
 bool Appearance::isComposited() const {

@@ -23,7 +23,8 @@ class Appearance final : public QObject {
     Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY changed)
     Q_PROPERTY(bool isComposited READ isComposited NOTIFY changed)
     Q_PROPERTY(bool hasMaterial READ hasMaterial CONSTANT)
-    Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
+    Q_PROPERTY(QString fontFamily READ fontFamily NOTIFY changed)
+    Q_PROPERTY(double fontScale READ fontScale NOTIFY changed)
 
   public:
     struct Wishes {
@@ -31,6 +32,7 @@ class Appearance final : public QObject {
         std::optional<QColor> accent;
         std::optional<bool> reducesMotion;
         std::optional<bool> isComposited;
+        std::optional<double> fontSize = std::nullopt;
 
         friend bool operator==(const Wishes&, const Wishes&) = default;
     };
@@ -48,6 +50,8 @@ class Appearance final : public QObject {
     /// Whether the panel stands on a material of the desktop's own, in place of a colour.
     bool hasMaterial() const { return desktop_->hasMaterial(); }
     QString fontFamily() const { return desktop_->fontFamily(); }
+    /// How much larger or smaller text is than the views were drawn with.
+    double fontScale() const;
 
     DesktopAppearance& desktop() { return *desktop_; }
 

@@ -66,10 +66,12 @@ QuickUserInterface::QuickUserInterface(Context context)
     engine_.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine_.addImportPath(QStringLiteral("qrc:/velto"));
     engine_.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance_);
+    connect(&appearance_, &Appearance::changed, this, &QuickUserInterface::dressFrames);
 }
 
 QuickUserInterface::~QuickUserInterface() {
     if (panel_) panel_->disconnect(this);
+    if (menu_) menu_->disconnect(this);
     if (settingsWindow_) settingsWindow_->disconnect(this);
     if (onboardingWindow_) onboardingWindow_->disconnect(); // to close it now is not the user's doing
 }
@@ -89,6 +91,7 @@ std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, cons
 void QuickUserInterface::setPanelStyle(PanelStyle style) {
     panelStyle_ = style;
     if (panel_) panel_->setProperty("isOrdinary", style == PanelStyle::window);
+    dressFrames();
 }
 
 void QuickUserInterface::makePanel() {
@@ -98,6 +101,11 @@ void QuickUserInterface::makePanel() {
     connect(panel_.get(), SIGNAL(dismissed()), this, SLOT(hidePanel()));
     connect(panel_.get(), SIGNAL(settingsRequested()), this, SLOT(openSettings()));
     connect(panel_.get(), SIGNAL(quitRequested()), this, SLOT(requestQuit()));
+    // One that hangs from a bar at the bottom grows and shrinks at its upper edge.
+    connect(panel_.get(), &QQuickWindow::heightChanged, this, [this] {
+        if (panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) placePanel();
+    });
+    dressFrames();
 }
 
 void QuickUserInterface::hidePanel() {
@@ -118,7 +126,10 @@ void QuickUserInterface::yieldActivation() {
 void QuickUserInterface::showPanel(const QRect& statusItem) {
     if (!panel_) makePanel();
     limitHeight(screenOf(statusItem));
-    if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) place(statusItem);
+    if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) {
+        placeOfItem_ = statusItem;
+        placePanel();
+    }
     panel_->setWindowStates(panel_->windowStates() & ~Qt::WindowMinimized);
     if (panelStyle_ == PanelStyle::dropDown) {
         appearance_.desktop().dressPanel(*panel_, panel_->property("cornerRadius").toInt());
@@ -126,6 +137,7 @@ void QuickUserInterface::showPanel(const QRect& statusItem) {
             [this] { QTimer::singleShot(0, this, &QuickUserInterface::hidePanel); });
     }
     activateProgram();
+    Q_EMIT menuBar_.changed(); // nobody tells that a sound server has gone
     panel_->show();
     panel_->raise();
     panel_->requestActivate();
@@ -152,19 +164,61 @@ void QuickUserInterface::limitHeight(const QScreen& screen) {
     panel_->setProperty("longestHeight", screen.availableGeometry().height() - screenMargin);
 }
 
-void QuickUserInterface::place(const QRect& statusItem) {
-    const QScreen* screen = &screenOf(statusItem);
-    const QRect area = screen->availableGeometry();
-    const QSize size = panel_->size();
-    QPoint corner(area.right() - size.width() - gap, area.top() + gap);
-    if (statusItem.isValid()) {
-        const bool isAtTop = statusItem.center().y() < screen->geometry().center().y();
-        corner = {statusItem.center().x() - size.width() / 2,
-                  isAtTop ? statusItem.bottom() + gap : statusItem.top() - gap - size.height()};
+/// At the item, or, while nobody has told where that is, at the edge where the desktop's bar takes its space.
+void QuickUserInterface::place(QQuickWindow& window, const QRect& item) {
+    const QScreen& screen = screenOf(item);
+    const QRect all = screen.geometry();
+    const QRect area = screen.availableGeometry();
+    const QSize size = window.size();
+    QPoint corner(area.left() - all.left() > all.right() - area.right() ? area.left() : area.right(),
+                  all.bottom() - area.bottom() > area.top() - all.top() ? area.bottom() : area.top());
+    if (item.isValid()) {
+        const bool isAtTop = item.center().y() < all.center().y();
+        corner = {item.center().x() - size.width() / 2,
+                  isAtTop ? item.bottom() + gap : item.top() - gap - size.height()};
     }
     const auto within = [](int position, int from, int to) { return std::max(from, std::min(position, to)); };
-    panel_->setPosition(within(corner.x(), area.left() + gap, area.right() - size.width() - gap),
-                        within(corner.y(), area.top() + gap, area.bottom() - size.height() - gap));
+    window.setPosition(within(corner.x(), area.left() + gap, area.right() - size.width() - gap),
+                       within(corner.y(), area.top() + gap, area.bottom() - size.height() - gap));
+}
+
+void QuickUserInterface::placePanel() { place(*panel_, placeOfItem_); }
+
+void QuickUserInterface::showMenu(std::vector<StatusMenuEntry> entries, const QRect& statusItem) {
+    hideMenu();
+    QVariantList shown;
+    for (const StatusMenuEntry& entry : entries)
+        shown.append(QVariantMap{{"label", toQString(entry.label)},
+                                 {"isEnabled", entry.isEnabled},
+                                 {"isCheckable", entry.isChecked.has_value()},
+                                 {"isChecked", entry.isChecked.value_or(false)}});
+    menuEntries_ = std::move(entries);
+    menu_ = make(QStringLiteral("StatusItemMenuWindow"), {{"entries", shown}});
+    connect(menu_.get(), SIGNAL(dismissed()), this, SLOT(hideMenu()));
+    connect(menu_.get(), SIGNAL(chosen(int)), this, SLOT(chooseInMenu(int)));
+    place(*menu_, statusItem);
+    appearance_.desktop().dressPanel(*menu_, 0);
+    menu_->show();
+    menu_->raise();
+    menu_->requestActivate();
+}
+
+void QuickUserInterface::hideMenu() {
+    if (!menu_) return;
+    menu_->disconnect(this);
+    menu_->hide();
+    menu_.release()->deleteLater(); // it may be in the middle of saying so
+}
+
+void QuickUserInterface::chooseInMenu(int index) {
+    hideMenu();
+    const auto entries = std::exchange(menuEntries_, {});
+    entries.at(static_cast<std::size_t>(index)).chosen();
+}
+
+void QuickUserInterface::dressFrames() {
+    for (QQuickWindow* window : {panel_.get(), settingsWindow_.get(), onboardingWindow_.get()})
+        if (window) appearance_.desktop().dressFrame(*window, appearance_.isDark());
 }
 
 /// Without it, a program that is no more than a status item would open its windows behind those of others.
@@ -178,6 +232,7 @@ void QuickUserInterface::showSettings() {
             std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_, context_.app.aligning());
         settingsWindow_ =
             make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())}});
+        dressFrames();
         connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
             if (isVisible) return;
             settingsWindow_.release()->deleteLater(); // it is in the middle of closing
@@ -207,6 +262,7 @@ QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
                               {"message", toQString(OnboardingWindowController::message)},
                               {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
     appearance_.desktop().dressWelcomeWindow(*onboardingWindow_);
+    dressFrames();
     connect(onboardingWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
         if (!isVisible) QTimer::singleShot(0, this, &QuickUserInterface::yieldActivation);
     });

@@ -18,6 +18,7 @@
 #include <QScreen>
 
 #include <memory>
+#include <vector>
 
 namespace velto {
 
@@ -32,6 +33,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     void showPanel(const QRect& statusItem) override;
     void togglePanel(const QRect& statusItem) override;
     void showSettings() override;
+    void showMenu(std::vector<StatusMenuEntry> entries, const QRect& statusItem) override;
     std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()> closedHandler) override;
 
     Appearance& appearance() { return appearance_; }
@@ -40,6 +42,8 @@ class QuickUserInterface final : public QObject, public UserInterface {
     QQuickWindow* panel() const { return panel_.get(); }
     /// Null before it was first shown.
     QQuickWindow* onboardingWindow() const { return onboardingWindow_.get(); }
+    /// Null while none is shown.
+    QQuickWindow* menu() const { return menu_.get(); }
     /// Null while the window is closed.
     QQuickWindow* settingsWindow() const { return settingsWindow_.get(); }
 
@@ -49,6 +53,8 @@ class QuickUserInterface final : public QObject, public UserInterface {
   private Q_SLOTS:
     void hidePanel();
     void openSettings();
+    void hideMenu();
+    void chooseInMenu(int index);
     void requestQuit() { context_.requestQuit(); }
 
   private:
@@ -57,7 +63,9 @@ class QuickUserInterface final : public QObject, public UserInterface {
     void yieldActivation();
     static QScreen& screenOf(const QRect& statusItem);
     void limitHeight(const QScreen& screen);
-    void place(const QRect& statusItem);
+    void placePanel();
+    void place(QQuickWindow& window, const QRect& item);
+    void dressFrames();
 
     Context context_;
     Appearance appearance_;
@@ -70,6 +78,9 @@ class QuickUserInterface final : public QObject, public UserInterface {
     std::unique_ptr<QQuickWindow> onboardingWindow_;
     std::unique_ptr<QQuickWindow> panel_;
     std::shared_ptr<void> clicksOutside_; // observed while the panel drops down
+    std::unique_ptr<QQuickWindow> menu_;  // while the status item's menu is shown
+    std::vector<StatusMenuEntry> menuEntries_;
+    QRect placeOfItem_; // as it was known when the panel was shown last
     PanelStyle panelStyle_ = PanelStyle::dropDown;
     QElapsedTimer sinceHidden_;
 };

@@ -3,6 +3,8 @@
 // Owned by VeltoApplication; main actor only. It shows what it is told and passes on what is done to it.
 #pragma once
 
+#include "Velto/Shell/StatusItemViewModel.h"
+
 #include <QRect>
 #include <QString>
 
@@ -19,25 +21,29 @@ class StatusItem {
         std::function<void(const QRect&)> activated;
         /// The wheel was turned over it: up is positive, one notch is 1.
         std::function<void(double)> scrolled;
-        std::function<void()> settingsChosen;
+        /// What its menu has now.
+        std::function<std::vector<StatusMenuEntry>()> menu;
+        /// Its menu is to be shown there, by the program: for desktops that show none.
+        std::function<void(const QRect&)> menuWanted;
         std::function<void()> quitChosen;
     };
-    /// A line of the item's menu; a separator has no label.
-    struct MenuEntry {
-        QString label;
-        std::function<void()> chosen;
+    struct Look {
+        StatusItemForm form = StatusItemForm::idle;
+        /// What is read out for it.
+        QString accessibilityText;
+        QString toolTip;
+
+        friend bool operator==(const Look&, const Look&) = default;
     };
 
     virtual ~StatusItem() = default;
 
-    /// The name of a system symbol, and what is read out for it.
-    virtual void setLabel(const QString& symbol, const QString& accessibilityText) = 0;
+    virtual void setLook(const Look& look) = 0;
+    /// The menu may have become another one. Menus that are made when they are shown need not know.
+    virtual void menuChanged() {}
 
     /// Where it is on the screen, as far as the desktop has told; else empty.
     virtual QRect place() const = 0;
-
-    /// The menu of every item. The handlers must outlive it.
-    static std::vector<MenuEntry> menuEntries(const Handlers& handlers);
 };
 
 /// Where the desktop shows status items. Owned by VeltoApplication.

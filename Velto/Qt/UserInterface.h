@@ -6,11 +6,13 @@
 
 #include "Velto/Shell/AppState.h"
 #include "Velto/Shell/OnboardingWindow.h"
+#include "Velto/Shell/StatusItemViewModel.h"
 
 #include <QRect>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace velto {
 
@@ -37,6 +39,9 @@ class UserInterface {
     /// Hides it if it is shown. A click that has just hidden it, by taking its focus, doesn't show it again.
     virtual void togglePanel(const QRect& statusItem) = 0;
     virtual void showSettings() = 0;
+    /// The status item's menu at its place, for desktops that show none. It goes when something is chosen, or
+    /// when something else is clicked.
+    virtual void showMenu(std::vector<StatusMenuEntry> entries, const QRect& statusItem) = 0;
     virtual std::unique_ptr<OnboardingWindow> makeOnboardingWindow(std::function<void()> closedHandler) = 0;
 };
 

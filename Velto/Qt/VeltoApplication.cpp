@@ -19,7 +19,8 @@ constexpr double volumePerNotch = 0.04;
 } // namespace
 
 VeltoApplication::VeltoApplication(AppDelegate& delegate, UserInterfaceFactory makeUserInterface)
-    : delegate_(delegate), makeUserInterface_(std::move(makeUserInterface)) {}
+    : delegate_(delegate), statusItemModel_(delegate.appState().menuBar()),
+      makeUserInterface_(std::move(makeUserInterface)) {}
 
 VeltoApplication::~VeltoApplication() {
     stopWaitingForStatusArea();
@@ -65,13 +66,27 @@ StatusItem::Handlers VeltoApplication::statusItemHandlers() {
                     const QRect known = place.isValid() || !statusItem_ ? place : statusItem_->place();
                     withWindows([&](UserInterface& windows) { windows.togglePanel(known); });
                 },
-            .scrolled =
-                [this](double notches) {
-                    delegate_.appState().menuBar().adjustMasterVolume(
-                        static_cast<float>(notches * volumePerNotch));
+            .scrolled = [this](double notches) { scroll(notches); },
+            .menu = [this] { return statusItemMenu(); },
+            .menuWanted =
+                [this](const QRect& place) {
+                    withWindows([&](UserInterface& windows) { windows.showMenu(statusItemMenu(), place); });
                 },
-            .settingsChosen = [this] { withWindows([](UserInterface& windows) { windows.showSettings(); }); },
             .quitChosen = [this] { requestQuit(); }};
+}
+
+std::vector<StatusMenuEntry> VeltoApplication::statusItemMenu() {
+    return statusItemModel_.menu(
+        {.open = [this] { raise(); },
+         .showSettings = [this] { withWindows([](UserInterface& windows) { windows.showSettings(); }); },
+         .quit = [this] { requestQuit(); }});
+}
+
+void VeltoApplication::scroll(double notches) {
+    MenuBarViewModel& menuBar = delegate_.appState().menuBar();
+    if (!menuBar.hasMasterVolume()) return;
+    menuBar.adjustMasterVolume(static_cast<float>(notches * volumePerNotch));
+    volumeWasSet(menuBar.masterVolume());
 }
 
 void VeltoApplication::offerWindows() {
@@ -91,9 +106,10 @@ void VeltoApplication::withoutStatusItem() {
 
 void VeltoApplication::updateStatusItem() {
     if (!statusItem_) return;
-    const MenuBarViewModel& menuBar = delegate_.appState().menuBar();
-    statusItem_->setLabel(toQString(menuBar.statusItemSymbol()),
-                          toQString(menuBar.statusItemAccessibilityText()));
+    statusItem_->setLook({.form = statusItemModel_.form(),
+                          .accessibilityText = toQString(statusItemModel_.accessibilityText()),
+                          .toolTip = toQString(statusItemModel_.toolTip())});
+    statusItem_->menuChanged();
 }
 
 UserInterface::PanelStyle VeltoApplication::panelStyle() const {
@@ -119,6 +135,7 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
         action(userInterface());
     } catch (const std::runtime_error& error) {
         LoggingService::ui.error("{}", publicText(error.what()));
+        tell(error.what());
     }
 }
 

@@ -16,6 +16,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace velto {
 
@@ -46,6 +48,10 @@ class VeltoApplication {
     /// Whether the panel drops from the status item, when there is one.
     virtual bool dropsPanel() const { return true; }
     void applyPanelStyle();
+    /// The wheel over the status item has set it: shown where the desktop has a display of its own for that.
+    virtual void volumeWasSet(double) {}
+    /// The windows can't be had: a sentence that says why, for who has just asked for one.
+    virtual void tell(const std::string&) {}
 
   private:
     /// Makes the windows if need be. Throws std::runtime_error when they can't be had.
@@ -55,12 +61,15 @@ class VeltoApplication {
     void followStatusArea();
     void makeStatusItem();
     StatusItem::Handlers statusItemHandlers();
+    std::vector<StatusMenuEntry> statusItemMenu();
+    void scroll(double notches);
     void updateStatusItem();
     void withoutStatusItem();
     void stopWaitingForStatusArea();
     UserInterface::PanelStyle panelStyle() const;
 
     AppDelegate& delegate_;
+    StatusItemViewModel statusItemModel_;
     UserInterfaceFactory makeUserInterface_;
     bool isHidden_ = false;
     Subscription statusSubscription_;

@@ -1,7 +1,6 @@
 #include "Velto/Shell/MenuBarViewModel.h"
 
 #include "Velto/Shell/LargestCorrection.h"
-#include "Velto/Shell/StatusItemLabel.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Foundation/TrimmedText.h"
 #include "VeltoCore/Settings/DisconnectBehavior.h"
@@ -14,12 +13,13 @@
 
 namespace velto {
 
-MenuBarViewModel::MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager& deviceManager,
-                                   DualOutputCoordinator& coordinator, PreferencesManager& preferences,
-                                   DeviceVolumeController& volumeController, SyncProfileManager& syncProfiles,
-                                   MainActor& actor)
-    : changes_(actor), presets_(presets), deviceManager_(deviceManager), coordinator_(coordinator),
-      preferences_(preferences), volumeController_(volumeController), tasks_(actor) {
+MenuBarViewModel::MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
+                                   AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
+                                   PreferencesManager& preferences, DeviceVolumeController& volumeController,
+                                   SyncProfileManager& syncProfiles, MainActor& actor)
+    : changes_(actor), client_(client), presets_(presets), deviceManager_(deviceManager),
+      coordinator_(coordinator), preferences_(preferences), volumeController_(volumeController),
+      tasks_(actor) {
     changes_.keep(deviceManager.observeDevices([this] {
         selectableDevices_.reset();
         changes_.announce();
@@ -147,17 +147,14 @@ std::optional<std::string_view> MenuBarViewModel::selectionHint() const {
 }
 
 std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
+    // Only where a server is a program of its own does it not answer at all.
+    if (!client_.isAnswering())
+        return "No sound server is running. Velto starts working as soon as PipeWire does.";
     if (!needsMoreOutputs()) return std::nullopt;
     return "Connect a second output to play together.";
 }
 
 // Status
-
-std::string_view MenuBarViewModel::statusItemSymbol() const { return StatusItemLabel::symbolName(status()); }
-
-std::string_view MenuBarViewModel::statusItemAccessibilityText() const {
-    return StatusItemLabel::accessibilityText(status());
-}
 
 std::optional<std::string> MenuBarViewModel::errorText() const {
     if (const auto& error = coordinator_.lastError()) return error->errorDescription();
@@ -278,6 +275,22 @@ std::vector<OutputCard> MenuBarViewModel::outputCards() const {
 
 void MenuBarViewModel::toggleMute(std::string_view uid) {
     if (const auto state = volumeController_.state(uid)) volumeController_.setMuted(!state->isMuted, uid);
+}
+
+bool MenuBarViewModel::canMuteAny() const { return std::ranges::any_of(outputCards(), &OutputCard::canMute); }
+
+bool MenuBarViewModel::isAllMuted() const {
+    return canMuteAny() && std::ranges::all_of(outputCards(), [](const OutputCard& card) {
+               return card.isMuted || !card.canMute;
+           });
+}
+
+void MenuBarViewModel::toggleMuteAll() {
+    const bool isMuted = !isAllMuted();
+    volumeController_.together([&] {
+        for (const OutputCard& card : outputCards())
+            if (card.canMute) volumeController_.setMuted(isMuted, card.output.uid);
+    });
 }
 
 void MenuBarViewModel::adjustMasterVolume(float delta) {

@@ -11,6 +11,7 @@
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/CoreAudio/AudioOutputDevice.h"
+#include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
@@ -44,10 +45,10 @@ class MenuBarViewModel {
     enum class DisconnectAnswer { keepPlaying, stopPlaying };
 
     /// All must outlive the model.
-    MenuBarViewModel(PresetViewModel& presets, AudioDeviceManager& deviceManager,
-                     DualOutputCoordinator& coordinator, PreferencesManager& preferences,
-                     DeviceVolumeController& volumeController, SyncProfileManager& syncProfiles,
-                     MainActor& actor);
+    MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
+                     AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
+                     PreferencesManager& preferences, DeviceVolumeController& volumeController,
+                     SyncProfileManager& syncProfiles, MainActor& actor);
     MenuBarViewModel(const MenuBarViewModel&) = delete;
     MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
 
@@ -87,6 +88,7 @@ class MenuBarViewModel {
     bool canSwitchOutputs() const;
     std::optional<std::string_view> selectionHint() const;
     bool needsMoreOutputs() const { return selectableDevices().size() < 2; }
+    /// Why nothing can be played: too few outputs, or nobody who would play on them.
     std::optional<std::string_view> needsMoreOutputsText() const;
 
     // Status
@@ -94,8 +96,6 @@ class MenuBarViewModel {
     VeltoStatus status() const { return coordinator_.status(); }
     std::string statusTitle() const { return status().title(); }
     std::string_view statusSymbol() const { return status().symbolName(); }
-    std::string_view statusItemSymbol() const;
-    std::string_view statusItemAccessibilityText() const;
     /// A start, stop or rebuild is under way.
     bool isBusy() const { return status().isBusy(); }
     /// A session runs, with both outputs or with one.
@@ -132,6 +132,10 @@ class MenuBarViewModel {
     void setMasterVolume(float volume) { volumeController_.setMasterVolume(volume); }
     void setVolume(float volume, std::string_view uid) { volumeController_.setVolume(volume, uid); }
     void toggleMute(std::string_view uid);
+    /// Whether any of the session's outputs can be muted, and whether all that can are.
+    bool canMuteAny() const;
+    bool isAllMuted() const;
+    void toggleMuteAll();
     /// For the wheel over the status item. Nothing without a master volume.
     void adjustMasterVolume(float delta);
 
@@ -167,6 +171,7 @@ class MenuBarViewModel {
     bool isChoosingOutputs_ = false;
     /// The user has read that settings can't be saved.
     bool isWriteFailureDismissed_ = false;
+    const CoreAudioClient& client_;
     PresetViewModel& presets_;
     AudioDeviceManager& deviceManager_;
     DualOutputCoordinator& coordinator_;

@@ -15,6 +15,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 
+#include <chrono>
 #include <memory>
 
 namespace velto {
@@ -41,10 +42,13 @@ int run(int argumentCount, char** arguments) {
     DeviceBenchAdapter adapter(bench);
     QuickUserInterface* windows = nullptr;
     AppDelegate delegate(computer.platform());
-    LinuxApplication application(delegate, computer.host(), [&](UserInterface::Context context) {
+    const auto makeWindows = [&](UserInterface::Context context) {
         auto made = std::make_unique<QuickUserInterface>(std::move(context));
         windows = made.get();
         return made;
+    };
+    LinuxApplication application(delegate, computer.host(), makeWindows, [&](const auto& condition) {
+        return actor.runUntil(condition, std::chrono::seconds(5));
     });
     terminationSignals.observe(actor, [&application] { application.requestQuit(); });
     delegate.applicationDidFinishLaunching();

@@ -19,7 +19,7 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         topPadding: 8
         text: "Velto"
-        font.pixelSize: 24
+        font.pixelSize: Theme.text(24)
         font.weight: Font.DemiBold
     }
     TextLabel {

@@ -20,7 +20,7 @@ Item {
         width: parent.width * 0.46 - 20
         text: row.title
         color: Theme.secondary
-        font.pixelSize: 12
+        font.pixelSize: Theme.text(12)
     }
     TextLabel {
         id: answer
@@ -30,6 +30,6 @@ Item {
         horizontalAlignment: Text.AlignRight
         text: row.value
         wrapMode: Text.WrapAnywhere
-        font.pixelSize: 12
+        font.pixelSize: Theme.text(12)
     }
 }

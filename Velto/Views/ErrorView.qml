@@ -32,7 +32,7 @@ Rectangle {
             width: parent.width
             text: view.error
             wrapMode: Text.Wrap
-            font.pixelSize: 12
+            font.pixelSize: Theme.text(12)
             font.weight: Font.Medium
         }
         TextLabel {

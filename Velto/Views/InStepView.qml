@@ -16,7 +16,7 @@ Column {
             anchors { left: parent.left; leftMargin: 4; right: opener.left; verticalCenter: parent.verticalCenter }
             text: "In step"
             color: Theme.secondary
-            font.pixelSize: 12
+            font.pixelSize: Theme.text(12)
             font.weight: Font.DemiBold
         }
         IconButton {

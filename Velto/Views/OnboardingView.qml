@@ -28,7 +28,7 @@ Item {
         TextLabel {
             anchors.horizontalCenter: parent.horizontalCenter
             text: view.heading
-            font.pixelSize: 22
+            font.pixelSize: Theme.text(22)
             font.weight: Font.DemiBold
         }
         TextLabel {

@@ -5,11 +5,14 @@ import QtQuick
 Rectangle {
     id: surface
 
-    radius: appearance.isComposited ? Theme.panelRadius : 0
-    color: appearance.isComposited ? "transparent" : Theme.windowOpaque
-    border.width: 1
+    property bool isFramed: false   // by the desktop, which makes it a window like any other
+    readonly property bool isRound: appearance.isComposited && !isFramed
+
+    radius: isRound ? Theme.panelRadius : 0
+    color: isRound ? "transparent" : Theme.windowOpaque
+    border.width: isFramed ? 0 : 1
     border.color: Theme.windowEdge
-    gradient: appearance.isComposited && !appearance.hasMaterial ? glass : null
+    gradient: isRound && !appearance.hasMaterial ? glass : null
 
     Gradient {
         id: glass

@@ -42,6 +42,7 @@ Window {
         model: window.model
         presets: window.presets
         longestHeight: window.longestHeight
+        isFramed: window.isOrdinary
         onSettingsRequested: window.settingsRequested()
         onQuitRequested: window.quitRequested()
         Keys.onEscapePressed: window.dismissed()

@@ -33,6 +33,6 @@ Item {
         text: status.model.syncSummary ? status.model.statusTitle + "  ·  " + status.model.syncSummary
                                        : status.model.statusTitle
         color: Theme.secondary
-        font.pixelSize: 12
+        font.pixelSize: Theme.text(12)
     }
 }

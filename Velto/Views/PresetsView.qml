@@ -24,7 +24,7 @@ Item {
                 anchors.verticalCenter: parent.verticalCenter
                 text: "Presets"
                 color: Theme.secondary
-                font.pixelSize: 12
+                font.pixelSize: Theme.text(12)
                 font.weight: Font.DemiBold
             }
             IconButton {
@@ -69,7 +69,7 @@ Item {
             visible: list.count === 0
             text: "Play two outputs, then save them here."
             color: Theme.secondary
-            font.pixelSize: 12
+            font.pixelSize: Theme.text(12)
         }
         ListView {
             id: list
@@ -98,7 +98,7 @@ Item {
             TextLabel {
                 anchors { left: parent.left; leftMargin: 11; right: undo.left; rightMargin: 6; verticalCenter: parent.verticalCenter }
                 text: "Deleted “" + view.presets.deletedPresetName + "”"
-                font.pixelSize: 12
+                font.pixelSize: Theme.text(12)
             }
             PushButton {
                 id: undo

@@ -16,7 +16,7 @@ Column {
         visible: section.title.length > 0
         text: section.title
         color: Theme.secondary
-        font.pixelSize: 12
+        font.pixelSize: Theme.text(12)
         font.weight: Font.DemiBold
     }
     GlassCard {

@@ -14,7 +14,7 @@ Rectangle {
         id: label
         anchors.centerIn: parent
         color: parent.ink
-        font.pixelSize: 10
+        font.pixelSize: Theme.text(10)
         font.weight: Font.Medium
     }
 }

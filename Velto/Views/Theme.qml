@@ -7,6 +7,9 @@ QtObject {
     readonly property bool dark: appearance.isDark
     readonly property string family: appearance.fontFamily
 
+    // A size of text in pixels, as the desktop wants it.
+    function text(pixels) { return Math.round(pixels * appearance.fontScale) }
+
     readonly property color accent: appearance.accent           // white text is readable on it
     readonly property color accentInk: appearance.accentInk     // readable on the window itself
     readonly property color accentText: "#ffffff"
@@ -38,9 +41,9 @@ QtObject {
     readonly property color warnGround: dark ? "#1affb340" : "#1cff9500"
     readonly property color badGround: dark ? "#2eff5a4f" : "#14d92d20"
 
-    readonly property int title: 17
-    readonly property int body: 13
-    readonly property int small: 11
+    readonly property int title: text(17)
+    readonly property int body: text(13)
+    readonly property int small: text(11)
     readonly property int hitSize: 28
     readonly property int inset: 14
     readonly property int fieldWidth: 268

@@ -8,13 +8,17 @@ FocusScope {
     required property QtObject model
     required property QtObject presets
     property real longestHeight: 10000
+    property bool isFramed: false
     signal settingsRequested()
     signal quitRequested()
 
-    implicitWidth: 356
+    implicitWidth: Math.round(356 * Math.max(1, appearance.fontScale))
     implicitHeight: Math.min(longestHeight, content.height + 2 * 12)
 
-    PanelSurface { anchors.fill: parent }
+    PanelSurface {
+        anchors.fill: parent
+        isFramed: panel.isFramed
+    }
 
     Flickable {
         id: flickable
@@ -125,7 +129,7 @@ FocusScope {
                 visible: text.length > 0
                 text: panel.model.hint
                 color: Theme.secondary
-                font.pixelSize: 12
+                font.pixelSize: Theme.text(12)
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
             }

@@ -25,9 +25,11 @@ class MacDesktopAppearance final : public DesktopAppearance {
     }
     std::optional<bool> reducesMotion() const override { return system_.reducesMotion(); }
     QString fontFamily() const override { return QGuiApplication::font().family(); }
+    std::optional<double> fontSize() const override { return std::nullopt; }
     bool isComposited() const override { return true; }
     bool hasMaterial() const override { return true; }
     void dressPanel(QWindow& panel, int cornerRadius) override { dressAsPanel(viewOf(panel), cornerRadius); }
+    void dressFrame(QWindow&, bool) override {} // the system's frames follow the system
     std::shared_ptr<void> observeClicksOutside(std::function<void()> clicked) override {
         return std::make_shared<ClicksOutside>(std::move(clicked));
     }

@@ -1,7 +1,6 @@
 #include "Velto/macOS/MenuBarStatusArea.h"
 
 #include "Platform/macOS/MenuBarItem.h"
-#include "Velto/Qt/Text.h"
 
 #include <QRectF>
 
@@ -18,10 +17,11 @@ class MenuBarStatusItem final : public StatusItem {
         : handlers_(std::move(handlers)), item_({.clicked = [this] { handlers_.activated(place()); },
                                                  .removed = handlers_.quitChosen,
                                                  .scrolled = handlers_.scrolled,
-                                                 .menu = menu()}) {}
+                                                 .menu = [this] { return menu(); }}) {}
 
-    void setLabel(const QString& symbol, const QString& accessibilityText) override {
-        item_.setLabel(symbol.toStdString(), accessibilityText.toStdString());
+    void setLook(const Look& look) override {
+        item_.setLabel(symbolName(look.form), look.accessibilityText.toStdString(),
+                       look.toolTip.toStdString());
     }
     QRect place() const override {
         const MenuBarItem::Place place = item_.place();
@@ -31,8 +31,11 @@ class MenuBarStatusItem final : public StatusItem {
   private:
     std::vector<MenuBarItem::MenuEntry> menu() const {
         std::vector<MenuBarItem::MenuEntry> result;
-        for (MenuEntry& entry : menuEntries(handlers_))
-            result.push_back({entry.label.toStdString(), std::move(entry.chosen)});
+        for (StatusMenuEntry& entry : handlers_.menu())
+            result.push_back({.label = std::move(entry.label),
+                              .isEnabled = entry.isEnabled,
+                              .isChecked = entry.isChecked.value_or(false),
+                              .chosen = std::move(entry.chosen)});
         return result;
     }
 
