@@ -63,7 +63,9 @@ class Playing {
     SyncProfileManager syncProfiles{defaults, loop};
     DeviceVolumeController volumes{world};
     SystemMultiOutputEngine syncEngine;
-    DualOutputCoordinator coordinator{devices, session, preferences, volumes, syncEngine, syncProfiles, loop};
+    const PlatformWords words;
+    DualOutputCoordinator coordinator{devices,    session,      preferences, volumes,
+                                      syncEngine, syncProfiles, loop,        words};
     TaskScope tasks{loop};
 };
 

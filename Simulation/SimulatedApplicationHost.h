@@ -15,6 +15,7 @@ namespace velto {
 
 class SimulatedApplicationHost final : public ApplicationHost {
   public:
+    const PlatformWords& words() const noexcept override { return platformWords; }
     void setActivationPolicy(ActivationPolicy policy) override { policies.push_back(policy); }
     void activateIgnoringOtherApplications() override { ++activations; }
     void yieldActivation() override { ++yields; }
@@ -24,6 +25,7 @@ class SimulatedApplicationHost final : public ApplicationHost {
     void setPasteboardText(std::string_view text) override { pasteboardText = text; }
     std::optional<std::string> bundleValue(std::string_view key) const override;
     std::string operatingSystemVersion() const override { return systemVersion; }
+    std::vector<SystemDetail> systemDetails() const override { return details; }
 
     // Verbs
 
@@ -43,7 +45,9 @@ class SimulatedApplicationHost final : public ApplicationHost {
     std::string pasteboardText;
     std::map<std::string, std::string, std::less<>> bundleValues{{"CFBundleShortVersionString", "1.0"},
                                                                  {"CFBundleVersion", "100"}};
+    PlatformWords platformWords;
     std::string systemVersion = "Simulated 1.0";
+    std::vector<SystemDetail> details;
 
   private:
     std::optional<SleepObserver> sleepObserver_;

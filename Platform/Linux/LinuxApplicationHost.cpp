@@ -4,6 +4,7 @@
 
 #include <sys/utsname.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <utility>
 
@@ -26,12 +27,12 @@ std::string prettySystemName() {
     return "Linux";
 }
 
-} // namespace
-
-void LinuxApplicationHost::setActivationPolicy(ActivationPolicy policy) {
-    policy_ = policy;
-    if (handlers_.policyChanged) handlers_.policyChanged();
+std::string environment(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value && *value ? value : "unknown";
 }
+
+} // namespace
 
 void LinuxApplicationHost::replyToTermination() {
     if (handlers_.terminate) handlers_.terminate();
@@ -57,6 +58,15 @@ std::string LinuxApplicationHost::operatingSystemVersion() const {
     utsname system{};
     uname(&system);
     return fmt::format("{} (kernel {})", prettySystemName(), system.release);
+}
+
+std::vector<ApplicationHost::SystemDetail> LinuxApplicationHost::systemDetails() const {
+    std::vector<SystemDetail> details;
+    if (soundSystem_) details = soundSystem_();
+    details.push_back({"Qt", toolkitVersion_});
+    details.push_back({"Session Type", environment("XDG_SESSION_TYPE")});
+    details.push_back({"Desktop", environment("XDG_CURRENT_DESKTOP")});
+    return details;
 }
 
 } // namespace velto

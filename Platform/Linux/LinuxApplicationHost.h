@@ -5,6 +5,7 @@
 // pasteboard, and nothing is copied.
 #pragma once
 
+#include "Platform/Linux/LinuxWords.h"
 #include "VeltoCore/Services/ApplicationHost.h"
 #include "VeltoCore/Services/SleepMonitor.h"
 
@@ -13,13 +14,13 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace velto {
 
 class LinuxApplicationHost final : public ApplicationHost {
   public:
     struct Handlers {
-        std::function<void()> policyChanged;
         std::function<void()> terminate;
         std::function<void(std::string_view text)> copy;
     };
@@ -28,23 +29,31 @@ class LinuxApplicationHost final : public ApplicationHost {
     explicit LinuxApplicationHost(SleepMonitor& sleep) : sleep_(sleep) {}
     /// Empty handlers do nothing.
     void setHandlers(Handlers handlers) { handlers_ = std::move(handlers); }
-    /// As it was set last.
-    ActivationPolicy activationPolicy() const noexcept { return policy_; }
+    /// What there is to say of the sound system, asked for at each report.
+    void setSoundSystem(std::function<std::vector<SystemDetail>()> details) {
+        soundSystem_ = std::move(details);
+    }
+    /// Of Qt, by who has loaded it.
+    void setToolkitVersion(std::string version) { toolkitVersion_ = std::move(version); }
 
-    void setActivationPolicy(ActivationPolicy policy) override;
-    void activateIgnoringOtherApplications() override {} // window managers do
-    void yieldActivation() override {}                   // window managers do
+    const PlatformWords& words() const noexcept override { return linuxWords(); }
+    void setActivationPolicy(ActivationPolicy) override {} // a task bar lists windows
+    void activateIgnoringOtherApplications() override {}   // window managers do
+    void yieldActivation() override {}                     // window managers do
     void replyToTermination() override;
     void registerSleepObserver(SleepObserver observer) override;
     void removeSleepObserver() override;
     void setPasteboardText(std::string_view text) override;
     std::optional<std::string> bundleValue(std::string_view key) const override;
     std::string operatingSystemVersion() const override;
+    /// Sound system, Qt, and what the session says that it is.
+    std::vector<SystemDetail> systemDetails() const override;
 
   private:
     SleepMonitor& sleep_;
     Handlers handlers_;
-    ActivationPolicy policy_ = ActivationPolicy::accessory;
+    std::function<std::vector<SystemDetail>()> soundSystem_;
+    std::string toolkitVersion_ = "not loaded";
 };
 
 } // namespace velto

@@ -4,12 +4,14 @@
 // to rest because it has no window: its timers come in time.
 #pragma once
 
+#include "Platform/macOS/MacWords.h"
 #include "VeltoCore/Services/ApplicationHost.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velto {
 
@@ -20,6 +22,7 @@ class AppKitApplicationHost final : public ApplicationHost {
     AppKitApplicationHost& operator=(const AppKitApplicationHost&) = delete;
     ~AppKitApplicationHost() override;
 
+    const PlatformWords& words() const noexcept override { return macWords(); }
     void setActivationPolicy(ActivationPolicy policy) override;
     void activateIgnoringOtherApplications() override;
     void yieldActivation() override;
@@ -29,6 +32,7 @@ class AppKitApplicationHost final : public ApplicationHost {
     void setPasteboardText(std::string_view text) override;
     std::optional<std::string> bundleValue(std::string_view key) const override;
     std::string operatingSystemVersion() const override;
+    std::vector<SystemDetail> systemDetails() const override { return {}; }
 
   private:
     struct Activity;

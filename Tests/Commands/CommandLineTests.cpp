@@ -53,6 +53,10 @@ TEST(CommandLineTests, EveryCommandOfTheTableIsReadWithAllAndWithTheNeededArgume
     }
 }
 
+TEST(CommandLineTests, AnotherSpellingIsUnderstood) {
+    EXPECT_EQ(CommandLine::parse({"presets", "favorite", "Night"}).command, "presets favourite");
+}
+
 TEST(CommandLineTests, WhatIsWrongIsSaidWithWhatMayHaveBeenMeant) {
     const std::vector<std::pair<Words, std::string>> cases{
         {{"plya", "A", "B"}, "There is no command “plya”. Did you mean “play”?"},

@@ -115,8 +115,8 @@ TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
     answer("presets save", {"Evening"});
     EXPECT_THAT(presetNames(), ElementsAre("Evening"));
     answer("presets rename", {"evening", "Night"});
-    EXPECT_THAT(answer("presets favorite", {"Night"})["presets"][0]["isFavorite"], true);
-    EXPECT_THAT(answer("presets favorite", {"Night", "off"})["presets"][0]["isFavorite"], false);
+    EXPECT_THAT(answer("presets favourite", {"Night"})["presets"][0]["isFavorite"], true);
+    EXPECT_THAT(answer("presets favourite", {"Night", "off"})["presets"][0]["isFavorite"], false);
     EXPECT_THAT(answer("presets auto-connect", {"Night"})["presets"][0]["isAutoConnect"], true);
     answer("presets auto-connect", {"Night", "off"});
 
@@ -124,6 +124,8 @@ TEST_F(CommandServiceTests, EachCommandIsDoneWhenItIsAnswered) {
     EXPECT_EQ(answer("stop")["state"], "idle");
     EXPECT_THAT(world.aggregates(), IsEmpty());
     EXPECT_EQ(answer("play", {"Night"})["preset"], "Night");
+    EXPECT_EQ(answer("toggle")["state"], "idle");
+    EXPECT_EQ(answer("toggle")["state"], "playing");
     EXPECT_EQ(answer("reset")["state"], "idle");
     EXPECT_THAT(answer("presets delete", {"Night"})["presets"], SizeIs(0));
 }

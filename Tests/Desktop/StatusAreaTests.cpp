@@ -70,6 +70,7 @@ class StatusAreaTests : public MachineTest {
                 .collation = collation,
                 .loginItems = loginItems,
                 .host = host,
+                .notifications = notifications,
                 .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); }};
     }
 

@@ -1,5 +1,8 @@
 // What the settings window shows and does.
+#include "Platform/Linux/LinuxWords.h"
 #include "Tests/Shell/ShellTest.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <limits>
@@ -9,6 +12,8 @@ namespace {
 
 using namespace std::string_literals;
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
 
 class SettingsTests : public ShellTest {
   protected:
@@ -29,49 +34,85 @@ class SettingsTests : public ShellTest {
 
 // Debug report
 
-TEST_F(SettingsTests, ReportsARunningSession) {
-    desktop.systemVersion = "Version 15.2";
-    preferences().clockStrategy.set(ClockStrategy::firstSelected);
-    play("bluetooth", "hdmi");
-    settings().copyDebugInfo();
-    const auto id = [this](std::string_view uid) { return std::to_string(world.objectID(uid)); };
-    EXPECT_EQ(desktop.pasteboardText, R"(Velto Debug Information
+/// The report of a session. What differs: the lines about the system, and how an output and its UID are told.
+struct ReportedSession {
+    std::string system;
+    std::string first, firstUID, second, secondUID;
+};
+
+std::string report(const ReportedSession& told, std::string_view aggregate, std::string_view firstID,
+                   std::string_view secondID) {
+    return fmt::format(R"(Velto Debug Information
 Velto Version: 1.0 (100)
-macOS: Version 15.2
+{system}
 Status: playing together
 Sync Engine: System Multi-Output
 Current Default Output: Velto Output [com.corlent.velto.aggregate]
 Aggregate Device UID: com.corlent.velto.aggregate
-Aggregate Device ID: )" + id(AggregateDeviceManager::aggregateUID) +
-                                          R"(
+Aggregate Device ID: {aggregate}
 Group Sample Rate: 48000 Hz
-Clock Master: bluetooth
+Clock Master: {firstUID}
 Clock Strategy: First selected output
 Preferred Sample Rate: Automatic
 Disconnect Behavior: Keep playing on remaining outputs
-Headphones — UID: bluetooth
-Headphones — Device ID: )" + id("bluetooth") +
-                                          R"(
-Headphones — Transport: Bluetooth
-Headphones — Manufacturer: unknown
-Headphones — Sample Rate: 48000 Hz
-Headphones — Latency: 7200 frames
-Headphones — Safety Offset: not reported
-Headphones — Volume Control: yes
-Display — UID: hdmi
-Display — Device ID: )" + id("hdmi") + R"(
-Display — Transport: HDMI
-Display — Manufacturer: unknown
-Display — Sample Rate: 48000 Hz
-Display — Latency: not reported
-Display — Safety Offset: not reported
-Display — Volume Control: no)");
+{first} — UID: {firstUID}
+{first} — Device ID: {firstID}
+{first} — Transport: Bluetooth
+{first} — Manufacturer: unknown
+{first} — Sample Rate: 48000 Hz
+{first} — Latency: 7200 frames
+{first} — Safety Offset: not reported
+{first} — Volume Control: yes
+{second} — UID: {secondUID}
+{second} — Device ID: {secondID}
+{second} — Transport: HDMI
+{second} — Manufacturer: unknown
+{second} — Sample Rate: 48000 Hz
+{second} — Latency: not reported
+{second} — Safety Offset: not reported
+{second} — Volume Control: no)",
+                       fmt::arg("system", told.system), fmt::arg("aggregate", aggregate),
+                       fmt::arg("first", told.first), fmt::arg("firstUID", told.firstUID),
+                       fmt::arg("firstID", firstID), fmt::arg("second", told.second),
+                       fmt::arg("secondUID", told.secondUID), fmt::arg("secondID", secondID));
+}
+
+TEST_F(SettingsTests, ReportsARunningSession) {
+    const std::string onMac = "macOS: Version 15.2";
+    const std::string onLinux = "Operating System: Version 15.2\nPipeWire: 0.3.65\nDesktop: sway";
+    desktop.systemVersion = "Version 15.2";
+    preferences().clockStrategy.set(ClockStrategy::firstSelected);
+    play("bluetooth", "hdmi");
+    const auto expected = [this](const ReportedSession& told) {
+        const auto id = [this](std::string_view uid) { return std::to_string(world.objectID(uid)); };
+        return report(told, id(AggregateDeviceManager::aggregateUID), id("bluetooth"), id("hdmi"));
+    };
+    settings().copyDebugInfo();
+    EXPECT_EQ(desktop.pasteboardText, expected({onMac, "Headphones", "bluetooth", "Display", "hdmi"}));
     EXPECT_TRUE(settings().didCopyDebugInfo());
     EXPECT_TRUE(log.contains("UI info: Copied debug information"));
+
+    desktop.platformWords = linuxWords();
+    desktop.details = {{"PipeWire", "0.3.65"}, {"Desktop", "sway"}};
+    settings().copyDebugInfo();
+    EXPECT_EQ(desktop.pasteboardText, expected({onLinux, "Headphones", "bluetooth", "Display", "hdmi"}));
+    const std::string headphones = "7653", display = "c2bc"; // the same wherever they are reported
+    settings().copyRedactedDebugInfo();
+    EXPECT_EQ(desktop.pasteboardText, expected({onLinux, "Output " + headphones, "uid-" + headphones,
+                                                "Output " + display, "uid-" + display}));
 
     unplug("hdmi");
     EXPECT_EQ(value("Status"), "degraded (Display missing)");
     EXPECT_EQ(value("Display — UID"), "hdmi");
+    const UUID desk = save("Desk");
+    menuBar().stop();
+    run();
+    presets().activate(desk);
+    run();
+    const std::string redacted = settings().report().redactedText();
+    EXPECT_THAT(redacted, HasSubstr("Last Error: Output " + display + " could not be found."));
+    for (const auto* name : {"Display", "Headphones", "[usb]", "DAC"})
+        EXPECT_THAT(redacted, Not(HasSubstr(name)));
 }
 
 TEST_F(SettingsTests, ReportsWithoutASession) {

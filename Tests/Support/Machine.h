@@ -4,6 +4,7 @@
 // What runs on it must be gone before it is; then leftovers() says what was left behind.
 #pragma once
 
+#include "Platform/macOS/MacWords.h"
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/RecordingLogSink.h"
 #include "Simulation/SimulatedApplicationHost.h"
@@ -11,6 +12,8 @@
 #include "Simulation/SimulatedLoginItemService.h"
 #include "Simulation/SimulatedMainActor.h"
 #include "Simulation/SimulatedMicrophone.h"
+#include "Simulation/SimulatedNotificationService.h"
+#include "Simulation/SimulatedShortcutService.h"
 
 #include <gmock/gmock.h>
 
@@ -22,11 +25,16 @@ namespace velto {
 
 class Machine {
   public:
+    /// A Mac's words: those of Linux are what differs.
+    Machine() { desktop.platformWords = macWords(); }
+
     SimulatedMainActor loop; // dies last
     RecordingLogSink log;
     InMemoryUserDefaults defaults;
     SimulatedApplicationHost desktop;
     SimulatedLoginItemService loginItems;
+    SimulatedNotificationService notifications;
+    SimulatedShortcutService shortcuts;
     SimulatedAudioSystem world{loop};
     SimulatedRoom room;
 

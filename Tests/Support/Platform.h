@@ -16,7 +16,9 @@ inline PlatformServices platformOf(Machine& machine, const TextCollation& collat
             .collation = collation,
             .loginItems = machine.loginItems,
             .host = machine.desktop,
+            .notifications = machine.notifications,
             .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); },
+            .shortcuts = &machine.shortcuts,
             .microphone = std::make_unique<SimulatedMicrophone>(machine.loop, machine.world, machine.room)};
 }
 

@@ -186,7 +186,7 @@ const NamedState states[]{
          s.play("airpods", "flip");
          s.openSettings("Advanced");
          s.world().faults.lingersAfterDestroy = std::chrono::milliseconds(200);
-         s.settings().window().resize(560, 1000);
+         s.settings().window().resize(560, 1100);
          s.settle();
          s.settings().click("Reset Audio Configuration");
      },

@@ -48,7 +48,7 @@ TEST_F(SettingsTests, switchesAreTurnedByMouseAndKeyboard) {
         EXPECT_EQ(isOn(), before);
         EXPECT_EQ(settings().find(name).isChecked, before);
     }
-    EXPECT_EQ(count, 5);
+    EXPECT_EQ(count, 6);
 }
 
 TEST_F(SettingsTests, choicesAndNamesAreKept) {

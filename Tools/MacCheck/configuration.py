@@ -16,7 +16,7 @@ class Unusable(Exception):
 
 
 class SDK:
-    """A macOS SDK. Of ServiceManagement alone there are declarations of our own, for copies that lack it."""
+    """A macOS SDK. Of two frameworks there are declarations of our own (Shim), for copies that lack them."""
 
     shim = pathlib.Path(__file__).resolve().parent / "Shim"
 

@@ -86,7 +86,7 @@ std::optional<LineConnection> CommandClient::connect() {
 
 LineConnection CommandClient::connectOrStart(const std::string& command) {
     if (auto running = connect()) return std::move(*running);
-    if (command != "play") throw CommandFailure("Velto does not run.");
+    if (command != "play" && command != "toggle") throw CommandFailure("Velto does not run.");
     start_();
     const auto deadline = SteadyClock::now() + startPatience;
     while (SteadyClock::now() < deadline) {

@@ -94,6 +94,7 @@ class Parser {
             word.remove_prefix(space + 1);
         }
         CLI::App* added = parent->add_subcommand(std::string(word));
+        if (!command.alias.empty()) added->alias(std::string(command.alias));
         added->set_help_flag("--help");
         added->fallthrough();
         std::vector<std::string>& values = arguments_[added];

@@ -34,6 +34,7 @@ CommandOperations::Operation CommandOperations::operation(const std::string& com
         {"status", &Self::status},
         {"play", &Self::play},
         {"stop", &Self::stop},
+        {"toggle", &Self::toggle},
         {"reconnect", &Self::reconnect},
         {"answer", &Self::answer},
         {"reset", &Self::reset},
@@ -45,7 +46,7 @@ CommandOperations::Operation CommandOperations::operation(const std::string& com
         {"presets save", &Self::savePreset},
         {"presets rename", &Self::renamePreset},
         {"presets delete", &Self::deletePreset},
-        {"presets favorite", &Self::favoritePreset},
+        {"presets favourite", &Self::favoritePreset},
         {"presets auto-connect", &Self::autoConnectPreset},
         {"settings", &Self::settings},
         {"settings get", &Self::getSetting},
@@ -150,6 +151,16 @@ Task<JSON> CommandOperations::stop(Arguments) {
     co_await app_.coordinator().stopDualOutput();
     if (!app_.coordinator().state().is<AudioSessionState::Idle>())
         failed("Something else was begun meanwhile.");
+    co_return statusOf(app_);
+}
+
+Task<JSON> CommandOperations::toggle(Arguments arguments) {
+    co_await settled();
+    if (app_.coordinator().state().isActive()) co_return co_await stop(std::move(arguments));
+    const auto first = app_.menuBar().firstDevice();
+    const auto second = app_.menuBar().secondDevice();
+    if (!first || !second) throw CommandFailure("No two outputs are chosen that are there.");
+    co_await playOn(*first, *second);
     co_return statusOf(app_);
 }
 

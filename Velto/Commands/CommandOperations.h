@@ -35,6 +35,7 @@ class CommandOperations {
     Task<JSON> status(Arguments arguments);
     Task<JSON> play(Arguments arguments);
     Task<JSON> stop(Arguments arguments);
+    Task<JSON> toggle(Arguments arguments);
     Task<JSON> reconnect(Arguments arguments);
     Task<JSON> answer(Arguments arguments);
     Task<JSON> reset(Arguments arguments);

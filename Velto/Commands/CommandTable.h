@@ -37,6 +37,8 @@ struct Command {
     std::string_view name;
     std::vector<CommandArgument> arguments;
     std::string_view help;
+    /// Its last word, spelt as others do; it is listed nowhere.
+    std::string_view alias = {};
 };
 
 struct CommandOption {

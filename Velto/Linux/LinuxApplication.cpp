@@ -21,9 +21,9 @@ LinuxApplication::LinuxApplication(AppDelegate& delegate, LinuxApplicationHost& 
     : VeltoApplication(delegate, std::move(makeUserInterface)), host_(host),
       waitUntil_(std::move(waitUntil)) {
     qApp->installEventFilter(this);
+    host_.setToolkitVersion(qVersion());
     host_.setHandlers(
-        {.policyChanged = [this] { applyPanelStyle(); },
-         .terminate =
+        {.terminate =
              [this] {
                  isTerminated_ = true;
                  QCoreApplication::quit();
@@ -38,8 +38,7 @@ std::unique_ptr<StatusArea> LinuxApplication::makeStatusArea(std::function<void(
 }
 
 bool LinuxApplication::dropsPanel() const {
-    return host_.activationPolicy() == ApplicationHost::ActivationPolicy::accessory &&
-           !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
 /// Plasma's; what others have, only they themselves may use.
@@ -68,7 +67,7 @@ void LinuxApplication::tell(const std::string& sentence) {
 
 void LinuxApplication::endNow() {
     if (isTerminated_) return;
-    host_.setHandlers({.policyChanged = {}, .terminate = [this] { isTerminated_ = true; }, .copy = {}});
+    host_.setHandlers({.terminate = [this] { isTerminated_ = true; }, .copy = {}});
     requestQuit();
     if (!waitUntil_([this] { return isTerminated_; }))
         LoggingService::ui.error("The session ended before all outputs were put back");

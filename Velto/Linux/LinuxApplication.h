@@ -33,7 +33,7 @@ class LinuxApplication final : public QObject, public VeltoApplication {
 
   private:
     std::unique_ptr<StatusArea> makeStatusArea(std::function<void()> changed) override;
-    /// A program in the task bar has a window there. On Wayland no program places its windows.
+    /// On Wayland no program places its windows.
     bool dropsPanel() const override;
     void volumeWasSet(double volume) override;
     void tell(const std::string& sentence) override;

@@ -42,7 +42,7 @@ Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& sig
                  SingleInstance& instance)
     : options_(options), actor_(actor), defaults_(FileUserDefaults::standardFile(), actor),
       loginItems_(XdgAutostart::runningProgram(), XdgAutostart::standardFile()), sleep_(actor), host_(sleep_),
-      delegate_(services()),
+      notifications_(actor), shortcuts_(actor), delegate_(services()),
       commands_(delegate_.appState(),
                 {.quit = [this] { delegate_.quit(); },
                  .raise = [this](const auto& environment) { return raise(environment); }}),
@@ -51,22 +51,29 @@ Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& sig
     for (const std::string& trouble : instance.troubles())
         LoggingService::lifecycle.error("{}", trouble);
     signals.observe(actor, [this] { delegate_.quit(); });
-    host_.setHandlers({.policyChanged = {}, .terminate = [&actor] { actor.quit(); }, .copy = {}});
+    host_.setHandlers({.terminate = [&actor] { actor.quit(); }, .copy = {}});
     if (instance.listener() >= 0) server_.listen(instance.listener());
 }
 
 Program::~Program() { host_.setHandlers({}); }
 
 PlatformServices Program::services() {
+    const auto client = std::make_shared<PipeWireAudioClient>(actor_, actor_);
+    host_.setSoundSystem([weak = std::weak_ptr(client)] {
+        const auto running = weak.lock();
+        return running ? running->versions() : std::vector<ApplicationHost::SystemDetail>();
+    });
     return {
         .actor = actor_,
-        .client = std::make_shared<PipeWireAudioClient>(actor_, actor_),
+        .client = client,
         .defaults = defaults_,
         .collation = collation_,
         .loginItems = loginItems_,
         .host = host_,
+        .notifications = notifications_,
         .makeAudioEngine =
             [this](CoreAudioClient& client) { return std::make_unique<PipeWireAudioEngine>(client, actor_); },
+        .shortcuts = &shortcuts_,
         .microphone = std::make_unique<PipeWireMicrophone>(actor_)};
 }
 

@@ -4,11 +4,13 @@
 // somebody starts the program on a display then, the desktop is opened around the application as it runs.
 #pragma once
 
+#include "Platform/Linux/DesktopNotifications.h"
 #include "Platform/Linux/FileUserDefaults.h"
 #include "Platform/Linux/IcuTextCollation.h"
 #include "Platform/Linux/LinuxApplicationHost.h"
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/LogindSleepMonitor.h"
+#include "Platform/Linux/PortalShortcuts.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/XdgAutostart.h"
 #include "Platform/POSIX/LineServer.h"
@@ -67,6 +69,8 @@ class Program {
     XdgAutostart loginItems_;
     LogindSleepMonitor sleep_;
     LinuxApplicationHost host_;
+    DesktopNotifications notifications_;
+    PortalShortcuts shortcuts_;
     AppDelegate delegate_;
     CommandService commands_;
     LineServer server_;

@@ -72,6 +72,7 @@ QuickUserInterface::QuickUserInterface(Context context)
 QuickUserInterface::~QuickUserInterface() {
     if (panel_) panel_->disconnect(this);
     if (menu_) menu_->disconnect(this);
+    context_.app.notifications().setIsPanelOpen(false);
     if (settingsWindow_) settingsWindow_->disconnect(this);
     if (onboardingWindow_) onboardingWindow_->disconnect(); // to close it now is not the user's doing
 }
@@ -98,6 +99,12 @@ void QuickUserInterface::makePanel() {
     panel_ = make(QStringLiteral("PanelWindow"), {{"model", QVariant::fromValue(&menuBar_)},
                                                   {"presets", QVariant::fromValue(&presets_)},
                                                   {"isOrdinary", panelStyle_ == PanelStyle::window}});
+    const auto noteWhetherOpen = [this] {
+        const bool isInFront = panelStyle_ == PanelStyle::dropDown || panel_->isActive();
+        context_.app.notifications().setIsPanelOpen(panel_->isVisible() && isInFront);
+    };
+    connect(panel_.get(), &QQuickWindow::visibleChanged, this, noteWhetherOpen);
+    connect(panel_.get(), &QQuickWindow::activeChanged, this, noteWhetherOpen);
     connect(panel_.get(), SIGNAL(dismissed()), this, SLOT(hidePanel()));
     connect(panel_.get(), SIGNAL(settingsRequested()), this, SLOT(openSettings()));
     connect(panel_.get(), SIGNAL(quitRequested()), this, SLOT(requestQuit()));
@@ -228,6 +235,7 @@ void QuickUserInterface::showSettings() {
     if (panel_ && panelStyle_ == PanelStyle::dropDown) hidePanel();
     if (!settingsWindow_) {
         context_.app.settings().refreshLaunchAtLogin();
+        context_.app.settings().inquireShortcuts();
         settings_ =
             std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_, context_.app.aligning());
         settingsWindow_ =
@@ -257,10 +265,11 @@ void QuickUserInterface::openSettings() {
 
 std::unique_ptr<OnboardingWindow>
 QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
-    onboardingWindow_ = make(QStringLiteral("OnboardingWindow"),
-                             {{"title", toQString(OnboardingWindowController::title)},
-                              {"message", toQString(OnboardingWindowController::message)},
-                              {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
+    onboardingWindow_ =
+        make(QStringLiteral("OnboardingWindow"),
+             {{"title", toQString(OnboardingWindowController::title)},
+              {"message", toQString(OnboardingWindowController::message(context_.app.host().words()))},
+              {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
     appearance_.desktop().dressWelcomeWindow(*onboardingWindow_);
     dressFrames();
     connect(onboardingWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {

@@ -111,24 +111,10 @@ QString SettingsAdapter::version() const {
     return toQString("Version " + model_.shortVersion() + " (" + model_.buildNumber() + ")");
 }
 
-QVariantList SettingsAdapter::licences() {
-    constexpr std::pair<const char*, const char*> all[]{
-        {"Velto", "MIT"},
-        {"Qt 6", "LGPL 3"},
-        {"PipeWire", "MIT"},
-        {"{fmt}", "MIT"},
-        {"JSON for Modern C++", "MIT"},
-        {"Eigen", "MPL 2.0"},
-        {"ICU", "Unicode Licence"},
-        {"libuuid", "BSD 3-Clause"},
-        {"libsystemd", "LGPL 2.1"},
-        {"Material Symbols", "Apache 2.0"},
-        {"Inter", "SIL Open Font Licence 1.1"},
-    };
+QVariantList SettingsAdapter::licences() const {
     QVariantList list;
-    for (const auto& [name, licence] : all)
-        list.append(
-            QVariantMap{{"name", QString::fromLatin1(name)}, {"licence", QString::fromLatin1(licence)}});
+    for (const auto& [name, licence] : model_.licences())
+        list.append(QVariantMap{{"name", toQString(name)}, {"licence", toQString(licence)}});
     return list;
 }
 

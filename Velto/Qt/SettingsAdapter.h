@@ -53,8 +53,7 @@ class SettingsAdapter final : public ModelAdapter {
     ListModel* debugRows() { return &debugRows_; }
     bool didCopyDebugInfo() const { return model_.didCopyDebugInfo(); }
     QString version() const;
-    /// Of the libraries, fonts and drawings that the program comes with.
-    static QVariantList licences();
+    QVariantList licences() const;
 
     /// The headings of a tab's settings.
     Q_INVOKABLE QStringList sections(const QString& ofTab) const;
@@ -67,6 +66,7 @@ class SettingsAdapter final : public ModelAdapter {
     Q_INVOKABLE void removeSyncProfile(const QString& id) { model_.removeSyncProfile(id.toStdString()); }
     Q_INVOKABLE void reset() { model_.beginReset(); }
     Q_INVOKABLE void copyDebugInfo() { model_.copyDebugInfo(); }
+    Q_INVOKABLE void copyRedactedDebugInfo() { model_.copyRedactedDebugInfo(); }
 
   protected:
     void updateLists() override;

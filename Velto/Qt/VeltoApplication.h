@@ -47,7 +47,6 @@ class VeltoApplication {
     virtual std::unique_ptr<StatusArea> makeStatusArea(std::function<void()> changed) = 0;
     /// Whether the panel drops from the status item, when there is one.
     virtual bool dropsPanel() const { return true; }
-    void applyPanelStyle();
     /// The wheel over the status item has set it: shown where the desktop has a display of its own for that.
     virtual void volumeWasSet(double) {}
     /// The windows can't be had: a sentence that says why, for who has just asked for one.
@@ -67,6 +66,7 @@ class VeltoApplication {
     void withoutStatusItem();
     void stopWaitingForStatusArea();
     UserInterface::PanelStyle panelStyle() const;
+    void applyPanelStyle();
 
     AppDelegate& delegate_;
     StatusItemViewModel statusItemModel_;

@@ -4,13 +4,16 @@ namespace velto {
 
 AppLifecycleController::AppLifecycleController(DualOutputCoordinator& coordinator,
                                                PreferencesManager& preferences, const Logger& logger,
-                                               MainActor& actor)
-    : coordinator_(coordinator), preferences_(preferences), logger_(logger), actor_(actor), tasks_(actor) {}
+                                               MainActor& actor, const PlatformWords& words)
+    : coordinator_(coordinator), preferences_(preferences), logger_(logger), actor_(actor), words_(words),
+      tasks_(actor) {}
 
-void AppLifecycleController::willSleep() { logger_.notice("Mac is going to sleep"); }
+void AppLifecycleController::willSleep() {
+    logger_.notice("{} is going to sleep", publicText(words_.computer));
+}
 
 void AppLifecycleController::didWake() {
-    logger_.notice("Mac woke from sleep");
+    logger_.notice("{} woke from sleep", publicText(words_.computer));
     tasks_.spawn(handleWakeLater());
 }
 

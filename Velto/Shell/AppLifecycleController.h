@@ -7,6 +7,7 @@
 #include "VeltoCore/Async/Task.h"
 #include "VeltoCore/Async/TaskScope.h"
 #include "VeltoCore/Services/LoggingService.h"
+#include "VeltoCore/Services/PlatformWords.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 
@@ -21,7 +22,7 @@ class AppLifecycleController {
 
     /// All must outlive the controller.
     AppLifecycleController(DualOutputCoordinator& coordinator, PreferencesManager& preferences,
-                           const Logger& logger, MainActor& actor);
+                           const Logger& logger, MainActor& actor, const PlatformWords& words);
     AppLifecycleController(const AppLifecycleController&) = delete;
     AppLifecycleController& operator=(const AppLifecycleController&) = delete;
 
@@ -35,6 +36,7 @@ class AppLifecycleController {
     PreferencesManager& preferences_;
     const Logger& logger_;
     MainActor& actor_;
+    const PlatformWords& words_;
     TaskScope tasks_; // dies first: its tasks use the others
 };
 

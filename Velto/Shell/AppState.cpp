@@ -29,7 +29,7 @@ AppState::AppState(PlatformServices platform)
       syncProfiles_(platform_.defaults, platform_.actor), volumeController_(*platform_.client),
       syncEngine_(makeSyncEngine(*platform_.client)),
       coordinator_(deviceManager_, systemAudio_, preferences_, volumeController_, *syncEngine_, syncProfiles_,
-                   platform_.actor),
+                   platform_.actor, platform_.host.words()),
       alignment_(platform_.actor, *platform_.client, coordinator_, syncProfiles_, preferences_,
                  std::move(platform_.microphone)),
       audioServiceMonitor_(*platform_.client, deviceManager_, volumeController_, coordinator_,
@@ -38,12 +38,14 @@ AppState::AppState(PlatformServices platform)
       syncTestPlayer_(platform_.actor, *audioEngine_),
       presets_(preferences_, coordinator_, deviceManager_, platform_.actor),
       menuBar_(*platform_.client, presets_, deviceManager_, coordinator_, preferences_, volumeController_,
-               syncProfiles_, platform_.actor),
+               syncProfiles_, platform_.actor, platform_.host.words()),
       inStep_(coordinator_, deviceManager_, preferences_, syncProfiles_, syncTestPlayer_, platform_.actor),
       aligning_(alignment_, coordinator_, deviceManager_, platform_.actor),
       settings_(preferences_, launchAtLogin_, syncProfiles_, syncTestPlayer_, coordinator_, deviceManager_,
-                platform_.host, platform_.actor),
-      lifecycle_(coordinator_, preferences_, logger, platform_.actor) {}
+                platform_.host, platform_.shortcuts, platform_.actor),
+      lifecycle_(coordinator_, preferences_, logger, platform_.actor, platform_.host.words()),
+      notifications_(coordinator_, menuBar_, preferences_, platform_.notifications),
+      shortcuts_(platform_.shortcuts, menuBar_, volumeController_, preferences_) {}
 
 Task<void> AppState::launch() {
     if (isShuttingDown()) co_return;
@@ -60,6 +62,7 @@ Task<void> AppState::launch() {
                                                   lifecycle_.willSleep();
                                               },
                                           .didWake = [this] { lifecycle_.didWake(); }});
+    shortcuts_.start();
     isLaunched_.set(true);
 }
 
@@ -69,6 +72,7 @@ Task<void> AppState::prepareForTermination() {
     syncTestPlayer_.stop();
     alignment_.cancel();
     platform_.host.removeSleepObserver();
+    shortcuts_.stop();
     audioServiceMonitor_.stop();
     co_await coordinator_.shutdown();
     preferences_.synchronize();

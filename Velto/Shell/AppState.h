@@ -8,10 +8,12 @@
 #include "Velto/Shell/AlignmentViewModel.h"
 #include "Velto/Shell/AppLifecycleController.h"
 #include "Velto/Shell/AudioServiceMonitor.h"
+#include "Velto/Shell/GlobalShortcuts.h"
 #include "Velto/Shell/InStepViewModel.h"
 #include "Velto/Shell/MenuBarViewModel.h"
 #include "Velto/Shell/PlatformServices.h"
 #include "Velto/Shell/PresetViewModel.h"
+#include "Velto/Shell/SessionNotifications.h"
 #include "Velto/Shell/SettingsViewModel.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/Async/Task.h"
@@ -54,6 +56,7 @@ class AppState {
     SettingsViewModel& settings() noexcept { return settings_; }
     PresetViewModel& presets() noexcept { return presets_; }
     AppLifecycleController& lifecycle() noexcept { return lifecycle_; }
+    SessionNotifications& notifications() noexcept { return notifications_; }
 
     DeviceVolumeController& volumeController() noexcept { return volumeController_; }
     AudioServiceMonitor& audioServiceMonitor() noexcept { return audioServiceMonitor_; }
@@ -95,6 +98,8 @@ class AppState {
     AlignmentViewModel aligning_;
     SettingsViewModel settings_;
     AppLifecycleController lifecycle_;
+    SessionNotifications notifications_;
+    GlobalShortcuts shortcuts_;
     Observable<bool> isLaunched_;
 };
 

@@ -6,9 +6,11 @@
 #include "VeltoCore/Aggregate/PreferredSampleRate.h"
 #include "VeltoCore/Settings/DisconnectBehavior.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <utility>
 
 namespace velto {
 
@@ -29,15 +31,17 @@ std::string frames(std::optional<std::int64_t> count) {
 
 struct StatusDescription {
     using State = AudioSessionState;
+    const ReportedNames& names;
+
     std::string operator()(const State::Idle&) const { return "idle"; }
     std::string operator()(const State::Starting&) const { return "starting"; }
     std::string operator()(const State::Stopping&) const { return "stopping"; }
     std::string operator()(const State::Active&) const { return "playing together"; }
     std::string operator()(const State::Degraded& state) const {
-        return "degraded (" + state.missing.name + " missing)";
+        return "degraded (" + names.name(state.missing) + " missing)";
     }
     std::string operator()(const State::Failed& state) const {
-        return "failed: " + state.error.errorDescription();
+        return "failed: " + names.description(state.error);
     }
 };
 
@@ -47,35 +51,51 @@ void append(std::vector<DebugRow>& rows, std::vector<DebugRow> more) {
 
 } // namespace
 
-std::vector<DebugRow> DebugReport::rows() const {
-    std::vector<DebugRow> rows = generalRows();
-    append(rows, sessionRows());
+std::vector<DebugRow> DebugReport::rows(const ReportedNames& names) const {
+    std::vector<DebugRow> rows = generalRows(names);
+    append(rows, sessionRows(names));
     if (const auto session = coordinator_.state().session()) {
         for (const AudioOutputDevice& device : session->devices())
-            append(rows, DebugReport::rows(device));
+            append(rows, DebugReport::rows(device, names));
     }
     if (const auto& error = coordinator_.lastError())
-        rows.push_back({"Last Error", error->errorDescription()});
+        rows.push_back({"Last Error", names.description(*error)});
     return rows;
 }
 
-std::string DebugReport::text() const {
+std::string DebugReport::text(const ReportedNames& names) const {
     std::string text = "Velto Debug Information";
-    for (const DebugRow& row : rows())
+    for (const DebugRow& row : rows(names))
         text += "\n" + row.title + ": " + row.value;
     return text;
 }
 
-std::vector<DebugRow> DebugReport::generalRows() const {
-    const auto& output = deviceManager_.defaultOutputDevice();
-    return {{"Velto Version", shortVersion(host_) + " (" + buildNumber(host_) + ")"},
-            {"macOS", host_.operatingSystemVersion()},
-            {"Status", std::visit(StatusDescription{}, coordinator_.state().kind())},
-            {"Sync Engine", std::string(coordinator_.syncEngine().name())},
-            {"Current Default Output", output ? output->name + " [" + output->uid + "]" : "unknown"}};
+std::string DebugReport::redactedText() const {
+    std::vector<std::pair<std::string, std::string>> known;
+    const auto note = [&known](const auto& output) { known.emplace_back(output.uid, output.name); };
+    std::ranges::for_each(deviceManager_.devices(), note);
+    for (const AudioPreset& preset : preferences_.presets()) {
+        note(preset.first);
+        note(preset.second);
+    }
+    if (const auto session = coordinator_.state().session()) std::ranges::for_each(session->devices(), note);
+    return text(ReportedNames::redacted(std::move(known)));
 }
 
-std::vector<DebugRow> DebugReport::sessionRows() const {
+std::vector<DebugRow> DebugReport::generalRows(const ReportedNames& names) const {
+    const auto& output = deviceManager_.defaultOutputDevice();
+    std::vector<DebugRow> rows{{"Velto Version", shortVersion(host_) + " (" + buildNumber(host_) + ")"},
+                               {std::string(host_.words().systemTitle), host_.operatingSystemVersion()}};
+    for (ApplicationHost::SystemDetail& detail : host_.systemDetails())
+        rows.push_back({std::move(detail.title), std::move(detail.value)});
+    append(rows, {{"Status", std::visit(StatusDescription{names}, coordinator_.state().kind())},
+                  {"Sync Engine", std::string(coordinator_.syncEngine().name())},
+                  {"Current Default Output",
+                   output ? names.name(*output) + " [" + names.uid(output->uid) + "]" : "unknown"}});
+    return rows;
+}
+
+std::vector<DebugRow> DebugReport::sessionRows(const ReportedNames& names) const {
     const auto session = coordinator_.state().session();
     const auto ofSession = [&](auto value) { return session ? value(*session) : std::string(missing); };
     return {{"Aggregate Device UID",
@@ -83,17 +103,17 @@ std::vector<DebugRow> DebugReport::sessionRows() const {
             {"Aggregate Device ID",
              ofSession([](const auto& running) { return std::to_string(running.aggregateDeviceID); })},
             {"Group Sample Rate", ofSession([](const auto& running) { return hertz(running.sampleRate); })},
-            {"Clock Master", ofSession([](const auto& running) { return running.masterUID; })},
+            {"Clock Master", ofSession([&](const auto& running) { return names.uid(running.masterUID); })},
             {"Clock Strategy", std::string(title(preferences_.clockStrategy()))},
             {"Preferred Sample Rate", std::string(title(preferences_.preferredSampleRate()))},
             {"Disconnect Behavior", std::string(title(preferences_.disconnectBehavior()))}};
 }
 
-std::vector<DebugRow> DebugReport::rows(const AudioOutputDevice& ofDevice) {
+std::vector<DebugRow> DebugReport::rows(const AudioOutputDevice& ofDevice, const ReportedNames& names) {
     const auto row = [&](std::string_view suffix, std::string value) {
-        return DebugRow{ofDevice.name + std::string(suffix), std::move(value)};
+        return DebugRow{names.name(ofDevice) + std::string(suffix), std::move(value)};
     };
-    return {row(" — UID", ofDevice.uid),
+    return {row(" — UID", names.uid(ofDevice.uid)),
             row(" — Device ID", std::to_string(ofDevice.deviceID)),
             row(" — Transport", ofDevice.transportType.displayName()),
             row(" — Manufacturer", ofDevice.manufacturer.value_or("unknown")),

@@ -16,10 +16,11 @@ namespace velto {
 MenuBarViewModel::MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
                                    AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
                                    PreferencesManager& preferences, DeviceVolumeController& volumeController,
-                                   SyncProfileManager& syncProfiles, MainActor& actor)
+                                   SyncProfileManager& syncProfiles, MainActor& actor,
+                                   const PlatformWords& words)
     : changes_(actor), client_(client), presets_(presets), deviceManager_(deviceManager),
       coordinator_(coordinator), preferences_(preferences), volumeController_(volumeController),
-      tasks_(actor) {
+      words_(words), tasks_(actor) {
     changes_.keep(deviceManager.observeDevices([this] {
         selectableDevices_.reset();
         changes_.announce();
@@ -164,7 +165,7 @@ std::optional<std::string> MenuBarViewModel::errorText() const {
 }
 
 std::optional<std::string> MenuBarViewModel::recoveryText() const {
-    if (const auto& error = coordinator_.lastError()) return error->recoverySuggestion();
+    if (const auto& error = coordinator_.lastError()) return error->recoverySuggestion(words_);
     if (!errorText()) return std::nullopt;
     return "What you change holds until Velto quits. It is saved with the next change after this is put "
            "right.";
@@ -243,7 +244,7 @@ void MenuBarViewModel::stop() { tasks_.spawn(coordinator_.stopDualOutput()); }
 std::optional<std::string_view> MenuBarViewModel::disconnectQuestion() const {
     if (!coordinator_.state().is<AudioSessionState::Degraded>() || !coordinator_.pendingDisconnectDecision())
         return std::nullopt;
-    return "Keep playing on the remaining output, or stop playing together?";
+    return disconnectQuestionText;
 }
 
 std::string_view MenuBarViewModel::title(DisconnectAnswer answer) noexcept {

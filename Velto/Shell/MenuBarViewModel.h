@@ -14,6 +14,7 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Services/PlatformWords.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Session/VeltoStatus.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
@@ -48,7 +49,7 @@ class MenuBarViewModel {
     MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
                      AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
                      PreferencesManager& preferences, DeviceVolumeController& volumeController,
-                     SyncProfileManager& syncProfiles, MainActor& actor);
+                     SyncProfileManager& syncProfiles, MainActor& actor, const PlatformWords& words);
     MenuBarViewModel(const MenuBarViewModel&) = delete;
     MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
 
@@ -117,6 +118,8 @@ class MenuBarViewModel {
     /// Nothing unless both chosen outputs are there, and can play now.
     void play();
     void stop();
+    static constexpr std::string_view disconnectQuestionText =
+        "Keep playing on the remaining output, or stop playing together?";
     /// None unless the user is to be asked about a lost output.
     std::optional<std::string_view> disconnectQuestion() const;
     static std::string_view title(DisconnectAnswer answer) noexcept;
@@ -177,6 +180,7 @@ class MenuBarViewModel {
     DualOutputCoordinator& coordinator_;
     PreferencesManager& preferences_;
     DeviceVolumeController& volumeController_;
+    const PlatformWords& words_;
     Subscription deviceChanges_;
     bool hadSession_ = false;
     /// Until the devices change; sorting names is the dear part of reading the model.

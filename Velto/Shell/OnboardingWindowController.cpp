@@ -1,11 +1,18 @@
 #include "Velto/Shell/OnboardingWindowController.h"
 
+#include <fmt/format.h>
+
 namespace velto {
 
 OnboardingWindowController::OnboardingWindowController(PreferencesManager& preferences,
                                                        const OnboardingWindowFactory& makeWindow)
     : preferences_(preferences),
       window_(makeWindow([this] { preferences_.hasCompletedOnboarding.set(true); })) {}
+
+std::string OnboardingWindowController::message(const PlatformWords& words) {
+    return fmt::format("Velto lives in the {}. Click its icon whenever you want to play together.",
+                       words.statusArea);
+}
 
 void OnboardingWindowController::show() {
     if (window_) window_->show();

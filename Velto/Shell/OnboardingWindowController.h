@@ -5,9 +5,11 @@
 #pragma once
 
 #include "Velto/Shell/OnboardingWindow.h"
+#include "VeltoCore/Services/PlatformWords.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace velto {
@@ -15,8 +17,7 @@ namespace velto {
 class OnboardingWindowController {
   public:
     static constexpr std::string_view title = "Welcome to Velto";
-    static constexpr std::string_view message =
-        "Velto lives in the menu bar. Click its icon whenever you want to play together.";
+    static std::string message(const PlatformWords& words);
     /// The one button; it closes the window.
     static constexpr std::string_view buttonTitle = "Continue";
 

@@ -4,7 +4,9 @@
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Services/ApplicationHost.h"
+#include "VeltoCore/Services/GlobalShortcutService.h"
 #include "VeltoCore/Services/LoginItemService.h"
+#include "VeltoCore/Services/NotificationService.h"
 #include "VeltoCore/Services/TextCollation.h"
 #include "VeltoCore/Services/UserDefaults.h"
 #include "VeltoCore/Sync/AudioEngine.h"
@@ -25,8 +27,11 @@ struct PlatformServices {
     const TextCollation& collation;
     LoginItemService& loginItems;
     ApplicationHost& host;
+    NotificationService& notifications;
     /// Called once; the client is the shared one.
     std::function<std::unique_ptr<AudioEngine>(CoreAudioClient& client)> makeAudioEngine;
+    /// Null where the platform has none.
+    GlobalShortcutService* shortcuts = nullptr;
     /// Null where the platform can't measure its outputs.
     std::unique_ptr<Microphone> microphone = nullptr;
 };

@@ -1,5 +1,7 @@
 #include "Velto/Shell/SettingsList.h"
 
+#include "Velto/Shell/GlobalShortcuts.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -23,12 +25,12 @@ std::string textOf(const DefaultsValue& value) { return std::visit(Text{}, value
 
 /// An enumeration's values, by their stored form, with what there is to say about each.
 template <const auto& all>
-std::vector<SettingChoice> choices() {
+std::vector<SettingChoice> choices(const PlatformWords& words) {
     std::vector<SettingChoice> choices;
     for (const auto value : all) {
         SettingChoice choice{*StoredForm<std::remove_const_t<decltype(value)>>::encode(value),
                              std::string(title(value))};
-        if constexpr (requires { explanation(value); }) choice.help = explanation(value);
+        if constexpr (requires { explanation(value, words); }) choice.help = explanation(value, words);
         choices.push_back(std::move(choice));
     }
     return choices;
@@ -75,7 +77,7 @@ struct SettingsList::Declared {
     AnySetting* setting;
     std::string_view label;
     std::string_view help = {};
-    std::function<std::vector<SettingChoice>()> choices = {};
+    std::function<std::vector<SettingChoice>(const PlatformWords&)> choices = {};
     /// What a change brings with it.
     std::function<void()> changed = {};
 
@@ -96,8 +98,13 @@ std::vector<SettingsList::Section> SettingsList::declarations() {
          {{Kind::toggle, nullptr, "Launch Velto at Login"},
           {.kind = Kind::toggle,
            .setting = &all.showInDock,
-           .label = "Show Velto in the Dock",
+           .label = host_.words().dockSwitch,
            .changed = [this] { applyShowInDock(); }},
+          {Kind::toggle, &all.showNotifications, "Show notifications",
+           "Tells what happens by itself while the panel is closed, such as an output that is lost."},
+          {.kind = Kind::toggle,
+           .setting = &all.globalShortcuts,
+           .label = shortcuts_ ? "Global shortcuts" : ""},
           {Kind::toggle, &all.rememberSelectedDevices, "Remember the last outputs",
            "Velto fills in the two outputs that played together last."}}},
         {"General",
@@ -120,7 +127,8 @@ std::vector<SettingsList::Section> SettingsList::declarations() {
         {"Sync",
          "Sync engine",
          {{Kind::choice, &all.defaultReferenceDeviceUID, "Reference output",
-           "The output that the others are measured against.", [this] { return referenceChoices(); }}}},
+           "The output that the others are measured against.",
+           [this](const auto&) { return referenceChoices(); }}}},
         {"Sync",
          "Saved sync profiles",
          {{Kind::toggle, &all.rememberSyncProfiles, "Remember sync profiles"}}},
@@ -128,9 +136,13 @@ std::vector<SettingsList::Section> SettingsList::declarations() {
 }
 
 SettingsList::SettingsList(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
-                           AudioDeviceManager& deviceManager, ApplicationHost& host)
+                           AudioDeviceManager& deviceManager, ApplicationHost& host,
+                           const GlobalShortcutService* shortcuts)
     : preferences_(preferences), launchAtLogin_(launchAtLogin), deviceManager_(deviceManager), host_(host),
-      sections_(declarations()) {}
+      shortcuts_(shortcuts), sections_(declarations()) {
+    for (Section& section : sections_) // what the platform has no word for, it doesn't have
+        std::erase_if(section.rows, [](const Declared& declared) { return declared.label.empty(); });
+}
 
 SettingsList::~SettingsList() = default;
 
@@ -169,7 +181,11 @@ SettingRow SettingsList::shown(const Declared& declared) const {
                    .value = declared.setting->stored().value_or(std::string())};
     if (declared.setting == &preferences_.aggregateDeviceName) // as typed: it changes under nobody's fingers
         row.value = preferences_.aggregateDeviceName();
-    if (declared.choices) row.choices = declared.choices();
+    if (declared.setting == &preferences_.globalShortcuts) {
+        row.help = GlobalShortcuts::help(*shortcuts_);
+        row.isAvailable = shortcuts_->state() != GlobalShortcutService::State::unavailable;
+    }
+    if (declared.choices) row.choices = declared.choices(host_.words());
     const auto chosen = std::ranges::find(row.choices, row.value, &SettingChoice::value);
     if (chosen != row.choices.end() && !chosen->help.empty()) row.help = chosen->help;
     return row;
@@ -185,7 +201,7 @@ SettingRow SettingsList::shownLaunchAtLogin(const Declared& declared) const {
         row.help = "Approve Velto in System Settings > General > Login Items.";
         row.action = "Open Login Items";
     }
-    if (!row.isAvailable) row.help = "Available when Velto runs from an app bundle.";
+    if (!row.isAvailable) row.help = host_.words().loginNeedsInstallation;
     return row;
 }
 

@@ -8,6 +8,7 @@
 
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Services/ApplicationHost.h"
+#include "VeltoCore/Services/GlobalShortcutService.h"
 #include "VeltoCore/Services/UserDefaults.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
@@ -60,9 +61,10 @@ struct SettingRow {
 
 class SettingsList {
   public:
-    /// All must outlive the list.
+    /// All must outlive the list; without shortcuts there is no setting of them.
     SettingsList(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
-                 AudioDeviceManager& deviceManager, ApplicationHost& host);
+                 AudioDeviceManager& deviceManager, ApplicationHost& host,
+                 const GlobalShortcutService* shortcuts);
     SettingsList(const SettingsList&) = delete;
     SettingsList& operator=(const SettingsList&) = delete;
     ~SettingsList();
@@ -80,7 +82,7 @@ class SettingsList {
     /// As the output is called now, else as a preset remembers it; the UID where nobody knows.
     std::string outputName(const std::string& uid) const;
 
-    /// Shows the program in the Dock or task bar, or doesn't, as the setting says.
+    /// Shows the program in the Dock, or doesn't, as the setting says.
     void applyShowInDock();
 
   private:
@@ -97,6 +99,7 @@ class SettingsList {
     LaunchAtLoginManager& launchAtLogin_;
     AudioDeviceManager& deviceManager_;
     ApplicationHost& host_;
+    const GlobalShortcutService* shortcuts_; // may be null
     std::vector<Section> sections_;
 };
 

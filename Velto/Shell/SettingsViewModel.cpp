@@ -20,10 +20,11 @@ constexpr const Logger& logger = LoggingService::ui;
 SettingsViewModel::SettingsViewModel(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
                                      SyncProfileManager& syncProfiles, SyncTestPlayer& syncTestPlayer,
                                      DualOutputCoordinator& coordinator, AudioDeviceManager& deviceManager,
-                                     ApplicationHost& host, MainActor& actor)
+                                     ApplicationHost& host, GlobalShortcutService* shortcuts,
+                                     MainActor& actor)
     : changes_(actor), preferences_(preferences), launchAtLogin_(launchAtLogin), syncProfiles_(syncProfiles),
-      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), host_(host),
-      list_(preferences, launchAtLogin, deviceManager, host),
+      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), host_(host), shortcuts_(shortcuts),
+      list_(preferences, launchAtLogin, deviceManager, host, shortcuts),
       report_(preferences, coordinator, deviceManager, host), tasks_(actor) {
     changes_.keep(preferences.observe(changes_.handler()));
     changes_.keep(launchAtLogin.observeIsEnabled(changes_.handler()));
@@ -34,6 +35,11 @@ SettingsViewModel::SettingsViewModel(PreferencesManager& preferences, LaunchAtLo
     changes_.keep(coordinator.observe(changes_.handler()));
     changes_.keep(deviceManager.observeDevices(changes_.handler()));
     changes_.keep(deviceManager.observeDefaultOutputDevice(changes_.handler()));
+    if (shortcuts) changes_.keep(shortcuts->observe(changes_.handler()));
+}
+
+void SettingsViewModel::inquireShortcuts() {
+    if (shortcuts_) shortcuts_->inquire();
 }
 
 // Sync
@@ -72,8 +78,8 @@ std::string SettingsViewModel::buildNumber() const { return velto::buildNumber(h
 
 // Debug report
 
-void SettingsViewModel::copyDebugInfo() {
-    host_.setPasteboardText(report_.text());
+void SettingsViewModel::copy(const std::string& report) {
+    host_.setPasteboardText(report);
     changes_.set(didCopyDebugInfo_, true);
     logger.info("Copied debug information");
 }

@@ -14,6 +14,7 @@
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Services/ApplicationHost.h"
+#include "VeltoCore/Services/GlobalShortcutService.h"
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Settings/LaunchAtLoginManager.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
@@ -22,6 +23,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,7 +37,7 @@ class SettingsViewModel {
     SettingsViewModel(PreferencesManager& preferences, LaunchAtLoginManager& launchAtLogin,
                       SyncProfileManager& syncProfiles, SyncTestPlayer& syncTestPlayer,
                       DualOutputCoordinator& coordinator, AudioDeviceManager& deviceManager,
-                      ApplicationHost& host, MainActor& actor);
+                      ApplicationHost& host, GlobalShortcutService* shortcuts, MainActor& actor);
     SettingsViewModel(const SettingsViewModel&) = delete;
     SettingsViewModel& operator=(const SettingsViewModel&) = delete;
 
@@ -48,6 +50,8 @@ class SettingsViewModel {
     const SettingsList& list() const noexcept { return list_; }
     /// For when the window opens: the user may have changed it elsewhere.
     void refreshLaunchAtLogin() { launchAtLogin_.refresh(); }
+    /// For when the window opens: whether the desktop has global shortcuts.
+    void inquireShortcuts();
 
     // Sync
 
@@ -75,7 +79,9 @@ class SettingsViewModel {
 
     const DebugReport& report() const noexcept { return report_; }
     /// Puts it on the pasteboard.
-    void copyDebugInfo();
+    void copyDebugInfo() { copy(report_.text()); }
+    /// The same without the names and UIDs of outputs.
+    void copyRedactedDebugInfo() { copy(report_.redactedText()); }
     /// Whether it was ever copied.
     bool didCopyDebugInfo() const noexcept { return didCopyDebugInfo_; }
 
@@ -83,8 +89,12 @@ class SettingsViewModel {
 
     std::string shortVersion() const;
     std::string buildNumber() const;
+    /// Of what the program comes with.
+    std::span<const PlatformWords::Licence> licences() const { return host_.words().licences; }
 
   private:
+    void copy(const std::string& report);
+
     ChangeAnnouncer changes_;
     PreferencesManager& preferences_;
     LaunchAtLoginManager& launchAtLogin_;
@@ -92,6 +102,7 @@ class SettingsViewModel {
     SyncTestPlayer& syncTestPlayer_;
     DualOutputCoordinator& coordinator_;
     ApplicationHost& host_;
+    GlobalShortcutService* shortcuts_; // may be null
     SettingsList list_;
     DebugReport report_;
     bool isResetting_ = false;

@@ -41,7 +41,9 @@ PlatformServices SimulatedComputer::platform() {
             .collation = collation_,
             .loginItems = loginItems_,
             .host = host_,
+            .notifications = notifications_,
             .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<SimulatedAudioEngine>(); },
+            .shortcuts = &shortcuts_,
             .microphone = std::make_unique<SimulatedMicrophone>(actor_, *world_, room_)};
 }
 

@@ -8,6 +8,8 @@
 #include "Simulation/SimulatedAudioSystem.h"
 #include "Simulation/SimulatedLoginItemService.h"
 #include "Simulation/SimulatedMicrophone.h"
+#include "Simulation/SimulatedNotificationService.h"
+#include "Simulation/SimulatedShortcutService.h"
 #include "Velto/Shell/PlatformServices.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Services/SleepMonitor.h"
@@ -33,6 +35,7 @@ class SimulatedComputer {
     /// Where its microphone stands.
     SimulatedRoom& room() { return room_; }
     LinuxApplicationHost& host() { return host_; }
+    SimulatedNotificationService& notifications() { return notifications_; }
     MainActor& actor() { return actor_; }
 
     /// The machine announces that it falls asleep, or that it woke.
@@ -53,6 +56,8 @@ class SimulatedComputer {
     SimulatedLoginItemService loginItems_;
     Sleep sleep_;
     LinuxApplicationHost host_{sleep_};
+    SimulatedNotificationService notifications_;
+    SimulatedShortcutService shortcuts_;
 };
 
 } // namespace velto

@@ -13,10 +13,17 @@ Column {
         }
         SettingsRow {
             label: page.model.didCopyDebugInfo ? "Copied" : ""
-            PushButton {
-                symbol: page.model.didCopyDebugInfo ? "checkmark" : "doc.on.doc"
-                text: "Copy Debug Information"
-                onClicked: page.model.copyDebugInfo()
+            Row {
+                spacing: 8
+                PushButton {
+                    text: "Copy Without Names"
+                    onClicked: page.model.copyRedactedDebugInfo()
+                }
+                PushButton {
+                    symbol: page.model.didCopyDebugInfo ? "checkmark" : "doc.on.doc"
+                    text: "Copy Debug Information"
+                    onClicked: page.model.copyDebugInfo()
+                }
             }
         }
     }

@@ -14,6 +14,7 @@
 #include "Platform/macOS/ProgramPlaces.h"
 #include "Platform/macOS/TerminationDelegate.h"
 #include "Platform/macOS/UnifiedLogSink.h"
+#include "Platform/macOS/UserNotifications.h"
 #include "Velto/Commands/CommandEntry.h"
 #include "Velto/Commands/CommandService.h"
 #include "Velto/Qt/QuickUserInterface.h"
@@ -106,6 +107,7 @@ int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
     FoundationTextCollation collation;
     MainAppLoginItem loginItems;
     AppKitApplicationHost host;
+    UserNotifications notifications;
     PlatformServices platform{
         .actor = actor,
         .client = std::make_shared<SystemCoreAudioClient>(),
@@ -113,6 +115,7 @@ int runProgram(const CommandLine& line, int& argumentCount, char** arguments) {
         .collation = collation,
         .loginItems = loginItems,
         .host = host,
+        .notifications = notifications,
         .makeAudioEngine = [](CoreAudioClient&) { return std::make_unique<AVFAudioEngine>(); }};
     AppDelegate delegate(std::move(platform));
     MacApplication application(delegate, termination, [](UserInterface::Context context) {

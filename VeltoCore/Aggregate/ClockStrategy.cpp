@@ -1,5 +1,7 @@
 #include "VeltoCore/Aggregate/ClockStrategy.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace velto {
@@ -19,7 +21,7 @@ constexpr std::array<Row, allClockStrategies.size()> rows{{
     {ClockStrategy::firstSelected, "firstSelected", "First selected output",
      "The first output you choose drives the clock; the others are drift corrected."},
     {ClockStrategy::builtInPreferred, "builtInPreferred", "Prefer built-in speakers",
-     "The Mac's built-in output drives the clock whenever it is part of the group."},
+     "{} drives the clock whenever it is part of the group."},
     {ClockStrategy::lowestLatency, "lowestLatency", "Lowest latency output",
      "The output with the smallest reported latency drives the clock."},
 }};
@@ -40,6 +42,8 @@ std::optional<ClockStrategy> clockStrategy(std::string_view rawValue) noexcept {
 
 std::string_view title(ClockStrategy strategy) noexcept { return rowOf(strategy).title; }
 
-std::string_view explanation(ClockStrategy strategy) noexcept { return rowOf(strategy).explanation; }
+std::string explanation(ClockStrategy strategy, const PlatformWords& words) {
+    return fmt::format(fmt::runtime(rowOf(strategy).explanation), words.builtInOutput);
+}
 
 } // namespace velto

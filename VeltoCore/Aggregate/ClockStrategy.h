@@ -1,8 +1,11 @@
 // ClockStrategy: the user's setting for which output drives an aggregate's clock.
 #pragma once
 
+#include "VeltoCore/Services/PlatformWords.h"
+
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace velto {
@@ -19,7 +22,7 @@ std::string_view rawValue(ClockStrategy strategy) noexcept;
 std::optional<ClockStrategy> clockStrategy(std::string_view rawValue) noexcept;
 
 std::string_view title(ClockStrategy strategy) noexcept;
-/// What the choice means, one sentence for the user.
-std::string_view explanation(ClockStrategy strategy) noexcept;
+/// What the choice means here, one sentence for the user.
+std::string explanation(ClockStrategy strategy, const PlatformWords& words);
 
 } // namespace velto

@@ -2,6 +2,8 @@
 
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 namespace velto {
@@ -11,7 +13,6 @@ namespace {
 using E = AudioManagerError;
 
 constexpr const char* reconnect = "Reconnect the device and try again.";
-constexpr const char* pickManually = "You can pick an output manually in System Settings > Sound.";
 constexpr const char* resetIfPersists = "Use Reset Audio Configuration in Settings if the problem persists.";
 
 struct Description {
@@ -63,14 +64,19 @@ struct Description {
 
 struct Suggestion {
     using Text = std::optional<std::string>;
+    const PlatformWords& words;
+
+    Text pickManually() const {
+        return fmt::format("You can pick an output manually in {}.", words.soundSettings);
+    }
     Text operator()(const E::DeviceNotFound&) const { return reconnect; }
     Text operator()(const E::DeviceUnavailable&) const { return reconnect; }
     Text operator()(const E::IncompatibleSampleRates&) const {
         return "Try a different pair of devices or change the preferred sample rate in Settings.";
     }
     Text operator()(const E::AggregateCreationFailed&) const { return resetIfPersists; }
-    Text operator()(const E::CannotSetDefaultOutput&) const { return pickManually; }
-    Text operator()(const E::CannotRestoreOutput&) const { return pickManually; }
+    Text operator()(const E::CannotSetDefaultOutput&) const { return pickManually(); }
+    Text operator()(const E::CannotRestoreOutput&) const { return pickManually(); }
     Text operator()(const E::BluetoothDisconnected&) const { return reconnect; }
     Text operator()(const E::AggregateDestroyFailed&) const {
         return "Use Reset Audio Configuration in Settings to clean up.";
@@ -81,7 +87,7 @@ struct Suggestion {
     Text operator()(E::NoOutputDevices) const {
         return "Connect headphones, a speaker or another audio output.";
     }
-    Text operator()(E::PermissionDenied) const { return "Check System Settings > Privacy & Security."; }
+    Text operator()(E::PermissionDenied) const { return fmt::format("Check {}.", words.privacySettings); }
     Text operator()(E::SyncEngineUnavailable) const { return std::nullopt; }
     Text operator()(E::SyncEngineFailed) const { return "Stop and play again to try once more."; }
 };
@@ -124,8 +130,8 @@ std::optional<OSStatus> AudioManagerError::status() const noexcept {
     return error ? std::optional(error->status) : std::nullopt;
 }
 
-std::optional<std::string> AudioManagerError::recoverySuggestion() const {
-    return std::visit(Suggestion{}, kind_);
+std::optional<std::string> AudioManagerError::recoverySuggestion(const PlatformWords& words) const {
+    return std::visit(Suggestion{words}, kind_);
 }
 
 } // namespace velto

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
+#include "VeltoCore/Services/PlatformWords.h"
 
 #include <exception>
 #include <optional>
@@ -104,8 +105,8 @@ class AudioManagerError final : public std::exception {
 
     /// The message for the user, one or two sentences.
     const std::string& errorDescription() const noexcept { return description_; }
-    /// What the user can do about it; absent where there is nothing to suggest.
-    std::optional<std::string> recoverySuggestion() const;
+    /// What the user can do about it here; absent where there is nothing to suggest.
+    std::optional<std::string> recoverySuggestion(const PlatformWords& words) const;
     const char* what() const noexcept override { return description_.c_str(); }
 
     friend bool operator==(const AudioManagerError& a, const AudioManagerError& b) {

@@ -4,10 +4,13 @@
 // anything about: what a platform doesn't have does nothing, or is absent.
 #pragma once
 
+#include "VeltoCore/Services/PlatformWords.h"
+
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velto {
 
@@ -20,6 +23,11 @@ class ApplicationHost {
         accessory,
     };
 
+    struct SystemDetail {
+        std::string title;
+        std::string value;
+    };
+
     /// Both are called on the main actor.
     struct SleepObserver {
         std::function<void()> willSleep;
@@ -27,6 +35,9 @@ class ApplicationHost {
     };
 
     virtual ~ApplicationHost() = default;
+
+    /// What things are called here; the same at every call.
+    virtual const PlatformWords& words() const noexcept = 0;
 
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
     /// Brings the program to the front, whatever the user is doing.
@@ -50,6 +61,9 @@ class ApplicationHost {
     virtual std::optional<std::string> bundleValue(std::string_view key) const = 0;
     /// For a reader, such as "Version 15.2 (Build 24C101)".
     virtual std::string operatingSystemVersion() const = 0;
+    /// What else tells one system from another, for who looks for a fault; empty where its version says it
+    /// all.
+    virtual std::vector<SystemDetail> systemDetails() const = 0;
 };
 
 } // namespace velto

@@ -3,10 +3,7 @@
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/CoreAudio/ErrorConversion.h"
 #include "VeltoCore/Services/LoggingService.h"
-#include "VeltoCore/Session/ReturningOutput.h"
-#include "VeltoCore/Settings/DisconnectBehavior.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace velto {
@@ -20,8 +17,9 @@ constexpr const Logger& logger = LoggingService::routing;
 DualOutputCoordinator::DualOutputCoordinator(AudioDeviceManager& deviceManager,
                                              SystemAudioManager& systemAudio, PreferencesManager& preferences,
                                              DeviceVolumeController& volumeController, SyncEngine& syncEngine,
-                                             SyncProfileManager& syncProfiles, MainActor& actor)
-    : deviceManager_(deviceManager), systemAudio_(systemAudio), preferences_(preferences),
+                                             SyncProfileManager& syncProfiles, MainActor& actor,
+                                             const PlatformWords& words)
+    : deviceManager_(deviceManager), systemAudio_(systemAudio), preferences_(preferences), words_(words),
       preset_(systemAudio, preferences, volumeController, actor),
       sync_(systemAudio, preferences, syncEngine, syncProfiles, actor,
             [this](const AudioManagerError& error) { show(lastError_, error); }),
@@ -65,9 +63,17 @@ Task<void> DualOutputCoordinator::start() {
     deviceManager_.startObserving();
 }
 
+void DualOutputCoordinator::tell(const SessionEvent& event) const {
+    if (eventHandler_ && !isShuttingDown_) eventHandler_(event);
+}
+
+Task<void> DualOutputCoordinator::cleanUp() {
+    if (co_await systemAudio_.recoverIfNeeded()) tell({SessionEvent::Kind::recovered});
+}
+
 /// Cleans up after a session that was not ended. Without an answer it is for when the audio service is back.
 Task<void> DualOutputCoordinator::recover() {
-    if (const auto error = co_await failureOf(systemAudio_.recoverIfNeeded())) {
+    if (const auto error = co_await failureOf(cleanUp())) {
         logger.error("Could not clean up yet: {}", error->errorDescription());
     } else if (lastError_ && lastError_->isNoAnswer()) {
         dismissError();
@@ -226,174 +232,6 @@ void DualOutputCoordinator::sessionChanged() {
     }
     preset_.sessionChanged();
     sync_.sessionChanged();
-}
-
-// Device changes
-
-void DualOutputCoordinator::handleDevicesChanged() {
-    autoConnect_.devicesChanged();
-    if (isBusy() || systemAudio_.isAbandoning()) return;
-    const auto session = systemAudio_.activeSession();
-    if (session) {
-        if (!wasSwitchedAway(*session)) checkSessionDevices();
-    } else if (!startRememberedPair()) {
-        const auto preset = autoConnect_.due();
-        if (!preset) return;
-        logger.notice("Auto Connect activating preset {}", publicText(preset->name));
-        tasks_.spawn(startByItself(preset->id));
-    }
-}
-
-bool DualOutputCoordinator::wasSwitchedAway(const DualOutputSession& session) {
-    const auto& output = deviceManager_.defaultOutputDevice();
-    if (!output) return false;
-    const bool isChoice = systemAudio_.isSomebodysChoice(output->uid);
-    waits_.watchSwitch();
-    if (!isChoice) return false;
-    if (isReturningOutput(output->uid, session, deviceManager_)) {
-        logger.notice("macOS routed output to a reconnected session device; re-asserting dual output");
-        if (systemAudio_.reassertDefaultOutput()) {
-            waits_.watchSwitch();
-            return false;
-        }
-        logger.error("The aggregate is gone");
-        tasks_.spawn(repair(session));
-        return true;
-    }
-    logger.notice("Default output switched away from the aggregate; ending session");
-    tasks_.spawn(abandon(systemAudio_.abandonSession()));
-    return true;
-}
-
-void DualOutputCoordinator::checkSessionDevices() {
-    const bool wasDegraded = state().is<AudioSessionState::Degraded>();
-    const bool needsRebuild = systemAudio_.updateDegradedState();
-    preset_.sessionChanged();
-    forgetAnsweredQuestion();
-    waits_.watchForLoss();
-    const auto* degraded = state().as<AudioSessionState::Degraded>();
-    if (degraded && !wasDegraded) {
-        applyDisconnectBehavior(degraded->missing);
-    } else if (degraded && needsRebuild && preferences_.autoReconnect()) {
-        tasks_.spawn(reconnectAfterReturn(degraded->session));
-    }
-}
-
-/// The return of the lost output is an answer; and when nothing remains there is nothing to ask.
-void DualOutputCoordinator::forgetAnsweredQuestion() {
-    if (!pendingDisconnectDecision_) return;
-    if (deviceManager_.device(pendingDisconnectDecision_->uid) || systemAudio_.isSessionWithoutOutputs())
-        show(pendingDisconnectDecision_, std::nullopt);
-}
-
-/// At the end of a start or rebuild: of those that were there when it began.
-void DualOutputCoordinator::seeToLostOutputs() {
-    if (!state().is<AudioSessionState::Active>()) return;
-    const auto isThere = [this](const AudioOutputDevice& output) {
-        return deviceManager_.device(output.uid).has_value();
-    };
-    if (!std::ranges::all_of(systemAudio_.activeSession()->devices(), isThere)) checkSessionDevices();
-}
-
-void DualOutputCoordinator::applyDisconnectBehavior(const AudioOutputDevice& missing) {
-    switch (preferences_.disconnectBehavior()) {
-    case DisconnectBehavior::keepPlaying:
-        break;
-    case DisconnectBehavior::pauseGroup:
-        logger.notice("Disconnect behaviour is pauseGroup; stopping");
-        tasks_.spawn(stopAfterDisconnect(*systemAudio_.activeSession()));
-        break;
-    case DisconnectBehavior::askUser:
-        if (!systemAudio_.isSessionWithoutOutputs()) show(pendingDisconnectDecision_, missing);
-        break;
-    }
-}
-
-// All outputs lost, or the switch
-
-Task<void> DualOutputCoordinator::endAfterSwitch() {
-    logger.error("The aggregate did not become the default output; ending session");
-    co_await stopSession();
-    if (!lastError_)
-        show(lastError_, AudioManagerError::cannotSetDefaultOutput("The system did not switch to it."));
-}
-
-Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session) {
-    logger.notice("All outputs of the session are gone; ending session");
-    RememberedPair::Content pair{std::move(session), preset_.id(), preset_.settings()};
-    co_await stopSession();
-    if (!state().is<AudioSessionState::Idle>() || !preferences_.autoReconnect()) co_return;
-    rememberedPair_.remember(std::move(pair));
-    startRememberedPair(); // when they came back while it ended
-}
-
-/// True when it is back, and about to play.
-bool DualOutputCoordinator::startRememberedPair() {
-    auto pair = rememberedPair_.takeWhenBack();
-    if (!pair) return false;
-    logger.notice("The lost outputs are back; playing together again");
-    tasks_.spawn(startAgain(std::move(*pair)));
-    return true;
-}
-
-Task<void> DualOutputCoordinator::startAgain(RememberedPair::Content pair) {
-    const auto first = deviceManager_.device(pair.session.first.uid);
-    const auto second = deviceManager_.device(pair.session.second.uid);
-    if (!first || !second || state().isActive()) co_return; // by now
-    co_await startSession(*first, *second, pair.presetID, std::move(pair.settings));
-}
-
-// Waking up
-
-void DualOutputCoordinator::handleWake() {
-    deviceManager_.refresh();
-    const auto session = systemAudio_.activeSession();
-    if (!session) return;
-    if (systemAudio_.isSessionHealthy()) {
-        handleDevicesChanged();
-    } else {
-        logger.error("Session is unhealthy after wake");
-        tasks_.spawn(repair(*session));
-    }
-}
-
-void DualOutputCoordinator::handleServiceRestart() {
-    handleWake();
-    sync_.sessionChanged();
-    if (!isShuttingDown_) tasks_.spawn(recover());
-}
-
-// Tasks that events start. By the time they run, the world may be another one.
-
-Task<void> DualOutputCoordinator::abandon(Task<void> abandoning) {
-    co_await std::move(abandoning);
-    sessionChanged();
-}
-
-Task<void> DualOutputCoordinator::stopAfterDisconnect(DualOutputSession session) {
-    if (isRunning(session)) co_await stopDualOutput();
-}
-
-Task<void> DualOutputCoordinator::reconnectAfterReturn(DualOutputSession session) {
-    if (isRunning(session)) co_await reconnect();
-}
-
-Task<void> DualOutputCoordinator::repair(DualOutputSession session) {
-    if (!isRunning(session)) co_return;
-    if (systemAudio_.missingSessionDevices().empty()) {
-        co_await reconnect();
-    } else { // nothing to rebuild it from
-        systemAudio_.updateDegradedState();
-        preset_.sessionChanged();
-        waits_.watchForLoss();
-    }
-}
-
-Task<void> DualOutputCoordinator::startByItself(UUID presetID) {
-    if (isShuttingDown_ || isBusy() || state().isActive()) co_return;
-    auto preset = preferences_.preset(presetID);
-    if (!preset) co_return; // removed meanwhile
-    co_await activatePreset(std::move(*preset));
 }
 
 } // namespace velto

@@ -30,10 +30,12 @@
 #include "VeltoCore/Foundation/UUID.h"
 #include "VeltoCore/Observation/Lifetime.h"
 #include "VeltoCore/Observation/Observable.h"
+#include "VeltoCore/Services/PlatformWords.h"
 #include "VeltoCore/Session/AudioSessionState.h"
 #include "VeltoCore/Session/DualOutputSession.h"
 #include "VeltoCore/Session/PreparationStep.h"
 #include "VeltoCore/Session/RememberedPair.h"
+#include "VeltoCore/Session/SessionEvent.h"
 #include "VeltoCore/Session/SessionPreset.h"
 #include "VeltoCore/Session/SessionSync.h"
 #include "VeltoCore/Session/SessionWaits.h"
@@ -60,7 +62,8 @@ class DualOutputCoordinator {
     /// All must outlive the coordinator, and the coordinator every task it has begun.
     DualOutputCoordinator(AudioDeviceManager& deviceManager, SystemAudioManager& systemAudio,
                           PreferencesManager& preferences, DeviceVolumeController& volumeController,
-                          SyncEngine& syncEngine, SyncProfileManager& syncProfiles, MainActor& actor);
+                          SyncEngine& syncEngine, SyncProfileManager& syncProfiles, MainActor& actor,
+                          const PlatformWords& words);
     DualOutputCoordinator(const DualOutputCoordinator&) = delete;
     DualOutputCoordinator& operator=(const DualOutputCoordinator&) = delete;
 
@@ -88,6 +91,9 @@ class DualOutputCoordinator {
     std::optional<SyncProfile> currentSyncProfile() const { return sync_.currentProfile(); }
     /// Whether corrections can be made while playing.
     bool canAdjustSync() const noexcept { return syncEngine().capabilities().supportsPerDeviceDelay; }
+
+    /// Who is told from now on of what comes without having been asked for; nobody by an empty one.
+    void setEventHandler(SessionEventHandler handler) { eventHandler_ = std::move(handler); }
 
     // The program's life
 
@@ -143,6 +149,8 @@ class DualOutputCoordinator {
                                 SystemAudioManager::ProgressHandler progress);
     Task<void> stopSession();
     Task<void> recover();
+    Task<void> cleanUp();
+    void tell(const SessionEvent& event) const;
     void beginOperation();
     /// After a session has ended or could not be made.
     void sessionChanged();
@@ -179,6 +187,7 @@ class DualOutputCoordinator {
     AudioDeviceManager& deviceManager_;
     SystemAudioManager& systemAudio_;
     PreferencesManager& preferences_;
+    const PlatformWords& words_;
     SessionPreset preset_;
     SessionSync sync_;
     AutoConnect autoConnect_;
@@ -188,6 +197,7 @@ class DualOutputCoordinator {
     std::optional<PreparationStep> preparationStep_;
     std::optional<AudioOutputDevice> pendingDisconnectDecision_;
     ObserverList observers_;
+    SessionEventHandler eventHandler_;
 
     Subscription changesSubscription_;
     Subscription stateSubscription_;

@@ -68,6 +68,10 @@ class PreferencesManager final : public RecoveryStateStore {
                                                    DisconnectBehavior::keepPlaying};
     /// Whether presets may start by themselves at all.
     Setting<bool> autoConnect{store_, "autoConnect", false};
+    /// Tell what happens while the panel is closed.
+    Setting<bool> showNotifications{store_, "showNotifications", true};
+    /// Keys for the whole desktop, where it gives programs any.
+    Setting<bool> globalShortcuts{store_, "globalShortcuts", false};
     Setting<bool> showInDock{store_, "showInDock", false};
     Setting<bool> rememberSyncProfiles{store_, "rememberSyncProfiles", true};
     /// The output that others are synchronized with.

@@ -17,6 +17,7 @@
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
+#include "VeltoCore/Services/ApplicationHost.h"
 
 #include <map>
 #include <optional>
@@ -33,6 +34,8 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     ~PipeWireAudioClient() override;
 
     bool isConnected() const noexcept { return connection_.isConnected(); }
+    /// The versions of server and session manager, under their names, for who looks for a fault.
+    std::vector<ApplicationHost::SystemDetail> versions() const;
     /// Returns when the server has answered everything that was asked of it, at the latest after half a
     /// second: false then.
     bool settle() { return connection_.roundTrip(); }

@@ -19,11 +19,15 @@ struct PipeWireGraph::Events {
     static void done(void* data, uint32_t id, int sequence) {
         if (id == PW_ID_CORE) static_cast<PipeWireGraph*>(data)->answered(sequence);
     }
+    static void info(void* data, const pw_core_info* info) {
+        if (info->version) static_cast<PipeWireGraph*>(data)->serverVersion_ = info->version;
+    }
     static constexpr pw_registry_events registry{PW_VERSION_REGISTRY_EVENTS, global, globalRemove};
     static constexpr pw_core_events core = [] {
         pw_core_events table{};
         table.version = PW_VERSION_CORE_EVENTS;
         table.done = done;
+        table.info = info;
         return table;
     }();
 };
@@ -62,6 +66,8 @@ void PipeWireGraph::detach() {
     cards_.clear();
     notificationStreams_.clear();
     delayNodes_.clear();
+    sessionManagers_.clear();
+    serverVersion_.clear();
     default_.reset();
     settings_.reset();
 }
@@ -114,6 +120,10 @@ const std::string* PipeWireGraph::delayNodeName(uint32_t globalID) const {
     return found == delayNodes_.end() ? nullptr : &found->second;
 }
 
+std::optional<pid_t> PipeWireGraph::sessionManagerProcess() const {
+    return sessionManagers_.empty() ? std::nullopt : std::optional(sessionManagers_.begin()->second);
+}
+
 PipeWireDevice* PipeWireGraph::card(const PipeWireNode& node) const {
     const auto id = numberProperty(node.properties(), PW_KEY_DEVICE_ID);
     const auto found = id ? cards_.find(*id) : cards_.end();
@@ -140,6 +150,9 @@ void PipeWireGraph::add(uint32_t globalID, std::string_view type, PipeWireProper
         cards_.insert_or_assign(globalID, std::make_unique<PipeWireDevice>(registry_, globalID, changed_));
     } else if (type == PW_TYPE_INTERFACE_Metadata) {
         addMetadata(globalID, properties);
+    } else if (type == PW_TYPE_INTERFACE_Client && property(properties, PW_KEY_APP_NAME) == "WirePlumber") {
+        if (const auto process = numberProperty(properties, PW_KEY_SEC_PID))
+            sessionManagers_.insert_or_assign(globalID, static_cast<pid_t>(*process));
     }
 }
 
@@ -200,6 +213,7 @@ void PipeWireGraph::remove(uint32_t globalID) {
     cards_.erase(globalID);
     notificationStreams_.erase(globalID);
     delayNodes_.erase(globalID);
+    sessionManagers_.erase(globalID);
     if (default_ && default_->globalID() == globalID) default_.reset();
     if (settings_ && settings_->globalID() == globalID) settings_.reset();
     changed_();

@@ -17,6 +17,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 namespace velto {
@@ -66,6 +67,10 @@ class PipeWireGraph {
     const std::map<uint32_t, std::string>& notificationStreams() const noexcept {
         return notificationStreams_;
     }
+    /// As the server says it; empty while none is connected.
+    const std::string& serverVersion() const noexcept { return serverVersion_; }
+    /// Of WirePlumber; none while it isn't connected to the server.
+    std::optional<pid_t> sessionManagerProcess() const;
     /// Null while the store doesn't exist; "default" comes and goes with the session manager.
     PipeWireMetadata* defaultMetadata() const noexcept { return default_.get(); }
     PipeWireMetadata* settingsMetadata() const noexcept { return settings_.get(); }
@@ -103,6 +108,8 @@ class PipeWireGraph {
     std::map<uint32_t, std::unique_ptr<PipeWireDevice>> cards_;
     std::map<uint32_t, std::string> notificationStreams_;
     std::map<uint32_t, std::string> delayNodes_;
+    std::map<uint32_t, pid_t> sessionManagers_; // it connects more than once
+    std::string serverVersion_;
     std::unique_ptr<PipeWireMetadata> default_;
     std::unique_ptr<PipeWireMetadata> settings_;
     std::uint64_t linkChanges_ = 0;

@@ -31,7 +31,7 @@ class ScriptedSleepMonitor final : public SleepMonitor {
 class LinuxApplicationHostUnderTest final : public ApplicationHostUnderTest {
   public:
     LinuxApplicationHostUnderTest() {
-        host_.setHandlers({.policyChanged = {}, .terminate = {}, .copy = [](std::string_view text) {
+        host_.setHandlers({.terminate = {}, .copy = [](std::string_view text) {
                                QGuiApplication::clipboard()->setText(
                                    QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
                            }});

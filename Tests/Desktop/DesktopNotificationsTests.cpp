@@ -1,0 +1,163 @@
+// Notifications, against a shower of them on a bus of the test's own.
+#include "Platform/Linux/DesktopNotifications.h"
+
+#include "Platform/Linux/LinuxMainActor.h"
+#include "Simulation/RecordingLogSink.h"
+#include "Tools/SoundLab/PrivateBus.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velto {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* service = "org.freedesktop.Notifications";
+constexpr const char* path = "/org/freedesktop/Notifications";
+
+/// Shows nothing, and notes what it is told.
+class NotificationShower {
+  public:
+    NotificationShower(FileDescriptorWatcher& watcher, const std::string& bus)
+        : connection_(BusConnection::open(watcher, bus, {})) {
+        BusConnection::require(sd_bus_add_object(connection_->bus(), nullptr, path, &called, this));
+        BusConnection::require(sd_bus_request_name(connection_->bus(), service, 0));
+    }
+    ~NotificationShower() { connection_->end(); }
+
+    void emit(const char* signal, const char* types, auto... values) {
+        sd_bus_emit_signal(connection_->bus(), path, service, signal, types, values...);
+        connection_->flush();
+    }
+
+    std::vector<std::string> told;
+    std::uint32_t lastID = 0;
+
+  private:
+    static int called(sd_bus_message* message, void* data, sd_bus_error*) {
+        auto& self = *static_cast<NotificationShower*>(data);
+        const std::string_view member = sd_bus_message_get_member(message);
+        if (member == "Notify") return self.notify(message);
+        if (member != "CloseNotification") return 0;
+        std::uint32_t id = 0;
+        sd_bus_message_read(message, "u", &id);
+        self.told.push_back("close " + std::to_string(id));
+        return sd_bus_reply_method_return(message, "");
+    }
+    int notify(sd_bus_message* message) {
+        const char *program = nullptr, *icon = nullptr, *title = nullptr, *text = nullptr, *word = nullptr;
+        std::uint32_t replaced = 0;
+        sd_bus_message_read(message, "susss", &program, &replaced, &icon, &title, &text);
+        std::string line = std::to_string(replaced) + " " + title + ": " + text;
+        sd_bus_message_enter_container(message, 'a', "s");
+        while (sd_bus_message_read(message, "s", &word) > 0)
+            line += std::string(" ") + word;
+        sd_bus_message_exit_container(message);
+        std::int32_t expires = 0;
+        sd_bus_message_skip(message, "a{sv}");
+        sd_bus_message_read(message, "i", &expires);
+        told.push_back(line + (expires == 0 ? " until answered" : ""));
+        lastID = replaced ? replaced : lastID + 1;
+        return sd_bus_reply_method_return(message, "u", lastID);
+    }
+
+    std::shared_ptr<BusConnection> connection_;
+};
+
+class DesktopNotificationsTests : public testing::Test {
+  protected:
+    void show(std::string title, std::vector<Notification::Answer> answers = {}) {
+        notifications.show({std::move(title), "Text.", std::move(answers)},
+                           [this](std::string_view key) { taken.emplace_back(key); });
+    }
+    /// What the shower has been told, once it has been told so much.
+    std::vector<std::string> told(std::size_t count) {
+        actor.runUntil([&] { return shower->told.size() >= count; }, 10s);
+        settle();
+        return shower->told;
+    }
+    /// All that is on its way has arrived: the answer to a question that is asked last.
+    void settle() {
+        for (int round = 0; round < 2; ++round) {
+            bool isAnswered = false;
+            const auto asking = BusConnection::open(actor, bus.address(), {});
+            sd_bus_call_method_async(
+                asking->bus(), nullptr, service, path, "org.freedesktop.DBus.Peer", "Ping",
+                [](sd_bus_message*, void* data, sd_bus_error*) {
+                    return *static_cast<bool*>(data) = true, 0;
+                },
+                &isAnswered, "");
+            actor.runUntil([&] { return isAnswered; }, 10s);
+            asking->end();
+        }
+    }
+
+    RecordingLogSink log;
+    PrivateBus bus;
+    LinuxMainActor actor;
+    std::optional<NotificationShower> shower{std::in_place, actor, bus.address()};
+    DesktopNotifications notifications{actor, bus.address()};
+    std::vector<std::string> taken;
+};
+
+TEST_F(DesktopNotificationsTests, OneIsReplacedByTheNextAndTakenBack) {
+    show("First");
+    EXPECT_THAT(told(1), ElementsAre("0 First: Text."));
+    show("Second");
+    show("Third"); // before the second has a number
+    show("Fourth");
+    EXPECT_THAT(told(3), ElementsAre("0 First: Text.", "1 Second: Text.", "1 Fourth: Text."));
+    notifications.withdraw();
+    notifications.withdraw();
+    EXPECT_EQ(told(4).back(), "close 1");
+    show("Fifth");
+    notifications.withdraw(); // before it has a number
+    EXPECT_THAT(told(6), testing::Contains("0 Fifth: Text."));
+    EXPECT_EQ(shower->told.back(), "close 2");
+    EXPECT_EQ(shower->told.size(), 6u);
+}
+
+TEST_F(DesktopNotificationsTests, AnAnswerIsHeardOnceAndOnlyOfWhatIsShown) {
+    const std::vector<Notification::Answer> answers{{"keep", "Keep playing"}, {"stop", "Stop"}};
+    show("Question", answers);
+    EXPECT_THAT(told(1), ElementsAre("0 Question: Text. keep Keep playing stop Stop until answered"));
+    shower->emit("ActionInvoked", "us", 99u, "stop"); // another program's
+    shower->emit("ActionInvoked", "us", 1u, "keep");
+    shower->emit("ActionInvoked", "us", 1u, "stop");
+    shower->emit("NotificationClosed", "uu", 1u, 2u);
+    settle();
+    EXPECT_THAT(taken, ElementsAre("keep"));
+    show("Another"); // the first is closed: it can't be replaced
+    EXPECT_EQ(told(2).back(), "0 Another: Text.");
+    shower->emit("NotificationClosed", "uu", 2u, 2u);
+    settle();
+    shower->emit("ActionInvoked", "us", 2u, "keep");
+    settle();
+    EXPECT_THAT(taken, ElementsAre("keep"));
+}
+
+TEST_F(DesktopNotificationsTests, WithoutAShowerOrABusNothingIsShownWhichIsLogged) {
+    shower.reset();
+    settle();
+    show("Nobody sees this");
+    EXPECT_TRUE(actor.runUntil([&] { return log.count("A notification could not be shown") == 1; }, 10s));
+    shower.emplace(actor, bus.address());
+    show("This is seen");
+    EXPECT_THAT(told(1), ElementsAre("0 This is seen: Text."));
+    bus.kill();
+    EXPECT_TRUE(actor.runUntil([&] { return log.count("the bus has gone") == 1; }, 10s));
+    show("Nor this");
+    EXPECT_EQ(log.count("A notification could not be shown"), 3u);
+    EXPECT_THAT(taken, IsEmpty());
+}
+
+} // namespace
+} // namespace velto

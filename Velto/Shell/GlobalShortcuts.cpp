@@ -1,0 +1,70 @@
+#include "Velto/Shell/GlobalShortcuts.h"
+
+#include <algorithm>
+
+namespace velto {
+
+namespace {
+
+constexpr std::string_view playOrStop = "play-or-stop";
+constexpr std::string_view mute = "mute";
+/// Where the desktop has none, its own settings can call a program at a key.
+constexpr const char* commands =
+    "In its keyboard settings, bind keys to the commands “velto toggle” and “velto mute toggle”.";
+
+} // namespace
+
+GlobalShortcuts::GlobalShortcuts(GlobalShortcutService* service, MenuBarViewModel& menuBar,
+                                 DeviceVolumeController& volumeController, PreferencesManager& preferences)
+    : service_(service), menuBar_(menuBar), volumeController_(volumeController), preferences_(preferences) {}
+
+void GlobalShortcuts::start() {
+    if (!service_) return;
+    settingSubscription_ = preferences_.globalShortcuts.observe([this] { follow(); });
+    if (preferences_.globalShortcuts()) follow();
+}
+
+void GlobalShortcuts::stop() {
+    settingSubscription_.reset();
+    if (service_) service_->unbind();
+}
+
+void GlobalShortcuts::follow() {
+    if (!preferences_.globalShortcuts()) return service_->unbind();
+    service_->bind(
+        {{std::string(playOrStop), "Play together or stop"}, {std::string(mute), "Mute or unmute"}},
+        [this](std::string_view id) { pressed(id); });
+}
+
+void GlobalShortcuts::pressed(std::string_view id) {
+    if (id == playOrStop) menuBar_.performPrimaryAction();
+    if (id != mute) return;
+    const auto cards = menuBar_.outputCards();
+    const bool isMuted =
+        std::ranges::all_of(cards, [](const OutputCard& card) { return !card.canMute || card.isMuted; });
+    volumeController_.together([&] {
+        for (const OutputCard& card : cards)
+            if (card.canMute) volumeController_.setMuted(!isMuted, card.output.uid);
+    });
+}
+
+std::string GlobalShortcuts::help(const GlobalShortcutService& service) {
+    using State = GlobalShortcutService::State;
+    switch (service.state()) {
+    case State::unknown:
+    case State::available:
+        return "Keys that play or stop, and that mute, in whichever program you are. The desktop asks which.";
+    case State::refused:
+        return std::string("The desktop did not allow them. ") + commands;
+    case State::unavailable:
+        return std::string("This desktop has none for programs. ") + commands;
+    case State::bound:
+        break;
+    }
+    std::string text;
+    for (const auto& [id, description, keys] : service.shortcuts())
+        text += (text.empty() ? "" : "; ") + description + ": " + (keys.empty() ? "no keys yet" : keys);
+    return text.empty() ? "The desktop has bound none. Its keyboard settings have them." : text + ".";
+}
+
+} // namespace velto
