@@ -138,6 +138,7 @@ TEST_F(CommandServiceTests, WhatCannotBeDoneIsRefusedWithASentenceAndChangesNoth
         EXPECT_EQ(error(command), "Nothing plays together.");
     EXPECT_EQ(error("volume", {"40%"}), "Nothing plays together.");
     EXPECT_EQ(error("presets save", {"X"}), "Nothing plays together.");
+    EXPECT_THAT(error("presets save", {" Last Used"}), HasSubstr("Choose another name."));
     EXPECT_EQ(error("answer", {"keep"}), "Nothing is asked.");
     EXPECT_THAT(error("play", {"builtin", "builtin"}), HasSubstr("choose two outputs"));
     EXPECT_THAT(error("play", {"builtin", "nobody"}), HasSubstr("There is no output “nobody”. There are: "));

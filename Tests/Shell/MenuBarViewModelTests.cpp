@@ -49,7 +49,7 @@ TEST_F(MenuBarTests, OffersInEachSlotWhatTheOtherHasNotTaken) {
     EXPECT_TRUE(menuBar().isPrimaryActionEnabled());
     EXPECT_EQ(menuBar().selectionHint(), std::nullopt);
     EXPECT_THAT(menuBar().pickerEntry(Slot::second),
-                Optional(OutputRow{"hdmi", "Display", "display", "HDMI", "display", true}));
+                Optional(OutputRow{"hdmi", "Display", "Display", "display", "HDMI", "display", true}));
 }
 
 TEST_F(MenuBarTests, KeepsAVanishedChoiceInView) {
@@ -123,6 +123,56 @@ TEST_F(MenuBarTests, PutsRememberedOutputsBackIntoEmptyAndVanishedSlotsOnly) {
     EXPECT_THAT(chosen(), ElementsAre("-", "usb"));
 }
 
+TEST_F(MenuBarTests, NeverPutsOneOutputIntoBothSlots) {
+    play("bluetooth", "usb"); // is remembered
+    menuBar().stop();
+    run();
+    const std::vector<std::string> all{"builtin", "hdmi", "bluetooth", "usb"};
+    for (const auto& first : all) {
+        for (const auto& second : all) {
+            if (first == second) continue;
+            for (const auto& lost : {first, second}) {
+                choose(first, second);
+                unplug(lost);
+                EXPECT_NE(chosen().front(), chosen().back()) << first << " + " << second << " lost " << lost;
+                replug(lost);
+                EXPECT_NE(chosen().front(), chosen().back()) << first << " + " << second << " lost " << lost;
+            }
+        }
+    }
+}
+
+TEST_F(MenuBarTests, TellsApartWhatIsCalledAlike) {
+    for (const char* uid : {"b", "a", "c"})
+        world.plug({.uid = uid, .name = "USB Headset Adapter", .transport = kAudioDeviceTransportTypeUSB});
+    world.plug({.uid = "d", .name = "USB Headset Adapter", .transport = kAudioDeviceTransportTypeBluetooth});
+    const std::string chip = "Family 17h/19h HD Audio Controller ";
+    for (const char* end : {"Analog Stereo", "Digital Stereo"})
+        world.plug({.uid = end, .name = chip + end, .transport = kAudioDeviceTransportTypePCI});
+    run();
+    const auto read = [&] {
+        std::map<std::string, std::string> texts;
+        for (const OutputRow& row : menuBar().pickerRows(Slot::first))
+            texts[row.uid] = row.shortName + ", " + row.badge;
+        return texts;
+    };
+    const std::map<std::string, std::string> expected{
+        {"a", "USB Headset Adapter, USB · 1"},
+        {"b", "USB Headset Adapter, USB · 2"},
+        {"c", "USB Headset Adapter, USB · 3"},
+        {"d", "USB Headset Adapter, Bluetooth"},
+        {"Analog Stereo", "Family 17h/19h… Analog Stereo, PCI"},
+        {"Digital Stereo", "Family 17h/19h… Digital Stereo, PCI"},
+        {"usb", "USB DAC, USB"}};
+    EXPECT_THAT(read(), testing::IsSupersetOf(expected));
+    play("a", "Analog Stereo");
+    unplug("a");
+    unplug("Digital Stereo");
+    EXPECT_EQ(read().at("b"), "USB Headset Adapter, USB · 2") << "the lost one keeps its number";
+    EXPECT_EQ(menuBar().outputCards().at(0).output.badge, "Not connected · 1");
+    EXPECT_EQ(menuBar().pickerEntry(Slot::second)->shortName, chip + "Analog Stereo") << "the only one";
+}
+
 // Playing
 
 TEST_F(MenuBarTests, SwitchesARunningSessionToOtherOutputs) {
@@ -140,8 +190,10 @@ TEST_F(MenuBarTests, SwitchesARunningSessionToOtherOutputs) {
     EXPECT_THAT(cards(), ElementsAre("bluetooth", "builtin")) << "nothing ends for a pair that can't play";
     choose("builtin", "hdmi");
     EXPECT_TRUE(menuBar().canSwitchOutputs());
-    menuBar().play();
+    EXPECT_EQ(menuBar().primaryActionTitle(), "Play Together") << "the one button";
+    menuBar().performPrimaryAction();
     run();
+    EXPECT_EQ(menuBar().primaryActionTitle(), "Stop");
     EXPECT_THAT(cards(), ElementsAre("builtin", "hdmi"));
     EXPECT_FALSE(menuBar().isChoosingOutputs());
 }
@@ -185,11 +237,20 @@ TEST_F(MenuBarTests, SumsUpTheCorrectionsOfWhatPlays) {
 TEST_F(MenuBarTests, SavesUnderANameThatSaysSomething) {
     play("bluetooth", "builtin");
     menuBar().setIsShowingPresetEditor(true);
-    menuBar().setNewPresetName(" \n\t");
-    menuBar().saveCurrentAsPreset();
-    EXPECT_THAT(presetNames(), IsEmpty());
+    for (const char* name : {"", " \n\t", "Last Used", "  Last Used\n"}) {
+        menuBar().setNewPresetName(name);
+        EXPECT_FALSE(menuBar().canSaveCurrentAsPreset()) << name;
+        EXPECT_EQ(menuBar().newPresetNameProblem().has_value(), std::string(name).contains("Last")) << name;
+        menuBar().saveCurrentAsPreset();
+        EXPECT_THAT(presetNames(), IsEmpty());
+    }
+    EXPECT_EQ(coordinator().saveCurrentSessionAsPreset("Last Used"), std::nullopt);
+    menuBar().setNewPresetName("last used");
+    EXPECT_TRUE(menuBar().canSaveCurrentAsPreset());
     menuBar().stop();
     run();
+    EXPECT_EQ(menuBar().newPresetName(), "") << "it was meant for what played";
+    EXPECT_FALSE(menuBar().isShowingPresetEditor());
     menuBar().setNewPresetName("Nothing plays");
     menuBar().saveCurrentAsPreset();
     EXPECT_THAT(presetNames(), IsEmpty());

@@ -51,7 +51,36 @@ TEST_F(PresetViewModelTests, ShowsWhatCanPlayAndWhatPlays) {
     EXPECT_TRUE(row(first).isActive);
 }
 
+TEST_F(PresetViewModelTests, SaysWhatThereIsToKnowOfEach) {
+    EXPECT_EQ(row(first).note, "");
+    presets().toggleAutoConnect(first);
+    EXPECT_EQ(row(first).note, "Auto Connect is off");
+    EXPECT_EQ(presets().autoConnectOffer(), "First");
+    presets().toggleAutoConnect(first);
+    EXPECT_EQ(presets().autoConnectOffer(), "") << "taken back";
+    presets().toggleAutoConnect(first);
+    presets().panelClosed();
+    EXPECT_EQ(presets().autoConnectOffer(), "");
+    presets().toggleAutoConnect(second);
+    unplug("bluetooth");
+    EXPECT_EQ(row(first).note, "Headphones is not connected");
+    unplug("builtin");
+    EXPECT_EQ(row(first).note, "Both outputs are not connected");
+    replug("builtin");
+    presets().acceptAutoConnectOffer();
+    EXPECT_EQ(presets().autoConnectOffer(), "");
+    replug("bluetooth");
+    EXPECT_EQ(row(first).note, "Playing") << "it started by itself";
+    EXPECT_EQ(row(second).note, "");
+}
+
 TEST_F(PresetViewModelTests, RenamesNothingToABlankNorWhatIsDeleted) {
+    presets().beginRename(third);
+    presets().setRenameText(" Last Used ");
+    presets().commitRename();
+    EXPECT_TRUE(row(third).isRenaming && !row(third).renameProblem.empty());
+    preferences().renamePreset(third, "Last Used");
+    EXPECT_EQ(row(third).name, "Third");
     presets().beginRename(third);
     presets().setRenameText(" ");
     presets().commitRename();
@@ -83,7 +112,7 @@ TEST_F(PresetViewModelTests, BringsADeletedPresetBackAsItWas) {
     presets().deletePreset(UUID::random());
     EXPECT_FALSE(presets().canUndoDelete());
     presets().deletePreset(first);
-    presets().forgetDeleted();
+    presets().panelClosed();
     presets().undoDelete();
     EXPECT_THAT(presetNames(), ElementsAre("Second", "Third"));
 }

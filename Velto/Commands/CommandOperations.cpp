@@ -4,7 +4,7 @@
 #include "Velto/Commands/CommandStatus.h"
 #include "Velto/Commands/CommandTable.h"
 #include "VeltoCore/Async/Cancellation.h"
-#include "VeltoCore/Foundation/TrimmedText.h"
+#include "VeltoCore/Settings/PresetName.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -23,6 +23,12 @@ constexpr std::chrono::seconds longestWait{60};
 
 CommandFailure wrongUsage(const std::string& sentence) {
     return CommandFailure(sentence, CommandFailure::Kind::wrongUsage);
+}
+
+std::string presetName(std::string_view typed) {
+    if (const auto problem = presetNameProblem(typed)) throw wrongUsage(std::string(*problem));
+    if (!isPresetName(typed)) throw wrongUsage("A preset needs a name.");
+    return std::string(trimmed(typed));
 }
 
 } // namespace
@@ -273,8 +279,7 @@ Task<JSON> CommandOperations::align(Arguments arguments, Progress progress) {
 Task<JSON> CommandOperations::presets(Arguments) { co_return presetsOf(app_); }
 
 Task<JSON> CommandOperations::savePreset(Arguments arguments) {
-    const std::string name(trimmed(arguments.front()));
-    if (name.empty()) throw wrongUsage("A preset needs a name.");
+    const std::string name = presetName(arguments.front());
     co_await settled();
     requireSession();
     app_.coordinator().saveCurrentSessionAsPreset(name);
@@ -282,8 +287,8 @@ Task<JSON> CommandOperations::savePreset(Arguments arguments) {
 }
 
 Task<JSON> CommandOperations::renamePreset(Arguments arguments) {
-    if (trimmed(arguments[1]).empty()) throw wrongUsage("A preset needs a name.");
-    app_.preferences().renamePreset(presetCalled(arguments[0], userPresets()).id, arguments[1]);
+    const std::string name = presetName(arguments[1]);
+    app_.preferences().renamePreset(presetCalled(arguments[0], userPresets()).id, name);
     co_return presetsOf(app_);
 }
 

@@ -19,8 +19,10 @@ std::string keyOfCard(const OutputCard& card) { return card.output.uid; }
 std::vector<RecordListModel<OutputRow>::Role> rowRoles() {
     return {{"uid", [](const OutputRow& row) { return toQString(row.uid); }},
             {"name", [](const OutputRow& row) { return toQString(row.name); }},
+            {"shortName", [](const OutputRow& row) { return toQString(row.shortName); }},
             {"symbol", [](const OutputRow& row) { return toQString(row.symbol); }},
-            {"badge", [](const OutputRow& row) { return toQString(row.badge); }}};
+            {"badge", [](const OutputRow& row) { return toQString(row.badge); }},
+            {"badgeSymbol", [](const OutputRow& row) { return toQString(row.badgeSymbol); }}};
 }
 
 QString volumeText(const OutputCard& card) {
@@ -32,8 +34,10 @@ QString volumeText(const OutputCard& card) {
 std::vector<RecordListModel<OutputCard>::Role> cardRoles() {
     return {{"uid", [](const OutputCard& card) { return toQString(card.output.uid); }},
             {"name", [](const OutputCard& card) { return toQString(card.output.name); }},
+            {"shortName", [](const OutputCard& card) { return toQString(card.output.shortName); }},
             {"symbol", [](const OutputCard& card) { return toQString(card.output.symbol); }},
             {"badge", [](const OutputCard& card) { return toQString(card.output.badge); }},
+            {"badgeSymbol", [](const OutputCard& card) { return toQString(card.output.badgeSymbol); }},
             {"isConnected", [](const OutputCard& card) { return card.output.isConnected; }},
             {"hasVolume", [](const OutputCard& card) { return card.hasVolume; }},
             {"volume", [](const OutputCard& card) { return static_cast<double>(card.volume); }},
@@ -63,9 +67,14 @@ void MenuBarAdapter::choose(MenuBarViewModel::Slot slot, const QString& uid) {
 QVariantMap MenuBarAdapter::entry(MenuBarViewModel::Slot slot) const {
     const std::optional<OutputRow> row = model_.pickerEntry(slot);
     const OutputRow shown = row.value_or(OutputRow{});
-    return {{"uid", toQString(shown.uid)},       {"name", toQString(shown.name)},
-            {"symbol", toQString(shown.symbol)}, {"badge", toQString(shown.badge)},
-            {"isConnected", shown.isConnected},  {"isMissing", row && !shown.isConnected}};
+    return {{"uid", toQString(shown.uid)},
+            {"name", toQString(shown.name)},
+            {"shortName", toQString(shown.shortName)},
+            {"symbol", toQString(shown.symbol)},
+            {"badge", toQString(shown.badge)},
+            {"badgeSymbol", toQString(shown.badgeSymbol)},
+            {"isConnected", shown.isConnected},
+            {"isMissing", row && !shown.isConnected}};
 }
 
 QString MenuBarAdapter::hint() const {

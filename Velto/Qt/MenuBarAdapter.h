@@ -25,7 +25,6 @@ class MenuBarAdapter final : public ModelAdapter {
     Q_PROPERTY(velto::ListModel* outputs READ outputs CONSTANT)
     Q_PROPERTY(bool isChoosingOutputs READ isChoosingOutputs WRITE setIsChoosingOutputs NOTIFY changed)
     Q_PROPERTY(bool showsPickers READ showsPickers NOTIFY changed)
-    Q_PROPERTY(bool canSwitchOutputs READ canSwitchOutputs NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
     Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY changed)
     Q_PROPERTY(QString statusSymbol READ statusSymbol NOTIFY changed)
@@ -48,7 +47,8 @@ class MenuBarAdapter final : public ModelAdapter {
     Q_PROPERTY(bool hasMasterVolume READ hasMasterVolume NOTIFY changed)
     Q_PROPERTY(double masterVolume READ masterVolume WRITE setMasterVolume NOTIFY changed)
     Q_PROPERTY(QString masterVolumeText READ masterVolumeText NOTIFY changed)
-    Q_PROPERTY(bool canSavePreset READ isPlaying NOTIFY changed)
+    Q_PROPERTY(QString newPresetNameProblem READ newPresetNameProblem NOTIFY changed)
+    Q_PROPERTY(bool canSaveCurrentAsPreset READ canSaveCurrentAsPreset NOTIFY changed)
     Q_PROPERTY(QString newPresetName READ newPresetName WRITE setNewPresetName NOTIFY changed)
     Q_PROPERTY(
         bool isShowingPresetEditor READ isShowingPresetEditor WRITE setIsShowingPresetEditor NOTIFY changed)
@@ -69,7 +69,6 @@ class MenuBarAdapter final : public ModelAdapter {
     bool isChoosingOutputs() const { return model_.isChoosingOutputs(); }
     void setIsChoosingOutputs(bool isChoosing) { model_.setIsChoosingOutputs(isChoosing); }
     bool showsPickers() const { return model_.showsPickers(); }
-    bool canSwitchOutputs() const { return model_.canSwitchOutputs(); }
     QString hint() const;
 
     QString statusTitle() const { return toQString(model_.statusTitle()); }
@@ -103,10 +102,11 @@ class MenuBarAdapter final : public ModelAdapter {
 
     QString newPresetName() const { return toQString(model_.newPresetName()); }
     void setNewPresetName(const QString& name) { model_.setNewPresetName(name.toStdString()); }
+    QString newPresetNameProblem() const { return toQString(model_.newPresetNameProblem()); }
+    bool canSaveCurrentAsPreset() const { return model_.canSaveCurrentAsPreset(); }
     bool isShowingPresetEditor() const { return model_.isShowingPresetEditor(); }
     void setIsShowingPresetEditor(bool isShowing) { model_.setIsShowingPresetEditor(isShowing); }
 
-    Q_INVOKABLE void play() { model_.play(); }
     Q_INVOKABLE void performPrimaryAction() { model_.performPrimaryAction(); }
     Q_INVOKABLE void keepPlaying() {
         model_.answerDisconnect(MenuBarViewModel::DisconnectAnswer::keepPlaying);

@@ -16,6 +16,7 @@ class PresetAdapter final : public ModelAdapter {
     Q_OBJECT
     Q_PROPERTY(velto::ListModel* rows READ rows CONSTANT)
     Q_PROPERTY(QString renameText READ renameText WRITE setRenameText NOTIFY changed)
+    Q_PROPERTY(QString autoConnectOffer READ autoConnectOffer NOTIFY changed)
     Q_PROPERTY(bool canUndoDelete READ canUndoDelete NOTIFY changed)
     Q_PROPERTY(QString deletedPresetName READ deletedPresetName NOTIFY changed)
 
@@ -26,6 +27,7 @@ class PresetAdapter final : public ModelAdapter {
     ListModel* rows() { return &rows_; }
     QString renameText() const { return toQString(model_.renameText()); }
     void setRenameText(const QString& text) { model_.setRenameText(text.toStdString()); }
+    QString autoConnectOffer() const { return toQString(model_.autoConnectOffer()); }
     bool canUndoDelete() const { return model_.canUndoDelete(); }
     QString deletedPresetName() const { return toQString(model_.deletedPresetName()); }
 
@@ -34,6 +36,7 @@ class PresetAdapter final : public ModelAdapter {
     Q_INVOKABLE void toggleAutoConnect(const QString& id) {
         perform(&PresetViewModel::toggleAutoConnect, id);
     }
+    Q_INVOKABLE void acceptAutoConnectOffer() { model_.acceptAutoConnectOffer(); }
     Q_INVOKABLE void beginRename(const QString& id) { perform(&PresetViewModel::beginRename, id); }
     Q_INVOKABLE void commitRename() { model_.commitRename(); }
     Q_INVOKABLE void cancelRename() { model_.cancelRename(); }

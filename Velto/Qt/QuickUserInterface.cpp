@@ -116,7 +116,7 @@ void QuickUserInterface::makePanel() {
 }
 
 void QuickUserInterface::hidePanel() {
-    context_.app.presets().forgetDeleted(); // a deletion is taken back while the panel is open, or not at all
+    context_.app.presets().panelClosed();
     panel_->hide();
     clicksOutside_.reset();
     sinceHidden_.start();

@@ -32,7 +32,7 @@ class SettingsAdapter final : public ModelAdapter {
     Q_PROPERTY(QString resetHelp READ resetHelp CONSTANT)
     Q_PROPERTY(bool isResetting READ isResetting NOTIFY changed)
     Q_PROPERTY(velto::ListModel* debugRows READ debugRows CONSTANT)
-    Q_PROPERTY(bool didCopyDebugInfo READ didCopyDebugInfo NOTIFY changed)
+    Q_PROPERTY(bool justCopiedDebugInfo READ justCopiedDebugInfo NOTIFY changed)
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QVariantList licences READ licences CONSTANT)
 
@@ -51,7 +51,7 @@ class SettingsAdapter final : public ModelAdapter {
     static QString resetHelp() { return toQString(SettingsViewModel::resetHelp); }
     bool isResetting() const { return model_.isResetting(); }
     ListModel* debugRows() { return &debugRows_; }
-    bool didCopyDebugInfo() const { return model_.didCopyDebugInfo(); }
+    bool justCopiedDebugInfo() const { return model_.justCopiedDebugInfo(); }
     QString version() const;
     QVariantList licences() const;
 

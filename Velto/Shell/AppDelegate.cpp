@@ -56,6 +56,7 @@ void AppDelegate::showOnboarding() {
 AppDelegate::TerminationReply AppDelegate::applicationShouldTerminate() {
     if (terminationReply_) return *terminationReply_;
     terminationReply_ = mustCleanUpFirst() ? TerminationReply::later : TerminationReply::now;
+    onboardingController_.reset(); // closed by the program, the welcome was not seen
     appState_.beginTermination();
     tasks_.spawn(terminate());
     return *terminationReply_;

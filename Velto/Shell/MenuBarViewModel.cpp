@@ -2,7 +2,6 @@
 
 #include "Velto/Shell/LargestCorrection.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
-#include "VeltoCore/Foundation/TrimmedText.h"
 #include "VeltoCore/Settings/DisconnectBehavior.h"
 
 #include <fmt/format.h>
@@ -26,7 +25,7 @@ MenuBarViewModel::MenuBarViewModel(const CoreAudioClient& client, PresetViewMode
         changes_.announce();
     }));
     changes_.keep(coordinator.observe([this] {
-        sessionMayHaveStarted();
+        sessionMayHaveChanged();
         changes_.announce();
     }));
     changes_.keep(preferences.observe([this] { preferencesChanged(); }));
@@ -77,21 +76,39 @@ std::optional<AudioOutputDevice> MenuBarViewModel::placeholder(const std::option
     return std::nullopt;
 }
 
-std::optional<OutputRow> MenuBarViewModel::pickerEntry(Slot forSlot) const {
-    if (const auto present = device(forSlot)) return OutputRow::of(*present);
-    const Choice& chosen = choice(forSlot);
-    if (const auto absent = placeholder(chosen.uid)) return OutputRow::of(*absent);
+std::optional<AudioOutputDevice> MenuBarViewModel::chosenDevice(Slot slot) const {
+    if (auto present = device(slot)) return present;
+    const Choice& chosen = choice(slot);
+    if (auto absent = placeholder(chosen.uid)) return absent;
     const auto& seen = chosen.lastSeen;
     if (!seen || seen->uid != chosen.uid) return std::nullopt;
-    return OutputRow::of(AudioOutputDevice::disconnected(seen->uid, seen->name, seen->transportType));
+    return AudioOutputDevice::disconnected(seen->uid, seen->name, seen->transportType);
+}
+
+/// Of all that there are, and those that are missed: their numbers stay while they are.
+OutputNames MenuBarViewModel::outputNames() const {
+    std::vector<AudioOutputDevice> outputs = selectableDevices();
+    if (const auto session = this->session())
+        for (const AudioOutputDevice& device : session->devices())
+            outputs.push_back(device);
+    for (const Slot slot : allSlots)
+        if (auto chosen = chosenDevice(slot)) outputs.push_back(std::move(*chosen));
+    return OutputNames(outputs);
+}
+
+std::optional<OutputRow> MenuBarViewModel::pickerEntry(Slot forSlot) const {
+    const auto chosen = chosenDevice(forSlot);
+    if (!chosen) return std::nullopt;
+    return OutputRow::of(*chosen, outputNames());
 }
 
 std::vector<OutputRow> MenuBarViewModel::pickerRows(Slot forSlot) const {
     std::vector<OutputRow> rows;
-    if (auto chosen = pickerEntry(forSlot); chosen && !chosen->isConnected)
-        rows.push_back(std::move(*chosen));
+    const OutputNames names = outputNames();
+    if (const auto chosen = chosenDevice(forSlot); chosen && !chosen->isConnected)
+        rows.push_back(OutputRow::of(*chosen, names));
     for (const AudioOutputDevice& device : choices(forSlot))
-        rows.push_back(OutputRow::of(device));
+        rows.push_back(OutputRow::of(device, names));
     return rows;
 }
 
@@ -100,8 +117,11 @@ void MenuBarViewModel::applyLastPreset() {
     const auto preset = preferences_.lastPreset();
     if (!preset) return;
     const auto [first, second] = preset->resolve(selectableDevices());
-    if (first && !device(Slot::first)) choose(Slot::first, first->uid);
-    if (second && !device(Slot::second)) choose(Slot::second, second->uid);
+    const auto fill = [this](Slot slot, const auto& output, const auto& uidBeside) {
+        if (output && !device(slot) && output->uid != uidBeside) choose(slot, output->uid);
+    };
+    fill(Slot::first, first, secondDeviceUID());
+    fill(Slot::second, second, firstDeviceUID());
 }
 
 void MenuBarViewModel::subscribeToDeviceChanges() {
@@ -117,14 +137,14 @@ void MenuBarViewModel::setIsChoosingOutputs(bool isChoosing) {
 }
 
 /// A rebuild goes on with the same session, and leaves the pickers as they are.
-void MenuBarViewModel::sessionMayHaveStarted() {
-    const bool hasSession = isPlaying() || coordinator_.isReconnecting();
-    if (!std::exchange(hadSession_, hasSession) && hasSession) setIsChoosingOutputs(false);
+void MenuBarViewModel::sessionMayHaveChanged() {
+    if (std::exchange(hadSession_, hasSession()) == hadSession_) return;
+    if (hadSession_) return setIsChoosingOutputs(false);
+    setNewPresetName(""); // it was meant for what played
+    setIsShowingPresetEditor(false);
 }
 
-bool MenuBarViewModel::showsPickers() const {
-    return isChoosingOutputs_ || !(isPlaying() || coordinator_.isReconnecting());
-}
+bool MenuBarViewModel::showsPickers() const { return isChoosingOutputs_ || !hasSession(); }
 
 bool MenuBarViewModel::canPlay() const {
     const auto& first = firstDeviceUID();
@@ -194,7 +214,7 @@ std::optional<std::string> MenuBarViewModel::syncSummary() const {
 
 MenuBarViewModel::PrimaryAction MenuBarViewModel::primaryAction() const {
     if (isBusy()) return PrimaryAction::preparing;
-    return isPlaying() ? PrimaryAction::stop : PrimaryAction::play;
+    return isPlaying() && !canSwitchOutputs() ? PrimaryAction::stop : PrimaryAction::play;
 }
 
 std::string MenuBarViewModel::primaryActionTitle() const {
@@ -261,11 +281,12 @@ void MenuBarViewModel::answerDisconnect(DisconnectAnswer answer) {
 std::vector<OutputCard> MenuBarViewModel::outputCards() const {
     std::vector<OutputCard> cards;
     // While a session is rebuilt its outputs are tracked all along, and stay in view.
-    if (!isPlaying() && !coordinator_.isReconnecting()) return cards;
+    if (!hasSession()) return cards;
+    const OutputNames names = outputNames();
     for (const DeviceVolumeState& state : volumeController_.states()) {
         const auto device = deviceManager_.device(state.uid).value_or(
             AudioOutputDevice::disconnected(state.uid, state.name, state.transportType));
-        cards.push_back({.output = OutputRow::of(device),
+        cards.push_back({.output = OutputRow::of(device, names),
                          .hasVolume = state.isConnected && state.supportsVolume,
                          .volume = state.volume,
                          .canMute = state.isConnected && state.supportsMute,
@@ -308,9 +329,8 @@ void MenuBarViewModel::setIsShowingPresetEditor(bool isShowing) {
 }
 
 void MenuBarViewModel::saveCurrentAsPreset() {
-    std::string name(trimmed(newPresetName_));
-    if (name.empty()) return;
-    coordinator_.saveCurrentSessionAsPreset(std::move(name));
+    if (!isPresetName(newPresetName_)) return;
+    coordinator_.saveCurrentSessionAsPreset(std::string(trimmed(newPresetName_)));
     setNewPresetName("");
     setIsShowingPresetEditor(false);
 }

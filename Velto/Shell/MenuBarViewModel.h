@@ -18,6 +18,7 @@
 #include "VeltoCore/Session/DualOutputCoordinator.h"
 #include "VeltoCore/Session/VeltoStatus.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
+#include "VeltoCore/Settings/PresetName.h"
 #include "VeltoCore/Sync/SyncProfileManager.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
@@ -38,6 +39,7 @@ class MenuBarViewModel {
 
     /// What the one large button does.
     enum class PrimaryAction {
+        /// Also what brings a running session to other outputs that were chosen.
         play,
         stop,
         /// Nothing: something is under way.
@@ -74,7 +76,8 @@ class MenuBarViewModel {
     std::optional<OutputRow> pickerEntry(Slot forSlot) const;
     /// The choices, and first of all the own choice where only its placeholder is left.
     std::vector<OutputRow> pickerRows(Slot forSlot) const;
-    /// Fills slots that are empty, or whose output has gone, from the preset last used.
+    /// Fills slots that are empty, or whose output has gone, from the preset last used: with no output that
+    /// stands in the other slot.
     void applyLastPreset();
     /// From now on, after every change of the devices too. Once.
     void subscribeToDeviceChanges();
@@ -148,7 +151,10 @@ class MenuBarViewModel {
     void setNewPresetName(std::string name);
     bool isShowingPresetEditor() const noexcept { return isShowingPresetEditor_; }
     void setIsShowingPresetEditor(bool isShowing);
-    /// Nothing for a blank name.
+    /// Why the name can't be had, as a sentence.
+    std::optional<std::string_view> newPresetNameProblem() const { return presetNameProblem(newPresetName_); }
+    bool canSaveCurrentAsPreset() const { return isPlaying() && isPresetName(newPresetName_); }
+    /// Nothing for a name that can't be had.
     void saveCurrentAsPreset();
 
   private:
@@ -162,8 +168,11 @@ class MenuBarViewModel {
     Choice& choice(Slot slot) noexcept { return slot == Slot::first ? first_ : second_; }
     const Choice& choice(Slot slot) const noexcept { return slot == Slot::first ? first_ : second_; }
     std::optional<AudioOutputDevice> device(Slot slot) const;
+    std::optional<AudioOutputDevice> chosenDevice(Slot slot) const;
+    OutputNames outputNames() const;
+    bool hasSession() const { return isPlaying() || coordinator_.isReconnecting(); }
     std::optional<DualOutputSession> session() const { return coordinator_.state().session(); }
-    void sessionMayHaveStarted();
+    void sessionMayHaveChanged();
     void preferencesChanged();
 
     ChangeAnnouncer changes_;

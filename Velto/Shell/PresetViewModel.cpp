@@ -1,5 +1,8 @@
 #include "Velto/Shell/PresetViewModel.h"
 
+#include "Velto/Shell/OutputNames.h"
+#include "VeltoCore/Settings/PresetName.h"
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -12,24 +15,44 @@ PresetViewModel::PresetViewModel(PreferencesManager& preferences, DualOutputCoor
       tasks_(actor) {
     changes_.keep(preferences.observePresets(changes_.handler()));
     changes_.keep(preferences.lastPresetID.observe(changes_.handler()));
+    changes_.keep(preferences.autoConnect.observe(changes_.handler()));
     changes_.keep(coordinator.observe(changes_.handler()));
     changes_.keep(deviceManager.observeDevices(changes_.handler()));
 }
 
 std::vector<PresetRow> PresetViewModel::presetRows() const {
     std::vector<PresetRow> rows;
+    const OutputNames names(deviceManager_.devices());
+    const auto shortNames = [&](const AudioPreset& preset) {
+        return names.distinct(preset.first.uid, preset.first.name) + " + " +
+               names.distinct(preset.second.uid, preset.second.name);
+    };
     for (const AudioPreset& preset : preferences_.presets()) {
         if (preset.isLastUsed()) continue;
-        rows.push_back({.id = preset.id,
-                        .name = preset.name,
-                        .outputs = preset.displayName(),
-                        .isReady = isReady(preset),
-                        .isFavorite = preset.isFavorite,
-                        .isAutoConnect = preset.autoConnect,
-                        .isActive = coordinator_.activePresetID() == preset.id,
-                        .isRenaming = renameTarget_ && renameTarget_->id == preset.id});
+        const bool isRenaming = renameTarget_ && renameTarget_->id == preset.id;
+        rows.push_back(
+            {.id = preset.id,
+             .name = preset.name,
+             .outputs = preset.displayName(),
+             .shortOutputs = shortNames(preset),
+             .note = note(preset),
+             .isReady = isReady(preset),
+             .isFavorite = preset.isFavorite,
+             .isAutoConnect = preset.autoConnect,
+             .isActive = coordinator_.activePresetID() == preset.id,
+             .isRenaming = isRenaming,
+             .renameProblem = std::string(isRenaming ? presetNameProblem(renameText_).value_or("") : "")});
     }
     return rows;
+}
+
+/// Why a click on it would do nothing comes first.
+std::string PresetViewModel::note(const AudioPreset& preset) const {
+    const auto [first, second] = preset.resolve(deviceManager_.devices());
+    if (coordinator_.activePresetID() == preset.id) return "Playing";
+    if (!first && !second) return "Both outputs are not connected";
+    if (!first || !second) return (first ? preset.second : preset.first).name + " is not connected";
+    return preset.autoConnect && !preferences_.autoConnect() ? "Auto Connect is off" : "";
 }
 
 bool PresetViewModel::isReady(const AudioPreset& preset) const {
@@ -50,7 +73,15 @@ void PresetViewModel::toggleFavorite(const UUID& id) {
 }
 
 void PresetViewModel::toggleAutoConnect(const UUID& id) {
-    if (const auto preset = preferences_.preset(id)) preferences_.setAutoConnect(!preset->autoConnect, id);
+    const auto preset = preferences_.preset(id);
+    if (!preset) return;
+    changes_.set(autoConnectAsked_, preset->autoConnect ? std::optional<UUID>() : std::optional(id));
+    preferences_.setAutoConnect(!preset->autoConnect, id);
+}
+
+std::string PresetViewModel::autoConnectOffer() const {
+    const auto preset = autoConnectAsked_ ? preferences_.preset(*autoConnectAsked_) : std::nullopt;
+    return preset && preset->autoConnect && !preferences_.autoConnect() ? preset->name : "";
 }
 
 // Renaming
@@ -65,7 +96,7 @@ void PresetViewModel::beginRename(const UUID& id) {
 }
 
 void PresetViewModel::commitRename() {
-    if (!renameTarget_) return;
+    if (!renameTarget_ || presetNameProblem(renameText_)) return;
     preferences_.renamePreset(renameTarget_->id, renameText_);
     cancelRename();
 }
@@ -112,7 +143,9 @@ void PresetViewModel::undoDelete() {
     changes_.announce();
 }
 
-void PresetViewModel::forgetDeleted() {
+void PresetViewModel::panelClosed() {
+    cancelRename();
+    changes_.set(autoConnectAsked_, std::optional<UUID>());
     if (std::exchange(deleted_, std::nullopt)) changes_.announce();
 }
 

@@ -28,6 +28,10 @@ struct PresetRow {
     std::string name;
     /// The outputs' names, such as "AirPods + Desk".
     std::string outputs;
+    /// The same, for where there is little room.
+    std::string shortOutputs;
+    /// What is to be known of it now, such as "Playing" or "Desk is not connected"; empty for nothing.
+    std::string note;
     /// Both outputs are there.
     bool isReady = false;
     bool isFavorite = false;
@@ -37,6 +41,8 @@ struct PresetRow {
     bool isActive = false;
     /// Its name is being edited, in renameText().
     bool isRenaming = false;
+    /// Why the name typed can't be had, as a sentence; empty for one that can.
+    std::string renameProblem;
 
     friend bool operator==(const PresetRow&, const PresetRow&) = default;
 };
@@ -62,7 +68,12 @@ class PresetViewModel {
     /// Plays on the preset's outputs, with its settings.
     void activate(const UUID& id);
     void toggleFavorite(const UUID& id);
+    /// Where no setup starts by itself, turning it on for one makes the offer below.
     void toggleAutoConnect(const UUID& id);
+    /// The name of the setup that is to start by itself and doesn't, because none does; empty without an
+    /// offer.
+    std::string autoConnectOffer() const;
+    void acceptAutoConnectOffer() { preferences_.autoConnect.set(true); }
 
     // Renaming
 
@@ -71,7 +82,7 @@ class PresetViewModel {
     const std::string& renameText() const noexcept { return renameText_; }
     void setRenameText(std::string text);
     void beginRename(const UUID& id);
-    /// A blank name leaves the old one.
+    /// A blank name leaves the old one; one that can't be had is still being edited.
     void commitRename();
     void cancelRename();
 
@@ -84,10 +95,12 @@ class PresetViewModel {
     std::string deletedPresetName() const;
     /// Puts the preset back in its place; what was changed since stays.
     void undoDelete();
-    /// The deletion can't be taken back any more.
-    void forgetDeleted();
+    /// The panel was closed: a name is not edited any more, nor can the deletion be taken back.
+    void panelClosed();
 
   private:
+    std::string note(const AudioPreset& preset) const;
+
     struct Deleted {
         AudioPreset preset;
         /// Those that stood before it, in their order.
@@ -98,6 +111,7 @@ class PresetViewModel {
     ChangeAnnouncer changes_;
     std::optional<AudioPreset> renameTarget_;
     std::string renameText_;
+    std::optional<UUID> autoConnectAsked_;
     PreferencesManager& preferences_;
     DualOutputCoordinator& coordinator_;
     AudioDeviceManager& deviceManager_;

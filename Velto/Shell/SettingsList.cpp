@@ -1,6 +1,7 @@
 #include "Velto/Shell/SettingsList.h"
 
 #include "Velto/Shell/GlobalShortcuts.h"
+#include "Velto/Shell/OutputNames.h"
 
 #include <fmt/format.h>
 
@@ -231,8 +232,9 @@ void SettingsList::applyShowInDock() {
 std::vector<SettingChoice> SettingsList::referenceChoices() const {
     std::vector<SettingChoice> choices{{std::string(), "None"}};
     const std::string chosen = preferences_.defaultReferenceDeviceUID().value_or("");
+    const OutputNames names(deviceManager_.selectableDevices());
     for (const AudioOutputDevice& device : deviceManager_.selectableDevices())
-        choices.push_back({device.uid, device.name});
+        choices.push_back({device.uid, names.distinct(device.uid, device.name)});
     if (!std::ranges::any_of(choices,
                              [&](const auto& choice) { return choice.value == DefaultsValue(chosen); }))
         choices.push_back({chosen, outputName(chosen)});

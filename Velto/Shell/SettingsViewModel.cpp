@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <cmath>
 
 namespace velto {
@@ -23,8 +24,8 @@ SettingsViewModel::SettingsViewModel(PreferencesManager& preferences, LaunchAtLo
                                      ApplicationHost& host, GlobalShortcutService* shortcuts,
                                      MainActor& actor)
     : changes_(actor), preferences_(preferences), launchAtLogin_(launchAtLogin), syncProfiles_(syncProfiles),
-      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), host_(host), shortcuts_(shortcuts),
-      list_(preferences, launchAtLogin, deviceManager, host, shortcuts),
+      syncTestPlayer_(syncTestPlayer), coordinator_(coordinator), host_(host), actor_(actor),
+      shortcuts_(shortcuts), list_(preferences, launchAtLogin, deviceManager, host, shortcuts),
       report_(preferences, coordinator, deviceManager, host), tasks_(actor) {
     changes_.keep(preferences.observe(changes_.handler()));
     changes_.keep(launchAtLogin.observeIsEnabled(changes_.handler()));
@@ -81,7 +82,15 @@ std::string SettingsViewModel::buildNumber() const { return velto::buildNumber(h
 void SettingsViewModel::copy(const std::string& report) {
     host_.setPasteboardText(report);
     changes_.set(didCopyDebugInfo_, true);
+    tasks_.spawn(tellOfCopy());
     logger.info("Copied debug information");
+}
+
+Task<void> SettingsViewModel::tellOfCopy() {
+    changes_.set(justCopiedDebugInfo_, true);
+    const int copy = ++copyCount_;
+    co_await actor_.sleep(std::chrono::seconds(2));
+    if (copy == copyCount_) changes_.set(justCopiedDebugInfo_, false);
 }
 
 } // namespace velto

@@ -82,6 +82,8 @@ class SettingsViewModel {
     void copyDebugInfo() { copy(report_.text()); }
     /// The same without the names and UIDs of outputs.
     void copyRedactedDebugInfo() { copy(report_.redactedText()); }
+    /// Whether that was just now: for as long as it takes to read that it was.
+    bool justCopiedDebugInfo() const noexcept { return justCopiedDebugInfo_; }
     /// Whether it was ever copied.
     bool didCopyDebugInfo() const noexcept { return didCopyDebugInfo_; }
 
@@ -94,6 +96,7 @@ class SettingsViewModel {
 
   private:
     void copy(const std::string& report);
+    Task<void> tellOfCopy();
 
     ChangeAnnouncer changes_;
     PreferencesManager& preferences_;
@@ -102,11 +105,14 @@ class SettingsViewModel {
     SyncTestPlayer& syncTestPlayer_;
     DualOutputCoordinator& coordinator_;
     ApplicationHost& host_;
+    MainActor& actor_;
     GlobalShortcutService* shortcuts_; // may be null
     SettingsList list_;
     DebugReport report_;
     bool isResetting_ = false;
     bool didCopyDebugInfo_ = false;
+    bool justCopiedDebugInfo_ = false;
+    int copyCount_ = 0;
     TaskScope tasks_; // dies first: its tasks use the others
 };
 

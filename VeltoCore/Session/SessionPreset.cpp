@@ -1,5 +1,7 @@
 #include "VeltoCore/Session/SessionPreset.h"
 
+#include "VeltoCore/Settings/PresetName.h"
+
 #include <algorithm>
 
 namespace velto {
@@ -66,7 +68,7 @@ void SessionPreset::follow() {
 
 std::optional<AudioPreset> SessionPreset::saveAs(std::string name) {
     const auto session = systemAudio_.activeSession();
-    if (!session) return std::nullopt;
+    if (!session || presetNameProblem(name)) return std::nullopt;
     auto preset = AudioPreset::create(std::move(name), session->first, session->second, clock_.now());
     preset.deviceSettings = volumeController_.currentSettings();
     preset.masterVolume = loudest(preset.deviceSettings);

@@ -1,6 +1,6 @@
 #include "VeltoCore/Settings/PreferencesManager.h"
 
-#include "VeltoCore/Foundation/TrimmedText.h"
+#include "VeltoCore/Settings/PresetName.h"
 
 #include <algorithm>
 #include <iterator>
@@ -71,9 +71,8 @@ void PreferencesManager::changePreset(const UUID& id, Change change) {
 }
 
 void PreferencesManager::renamePreset(const UUID& id, std::string_view to) {
-    const std::string_view name = trimmed(to);
-    if (name.empty()) return;
-    changePreset(id, [name](AudioPreset& preset) { preset.name = name; });
+    if (!isPresetName(to)) return;
+    changePreset(id, [to](AudioPreset& preset) { preset.name = trimmed(to); });
 }
 
 void PreferencesManager::setFavorite(bool isFavorite, const UUID& presetID) {
