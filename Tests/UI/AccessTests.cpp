@@ -19,6 +19,10 @@ class AccessTests : public WindowTest {
         std::vector<std::string> visited;
         for (;;) {
             page.key(Qt::Key_Tab);
+            const QQuickItem* item = page.window().activeFocusItem();
+            EXPECT_TRUE(
+                QRectF(QPointF(), page.window().size()).contains(item->mapRectToScene(item->boundingRect())))
+                << page.focused().toStdString() << " is out of sight";
             const std::string name = page.focused().toStdString();
             if (std::ranges::find(visited, name) != visited.end()) return visited;
             visited.push_back(name);
@@ -80,6 +84,51 @@ TEST_F(AccessTests, tabReachesEveryControlAndTheTreeIsComplete) {
     EXPECT_EQ(windows->settingsWindow(), nullptr);
 }
 
+TEST_F(AccessTests, thePanelOpensWithTheKeyboardOnWhatIsToBeDoneNext) {
+    launch();
+    preferences().disconnectBehavior.set(DisconnectBehavior::askUser);
+    const auto rings = [&] {
+        const auto all = panel().window().findChildren<QQuickItem*>();
+        return std::ranges::count_if(all, [](const QQuickItem* item) {
+            return item->isVisible() && QByteArray(item->metaObject()->className()).startsWith("FocusRing");
+        });
+    };
+    const auto expectHome = [&](const char* name) {
+        for (const char* usedLast : {"Quit Velto", "Settings"}) {
+            panel().tabTo(usedLast);
+            EXPECT_EQ(rings(), 1);
+            dropPanel();
+            EXPECT_EQ(panel().focused(), name);
+            EXPECT_EQ(rings(), 0) << "it was opened by mouse";
+        }
+    };
+    dropPanel();
+    expectHome("First output");
+    menuBar().choose(MenuBarViewModel::Slot::first, "airpods");
+    settle();
+    expectHome("Second output");
+    choose("airpods", "flip");
+    expectHome("Play Together");
+    panel().key(Qt::Key_Space);
+    actor.runUntilIdle();
+    settle();
+    EXPECT_EQ(panel().focused(), "Stop");
+    EXPECT_EQ(rings(), 1);
+    unplug("flip");
+    EXPECT_EQ(panel().focused(), "Keep playing on remaining outputs") << "what had the keyboard is hidden";
+    expectHome("Keep playing on remaining outputs");
+    panel().key(Qt::Key_Space);
+    actor.runUntilIdle();
+    settle();
+    EXPECT_TRUE(menuBar().isPlaying());
+    EXPECT_EQ(panel().focused(), "Stop");
+    panel().tabTo("Volume of AirPods Pro");
+    menuBar().stop();
+    actor.runUntilIdle();
+    settle();
+    EXPECT_THAT(panel().names(), testing::Contains(panel().focused())) << "it is seen";
+}
+
 TEST_F(AccessTests, listsAndMenusAreCompleteToo) {
     launch();
     savedPreset("Evening", "airpods", "flip");
@@ -116,7 +165,7 @@ TEST_F(AccessTests, allTextIsReadableOnItsGround) {
             surfaces["card on " + name] = over(color("card"), ground);
             for (const char* layer : {"hover", "pressed", "control", "warnGround", "badGround"})
                 surfaces[layer + (" on " + name)] = over(color(layer), ground);
-            for (const char* layer : {"badge", "warnGround"})
+            for (const char* layer : {"badge", "warnGround", "disc"})
                 surfaces[layer + (" on a card on " + name)] = over(color(layer), over(color("card"), ground));
         }
         surfaces["popup"] = color("popup");
@@ -126,17 +175,34 @@ TEST_F(AccessTests, allTextIsReadableOnItsGround) {
                     EXPECT_GE(Appearance::contrast(color(ink), ground), 4.5)
                         << ink << " on " << name << (isDark ? ", dark" : ", light");
         };
+        const auto expectSeen = [&](const char* ink, std::string_view on) {
+            for (const auto& [name, ground] : surfaces)
+                if (name.starts_with(on))
+                    EXPECT_GE(Appearance::contrast(over(color(ink), ground), ground), 3)
+                        << ink << " on " << name << (isDark ? ", dark" : ", light");
+        };
+        for (const char* on : {"window", "card", "control", "popup"})
+            expectSeen("fieldEdge", on);
+        for (const char* ink : {"faint", "star"})
+            for (const char* on : {"window", "card", "disc", "hover"})
+                expectSeen(ink, on);
         expectReadable("label", "");
         for (const char* on :
              {"window", "card", "hover", "pressed", "control", "badGround", "badge", "popup"})
             expectReadable("secondary", on);
-        for (const char* on : {"window", "card", "badge"})
-            expectReadable("accentInk", on);
         for (const char* on : {"card", "warnGround on a card"})
             expectReadable("warn", on);
         expectReadable("bad", "popup");
         expectReadable("good", "card");
-        EXPECT_GE(Appearance::contrast(color("accentText"), color("accent")), 4.5);
+        for (const char* accent :
+             {"#2f6be8", "#ffcc00", "#ffffff", "#000000", "#808080", "#34c759", "#ff2d55"}) {
+            windows->appearance().overrule(
+                {.isDark = isDark, .accent = QColor(accent), .reducesMotion = true, .isComposited = true});
+            SCOPED_TRACE(accent);
+            EXPECT_GE(Appearance::contrast(color("accentText"), color("accent")), 4.5);
+            for (const char* on : {"window", "card", "badge"})
+                expectReadable("accentInk", on);
+        }
     }
 }
 

@@ -156,6 +156,53 @@ const NamedState states[]{
                        "Bluetooth-Schlafzimmerradiowecker mit Freisprecheinrichtung");
      },
      Shows::panel, true},
+    {"names-alike", "Family 17h/19h… Digital Stereo",
+     [](Scene& s) {
+         for (const char* end : {"Analog Stereo", "Digital Stereo"})
+             s.world().plug({.uid = end,
+                             .name = std::string("Family 17h/19h HD Audio Controller ") + end,
+                             .transport = kAudioDeviceTransportTypePCI,
+                             .volume = 0.5F});
+         s.actor.runUntilIdle();
+         s.play("Analog Stereo", "Digital Stereo");
+         s.savedPreset("Both chips", "Analog Stereo", "Digital Stereo");
+         s.unplug("Analog Stereo");
+         s.panel().click("Choose other outputs");
+     },
+     Shows::panel, true},
+    {"picker-alike", "USB · 4",
+     [](Scene& s) {
+         for (const char* uid : {"headset-1", "headset-2", "headset-3", "headset-4"})
+             s.world().plug(
+                 {.uid = uid, .name = "USB Headset Adapter", .transport = kAudioDeviceTransportTypeUSB});
+         s.actor.runUntilIdle();
+         s.choose("headset-2", "flip");
+         s.savedPreset("Both headsets", "headset-1", "headset-3");
+         s.panel().click("Second output");
+     },
+     Shows::panel, true, true},
+    {"presets-states", "kitchen-radio is not connected",
+     [](Scene& s) {
+         s.threePresets();
+         s.state().presets().activate(s.preferences().userPresets().front().id);
+         s.actor.runUntilIdle();
+         s.settle();
+         s.panel().click("More for Kitchen");
+         s.panel().click("Auto Connect");
+     }},
+    {"presets-refused", "Choose another name.",
+     [](Scene& s) {
+         s.threePresets();
+         s.play("airpods", "flip");
+         s.panel().click("Save current setup");
+         s.panel().type("Last Used");
+     }},
+    {"panel-choosing", "Play Together",
+     [](Scene& s) {
+         s.play("airpods", "flip");
+         s.panel().click("Choose other outputs");
+         s.choose("airpods", "dac");
+     }},
     {"names-right-to-left", "רמקול בסלון", [](Scene& s) { s.nameOutputs("سماعات المكتب", "רמקול בסלון"); }},
     {"settings-general", "Auto Connect saved setups", [](Scene& s) { s.openSettings("General"); },
      Shows::settings},
@@ -202,11 +249,13 @@ const NamedState states[]{
      Shows::bench, true},
 };
 
-std::vector<QString> cutLabels(const Page& page) {
+/// Of names the whole can be had where they are cut.
+std::vector<QString> cutLabels(const Page& page, bool names) {
     std::vector<QString> cut;
     for (const QQuickItem* label : page.labels()) {
         const bool isTooWide = label->property("contentWidth").toDouble() > label->width() + 1;
-        if (label->property("truncated").toBool() || isTooWide)
+        const bool isName = label->property("whole").isValid();
+        if ((label->property("truncated").toBool() || isTooWide) && (names || !isName))
             cut.push_back(label->property("text").toString());
     }
     return cut;
@@ -278,7 +327,8 @@ TEST_P(PictureTests, isWholeReadableAndApart) {
     EXPECT_GT(light.pixelColor(ground).lightness(), 180);
     EXPECT_LT(dark.pixelColor(ground).lightness(), 80);
 
-    if (!GetParam().mayElide) EXPECT_THAT(cutLabels(shown()), testing::IsEmpty());
+    if (GetParam().window != Shows::bench)
+        EXPECT_THAT(cutLabels(shown(), !GetParam().mayElide), testing::IsEmpty());
     if (!GetParam().hasPopup) EXPECT_THAT(overlaps(shown()), testing::IsEmpty());
 }
 

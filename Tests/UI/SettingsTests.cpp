@@ -75,6 +75,69 @@ TEST_F(SettingsTests, choicesAndNamesAreKept) {
     EXPECT_NEAR(preferences().syncTestVolume(), 0.75F, 0.02F);
 }
 
+TEST_F(SettingsTests, dropDownsKnowWhatIsChosenAndOnlyTheirListChangesIt) {
+    launch();
+    choose("airpods", "flip");
+    preferences().clockStrategy.set(ClockStrategy::lowestLatency); // the last one
+    preferences().defaultReferenceDeviceUID.set("flip");
+    const auto check = [](const std::function<Page()>& page) {
+        int count = 0;
+        for (const Control& box : page().controls()) {
+            if (box.role != QAccessible::ComboBox) continue;
+            ++count;
+            SCOPED_TRACE(box.name.toStdString());
+            const auto number = [&](const char* name) { return box.item->property(name).toInt(); };
+            const auto isOpen = [&] {
+                return box.item->property("popup").value<QObject*>()->property("visible").toBool();
+            };
+            EXPECT_EQ(box.item->property("currentText").toString(), box.description);
+            page().tabTo(box.name);
+            using enum Qt::Key;
+            for (const Qt::Key key :
+                 {Key_Space, Key_Return, Key_Enter, Key_Down, Key_Up, Key_Home, Key_End}) {
+                page().key(key);
+                EXPECT_TRUE(isOpen()) << "key " << key;
+                EXPECT_EQ(number("highlightedIndex"), number("currentIndex"));
+                page().key(Qt::Key_Escape);
+                EXPECT_FALSE(isOpen());
+                EXPECT_EQ(page().find(box.name).description, box.description) << "key " << key;
+            }
+            const bool isLast = number("currentIndex") + 1 == number("count");
+            page().key(Qt::Key_Return);
+            page().key(isLast ? Qt::Key_Up : Qt::Key_Down);
+            page().key(Qt::Key_Return);
+            EXPECT_FALSE(isOpen());
+            const QString picked = page().find(box.name).description;
+            EXPECT_NE(picked, box.description);
+            EXPECT_EQ(box.item->property("currentText").toString(), picked);
+        }
+        return count;
+    };
+    EXPECT_EQ(check([this] { return panel(); }), 2);
+    for (const auto& [tab, count] : {std::pair{"General", 1}, {"Audio", 2}, {"Sync", 1}}) {
+        open(tab);
+        EXPECT_EQ(check([this] { return settings(); }), count) << tab;
+    }
+}
+
+TEST_F(SettingsTests, longPagesAreScrolledByKeys) {
+    launch();
+    open("About");
+    settings().window().resize(560, 400);
+    settle();
+    const int height = settings().window().height();
+    const auto bottom = [this] { return settings().find("Inter").place.bottom(); };
+    const int atFirst = bottom();
+    ASSERT_GT(atFirst, height);
+    settings().key(Qt::Key_PageDown);
+    EXPECT_LT(bottom(), atFirst);
+    settings().key(Qt::Key_End);
+    EXPECT_LE(bottom(), height);
+    settings().key(Qt::Key_Up);
+    settings().key(Qt::Key_Home);
+    EXPECT_EQ(bottom(), atFirst);
+}
+
 TEST_F(SettingsTests, profilesAreRemovedTheReportCopiedAndTheSetupReset) {
     launch();
     play("airpods", "flip");
@@ -89,6 +152,12 @@ TEST_F(SettingsTests, profilesAreRemovedTheReportCopiedAndTheSetupReset) {
     EXPECT_THAT(QGuiApplication::clipboard()->text().toStdString(),
                 testing::HasSubstr("AirPods Pro — Transport: Bluetooth"));
     EXPECT_TRUE(settings().shows("Copied"));
+    advance(std::chrono::seconds(1));
+    settings().click("Copy Debug Information");
+    advance(std::chrono::milliseconds(1900));
+    EXPECT_TRUE(settings().shows("Copied"));
+    advance(std::chrono::milliseconds(100));
+    EXPECT_FALSE(settings().shows("Copied"));
 
     settings().window().resize(560, 1500);
     settle();

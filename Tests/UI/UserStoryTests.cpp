@@ -24,11 +24,20 @@ class UserStoryTests : public WindowTest {
 };
 
 TEST_F(UserStoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
-    for (const bool byButton : {true, false}) {
+    enum class Way { programEnds, button, closeBox };
+    for (const Way way : {Way::programEnds, Way::button, Way::closeBox}) {
         computer.defaults().startOver({});
         launchForTheFirstTime();
+        EXPECT_EQ(QGuiApplication::focusWindow(), windows->onboardingWindow()) << "the panel is behind it";
         EXPECT_FALSE(preferences().hasCompletedOnboarding());
-        if (byButton) {
+        if (way == Way::programEnds) {
+            quit();
+            windows->onboardingWindow()->close(); // as all windows then are
+            EXPECT_FALSE(preferences().hasCompletedOnboarding());
+            application.reset();
+            continue;
+        }
+        if (way == Way::button) {
             welcome().click("Continue");
         } else {
             welcome().window().close(); // what the window manager asks for when its box is clicked
@@ -103,6 +112,13 @@ TEST_F(UserStoryTests, volumesFollowPointerKeysAndWheel) {
     panel().key(Qt::Key_Right);
     panel().key(Qt::Key_Up);
     EXPECT_NEAR(volumeOf("flip"), before + 0.1, 0.001);
+    for (const auto& [key, volume] :
+         {std::pair{Qt::Key_End, 1.0}, {Qt::Key_PageDown, 0.8}, {Qt::Key_Home, 0}, {Qt::Key_PageUp, 0.2}}) {
+        panel().key(key);
+        EXPECT_NEAR(volumeOf("flip"), volume, 0.001) << key;
+    }
+    menuBar().setVolume(before + 0.1F, "flip");
+    settle();
     panel().wheel("Volume of JBL Flip 6", -2);
     EXPECT_NEAR(volumeOf("flip"), before, 0.001);
     EXPECT_NEAR(panel().find("Volume of JBL Flip 6").value, before, 0.001);
@@ -205,25 +221,37 @@ TEST_F(UserStoryTests, aSetupIsSavedRenamedMarkedDeletedAndTakenBack) {
     panel().type("Kitchen");
     panel().key(Qt::Key_Return);
     EXPECT_THAT(presetNames(), ElementsAre("Kitchen"));
-    panel().tabTo("Kitchen");
+    EXPECT_EQ(panel().focused(), "Kitchen");
+    panel().key(Qt::Key_F2);
+    panel().type("Last Used");
+    panel().key(Qt::Key_Return);
+    EXPECT_TRUE(panel().shows("“Last Used” is what Velto calls the outputs that played last."));
+    panel().key(Qt::Key_Escape);
     panel().key(Qt::Key_F2);
     panel().type("Nothing of it");
     panel().key(Qt::Key_Escape);
     EXPECT_THAT(presetNames(), ElementsAre("Kitchen"));
     EXPECT_TRUE(panel().window().isVisible());
+    EXPECT_EQ(panel().focused(), "Kitchen");
 
     panel().click("Add to Favourites: Kitchen");
     panel().click("More for Kitchen");
     panel().click("Auto Connect");
     EXPECT_TRUE(preferences().userPresets().front().isFavorite);
     EXPECT_TRUE(preferences().userPresets().front().autoConnect);
+    EXPECT_FALSE(preferences().autoConnect());
+    panel().click("Turn On");
+    EXPECT_TRUE(preferences().autoConnect());
+    EXPECT_FALSE(panel().has("Turn On"));
     const auto whole = preferences().presets();
 
     panel().click("More for Kitchen");
     panel().click("Delete");
     EXPECT_THAT(presetNames(), ElementsAre());
     EXPECT_TRUE(panel().shows("Deleted “Kitchen”"));
-    panel().click("Undo");
+    EXPECT_EQ(panel().focused(), "Undo");
+    panel().key(Qt::Key_Space);
+    EXPECT_EQ(panel().focused(), "Kitchen");
     EXPECT_EQ(preferences().presets(), whole);
 
     panel().click("Stop");

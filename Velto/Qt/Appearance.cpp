@@ -16,6 +16,9 @@ constexpr double readableContrast = 4.5;
 constexpr double usualFontSize = 10; // in points
 constexpr double smallestScale = 0.85;
 constexpr double largestScale = 1.4; // what the rows have room for
+/// A colour with less of it to white is a bright one.
+constexpr double brightContrast = 2.5;
+constexpr QColor darkText(0x1d, 0x1d, 0x1f);
 /// What Qt's palette has where no desktop says anything.
 constexpr QColor paletteWithoutDesktop(0x30, 0x8c, 0xc6);
 constexpr QColor ownAccent(0x2f, 0x6b, 0xe8);
@@ -65,7 +68,15 @@ QColor Appearance::chosenAccent() const {
     return highlight == paletteWithoutDesktop ? ownAccent : highlight;
 }
 
-QColor Appearance::accent() const { return readableOn(chosenAccent(), Qt::white); }
+/// Yellow that is dark enough for white text is no yellow any more.
+QColor Appearance::accent() const {
+    const QColor chosen = chosenAccent();
+    return contrast(chosen, Qt::white) < brightContrast ? chosen : readableOn(chosen, Qt::white);
+}
+
+QColor Appearance::accentText() const {
+    return contrast(accent(), Qt::white) < readableContrast ? darkText : QColor(Qt::white);
+}
 
 QColor Appearance::accentInk() const {
     return readableOn(chosenAccent(), isDark() ? QColor(0x50, 0x50, 0x56) : QColor(0xe8, 0xe8, 0xec));

@@ -19,6 +19,7 @@ class Appearance final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isDark READ isDark NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor accentText READ accentText NOTIFY changed)
     Q_PROPERTY(QColor accentInk READ accentInk NOTIFY changed)
     Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY changed)
     Q_PROPERTY(bool isComposited READ isComposited NOTIFY changed)
@@ -40,8 +41,10 @@ class Appearance final : public QObject {
     Appearance();
 
     bool isDark() const;
-    /// White text on it has a contrast of at least 4.5.
+    /// As chosen where that is bright, else dark enough for white text.
     QColor accent() const;
+    /// Text on the accent: white, or dark on a bright one. A contrast of at least 4.5.
+    QColor accentText() const;
     /// The accent as text or symbol on a window: a contrast of at least 4.5.
     QColor accentInk() const;
     bool reducesMotion() const;

@@ -21,7 +21,7 @@ namespace velto {
 
 namespace {
 
-constexpr int screenMargin = 40;  // what the panel leaves of a screen's height, in pixels
+constexpr int screenMargin = 40;  // what windows leave of a screen's height, in pixels
 constexpr int gap = 6;            // between the status item and the panel, in pixels
 constexpr qint64 sameClick = 300; // milliseconds
 
@@ -66,6 +66,7 @@ QuickUserInterface::QuickUserInterface(Context context)
     engine_.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine_.addImportPath(QStringLiteral("qrc:/velto"));
     engine_.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance_);
+    engine_.rootContext()->setContextProperty(QStringLiteral("keyboard"), &keyboard_);
     connect(&appearance_, &Appearance::changed, this, &QuickUserInterface::dressFrames);
 }
 
@@ -86,6 +87,7 @@ std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, cons
         throw std::runtime_error("The window could not be made: " + component.errorString().toStdString());
     }
     QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
+    keyboard_.follow(*window);
     return std::unique_ptr<QQuickWindow>(window);
 }
 
@@ -117,6 +119,7 @@ void QuickUserInterface::makePanel() {
 
 void QuickUserInterface::hidePanel() {
     context_.app.presets().panelClosed();
+    context_.app.menuBar().setIsChoosingOutputs(false); // else the status item's menu would switch unseen
     panel_->hide();
     clicksOutside_.reset();
     sinceHidden_.start();
@@ -132,7 +135,8 @@ void QuickUserInterface::yieldActivation() {
 
 void QuickUserInterface::showPanel(const QRect& statusItem) {
     if (!panel_) makePanel();
-    limitHeight(screenOf(statusItem));
+    panel_->setProperty("longestHeight", longestHeight(screenOf(statusItem)));
+    if (!panel_->isVisible()) keyboard_.beginIn(*panel_);
     if (!panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) {
         placeOfItem_ = statusItem;
         placePanel();
@@ -146,8 +150,11 @@ void QuickUserInterface::showPanel(const QRect& statusItem) {
     activateProgram();
     Q_EMIT menuBar_.changed(); // nobody tells that a sound server has gone
     panel_->show();
-    panel_->raise();
-    panel_->requestActivate();
+    const bool isBehindWelcome =
+        panelStyle_ == PanelStyle::window && onboardingWindow_ && onboardingWindow_->isVisible();
+    QQuickWindow& front = isBehindWelcome ? *onboardingWindow_ : *panel_;
+    front.raise();
+    front.requestActivate();
 }
 
 void QuickUserInterface::togglePanel(const QRect& statusItem) {
@@ -166,9 +173,9 @@ QScreen& QuickUserInterface::screenOf(const QRect& statusItem) {
     return screen ? *screen : *QGuiApplication::primaryScreen();
 }
 
-/// A panel with more in it scrolls.
-void QuickUserInterface::limitHeight(const QScreen& screen) {
-    panel_->setProperty("longestHeight", screen.availableGeometry().height() - screenMargin);
+/// Windows with more in them scroll.
+int QuickUserInterface::longestHeight(const QScreen& screen) {
+    return screen.availableGeometry().height() - screenMargin;
 }
 
 /// At the item, or, while nobody has told where that is, at the edge where the desktop's bar takes its space.
@@ -236,10 +243,12 @@ void QuickUserInterface::showSettings() {
     if (!settingsWindow_) {
         context_.app.settings().refreshLaunchAtLogin();
         context_.app.settings().inquireShortcuts();
+        const QScreen& screen = panel_ ? *panel_->screen() : *QGuiApplication::primaryScreen();
         settings_ =
             std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_, context_.app.aligning());
         settingsWindow_ =
-            make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())}});
+            make(QStringLiteral("SettingsWindow"),
+                 {{"model", QVariant::fromValue(settings_.get())}, {"longestHeight", longestHeight(screen)}});
         dressFrames();
         connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
             if (isVisible) return;

@@ -6,6 +6,7 @@
 
 #include "Velto/Qt/Appearance.h"
 #include "Velto/Qt/InStepAdapter.h"
+#include "Velto/Qt/KeyboardFocus.h"
 #include "Velto/Qt/MenuBarAdapter.h"
 #include "Velto/Qt/PresetAdapter.h"
 #include "Velto/Qt/SettingsAdapter.h"
@@ -62,13 +63,14 @@ class QuickUserInterface final : public QObject, public UserInterface {
     void activateProgram();
     void yieldActivation();
     static QScreen& screenOf(const QRect& statusItem);
-    void limitHeight(const QScreen& screen);
+    static int longestHeight(const QScreen& screen);
     void placePanel();
     void place(QQuickWindow& window, const QRect& item);
     void dressFrames();
 
     Context context_;
     Appearance appearance_;
+    KeyboardFocus keyboard_;
     QQmlEngine engine_;
     InStepAdapter inStep_;
     MenuBarAdapter menuBar_;

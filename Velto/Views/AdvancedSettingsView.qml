@@ -12,7 +12,7 @@ Column {
             DebugRow {}
         }
         SettingsRow {
-            label: page.model.didCopyDebugInfo ? "Copied" : ""
+            label: page.model.justCopiedDebugInfo ? "Copied" : ""
             Row {
                 spacing: 8
                 PushButton {
@@ -20,7 +20,7 @@ Column {
                     onClicked: page.model.copyRedactedDebugInfo()
                 }
                 PushButton {
-                    symbol: page.model.didCopyDebugInfo ? "checkmark" : "doc.on.doc"
+                    symbol: page.model.justCopiedDebugInfo ? "checkmark" : "doc.on.doc"
                     text: "Copy Debug Information"
                     onClicked: page.model.copyDebugInfo()
                 }

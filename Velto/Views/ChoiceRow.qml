@@ -7,43 +7,40 @@ SettingsRow {
 
     property var choices: []
     property var value
-    readonly property var chosen: choices.find(choice => choice.value === value)
+    /// Values are compared: each reading of a list of the model's makes new objects.
+    readonly property int chosenIndex: choices.findIndex(choice => choice.value === value)
+    readonly property string chosenTitle: chosenIndex < 0 ? "" : choices[chosenIndex].title
     signal picked(var value)
 
-    T.ComboBox {
+    DropDown {
         id: box
-        implicitWidth: Theme.fieldWidth
+        implicitWidth: Math.min(Theme.fieldWidth, Math.max(130, widest + 46))
+        /// As wide as its longest value: what is left is for the help.
+        readonly property real widest: Math.max(0, ...row.choices.map(choice => metrics.advanceWidth(choice.title)))
+        FontMetrics { id: metrics; font.family: Theme.family; font.pixelSize: Theme.body }
         implicitHeight: 30
-        hoverEnabled: true
-        focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
         model: row.choices
         textRole: "title"
         valueRole: "value"
-        currentIndex: row.choices.indexOf(row.chosen)
-        onActivated: index => row.picked(row.choices[index].value)
+        currentIndex: row.chosenIndex
+        onModelChanged: follow()
+        onActivated: index => { row.picked(row.choices[index].value); follow() }
+        /// What the list makes of the index is no more than a wish.
+        function follow() { currentIndex = Qt.binding(() => row.chosenIndex) }
 
-        Accessible.role: Accessible.ComboBox
         Accessible.name: row.label
-        Accessible.description: row.chosen ? row.chosen.title : ""
-        Accessible.onPressAction: box.popup.open()
-        Keys.onReturnPressed: event => openBy(event)
-        Keys.onEnterPressed: event => openBy(event)
-
-        function openBy(event) {
-            event.accepted = !popup.visible     // else the list takes it
-            if (event.accepted) popup.open()
-        }
+        Accessible.description: row.chosenTitle
 
         background: Rectangle {
             radius: 8
             color: box.down || box.popup.visible ? Theme.pressed : Theme.control
             border.width: 1
-            border.color: Theme.controlEdge
+            border.color: Theme.fieldEdge
         }
         contentItem: TextLabel {
             leftPadding: 10
             rightPadding: 26
-            text: row.chosen ? row.chosen.title : ""
+            text: row.chosenTitle
         }
         indicator: Symbol {
             x: box.width - width - 8
@@ -59,7 +56,7 @@ SettingsRow {
             required property int index
 
             width: ListView.view ? ListView.view.width : 0
-            implicitHeight: 30
+            implicitHeight: box.rowHeight
             hoverEnabled: true
             highlighted: box.highlightedIndex === index
             Accessible.role: Accessible.ListItem
@@ -73,7 +70,7 @@ SettingsRow {
                 Symbol {
                     x: 6
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: item.index === box.currentIndex
+                    visible: item.index === row.chosenIndex
                     name: "checkmark"
                     size: 14
                     color: item.highlighted ? Theme.accentText : Theme.label
@@ -86,24 +83,5 @@ SettingsRow {
                 }
             }
         }
-        popup: T.Popup {
-            y: box.height + 4
-            width: box.width
-            padding: 5
-            margins: 8
-            implicitHeight: Math.min(list.contentHeight + 2 * padding, 280)
-            enter: Transition { NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.quick } }
-            exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.quick } }
-            contentItem: ListView {
-                id: list
-                clip: true
-                model: box.popup.visible ? box.delegateModel : null
-                currentIndex: box.highlightedIndex
-                boundsBehavior: Flickable.StopAtBounds
-                T.ScrollBar.vertical: SlimScrollBar {}
-            }
-            background: PopupSurface {}
-        }
-        FocusRing { control: box }
     }
 }

@@ -16,7 +16,7 @@ Item {
     width: parent ? parent.width : 0
     height: 60
 
-    TextLabel {
+    NameLabel {
         anchors { left: parent.left; leftMargin: 14; right: typed.left; rightMargin: 8; verticalCenter: typed.verticalCenter }
         text: row.name
     }
@@ -40,6 +40,7 @@ Item {
         volume: Math.min(row.delay / row.latest, 1)
         step: 1 / row.latest
         fineStep: 0.1 / row.latest
+        pageStep: 10 / row.latest
         Accessible.name: "Delay of " + row.name
         Accessible.description: row.delayText
         onVolumeMoved: part => row.model.setDelay(row.uid, part * row.latest)

@@ -2,16 +2,15 @@ import QtQuick
 import QtQuick.Templates as T
 
 // Which output plays in one slot. Rows may come, go and move while it is open: what is chosen is the UID.
-T.ComboBox {
+DropDown {
     id: picker
 
     required property string label   // "First output"
-    required property var entry      // the choice: uid, name, symbol, badge, isConnected; uid "" for none
+    required property var entry      // the choice: uid, name, shortName, symbol, badge, badgeSymbol, isConnected; uid "" for none
     signal picked(string uid)
 
     implicitHeight: 52
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
+    rowHeight: 34
     textRole: "name"
     valueRole: "uid"
     onActivated: index => picked(valueAt(index))
@@ -24,17 +23,8 @@ T.ComboBox {
         function onContentChanged() { picker.followEntry() }
     }
 
-    Accessible.role: Accessible.ComboBox
     Accessible.name: label
     Accessible.description: entry.name
-    Accessible.onPressAction: picker.popup.open()
-    Keys.onReturnPressed: event => openBy(event)
-    Keys.onEnterPressed: event => openBy(event)
-
-    function openBy(event) {
-        event.accepted = !popup.visible     // else the list takes it
-        if (event.accepted) popup.open()
-    }
 
     background: Rectangle {
         radius: Theme.cornerRadius - 2
@@ -53,17 +43,27 @@ T.ComboBox {
             anchors { left: disc.right; leftMargin: 10; right: parent.right; rightMargin: 34 }
             anchors.verticalCenter: parent.verticalCenter
             spacing: 1
-            TextLabel {
+            NameLabel {
                 width: parent.width
-                text: picker.entry.uid ? picker.entry.name : "Choose an output"
+                text: picker.entry.uid ? picker.entry.shortName : "Choose an output"
+                whole: picker.entry.uid ? picker.entry.name : text
                 color: picker.entry.isConnected ? Theme.label : Theme.secondary
                 font.weight: Font.Medium
             }
-            TextLabel {
-                width: parent.width
-                text: picker.entry.uid ? picker.entry.badge : picker.label
-                color: picker.entry.isMissing ? Theme.warn : Theme.secondary
-                font.pixelSize: Theme.small
+            Row {
+                spacing: 4
+                Symbol {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: picker.entry.isConnected
+                    name: picker.entry.badgeSymbol
+                    color: Theme.secondary
+                    size: 13
+                }
+                TextLabel {
+                    text: picker.entry.uid ? picker.entry.badge : picker.label
+                    color: picker.entry.isMissing ? Theme.warn : Theme.secondary
+                    font.pixelSize: Theme.small
+                }
             }
         }
     }
@@ -80,12 +80,13 @@ T.ComboBox {
         required property int index
         required property string uid
         required property string name
+        required property string shortName
         required property string symbol
         required property string badge
         readonly property color ink: highlighted ? Theme.accentText : Theme.label
 
         width: ListView.view ? ListView.view.width : 0
-        implicitHeight: 34
+        implicitHeight: picker.rowHeight
         hoverEnabled: true
         highlighted: picker.highlightedIndex === index
 
@@ -115,10 +116,11 @@ T.ComboBox {
                 size: 18
                 color: row.ink
             }
-            TextLabel {
+            NameLabel {
                 anchors { left: glyph.right; leftMargin: 9; right: badgeLabel.left; rightMargin: 8 }
                 anchors.verticalCenter: parent.verticalCenter
-                text: row.name
+                text: row.shortName
+                whole: row.name
                 color: row.ink
             }
             TextLabel {
@@ -130,24 +132,4 @@ T.ComboBox {
             }
         }
     }
-    popup: T.Popup {
-        y: picker.height + 4
-        width: picker.width
-        padding: 5
-        margins: 8
-        implicitHeight: Math.min(list.contentHeight + 2 * padding, 5 * 34 + 17 + 2 * padding)
-        enter: Transition { NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.quick } }
-        exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.quick } }
-        contentItem: ListView {
-            id: list
-            clip: true
-            model: picker.popup.visible ? picker.delegateModel : null
-            currentIndex: picker.highlightedIndex
-            boundsBehavior: Flickable.StopAtBounds
-            highlightMoveDuration: 0
-            T.ScrollBar.vertical: SlimScrollBar {}
-        }
-        background: PopupSurface {}
-    }
-    FocusRing { control: picker; inset: 1 }
 }

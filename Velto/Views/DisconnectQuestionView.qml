@@ -4,9 +4,10 @@ import QtQuick
 Rectangle {
     id: view
 
-    required property string question
+    required property string text
     required property string keepTitle
     required property string stopTitle
+    readonly property Item home: keep
     signal keepChosen()
     signal stopChosen()
 
@@ -15,7 +16,7 @@ Rectangle {
     color: Theme.warnGround
 
     Accessible.role: Accessible.Grouping
-    Accessible.name: question
+    Accessible.name: text
 
     Column {
         id: column
@@ -25,12 +26,13 @@ Rectangle {
         spacing: 7
         TextLabel {
             width: parent.width
-            text: view.question
+            text: view.text
             wrapMode: Text.Wrap
             font.weight: Font.Medium
             bottomPadding: 3
         }
         PushButton {
+            id: keep
             width: parent.width
             prominent: true
             text: view.keepTitle

@@ -1,6 +1,6 @@
 import QtQuick
 
-// Around a control that was reached by the keyboard.
+// Around the control that has the keyboard, while the keyboard is used.
 Rectangle {
     property Item control: parent
     property real inset: -3
@@ -12,5 +12,5 @@ Rectangle {
     color: "transparent"
     border.width: 2
     border.color: Theme.accentInk
-    visible: control.visualFocus === true
+    visible: control.activeFocus && keyboard.isShown
 }

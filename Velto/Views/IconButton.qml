@@ -20,7 +20,9 @@ T.AbstractButton {
 
     background: Rectangle {
         radius: 8
-        color: button.down ? Theme.pressed : button.hovered ? Theme.hover : "transparent"
+        color: button.down || button.checked ? Theme.pressed : button.hovered ? Theme.hover : "transparent"
+        border.width: button.checked ? 1 : 0
+        border.color: Theme.fieldEdge
         Behavior on color { ColorAnimation { duration: Theme.quick } }
     }
     contentItem: Item {
@@ -35,5 +37,11 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
     FocusRing { control: button; inset: 0 }
-    ToolTipLabel { control: button }
+    Loader {
+        active: button.hovered && button.text.length > 0 && !button.down && !button.checked
+        sourceComponent: ToolTipLabel {
+            owner: button
+            text: button.text
+        }
+    }
 }

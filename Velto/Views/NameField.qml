@@ -29,7 +29,7 @@ T.TextField {
         radius: 8
         color: Theme.control
         border.width: field.activeFocus ? 2 : 1
-        border.color: field.activeFocus ? Theme.accentInk : Theme.controlEdge
+        border.color: field.activeFocus ? Theme.accentInk : Theme.fieldEdge
     }
     TextLabel {
         anchors { fill: parent; leftMargin: 10; rightMargin: 9 }

@@ -6,8 +6,10 @@ GlassCard {
 
     required property string uid
     required property string name
+    required property string shortName
     required property string symbol
     required property string badge
+    required property string badgeSymbol
     required property bool isConnected
     required property bool hasVolume
     required property bool canMute
@@ -31,9 +33,10 @@ GlassCard {
         playing: card.isConnected
         faded: !card.isConnected
     }
-    TextLabel {
+    NameLabel {
         anchors { left: disc.right; leftMargin: 10; right: badgeLabel.left; rightMargin: 8; verticalCenter: badgeLabel.verticalCenter }
-        text: card.name
+        text: card.shortName
+        whole: card.name
         color: card.isConnected ? Theme.label : Theme.secondary
         font.weight: Font.Medium
     }
@@ -41,6 +44,7 @@ GlassCard {
         id: badgeLabel
         anchors { right: parent.right; rightMargin: 10; top: parent.top; topMargin: card.volumeText ? 11 : (card.height - height) / 2 }
         text: card.badge
+        symbol: card.isConnected ? card.badgeSymbol : ""
         ink: card.isConnected ? Theme.secondary : Theme.warn
         ground: card.isConnected ? Theme.badge : Theme.warnGround
     }

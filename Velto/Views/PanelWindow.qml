@@ -29,9 +29,9 @@ Window {
         minimumHeight = maximumHeight = height
     }
 
+    function focusHome() { view.focusHome() }
+
     onClosing: dismissed()
-    // A menu that closes, and a field that is hidden, leave the keyboard to nobody: it goes back to where it was.
-    onActiveFocusItemChanged: if (!activeFocusItem || activeFocusItem === contentItem) view.forceActiveFocus(Qt.TabFocusReason)
     onActiveChanged: if (!active && !isOrdinary && visible) dismissed()
 
     VeltoMenuBarView {

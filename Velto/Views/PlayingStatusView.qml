@@ -28,10 +28,18 @@ Item {
         size: 15
         color: status.tint
     }
+    NameLabel {
+        id: title
+        anchors { left: symbol.right; leftMargin: 5; verticalCenter: parent.verticalCenter }
+        width: Math.min(implicitWidth, status.width - x - summary.implicitWidth)
+        text: status.model.statusTitle      // the name of an output, and what has become of it
+        color: Theme.secondary
+        font.pixelSize: Theme.text(12)
+    }
     TextLabel {
-        anchors { left: symbol.right; leftMargin: 5; right: parent.right; verticalCenter: parent.verticalCenter }
-        text: status.model.syncSummary ? status.model.statusTitle + "  ·  " + status.model.syncSummary
-                                       : status.model.statusTitle
+        id: summary
+        anchors { left: title.right; verticalCenter: parent.verticalCenter }
+        text: status.model.syncSummary ? "  ·  " + status.model.syncSummary : ""
         color: Theme.secondary
         font.pixelSize: Theme.text(12)
     }

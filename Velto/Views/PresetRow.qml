@@ -8,29 +8,37 @@ T.ItemDelegate {
     required property string presetID
     required property string name
     required property string outputs
+    required property string shortOutputs
+    required property string note        // what is to be known of it now
     required property string favoriteTitle
     required property bool isReady
     required property bool isFavorite
     required property bool isAutoConnect
     required property bool isActive
     required property bool isRenaming
+    required property string renameProblem
     required property QtObject presets   // the presets' model
 
-    implicitHeight: 46
+    implicitHeight: problem.visible ? 46 + problem.height : 46
     hoverEnabled: true
     focusPolicy: Qt.TabFocus
     text: name
     onClicked: if (row.isReady) presets.activate(presetID)
-    onIsRenamingChanged: if (isRenaming) Qt.callLater(nameField.begin)  // its text comes after it
+    onIsRenamingChanged: {
+        if (isRenaming) Qt.callLater(nameField.begin)  // its text comes after it
+        else if (nameField.activeFocus) forceActiveFocus()
+    }
+    signal removalRequested()
+    function leaveName() { renameProblem ? presets.cancelRename() : presets.commitRename() }
 
     Accessible.role: Accessible.Button
     Accessible.name: name
-    Accessible.description: outputs + (isReady ? "" : ", not connected")
+    Accessible.description: [outputs, note, isAutoConnect ? "Auto Connect" : ""].filter(part => part).join(", ")
     Accessible.onPressAction: row.clicked()
 
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
-    Keys.onDeletePressed: presets.remove(presetID)
+    Keys.onDeletePressed: removalRequested()
     Keys.onMenuPressed: menu.open()
     Keys.onPressed: event => { if (event.key === Qt.Key_F2) presets.beginRename(presetID) }
 
@@ -43,33 +51,46 @@ T.ItemDelegate {
         DeviceDisc {
             id: disc
             x: 8
-            anchors.verticalCenter: parent.verticalCenter
+            y: 8
             width: 30
             height: 30
-            symbol: "hifispeaker.2"
+            symbol: row.isActive ? "speaker.wave.2.fill" : "hifispeaker.2"
             playing: row.isActive
             faded: !row.isReady
         }
         NameField {
             id: nameField
-            anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
+            anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; verticalCenter: disc.verticalCenter }
             visible: row.isRenaming
             label: "Name of the preset"
             text: row.presets.renameText
             onTextEdited: row.presets.renameText = text
             onCommitted: row.presets.commitRename()
             onCancelled: row.presets.cancelRename()
-            onActiveFocusChanged: if (!activeFocus && visible) row.presets.commitRename()
+            onActiveFocusChanged: if (!activeFocus && visible) row.leaveName()
             function begin() { forceActiveFocus(); selectAll() }
         }
+        TextLabel {
+            id: problem
+            anchors { left: nameField.left; right: nameField.right; top: nameField.bottom; topMargin: 3 }
+            visible: row.renameProblem.length > 0
+            text: row.renameProblem
+            wrapMode: Text.Wrap
+            color: Theme.warn
+            font.pixelSize: Theme.small
+            bottomPadding: 8
+            Accessible.ignored: false
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
+        }
         Column {
-            anchors { left: disc.right; leftMargin: 10; right: buttons.left; rightMargin: 4; verticalCenter: parent.verticalCenter }
+            anchors { left: disc.right; leftMargin: 10; right: buttons.left; rightMargin: 4; verticalCenter: disc.verticalCenter }
             visible: !row.isRenaming
             spacing: 1
             Row {
                 width: parent.width
                 spacing: 4
-                TextLabel {
+                NameLabel {
                     width: Math.min(implicitWidth, parent.width - (bolt.visible ? 18 : 0))
                     text: row.name
                     color: row.isReady ? Theme.label : Theme.secondary
@@ -84,16 +105,17 @@ T.ItemDelegate {
                     color: Theme.secondary
                 }
             }
-            TextLabel {
+            NameLabel {
                 width: parent.width
-                text: row.outputs
-                color: Theme.secondary
+                text: row.note || row.shortOutputs
+                whole: row.note ? row.outputs + "\n" + row.note : row.outputs
+                color: row.isReady ? Theme.secondary : Theme.warn
                 font.pixelSize: Theme.small
             }
         }
         Row {
             id: buttons
-            anchors { right: parent.right; rightMargin: 4; verticalCenter: parent.verticalCenter }
+            anchors { right: parent.right; rightMargin: 4; verticalCenter: disc.verticalCenter }
             visible: !row.isRenaming
             IconButton {
                 symbol: row.isFavorite ? "star.fill" : "star"
@@ -132,7 +154,7 @@ T.ItemDelegate {
                         text: "Delete"
                         symbol: "trash"
                         destructive: true
-                        onTriggered: row.presets.remove(row.presetID)
+                        onTriggered: row.removalRequested()
                     }
                 }
             }

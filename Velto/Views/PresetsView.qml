@@ -9,7 +9,31 @@ Item {
     required property QtObject presets
 
     readonly property int rowsShown: 5
+    /// The row that gets the keyboard when the rows have changed; -1 for none.
+    property int nextRow: -1
+    property bool isUndoing: false
     implicitHeight: column.height
+
+    function remove(row, presetID) {
+        nextRow = row
+        presets.remove(presetID)
+    }
+    function focusNextRow() {
+        list.forceLayout()
+        const row = Math.min(nextRow, list.count - 1)
+        nextRow = -1
+        list.positionViewAtIndex(row, ListView.Contain)
+        const home = row < 0 ? undo.home : list.itemAtIndex(row)
+        if (home) home.forceActiveFocus()
+    }
+    Connections {
+        target: view.presets.rows
+        function onRowsInserted(parent, first) {
+            if (view.isUndoing) view.nextRow = first
+            view.isUndoing = false
+        }
+        function onContentChanged() { if (view.nextRow >= 0) Qt.callLater(view.focusNextRow) }
+    }
 
     Column {
         id: column
@@ -30,7 +54,7 @@ Item {
             IconButton {
                 id: opener
                 anchors.right: parent.right
-                visible: view.model.canSavePreset
+                visible: view.model.isPlaying
                 checkable: true
                 checked: view.model.isShowingPresetEditor
                 symbol: checked ? "xmark" : "plus"
@@ -40,12 +64,15 @@ Item {
         }
         Item {
             width: parent.width
-            height: visible ? 38 : 0
-            visible: view.model.isShowingPresetEditor && view.model.canSavePreset
-            onVisibleChanged: (visible ? nameField : opener).forceActiveFocus()
+            height: !visible ? 0 : problem.visible ? 38 + problem.height : 38
+            visible: view.model.isShowingPresetEditor && view.model.isPlaying
+            onVisibleChanged: {
+                if (visible) nameField.forceActiveFocus()
+                else if (nameField.activeFocus && opener.visible) opener.forceActiveFocus()
+            }
             NameField {
                 id: nameField
-                anchors { left: parent.left; right: save.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
+                anchors { left: parent.left; right: save.left; rightMargin: 8; verticalCenter: save.verticalCenter }
                 label: "Name of this setup"
                 placeholderText: label
                 text: view.model.newPresetName
@@ -55,26 +82,41 @@ Item {
             }
             PushButton {
                 id: save
-                anchors { right: parent.right; verticalCenter: parent.verticalCenter }
+                anchors { right: parent.right; top: parent.top; topMargin: 4 }
                 implicitHeight: 30
                 prominent: true
+                enabled: view.model.canSaveCurrentAsPreset
                 text: "Save"
                 onClicked: view.model.saveCurrentAsPreset()
+            }
+            TextLabel {
+                id: problem
+                anchors { left: parent.left; leftMargin: 4; right: parent.right; top: save.bottom; topMargin: 4 }
+                visible: text.length > 0
+                text: view.model.newPresetNameProblem
+                wrapMode: Text.Wrap
+                color: Theme.warn
+                font.pixelSize: Theme.small
+                bottomPadding: 4
+                Accessible.ignored: false
+                Accessible.role: Accessible.AlertMessage
+                Accessible.name: text
             }
         }
         TextLabel {
             x: 4
             width: parent.width - 8
             height: visible ? 34 : 0
-            visible: list.count === 0
-            text: "Play two outputs, then save them here."
+            visible: list.count === 0 && !view.presets.canUndoDelete
+            text: !opener.visible ? "Play two outputs, then save them here."
+                : opener.checked ? "It is saved with its volumes." : "Save what plays now with the plus sign."
             color: Theme.secondary
             font.pixelSize: Theme.text(12)
         }
         ListView {
             id: list
             width: parent.width
-            height: Math.min(count, view.rowsShown + 0.5) * 46
+            height: Math.min(contentHeight, (view.rowsShown + 0.5) * 46)
             visible: count > 0
             clip: true
             model: view.presets.rows
@@ -83,30 +125,28 @@ Item {
             delegate: PresetRow {
                 width: ListView.view.width
                 presets: view.presets
-                onActiveFocusChanged: if (activeFocus) list.positionViewAtIndex(index, ListView.Contain)
+                onActiveFocusChanged: if (activeFocus) ListView.view.currentIndex = index // the arrows go on from here
+                onRemovalRequested: view.remove(index, presetID)
                 required property int index
             }
             Accessible.role: Accessible.List
             Accessible.name: "Presets"
         }
-        Rectangle {
-            width: parent.width
-            height: visible ? 36 : 0
+        OfferRow {
+            visible: view.presets.autoConnectOffer.length > 0
+            sentence: "Auto Connect is off for all setups."
+            action: "Turn On"
+            onAccepted: view.presets.acceptAutoConnectOffer()
+        }
+        OfferRow {
+            id: undo
             visible: view.presets.canUndoDelete
-            radius: 9
-            color: Theme.disc
-            TextLabel {
-                anchors { left: parent.left; leftMargin: 11; right: undo.left; rightMargin: 6; verticalCenter: parent.verticalCenter }
-                text: "Deleted “" + view.presets.deletedPresetName + "”"
-                font.pixelSize: Theme.text(12)
-            }
-            PushButton {
-                id: undo
-                anchors { right: parent.right; rightMargin: 4; verticalCenter: parent.verticalCenter }
-                implicitHeight: Theme.hitSize
-                symbol: "arrow.uturn.backward"
-                text: "Undo"
-                onClicked: view.presets.undoDelete()
+            sentence: "Deleted “" + view.presets.deletedPresetName + "”"
+            symbol: "arrow.uturn.backward"
+            action: "Undo"
+            onAccepted: {
+                view.isUndoing = true
+                view.presets.undoDelete()
             }
         }
     }

@@ -64,11 +64,11 @@ Repeater {
                 help: row.help
                 NameField {
                     id: field
-                    implicitWidth: Theme.fieldWidth
+                    implicitWidth: 200
                     label: row.label
                     text: row.value
                     onTextEdited: row.set(text)
-                    onCommitted: field.focus = false
+                    onCommitted: field.selectAll()
                     onCancelled: field.focus = false
                 }
             }
@@ -79,7 +79,7 @@ Repeater {
                 label: row.label
                 help: row.help
                 VolumeSlider {
-                    implicitWidth: Theme.fieldWidth
+                    implicitWidth: 200
                     volume: row.value
                     Accessible.name: row.label
                     onVolumeMoved: volume => row.set(volume)

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 
 // The settings: a row of tabs above the one that is chosen.
 FocusScope {
@@ -14,6 +13,9 @@ FocusScope {
         { title: "Advanced", symbol: "slider.horizontal.3", view: "AdvancedSettingsView.qml" },
         { title: "About", symbol: "info.circle", view: "AboutSettingsView.qml" }
     ]
+
+    function focusHome() { buttons.children[tab].forceActiveFocus() }
+    Keys.onPressed: event => flickable.scroll(event)
 
     Rectangle {
         id: bar
@@ -35,14 +37,13 @@ FocusScope {
                     text: modelData.title
                     symbol: modelData.symbol
                     checked: view.tab === index
-                    focus: index === 0
                     onChosen: view.tab = index
                     onMoved: step => buttons.move(step)
                 }
             }
             function move(step) {
                 view.tab = (view.tab + step + view.tabs.length) % view.tabs.length
-                children[view.tab].forceActiveFocus(Qt.TabFocusReason)
+                view.focusHome()
             }
         }
         Rectangle {
@@ -52,14 +53,10 @@ FocusScope {
             color: Theme.separator
         }
     }
-    Flickable {
+    ScrollingPage {
         id: flickable
         anchors { top: bar.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
-        clip: true
         contentHeight: page.height + 40
-        interactive: contentHeight > height
-        boundsBehavior: Flickable.StopAtBounds
-        T.ScrollBar.vertical: SlimScrollBar {}
 
         Loader {
             id: page

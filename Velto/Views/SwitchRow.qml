@@ -34,19 +34,17 @@ SettingsRow {
             width: 40
             height: 24
             radius: 12
-            color: toggle.checked ? Theme.accent : Theme.track
-            border.width: toggle.checked ? 0 : 1
-            border.color: Theme.controlEdge
+            color: toggle.checked ? Theme.accent : Theme.control
+            border.width: 1
+            border.color: toggle.checked ? Theme.accentInk : Theme.fieldEdge
             Behavior on color { ColorAnimation { duration: Theme.quick } }
             Rectangle {
-                x: toggle.checked ? 18 : 2
-                y: 2
-                width: 20
-                height: 20
-                radius: 10
-                color: "#ffffff"
-                border.width: 1
-                border.color: "#1f000000"
+                x: toggle.checked ? 19 : 3
+                y: 3
+                width: 18
+                height: 18
+                radius: 9
+                color: toggle.checked ? Theme.accentText : Theme.fieldEdge
                 Behavior on x { NumberAnimation { duration: Theme.quick; easing.type: Easing.OutCubic } }
             }
         }

@@ -10,17 +10,17 @@ QtObject {
     // A size of text in pixels, as the desktop wants it.
     function text(pixels) { return Math.round(pixels * appearance.fontScale) }
 
-    readonly property color accent: appearance.accent           // white text is readable on it
+    readonly property color accent: appearance.accent           // accentText is readable on it
     readonly property color accentInk: appearance.accentInk     // readable on the window itself
-    readonly property color accentText: "#ffffff"
+    readonly property color accentText: appearance.accentText
 
     readonly property color label: dark ? "#f5f5f7" : "#1d1d1f"
     readonly property color secondary: dark ? "#c4c4cc" : "#5a5a61"
-    readonly property color faint: dark ? "#8a8a93" : "#86868c" // symbols only
+    readonly property color faint: dark ? "#b8b8c0" : "#73737a" // symbols only
     readonly property color good: dark ? "#32d365" : "#1a7f37"
     readonly property color warn: dark ? "#ffbf5c" : "#9a5b00"
     readonly property color bad: dark ? "#ff7a70" : "#c4291c"
-    readonly property color star: dark ? "#ffc933" : "#b27b00"
+    readonly property color star: dark ? "#ffc933" : "#a56f00"
 
     // Opaque: the software renderer blends what it draws anew with what it drew before.
     readonly property color windowTop: dark ? "#2f2f35" : "#fafafd"
@@ -30,7 +30,8 @@ QtObject {
     readonly property color card: dark ? "#12ffffff" : "#ffffff"
     readonly property color cardEdge: dark ? "#1affffff" : "#16000000"
     readonly property color control: dark ? "#1effffff" : "#ffffff"
-    readonly property color controlEdge: dark ? "#2effffff" : "#30000000"
+    readonly property color controlEdge: dark ? "#2effffff" : "#30000000"  // of what its text tells
+    readonly property color fieldEdge: dark ? "#a2a2ab" : "#7a7a80"          // of what is told by its edge
     readonly property color hover: dark ? "#16ffffff" : "#0c000000"
     readonly property color pressed: dark ? "#1fffffff" : "#1a000000"
     readonly property color track: dark ? "#40ffffff" : "#26000000"

@@ -1,26 +1,26 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// What a control without text is for, when the pointer rests on it.
+// What a control without text is for, or the whole of a text that is cut: when the pointer rests on it. Made only then.
 T.ToolTip {
     id: tip
 
-    required property Item control
+    required property Item owner
 
-    parent: control
-    visible: control.hovered && control.text.length > 0 && !control.down && !control.checked
+    parent: owner
+    visible: true
     delay: 700
-    text: control.text
     margins: 6
-    x: (control.width - width) / 2
-    y: control.height + 4
+    x: (owner.width - width) / 2
+    y: owner.height + 4
     padding: 6
-    implicitWidth: label.implicitWidth + 2 * padding
+    implicitWidth: Math.min(label.implicitWidth, owner.Window.width - 24) + 2 * padding
     implicitHeight: label.implicitHeight + 2 * padding
 
     contentItem: TextLabel {
         id: label
         text: tip.text
+        wrapMode: Text.Wrap
         font.pixelSize: Theme.small
     }
     background: Rectangle {

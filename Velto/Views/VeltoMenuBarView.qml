@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 
 // The panel: what plays, where, how loud, and the saved setups.
 FocusScope {
@@ -13,21 +12,33 @@ FocusScope {
     signal quitRequested()
 
     implicitWidth: Math.round(356 * Math.max(1, appearance.fontScale))
-    implicitHeight: Math.min(longestHeight, content.height + 2 * 12)
+    implicitHeight: Math.min(longestHeight, Math.max(content.height + 2 * 12, listEnd))
+
+    /// The panel makes room for a list that is open.
+    readonly property real listEnd: Math.max(endOf(firstPicker), endOf(secondPicker))
+    function endOf(picker) {
+        return picker.reach ? flickable.y + pickerCard.y + pickers.y + picker.y + picker.reach : 0
+    }
+
+    /// The question, what there is to press, or what is missing for it.
+    function focusHome() {
+        const home = question.visible ? question.home
+                   : primary.visible && (primary.enabled || primary.busy) ? primary
+                   : !pickerCard.visible ? settingsButton
+                   : model.firstEntry.isConnected && !model.secondEntry.isConnected ? secondPicker : firstPicker
+        home.forceActiveFocus()
+    }
+    Keys.onPressed: event => flickable.scroll(event)
 
     PanelSurface {
         anchors.fill: parent
         isFramed: panel.isFramed
     }
 
-    Flickable {
+    ScrollingPage {
         id: flickable
         anchors { fill: parent; topMargin: 12; bottomMargin: 12 }
-        clip: true
         contentHeight: content.height
-        interactive: contentHeight > height
-        boundsBehavior: Flickable.StopAtBounds
-        T.ScrollBar.vertical: SlimScrollBar {}
 
         Column {
             id: content
@@ -63,6 +74,7 @@ FocusScope {
                         onClicked: panel.model.isChoosingOutputs = !panel.model.isChoosingOutputs
                     }
                     IconButton {
+                        id: settingsButton
                         symbol: "gearshape"
                         text: "Settings"
                         onClicked: panel.settingsRequested()
@@ -84,9 +96,10 @@ FocusScope {
                 onDismissed: panel.model.dismissError()
             }
             DisconnectQuestionView {
+                id: question
                 width: parent.width
-                visible: question.length > 0
-                question: panel.model.disconnectQuestion
+                visible: text.length > 0
+                text: panel.model.disconnectQuestion
                 keepTitle: panel.model.keepPlayingTitle
                 stopTitle: panel.model.stopPlayingTitle
                 onKeepChosen: panel.model.keepPlaying()
@@ -94,6 +107,7 @@ FocusScope {
             }
 
             GlassCard {
+                id: pickerCard
                 width: parent.width
                 height: pickers.height + 8
                 visible: panel.model.showsPickers
@@ -103,7 +117,9 @@ FocusScope {
                     y: 4
                     width: parent.width - 8
                     DevicePickerView {
+                        id: firstPicker
                         width: parent.width
+                        room: panel.longestHeight
                         label: "First output"
                         entry: panel.model.firstEntry
                         model: panel.model.firstRows
@@ -116,7 +132,9 @@ FocusScope {
                         color: Theme.separator
                     }
                     DevicePickerView {
+                        id: secondPicker
                         width: parent.width
+                        room: panel.longestHeight
                         label: "Second output"
                         entry: panel.model.secondEntry
                         model: panel.model.secondRows
@@ -133,16 +151,6 @@ FocusScope {
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
             }
-            PushButton {
-                width: parent.width
-                implicitHeight: 36
-                visible: panel.model.canSwitchOutputs
-                prominent: true
-                symbol: "play.fill"
-                text: "Play Together"
-                onClicked: panel.model.play()
-            }
-
             Repeater {
                 model: panel.model.outputs
                 OutputDeviceCard {
@@ -192,6 +200,7 @@ FocusScope {
             }
 
             PushButton {
+                id: primary
                 width: parent.width
                 implicitHeight: 36
                 visible: panel.model.showsPrimaryAction

@@ -10,6 +10,8 @@ T.Slider {
     /// What an arrow key does, and with Shift.
     property real step: 0.05
     property real fineStep: step
+    /// What Page Up and Page Down do.
+    property real pageStep: 4 * step
     signal volumeMoved(real volume)
 
     implicitHeight: Theme.hitSize
@@ -36,6 +38,12 @@ T.Slider {
     Keys.onRightPressed: event => volumeMoved(value + stepOf(event))
     Keys.onDownPressed: event => volumeMoved(value - stepOf(event))
     Keys.onUpPressed: event => volumeMoved(value + stepOf(event))
+    Keys.onPressed: event => {
+        const goal = ({ [Qt.Key_PageDown]: value - pageStep, [Qt.Key_PageUp]: value + pageStep,
+                        [Qt.Key_Home]: from, [Qt.Key_End]: to })[event.key]
+        event.accepted = goal !== undefined
+        if (event.accepted) volumeMoved(goal)
+    }
 
     WheelHandler {
         onWheel: event => slider.volumeMoved(slider.value + event.angleDelta.y / 2400)
@@ -54,7 +62,7 @@ T.Slider {
             width: slider.handle.x + slider.handle.width / 2
             height: 4
             radius: 2
-            color: slider.dimmed ? Theme.faint : Theme.accent
+            color: slider.dimmed ? Theme.faint : Theme.accentInk
         }
     }
     handle: Rectangle {
@@ -65,7 +73,7 @@ T.Slider {
         radius: 8
         color: slider.pressed ? "#e8e8ec" : "#ffffff"
         border.width: 1
-        border.color: Theme.dark ? "#66000000" : "#40000000"
+        border.color: Theme.dark ? "#66000000" : Theme.fieldEdge
         scale: slider.pressed || slider.hovered ? 1.12 : 1
         Behavior on scale { NumberAnimation { duration: Theme.quick } }
     }

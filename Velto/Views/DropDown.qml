@@ -1,0 +1,64 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A box that opens a list. Nothing but a choice in the open list changes what is chosen: the keys that would step
+// through the values of a closed box open its list. The list shows whole rows, as many as there is room for.
+T.ComboBox {
+    id: box
+
+    property int rowHeight: 30
+    /// How high the window that the list lies in can be.
+    property real room: Window.height
+    /// From the top of the box to the end of the list and its margin; 0 while it is closed.
+    readonly property real reach: popup.visible ? popup.y + popup.implicitHeight + popup.margins : 0
+    /// The press of Return that opened the list has not been let go yet.
+    property bool isOpening: false
+
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
+
+    function isReturn(event) { return event.key === Qt.Key_Return || event.key === Qt.Key_Enter }
+    Keys.onPressed: event => {
+        if (popup.visible) {
+            event.accepted = isReturn(event) && event.isAutoRepeat
+            return
+        }
+        const opens = [Qt.Key_Return, Qt.Key_Enter, Qt.Key_Up, Qt.Key_Down, Qt.Key_Home, Qt.Key_End]
+        const searches = /^[\p{L}\p{N}]/u.test(event.text) && !(event.modifiers & Qt.ControlModifier)
+        if (!opens.includes(event.key) && !searches) return
+        isOpening = isReturn(event)
+        event.accepted = !searches      // a letter looks for a row of the list that it opened
+        popup.open()
+    }
+    Keys.onReleased: event => {
+        event.accepted = isReturn(event) && isOpening
+        if (event.accepted && !event.isAutoRepeat) isOpening = false
+    }
+
+    Accessible.role: Accessible.ComboBox
+    Accessible.onPressAction: popup.open()
+
+    popup: T.Popup {
+        readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
+
+        y: box.height + 4
+        width: box.width
+        padding: 5
+        margins: 8
+        implicitHeight: Math.max(1, Math.min(list.count, rows)) * box.rowHeight + 2 * padding
+        enter: Transition { NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.quick } }
+        exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.quick } }
+        contentItem: ListView {
+            id: list
+            clip: true
+            model: box.popup.visible ? box.delegateModel : null
+            currentIndex: box.highlightedIndex
+            boundsBehavior: Flickable.StopAtBounds
+            snapMode: ListView.SnapToItem
+            highlightMoveDuration: 0
+            T.ScrollBar.vertical: SlimScrollBar {}
+        }
+        background: PopupSurface {}
+    }
+    FocusRing { control: box }
+}
