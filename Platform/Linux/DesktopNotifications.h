@@ -1,4 +1,4 @@
-// DesktopNotifications: notifications as freedesktop.org's specification has them, over the session's bus.
+// DesktopNotifications: notifications as freedesktop.org describes them, over the session's bus.
 //
 // Owned by the program's entry point; main actor only. It is connected while a notification is shown, and at
 // no other time: a program at rest hears nothing from the bus. Without a bus, or a program that shows
