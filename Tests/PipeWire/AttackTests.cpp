@@ -8,6 +8,7 @@
 #include "Simulation/SimulatedApplicationHost.h"
 #include "Simulation/SimulatedAudioEngine.h"
 #include "Simulation/SimulatedLoginItemService.h"
+#include "Simulation/SimulatedNotificationService.h"
 #include "Tests/Support/PlatformTextCollation.h"
 #include "Tests/Support/Started.h"
 #include "Velto/Shell/AppState.h"
@@ -38,12 +39,14 @@ struct Core {
                  .collation = *collation,
                  .loginItems = loginItems,
                  .host = host,
+                 .notifications = notifications,
                  .makeAudioEngine = [](auto&) { return std::make_unique<SimulatedAudioEngine>(); }}),
           tasks(loop) {}
 
     const std::unique_ptr<TextCollation> collation = makePlatformTextCollation();
     SimulatedLoginItemService loginItems;
     SimulatedApplicationHost host;
+    SimulatedNotificationService notifications;
     AppState state;
     AudioDeviceManager& devices = state.deviceManager();
     SystemAudioManager& session = state.systemAudio();
