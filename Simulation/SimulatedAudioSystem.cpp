@@ -4,7 +4,6 @@
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <algorithm>
 #include <type_traits>
 #include <utility>
 

@@ -1,19 +1,21 @@
 #include "Platform/Linux/BusConnection.h"
 
+#include <poll.h>
+
 #include <cstring>
-#include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace velto {
 
 void BusConnection::require(int result) {
-    if (result < 0) throw std::runtime_error(std::strerror(-result));
+    if (result < 0) throw std::system_error(-result, std::generic_category());
 }
 
-std::shared_ptr<BusConnection> BusConnection::open(FileDescriptorWatcher& watcher, const std::string& address,
-                                                   std::function<void()> broken) {
+std::shared_ptr<BusConnection> BusConnection::open(FileDescriptorWatcher& watcher, Bus which,
+                                                   const std::string& address, Broken broken) {
     std::shared_ptr<BusConnection> connection(new BusConnection(watcher, std::move(broken)));
-    connection->connect(address);
+    connection->connect(which, address);
     return connection;
 }
 
@@ -22,18 +24,18 @@ BusConnection::~BusConnection() {
     sd_bus_close_unref(bus_);
 }
 
-void BusConnection::connect(const std::string& address) {
+void BusConnection::connect(Bus which, const std::string& address) {
     if (address.empty()) {
-        require(sd_bus_open_user(&bus_));
+        require(which == Bus::session ? sd_bus_open_user(&bus_) : sd_bus_open_system(&bus_));
     } else {
         require(sd_bus_new(&bus_));
         require(sd_bus_set_address(bus_, address.c_str()));
         require(sd_bus_set_bus_client(bus_, 1));
         require(sd_bus_start(bus_));
     }
-    require(sd_bus_flush(bus_));
     descriptor_ = sd_bus_get_fd(bus_);
     watcher_.watchReadable(descriptor_, [this] { process(); });
+    sendWhenPossible();
 }
 
 void BusConnection::end() noexcept {
@@ -46,10 +48,16 @@ void BusConnection::process() {
     int result = 1;
     while (result > 0 && descriptor_ >= 0)
         result = sd_bus_process(bus_, nullptr);
-    if (result >= 0) return;
-    const auto broken = std::exchange(broken_, {});
+    if (result >= 0) return sendWhenPossible();
+    const Broken broken = std::exchange(broken_, {});
     end();
-    if (broken) broken();
+    if (broken) broken(std::strerror(-result));
+}
+
+void BusConnection::sendWhenPossible() {
+    if (descriptor_ < 0) return;
+    const int events = sd_bus_get_events(bus_);
+    if (events >= 0 && (events & POLLOUT) != 0) watcher_.watchWritable(descriptor_, [this] { process(); });
 }
 
 } // namespace velto

@@ -1,7 +1,8 @@
 // BusConnection: a connection to a message bus, served on the main actor.
 //
-// Shared by who uses it, so that it may be ended and dropped from within what it calls; main actor only. To
-// make it and to send may take the time of the bus's own answer, never that of another program.
+// Shared by who uses it, so that it may be ended and dropped from within what it calls; main actor only.
+// Nothing but flush() waits, also for a bus that hangs: what is sent before the bus has answered goes out
+// once it has.
 #pragma once
 
 #include "Platform/POSIX/FileDescriptorWatcher.h"
@@ -16,33 +17,47 @@ namespace velto {
 
 class BusConnection : public std::enable_shared_from_this<BusConnection> {
   public:
-    /// `address` is a D-Bus address; empty for the bus of the user's session. Throws std::runtime_error when
-    /// it can't be had. `broken` is called, from the main loop, when the bus goes; it is ended then.
-    static std::shared_ptr<BusConnection> open(FileDescriptorWatcher& watcher, const std::string& address,
-                                               std::function<void()> broken);
+    /// Called, from the main loop, when the bus has gone, with a sentence's end that says why. The connection
+    /// is ended then.
+    using Broken = std::function<void(const std::string& why)>;
+    enum class Bus { session, system };
+
+    /// `address` is a D-Bus address; empty for the bus itself. Throws std::system_error when it can't be had.
+    static std::shared_ptr<BusConnection> open(FileDescriptorWatcher& watcher, Bus which,
+                                               const std::string& address, Broken broken);
     BusConnection(const BusConnection&) = delete;
     BusConnection& operator=(const BusConnection&) = delete;
     ~BusConnection();
 
     sd_bus* bus() const noexcept { return bus_; }
-    /// Sends what waits to be sent.
+    /// Waits until all is sent, and the bus has answered.
     void flush() noexcept { sd_bus_flush(bus_); }
     /// Nothing is received from now on.
     void end() noexcept;
 
-    /// Throws std::runtime_error for a negative result.
+    /// Throws std::system_error for a negative result.
     static void require(int result);
 
   private:
-    BusConnection(FileDescriptorWatcher& watcher, std::function<void()> broken)
+    BusConnection(FileDescriptorWatcher& watcher, Broken broken)
         : watcher_(watcher), broken_(std::move(broken)) {}
-    void connect(const std::string& address);
+    void connect(Bus which, const std::string& address);
     void process();
+    void sendWhenPossible();
 
     FileDescriptorWatcher& watcher_;
-    std::function<void()> broken_;
+    Broken broken_;
     sd_bus* bus_ = nullptr;
     int descriptor_ = -1; // the bus's, while it is watched: the bus itself forgets it when it breaks
+};
+
+/// A message that is given back at the end.
+struct BusMessage {
+    BusMessage() = default;
+    BusMessage(const BusMessage&) = delete;
+    BusMessage& operator=(const BusMessage&) = delete;
+    ~BusMessage() { sd_bus_message_unref(message); }
+    sd_bus_message* message = nullptr;
 };
 
 } // namespace velto

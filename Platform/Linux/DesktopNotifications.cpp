@@ -14,15 +14,6 @@ constexpr const char* path = "/org/freedesktop/Notifications";
 constexpr std::int32_t asLongAsUsual = -1;
 constexpr std::int32_t untilAnswered = 0;
 
-/// A message that is given back at the end.
-struct Message {
-    Message() = default;
-    Message(const Message&) = delete;
-    Message& operator=(const Message&) = delete;
-    ~Message() { sd_bus_message_unref(message); }
-    sd_bus_message* message = nullptr;
-};
-
 void appendAnswers(sd_bus_message* message, const std::vector<Notification::Answer>& answers) {
     BusConnection::require(sd_bus_message_open_container(message, 'a', "s"));
     for (const auto& [key, title] : answers)
@@ -83,7 +74,8 @@ void DesktopNotifications::show(Notification notification, AnswerHandler answere
 }
 
 void DesktopNotifications::connect() {
-    connection_ = BusConnection::open(watcher_, busAddress_, [this] { failed("the bus has gone"); });
+    connection_ = BusConnection::open(watcher_, BusConnection::Bus::session, busAddress_,
+                                      [this](const auto&) { failed("the bus has gone"); });
     const auto hear = [this](const char* signal, sd_bus_message_handler_t handler) {
         BusConnection::require(sd_bus_match_signal_async(connection_->bus(), nullptr, service, path, service,
                                                          signal, handler, nullptr, this));
@@ -104,7 +96,7 @@ void DesktopNotifications::send(const Notification& notification) {
     const bool isQuestion = !notification.answers.empty();
     constexpr std::uint8_t normal = 1;
     constexpr std::uint8_t critical = 2; // doesn't go by itself
-    Message call;
+    BusMessage call;
     sd_bus* bus = connection_->bus();
     BusConnection::require(
         sd_bus_message_new_method_call(bus, &call.message, service, path, service, "Notify"));
@@ -116,7 +108,6 @@ void DesktopNotifications::send(const Notification& notification) {
         isQuestion ? critical : normal, isQuestion ? untilAnswered : asLongAsUsual));
     BusConnection::require(sd_bus_call_async(bus, nullptr, call.message, &Received::reply, this, 0));
     isSending_ = true;
-    connection_->flush();
 }
 
 void DesktopNotifications::shown(std::uint32_t id) {
@@ -138,7 +129,6 @@ void DesktopNotifications::withdraw() {
     if (isSending_ || !connection_) return; // it is taken back once its number is known
     sd_bus_call_method_async(connection_->bus(), nullptr, service, path, service, "CloseNotification",
                              nullptr, nullptr, "u", id_);
-    connection_->flush();
     disconnect();
 }
 

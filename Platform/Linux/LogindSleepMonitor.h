@@ -4,7 +4,7 @@
 // ever announced, which is logged once.
 #pragma once
 
-#include "Platform/POSIX/FileDescriptorWatcher.h"
+#include "Platform/Linux/BusConnection.h"
 #include "VeltoCore/Services/SleepMonitor.h"
 
 #include <memory>
@@ -21,11 +21,12 @@ class LogindSleepMonitor final : public SleepMonitor {
     void observe(SleepObserver observer) override;
 
   private:
-    class Bus;
+    static int prepareForSleep(sd_bus_message* message, void* self, sd_bus_error*);
 
     FileDescriptorWatcher& watcher_;
     std::string busAddress_;
-    std::shared_ptr<Bus> bus_; // none while nobody observes
+    SleepObserver observer_;
+    std::shared_ptr<BusConnection> connection_; // none while nobody observes
 };
 
 } // namespace velto

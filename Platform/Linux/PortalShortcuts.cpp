@@ -20,15 +20,6 @@ constexpr const char* bindRequest = "velto_bind";
 
 void require(int result) { BusConnection::require(result); }
 
-/// A message that is given back at the end.
-struct Message {
-    Message() = default;
-    Message(const Message&) = delete;
-    Message& operator=(const Message&) = delete;
-    ~Message() { sd_bus_message_unref(message); }
-    sd_bus_message* message = nullptr;
-};
-
 /// Calls `take` with the name of each entry of a dictionary that can be read next; it reads the value, or
 /// skips the variant.
 template <class Take>
@@ -63,11 +54,14 @@ struct PortalShortcuts::Received {
     /// The answer to the call itself only says that the request was understood.
     static int called(sd_bus_message* message, void* data, sd_bus_error*) {
         if (const sd_bus_error* error = sd_bus_message_get_error(message)) {
-            LoggingService::ui.notice("The desktop offers no global shortcuts: {}",
-                                      error->message ? error->message : error->name);
-            of(data).disconnect();
-            of(data).change(State::unavailable);
+            of(data).fail(State::unavailable, error->message ? error->message : error->name);
         }
+        return 0;
+    }
+    /// By now the bus has told this connection's name, too, by which the answers to requests are found.
+    static int isThere(sd_bus_message* message, void* data, sd_bus_error* error) {
+        if (sd_bus_message_get_error(message)) return called(message, data, error);
+        of(data).createSession();
         return 0;
     }
     static int inquired(sd_bus_message* message, void* data, sd_bus_error*) {
@@ -125,10 +119,11 @@ void PortalShortcuts::change(State state, std::vector<Shortcut> shortcuts) {
 }
 
 void PortalShortcuts::connect() {
-    connection_ = BusConnection::open(watcher_, busAddress_, [this] {
-        disconnect();
-        change(State::unknown);
-    });
+    connection_ =
+        BusConnection::open(watcher_, BusConnection::Bus::session, busAddress_, [this](const auto&) {
+            disconnect();
+            change(State::unknown);
+        });
 }
 
 void PortalShortcuts::disconnect() {
@@ -140,10 +135,7 @@ void PortalShortcuts::inquire() {
     if (state_ != State::unknown || connection_) return;
     try {
         connect();
-        require(sd_bus_call_method_async(connection_->bus(), nullptr, portal, portalPath,
-                                         "org.freedesktop.DBus.Properties", "Get", &Received::inquired, this,
-                                         "ss", interface, "version"));
-        connection_->flush();
+        askForVersion(&Received::inquired);
     } catch (const std::runtime_error&) {
         disconnect();
         change(State::unavailable);
@@ -157,12 +149,23 @@ void PortalShortcuts::bind(std::vector<Shortcut> shortcuts,
     pressed_ = std::move(pressed);
     try {
         connect();
-        createSession();
+        askForVersion(&Received::isThere);
     } catch (const std::runtime_error& error) {
-        LoggingService::ui.notice("The desktop offers no global shortcuts: {}", error.what());
-        disconnect();
-        change(State::unavailable);
+        fail(State::unavailable, error.what());
     }
+}
+
+/// What a portal without global shortcuts refuses.
+void PortalShortcuts::askForVersion(sd_bus_message_handler_t answered) {
+    require(sd_bus_call_method_async(connection_->bus(), nullptr, portal, portalPath,
+                                     "org.freedesktop.DBus.Properties", "Get", answered, this, "ss",
+                                     interface, "version"));
+}
+
+void PortalShortcuts::fail(State state, const char* reason) {
+    LoggingService::ui.notice("The desktop gives no global shortcuts: {}", reason);
+    disconnect();
+    change(state);
 }
 
 void PortalShortcuts::unbind() {
@@ -170,13 +173,12 @@ void PortalShortcuts::unbind() {
     if (connection_ && !session_.empty()) {
         sd_bus_call_method_async(connection_->bus(), nullptr, portal, session_.c_str(),
                                  "org.freedesktop.portal.Session", "Close", nullptr, nullptr, "");
-        connection_->flush();
     }
     disconnect();
     if (state_ == State::bound) change(State::available);
 }
 
-void PortalShortcuts::createSession() {
+void PortalShortcuts::createSession() try {
     sd_bus* bus = connection_->bus();
     const auto hear = [&](const std::string& path, const char* source, const char* signal,
                           sd_bus_message_handler_t handler) {
@@ -194,7 +196,8 @@ void PortalShortcuts::createSession() {
     require(sd_bus_call_method_async(bus, nullptr, portal, portalPath, interface, "CreateSession",
                                      &Received::called, this, "a{sv}", 2, "handle_token", "s", sessionRequest,
                                      "session_handle_token", "s", sessionToken));
-    connection_->flush();
+} catch (const std::runtime_error& error) {
+    fail(State::unavailable, error.what());
 }
 
 void PortalShortcuts::sessionMade(sd_bus_message* results) {
@@ -208,14 +211,12 @@ void PortalShortcuts::sessionMade(sd_bus_message* results) {
         if (session_.empty()) throw std::runtime_error("no session was given");
         bindInSession();
     } catch (const std::runtime_error& error) {
-        LoggingService::ui.error("Global shortcuts could not be bound: {}", error.what());
-        disconnect();
-        change(State::refused);
+        fail(State::refused, error.what());
     }
 }
 
 void PortalShortcuts::bindInSession() {
-    Message call;
+    BusMessage call;
     require(sd_bus_message_new_method_call(connection_->bus(), &call.message, portal, portalPath, interface,
                                            "BindShortcuts"));
     require(sd_bus_message_append(call.message, "o", session_.c_str()));
@@ -226,7 +227,6 @@ void PortalShortcuts::bindInSession() {
     require(sd_bus_message_close_container(call.message));
     require(sd_bus_message_append(call.message, "sa{sv}", "", 1, "handle_token", "s", bindRequest));
     require(sd_bus_call_async(connection_->bus(), nullptr, call.message, &Received::called, this, 0));
-    connection_->flush();
 }
 
 void PortalShortcuts::bound(sd_bus_message* results) {

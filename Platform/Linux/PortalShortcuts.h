@@ -34,6 +34,8 @@ class PortalShortcuts final : public GlobalShortcutService {
     void connect();
     void disconnect();
     void change(State state, std::vector<Shortcut> shortcuts = {});
+    void fail(State state, const char* reason);
+    void askForVersion(sd_bus_message_handler_t answered);
     void createSession();
     void bindInSession();
     void sessionMade(sd_bus_message* results);

@@ -27,7 +27,7 @@ constexpr const char* path = "/org/freedesktop/Notifications";
 class NotificationShower {
   public:
     NotificationShower(FileDescriptorWatcher& watcher, const std::string& bus)
-        : connection_(BusConnection::open(watcher, bus, {})) {
+        : connection_(BusConnection::open(watcher, BusConnection::Bus::session, bus, {})) {
         BusConnection::require(sd_bus_add_object(connection_->bus(), nullptr, path, &called, this));
         BusConnection::require(sd_bus_request_name(connection_->bus(), service, 0));
     }
@@ -88,7 +88,7 @@ class DesktopNotificationsTests : public testing::Test {
     void settle() {
         for (int round = 0; round < 2; ++round) {
             bool isAnswered = false;
-            const auto asking = BusConnection::open(actor, bus.address(), {});
+            const auto asking = BusConnection::open(actor, BusConnection::Bus::session, bus.address(), {});
             sd_bus_call_method_async(
                 asking->bus(), nullptr, service, path, "org.freedesktop.DBus.Peer", "Ping",
                 [](sd_bus_message*, void* data, sd_bus_error*) {
@@ -142,6 +142,18 @@ TEST_F(DesktopNotificationsTests, AnAnswerIsHeardOnceAndOnlyOfWhatIsShown) {
     shower->emit("ActionInvoked", "us", 2u, "keep");
     settle();
     EXPECT_THAT(taken, ElementsAre("keep"));
+}
+
+TEST_F(DesktopNotificationsTests, ABusThatHangsHoldsNobodyUp) {
+    bus.stop();
+    show("Before it answers"); // returns, or the test hangs
+    show("Instead of that");
+    bus.goOn();
+    EXPECT_EQ(told(2).back(), "1 Instead of that: Text.");
+    bus.stop();
+    notifications.withdraw();
+    bus.goOn();
+    EXPECT_EQ(told(3).back(), "close 1");
 }
 
 TEST_F(DesktopNotificationsTests, WithoutAShowerOrABusNothingIsShownWhichIsLogged) {

@@ -2,8 +2,8 @@
 
 #include "Tools/SoundLab/PrivateBus.h"
 
-#include <QGuiApplication>
 #include <QDeadlineTimer>
+#include <QGuiApplication>
 #include <QTimer>
 
 #include <gmock/gmock.h>

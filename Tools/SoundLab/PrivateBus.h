@@ -4,6 +4,8 @@
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/OwnedFolder.h"
 
+#include <signal.h>
+
 #include <string>
 
 namespace velto {
@@ -16,6 +18,9 @@ class PrivateBus {
     const std::string& address() const noexcept { return address_; }
     /// As if it had crashed.
     void kill() { daemon_.kill(); }
+    /// It hangs until it goes on.
+    void stop() { daemon_.signal(SIGSTOP); }
+    void goOn() { daemon_.signal(SIGCONT); }
 
   private:
     OwnedFolder folder_;

@@ -45,7 +45,7 @@ AppState::AppState(PlatformServices platform)
                 platform_.host, platform_.shortcuts, platform_.actor),
       lifecycle_(coordinator_, preferences_, logger, platform_.actor, platform_.host.words()),
       notifications_(coordinator_, menuBar_, preferences_, platform_.notifications),
-      shortcuts_(platform_.shortcuts, menuBar_, volumeController_, preferences_) {}
+      shortcuts_(platform_.shortcuts, menuBar_, preferences_) {}
 
 Task<void> AppState::launch() {
     if (isShuttingDown()) co_return;

@@ -1,7 +1,5 @@
 #include "Velto/Shell/GlobalShortcuts.h"
 
-#include <algorithm>
-
 namespace velto {
 
 namespace {
@@ -15,8 +13,8 @@ constexpr const char* commands =
 } // namespace
 
 GlobalShortcuts::GlobalShortcuts(GlobalShortcutService* service, MenuBarViewModel& menuBar,
-                                 DeviceVolumeController& volumeController, PreferencesManager& preferences)
-    : service_(service), menuBar_(menuBar), volumeController_(volumeController), preferences_(preferences) {}
+                                 PreferencesManager& preferences)
+    : service_(service), menuBar_(menuBar), preferences_(preferences) {}
 
 void GlobalShortcuts::start() {
     if (!service_) return;
@@ -38,14 +36,7 @@ void GlobalShortcuts::follow() {
 
 void GlobalShortcuts::pressed(std::string_view id) {
     if (id == playOrStop) menuBar_.performPrimaryAction();
-    if (id != mute) return;
-    const auto cards = menuBar_.outputCards();
-    const bool isMuted =
-        std::ranges::all_of(cards, [](const OutputCard& card) { return !card.canMute || card.isMuted; });
-    volumeController_.together([&] {
-        for (const OutputCard& card : cards)
-            if (card.canMute) volumeController_.setMuted(!isMuted, card.output.uid);
-    });
+    if (id == mute) menuBar_.toggleMuteAll();
 }
 
 std::string GlobalShortcuts::help(const GlobalShortcutService& service) {

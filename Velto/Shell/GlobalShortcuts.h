@@ -8,7 +8,6 @@
 #include "VeltoCore/Observation/Observable.h"
 #include "VeltoCore/Services/GlobalShortcutService.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
-#include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <string>
 #include <string_view>
@@ -19,7 +18,7 @@ class GlobalShortcuts {
   public:
     /// All must outlive it. Without a service there are none, and no setting of them.
     GlobalShortcuts(GlobalShortcutService* service, MenuBarViewModel& menuBar,
-                    DeviceVolumeController& volumeController, PreferencesManager& preferences);
+                    PreferencesManager& preferences);
     GlobalShortcuts(const GlobalShortcuts&) = delete;
     GlobalShortcuts& operator=(const GlobalShortcuts&) = delete;
 
@@ -37,7 +36,6 @@ class GlobalShortcuts {
 
     GlobalShortcutService* service_; // may be null
     MenuBarViewModel& menuBar_;
-    DeviceVolumeController& volumeController_;
     PreferencesManager& preferences_;
     Subscription settingSubscription_; // none before the start
 };
