@@ -175,6 +175,7 @@ void measurePanel(Bench& bench, pid_t process, Measured& measured) {
 }
 
 void measureRound(Bench& bench, Measured& measured) {
+    bench.desktop().movePointerAway();
     measurePavucontrol(bench, measured.pavucontrol);
     measureBackground(bench, measured.background);
     {
@@ -201,6 +202,7 @@ void measureRound(Bench& bench, Measured& measured) {
 
 /// All at the same time: they do not wake each other.
 void measureWakeUps(Bench& bench, FigureTable& table) {
+    bench.desktop().movePointerAway();
     ChildProcess velto(bench.velto(), bench.options());
     ChildProcess inStatusArea(pasystray, bench.options());
     ChildProcess window(pavucontrol, bench.options());

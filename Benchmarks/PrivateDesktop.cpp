@@ -118,6 +118,12 @@ PrivateDesktop::Clock::time_point PrivateDesktop::awaitStatusItem() {
     return *docked_;
 }
 
+void PrivateDesktop::movePointerAway() {
+    xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, screen_->root, 0,
+                        static_cast<std::int16_t>(screen_->height_in_pixels - 1), 0);
+    xcb_flush(connection_);
+}
+
 PrivateDesktop::Clock::time_point PrivateDesktop::clickStatusItem() {
     const auto x = static_cast<std::int16_t>(screen_->width_in_pixels - statusAreaSide / 2);
     const auto now = Clock::now();

@@ -40,6 +40,8 @@ class PrivateDesktop {
 
     /// A program asks for a place in the status area for the first time; it gets it.
     Clock::time_point awaitStatusItem();
+    /// To where nothing is: a status item under the pointer tells what it is.
+    void movePointerAway();
     /// Clicks the status item that came last.
     Clock::time_point clickStatusItem();
     /// A window is on the screen, and something is painted in it.

@@ -8,12 +8,15 @@
 #include <QStyleHints>
 
 #include <algorithm>
+#include <chrono>
 
 namespace velto {
 
 namespace {
 
 constexpr int margin = 6; // around the text, and between it and the item, in pixels
+/// A pointer that is left on the item doesn't read any more.
+constexpr std::chrono::seconds readingTime{10};
 
 } // namespace
 
@@ -25,7 +28,11 @@ TrayToolTip::TrayToolTip() {
     connect(&delay_, &QTimer::timeout, this, [this] {
         fit();
         show();
+        reading_.start();
     });
+    reading_.setSingleShot(true);
+    reading_.setInterval(readingTime);
+    connect(&reading_, &QTimer::timeout, this, &TrayToolTip::vanish);
 }
 
 void TrayToolTip::setText(const QString& text) {
@@ -42,6 +49,7 @@ void TrayToolTip::showBeside(const QRect& item) {
 
 void TrayToolTip::vanish() {
     delay_.stop();
+    reading_.stop();
     hide();
 }
 

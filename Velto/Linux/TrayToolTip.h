@@ -1,7 +1,7 @@
 // TrayToolTip: the words beside the status item in an XEmbed tray, which has none of its own.
 //
 // Owned by TrayStatusItem; main actor only. A bare window: shown while the pointer rests on the item, a
-// moment after it came.
+// moment after it came and for no longer than it takes to read.
 #pragma once
 
 #include <QRasterWindow>
@@ -30,6 +30,7 @@ class TrayToolTip final : public QRasterWindow {
     QString text_;
     QRect item_;
     QTimer delay_;
+    QTimer reading_; // while it is shown
 };
 
 } // namespace velto
