@@ -33,7 +33,7 @@ SettingsRow {
 
         background: Rectangle {
             radius: 8
-            color: box.down || box.popup.visible ? Theme.pressed : Theme.control
+            color: box.down ? Theme.pressed : Theme.control
             border.width: 1
             border.color: Theme.fieldEdge
         }

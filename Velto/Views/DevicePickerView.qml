@@ -28,7 +28,7 @@ DropDown {
 
     background: Rectangle {
         radius: Theme.cornerRadius - 2
-        color: picker.down || picker.popup.visible ? Theme.pressed : picker.hovered ? Theme.hover : "transparent"
+        color: picker.down ? Theme.pressed : picker.hovered ? Theme.hover : "transparent"
         Behavior on color { ColorAnimation { duration: Theme.quick } }
     }
     contentItem: Item {

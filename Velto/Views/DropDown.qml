@@ -10,7 +10,8 @@ T.ComboBox {
     /// How high the window that the list lies in can be.
     property real room: Window.height
     /// From the top of the box to the end of the list and its margin; 0 while it is closed.
-    readonly property real reach: popup.visible ? popup.y + popup.implicitHeight + popup.margins : 0
+    /// Told by the list, which is not made before it opens: to ask it would make it.
+    property real reach: 0
     /// The press of Return that opened the list has not been let go yet.
     property bool isOpening: false
 
@@ -40,6 +41,8 @@ T.ComboBox {
 
     popup: T.Popup {
         readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
+        readonly property real end: visible ? y + implicitHeight + margins : 0
+        onEndChanged: box.reach = end
 
         y: box.height + 4
         width: box.width
