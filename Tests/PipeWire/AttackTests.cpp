@@ -299,6 +299,28 @@ TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
     client->setDefaultOutputDevice(id("desk"));
 }
 
+TEST_F(AttackTests, ASessionOutlivesAServerThatForgetsVelto) {
+    const auto before = outside();
+    InMemoryUserDefaults defaults;
+    {
+        Core core(*client, loop, defaults);
+        finish(core, core.state.launch());
+        startSession(core);
+        ASSERT_EQ(kill(server.sessionManagerID(), SIGSTOP), 0);
+        EXPECT_NE(statusThrown([&] { client->setDefaultSystemOutputDevice(id("usb")); }), noErr);
+        server.killSessionManager(); // it had been asked what its store holds
+        server.startSessionManager();
+        EXPECT_TRUE(runUntil([&] { return log.count("connecting anew") == 1 && client->isAnswering(); }));
+        EXPECT_TRUE(runUntil([&] {
+            return defaultUID() == aggregateUID && client->aggregateActiveSubDeviceIDs(id(aggregateUID)) ==
+                                                       std::vector{id("desk"), id("usb")};
+        }));
+        EXPECT_TRUE(core.session.activeSession());
+        finish(core, core.state.prepareForTermination());
+    }
+    EXPECT_TRUE(runUntil([&] { return outside() == before; })) << testing::PrintToString(outside());
+}
+
 TEST_F(AttackTests, ALaunchThatMeetsAHangingServerPutsAllBackWhenItAnswers) {
     InMemoryUserDefaults defaults;
     const auto before = outside();

@@ -106,6 +106,7 @@ TEST_F(ServerLifeTests, ASessionManagerThatDiesTakesItsAnswersWithItUntilItRetur
     listen(systemObject, kAudioHardwarePropertyServiceRestarted, note("restart"));
     listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
     listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
+    ASSERT_TRUE(client->settle()); // that is not asked anything now
     server.killSessionManager();
     EXPECT_TRUE(runUntil([&] {
         return statusThrown([&] { client->defaultOutputDeviceID(); }) == kAudioHardwareNotRunningError;
@@ -117,6 +118,35 @@ TEST_F(ServerLifeTests, ASessionManagerThatDiesTakesItsAnswersWithItUntilItRetur
     // A session manager that starts gives the outputs their ports anew: for a moment there may be no default.
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
     EXPECT_THAT(calls, Not(Contains("devices")));
+}
+
+TEST_F(ServerLifeTests, WhomTheServerHasForgottenConnectsAnewAndWhoMerelyWaitsDoesNot) {
+    int restarts = 0;
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, [&] { ++restarts; });
+    const AudioObjectID desk = id("desk");
+    struct Case {
+        bool dies;
+        int seconds; // until it dies, or goes on
+    };
+    for (const auto& [dies, seconds] : {Case{false, 4}, Case{true, 0}, Case{true, 2}}) {
+        ASSERT_EQ(kill(server.sessionManagerID(), SIGSTOP), 0);
+        // It asks what the store holds now, and is read again when the session manager has said it.
+        EXPECT_NE(statusThrown([&] { client->setDefaultOutputDevice(id("usb")); }), noErr);
+        // In two seconds a witness is forgotten, too.
+        const ContinuousInstant end = loop.continuousNow() + std::chrono::seconds(seconds);
+        ASSERT_TRUE(runUntil([&] { return loop.continuousNow() >= end; }));
+        EXPECT_EQ(restarts, 0);
+        if (dies) {
+            server.killSessionManager();
+            server.startSessionManager();
+        } else {
+            ASSERT_EQ(kill(server.sessionManagerID(), SIGCONT), 0);
+        }
+        EXPECT_TRUE(runUntil([&] { return restarts == 1; }));
+        EXPECT_EQ(id("desk") == desk, !dies) << "what it knew was lost only where that had to be";
+        client->setDefaultOutputDevice(id("desk"));
+        restarts = 0;
+    }
 }
 
 TEST_F(ServerLifeTests, AServerThatDiesAnswersNothingAndItsReturnIsToldOnce) {

@@ -30,7 +30,8 @@ constexpr std::chrono::milliseconds newDefaultGrace{200};
 
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher,
                                          const std::string& remote)
-    : actor_(actor), connection_(actor, watcher, remote, *this), graph_([this] { graphChanged(); }),
+    : actor_(actor), connection_(actor, watcher, remote, *this),
+      graph_([this] { graphChanged(); }, [this] { connection_.watchAnswers(); }),
       aggregates_(actor, watcher, connection_, graph_, remote,
                   {.joined = [this] { news_.tellLater(); },
                    .delaysLost = [this](const std::string& aggregate) { delaysLost(aggregate); }}),

@@ -17,6 +17,10 @@ constexpr std::chrono::milliseconds longestRetryDelay{2000};
 constexpr std::chrono::milliseconds questionInterval{50};
 /// A question that was open for so long when a call gave up makes the server one that hangs.
 constexpr std::chrono::milliseconds hangingAfter{300};
+/// So long nobody waits: then a witness is asked, and another one, after twice that time, as long as it
+/// takes. One may have been forgotten itself.
+constexpr std::chrono::seconds witnessAfter{1};
+constexpr std::chrono::seconds longestWitnessTime{16};
 
 } // namespace
 
@@ -87,6 +91,8 @@ void PipeWireConnection::disconnect() {
     spa_hook_remove(&hooks_->core);
     questions_.clear();
     isHanging_ = false;
+    if (watch_) actor_.cancelTimer(*std::exchange(watch_, std::nullopt));
+    witness_.reset();
     if (registry_) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
     pw_core_disconnect(core_);
     registry_ = nullptr;
@@ -124,6 +130,41 @@ void PipeWireConnection::serve(Duration longestWait) {
 void PipeWireConnection::whenAnswered(std::function<void()> answered) {
     if (!isConnected()) return;
     questions_.push_back({pw_core_sync(core_, PW_ID_CORE, 0), actor_.continuousNow(), std::move(answered)});
+    if (watch_) return;
+    witnessTime_ = witnessAfter;
+    watchLater(witnessAfter);
+}
+
+void PipeWireConnection::watchAnswers() {
+    if (questions_.empty()) whenAnswered({});
+}
+
+bool PipeWireConnection::isUnansweredFor(Duration duration) const {
+    return !questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= duration;
+}
+
+void PipeWireConnection::watchLater(Duration delay) {
+    watch_ = actor_.postAfter(delay, [this] {
+        watch_.reset();
+        witness_.reset();
+        if (isUnansweredFor(witnessAfter))
+            callWitness();
+        else if (!questions_.empty())
+            watchLater(witnessAfter);
+    });
+}
+
+void PipeWireConnection::callWitness() {
+    witness_.emplace(context_, remote_, [this] {
+        // What it was asked to witness may have been answered in the same turn.
+        actor_.post(lifetime_.whileAlive([this] {
+            if (!witness_ || !isUnansweredFor(witnessAfter)) return;
+            LoggingService::audioDevices.notice("The sound server has forgotten Velto: connecting anew");
+            lose();
+        }));
+    });
+    watchLater(witnessTime_);
+    witnessTime_ = std::min<Duration>(witnessTime_ * 2, longestWitnessTime);
 }
 
 void PipeWireConnection::answered(int sequence) {
@@ -162,7 +203,7 @@ bool PipeWireConnection::waitUntil(const std::function<bool()>& condition, Durat
         serve(std::min(end, std::max(nextQuestion, now + questionInterval)) - now);
         if (condition()) return true;
     }
-    if (!questions_.empty() && actor_.continuousNow() - questions_.front().askedAt >= hangingAfter) {
+    if (isUnansweredFor(hangingAfter)) {
         isHanging_ = true;
         LoggingService::audioDevices.error("The sound server does not answer");
     }

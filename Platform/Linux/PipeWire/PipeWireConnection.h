@@ -5,9 +5,11 @@
 //
 // A server that hangs costs one deadline, not one a call: from the first call that waited in vain until the
 // server has answered that one, nothing is waited for. The session manager's hanging shows here too: the
-// server leaves a program unanswered that has begun to watch one of its stores.
+// server leaves a program unanswered that has begun to watch one of its stores. Where the server answers a
+// witness and not this connection, it never will again: then this one is taken for lost, and made anew.
 #pragma once
 
+#include "Platform/Linux/PipeWire/PipeWireWitness.h"
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Observation/Lifetime.h"
@@ -62,6 +64,8 @@ class PipeWireConnection {
     void flush() { serve(Duration::zero()); }
     /// Calls back, from within a server callback, when the server has answered everything sent so far.
     void whenAnswered(std::function<void()> answered);
+    /// Somebody else has asked something on this connection, which is to be known for one that gets answers.
+    void watchAnswers();
     /// Serves the loop until the server has answered everything sent so far. False when it doesn't in time.
     bool roundTrip(Duration deadline = pipeWireDeadline);
     /// Serves the loop until the condition holds. False when it doesn't in time, or the server is silent.
@@ -80,6 +84,9 @@ class PipeWireConnection {
     void answered(int sequence);
     void lose();
     void retryLater();
+    bool isUnansweredFor(Duration duration) const;
+    void watchLater(Duration delay);
+    void callWitness();
 
     MainActor& actor_;
     FileDescriptorWatcher& watcher_;
@@ -93,6 +100,9 @@ class PipeWireConnection {
     std::optional<MainActor::TimerID> retry_;
     std::chrono::milliseconds retryDelay_;
     std::deque<Question> questions_; // in the order in which they are answered
+    std::optional<MainActor::TimerID> watch_;
+    std::optional<PipeWireWitness> witness_;
+    Duration witnessTime_{};
     bool isHanging_ = false;
     bool isLost_ = false;
     Lifetime lifetime_;

@@ -32,7 +32,8 @@ struct PipeWireGraph::Events {
     }();
 };
 
-PipeWireGraph::PipeWireGraph(std::function<void()> changed) : changed_(std::move(changed)) {}
+PipeWireGraph::PipeWireGraph(std::function<void()> changed, std::function<void()> asked)
+    : changed_(std::move(changed)), asked_(std::move(asked)) {}
 
 PipeWireGraph::~PipeWireGraph() { detach(); }
 
@@ -237,6 +238,7 @@ void PipeWireGraph::complete(std::unique_ptr<PipeWireMetadata> PipeWireGraph::*s
 
 void PipeWireGraph::whenAnswered(std::function<void()> answered) {
     awaited_.insert_or_assign(pw_core_sync(core_, PW_ID_CORE, 0), std::move(answered));
+    if (asked_) asked_();
 }
 
 void PipeWireGraph::answered(int sequence) {

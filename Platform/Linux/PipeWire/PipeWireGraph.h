@@ -1,7 +1,8 @@
 // PipeWireGraph: the server's devices, ports, links and metadata, mirrored from its registry.
 //
 // Reads come from the mirror; it is as fresh as the last served event. `changed` is called from within server
-// callbacks: it may send to the server, but must not wait for it.
+// callbacks: it may send to the server, but must not wait for it. `asked` is told when the mirror itself
+// waits for an answer.
 #pragma once
 
 #include "Platform/Linux/PipeWire/PipeWireDevice.h"
@@ -33,7 +34,7 @@ struct PipeWireLink {
 
 class PipeWireGraph {
   public:
-    explicit PipeWireGraph(std::function<void()> changed);
+    explicit PipeWireGraph(std::function<void()> changed, std::function<void()> asked = {});
     PipeWireGraph(const PipeWireGraph&) = delete;
     PipeWireGraph& operator=(const PipeWireGraph&) = delete;
     ~PipeWireGraph();
@@ -118,6 +119,7 @@ class PipeWireGraph {
     AudioObjectID objectIDBase_ = 0;
     AudioObjectID highestObjectID_ = 0;
     std::function<void()> changed_;
+    std::function<void()> asked_;
 };
 
 } // namespace velto
