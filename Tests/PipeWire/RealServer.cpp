@@ -117,14 +117,14 @@ void RealServer::startClient() {
     ASSERT_TRUE(client->isConnected());
 }
 
-bool RealServer::runUntil(const std::function<bool()>& condition) {
+bool RealServer::runUntil(const std::function<bool()>& condition, Duration longest) {
     // What only the lab sees doesn't wake the loop.
     MainActor::TimerID timer = 0;
     const std::function<void()> lookAgain = [&] {
         timer = loop.postAfter(std::chrono::milliseconds(1), lookAgain);
     };
     lookAgain();
-    const bool holds = loop.runUntil(condition, deadline);
+    const bool holds = loop.runUntil(condition, longest);
     loop.cancelTimer(timer);
     return holds;
 }

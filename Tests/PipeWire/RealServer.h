@@ -45,7 +45,7 @@ class RealServer : public testing::Test {
     void startClient();
     void stopClient() { client.reset(); }
     /// Runs the main loop until the condition holds; false after a long while.
-    bool runUntil(const std::function<bool()>& condition);
+    bool runUntil(const std::function<bool()>& condition, Duration longest = deadline);
     /// All that the server has said so far has reached the client and its listeners.
     void settle();
 

@@ -9,15 +9,15 @@
 #include <cstddef>
 #include <numeric>
 #include <stdexcept>
+#include <utility>
 
 namespace velto {
 
 namespace {
 
-/// The samples by which the buffer's level may pull at the pace at once.
-constexpr double largestError = 256;
-/// After so much silence the output begins anew, as hardware that has been closed.
-constexpr double longestPause = 0.5;
+/// In seconds. A buffer that is further off has run dry, or over, in a pause or a missed cycle: the output
+/// fills it anew, as drivers do. To steer back from there would take minutes.
+constexpr double longestSlip = 0.005;
 
 } // namespace
 
@@ -41,6 +41,7 @@ ClockedOutput::ClockedOutput(const std::string& socket, const std::string& name,
     : hardware_(hardware), pace_(sampleRate * (1 + hardware.partsPerMillion * 1e-6)),
       depth_(hardware.milliseconds / 1000 * sampleRate), lab_(socket),
       samples_(static_cast<std::size_t>(longestSeconds * sampleRate)) {
+    spa_dll_init(&loop_);
     connect(name, description);
     const auto isThere = [&] {
         const PipeWireNode* const node = lab_.graph().device(name);
@@ -101,15 +102,16 @@ void ClockedOutput::process() { // on the audio thread
 
 /// The buffer holds what has come and was not heard yet.
 void ClockedOutput::steer(double now, std::uint64_t cycle) {
-    const double level = static_cast<double>(count_.load(std::memory_order_relaxed)) - (now - begin_) * pace_;
-    if (begin_ == 0 || std::abs(level) > longestPause * sampleRate) {
-        begin_ = now + (depth_ - static_cast<double>(count_.load(std::memory_order_relaxed))) / pace_;
-        spa_dll_init(&loop_);
-        spa_dll_set_bw(&loop_, SPA_DLL_BW_MIN * 4, static_cast<unsigned>(cycle),
+    if (std::exchange(cycle_, cycle) != cycle)
+        spa_dll_set_bw(&loop_, SPA_DLL_BW_MAX, static_cast<unsigned>(cycle),
                        static_cast<unsigned>(sampleRate));
+    const auto count = static_cast<double>(count_.load(std::memory_order_relaxed));
+    const double error = count - (now - begin_) * pace_ - depth_;
+    if (std::abs(error) > longestSlip * sampleRate) {
+        begin_ = now + (depth_ - count) / pace_;
         return;
     }
-    const double correction = spa_dll_update(&loop_, std::clamp(level - depth_, -largestError, largestError));
+    const double correction = spa_dll_update(&loop_, error);
     if (!rateMatch_) return;
     rateMatch_->flags |= SPA_IO_RATE_MATCH_FLAG_ACTIVE;
     rateMatch_->rate = correction;

@@ -65,6 +65,7 @@ class ClockedOutput {
     spa_io_rate_match* rateMatch_ = nullptr;
     spa_io_position* position_ = nullptr;
     spa_dll loop_{};
+    std::uint64_t cycle_ = 0;
 };
 
 /// By how many milliseconds the second was heard to play the same later than the first, from that moment on,
