@@ -16,6 +16,8 @@ constexpr std::int32_t untilAnswered = 0;
 
 void appendAnswers(sd_bus_message* message, const std::vector<Notification::Answer>& answers) {
     BusConnection::require(sd_bus_message_open_container(message, 'a', "s"));
+    const std::string opened(Notification::opened); // which the bus calls so, too, and shows as no button
+    BusConnection::require(sd_bus_message_append(message, "ss", opened.c_str(), "Open Velto"));
     for (const auto& [key, title] : answers)
         BusConnection::require(sd_bus_message_append(message, "ss", key.c_str(), title.c_str()));
     BusConnection::require(sd_bus_message_close_container(message));

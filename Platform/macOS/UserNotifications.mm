@@ -36,11 +36,12 @@ NSString* const withAnswers = @"com.corlent.velto.question";
 - (void)userNotificationCenter:(UNUserNotificationCenter*)__unused center
     didReceiveNotificationResponse:(UNNotificationResponse*)response
              withCompletionHandler:(void (^)(void))completionHandler {
-    NSString* answer = response.actionIdentifier;
+    NSString* action = response.actionIdentifier;
+    NSString* answer = [action isEqualToString:UNNotificationDefaultActionIdentifier]
+                           ? velto::platformText(velto::Notification::opened)
+                           : action;
     dispatch_async(dispatch_get_main_queue(), ^{
-      const bool isAnswer = ![answer isEqualToString:UNNotificationDefaultActionIdentifier] &&
-                            ![answer isEqualToString:UNNotificationDismissActionIdentifier];
-      if (isAnswer) [self take:answer];
+      if (![answer isEqualToString:UNNotificationDismissActionIdentifier]) [self take:answer];
       completionHandler();
     });
 }

@@ -58,6 +58,8 @@ class NotificationShower {
         sd_bus_message_read(message, "susss", &program, &replaced, &icon, &title, &text);
         std::string line = std::to_string(replaced) + " " + title + ": " + text;
         sd_bus_message_enter_container(message, 'a', "s");
+        sd_bus_message_read(message, "ss", &word, nullptr); // a click on it, which each has
+        EXPECT_EQ(word, Notification::opened);
         while (sd_bus_message_read(message, "s", &word) > 0)
             line += std::string(" ") + word;
         sd_bus_message_exit_container(message);

@@ -119,7 +119,10 @@ TEST_F(SessionNotificationsTests, AnAnswerIsTakenFromTheNotification) {
     replug("bluetooth");
     unplug("bluetooth");
     ASSERT_THAT(shown(), Optional(question));
-    notifications.answer("nonsense");
+    int openings = 0;
+    state().notifications().setOpenHandler([&] { ++openings; });
+    notifications.answer(Notification::opened);
+    EXPECT_EQ(openings, 1);
     EXPECT_TRUE(menuBar().disconnectQuestion());
     replug("bluetooth");
     unplug("bluetooth");

@@ -52,19 +52,6 @@ void LinuxApplication::volumeWasSet(double volume) {
     bus.send(call);
 }
 
-/// By the desktop, as the windows are what is missing.
-void LinuxApplication::tell(const std::string& sentence) {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) return;
-    const QString service = QStringLiteral("org.freedesktop.Notifications");
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(service, "/org/freedesktop/Notifications", service, "Notify");
-    call << QStringLiteral("Velto") << 0U << QStringLiteral("com.corlent.velto")
-         << QStringLiteral("Velto can't open its windows") << toQString(sentence) << QStringList()
-         << QVariantMap() << -1;
-    bus.send(call);
-}
-
 void LinuxApplication::endNow() {
     if (isTerminated_) return;
     host_.setHandlers({.terminate = [this] { isTerminated_ = true; }, .copy = {}});

@@ -36,7 +36,6 @@ class LinuxApplication final : public QObject, public VeltoApplication {
     /// On Wayland no program places its windows.
     bool dropsPanel() const override;
     void volumeWasSet(double volume) override;
-    void tell(const std::string& sentence) override;
 
     LinuxApplicationHost& host_;
     WaitUntil waitUntil_;

@@ -24,11 +24,13 @@ VeltoApplication::VeltoApplication(AppDelegate& delegate, UserInterfaceFactory m
 
 VeltoApplication::~VeltoApplication() {
     stopWaitingForStatusArea();
+    delegate_.appState().notifications().setOpenHandler({});
     delegate_.withdrawWindows();
 }
 
 void VeltoApplication::start(bool isHidden) {
     isHidden_ = isHidden;
+    delegate_.appState().notifications().setOpenHandler([this] { raise(); });
     statusSubscription_ = delegate_.appState().menuBar().observe([this] { updateStatusItem(); });
     if (!isHidden_) offerWindows();
     statusArea_ = makeStatusArea([this] { followStatusArea(); });
@@ -134,7 +136,7 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
         action(userInterface());
     } catch (const std::runtime_error& error) {
         LoggingService::ui.error("{}", publicText(error.what()));
-        tell(error.what());
+        delegate_.appState().notifications().tellMissingWindows(error.what());
     }
 }
 

@@ -49,8 +49,6 @@ class VeltoApplication {
     virtual bool dropsPanel() const { return true; }
     /// The wheel over the status item has set it: shown where the desktop has a display of its own for that.
     virtual void volumeWasSet(double) {}
-    /// The windows can't be had: a sentence that says why, for who has just asked for one.
-    virtual void tell(const std::string&) {}
 
   private:
     /// Makes the windows if need be. Throws std::runtime_error when they can't be had.

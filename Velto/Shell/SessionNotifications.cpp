@@ -64,11 +64,21 @@ Notification SessionNotifications::notification(const SessionEvent& ofEvent) {
 void SessionNotifications::happened(const SessionEvent& event) {
     if (isPanelOpen_ || !preferences_.showNotifications()) return;
     shown_ = event.kind;
-    service_.show(notification(event), [this](std::string_view key) { answered(key); });
+    show(notification(event));
+}
+
+void SessionNotifications::tellMissingWindows(const std::string& reason) {
+    shown_.reset(); // it stands, whatever happens
+    show({"Velto can't open its windows", reason});
+}
+
+void SessionNotifications::show(Notification notification) {
+    service_.show(std::move(notification), [this](std::string_view key) { answered(key); });
 }
 
 void SessionNotifications::answered(std::string_view key) {
     shown_.reset();
+    if (key == Notification::opened && open_) open_();
     if (!menuBar_.disconnectQuestion()) return;
     if (key == keepPlaying) menuBar_.answerDisconnect(Answer::keepPlaying);
     if (key == stopPlaying) menuBar_.answerDisconnect(Answer::stopPlaying);

@@ -11,8 +11,11 @@
 #include "VeltoCore/Session/SessionEvent.h"
 #include "VeltoCore/Settings/PreferencesManager.h"
 
+#include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace velto {
 
@@ -28,11 +31,17 @@ class SessionNotifications {
     /// Whether the user has the panel before him.
     void setIsPanelOpen(bool isOpen);
 
+    /// Called when the user clicks on a notification itself; empty for nothing.
+    void setOpenHandler(std::function<void()> open) { open_ = std::move(open); }
+    /// For who has asked for a window that can't be had: a sentence that says why.
+    void tellMissingWindows(const std::string& reason);
+
     /// How an event reads.
     static Notification notification(const SessionEvent& ofEvent);
 
   private:
     void happened(const SessionEvent& event);
+    void show(Notification notification);
     void answered(std::string_view key);
     bool isStillSo() const;
     void withdrawIfOver();
@@ -41,6 +50,7 @@ class SessionNotifications {
     MenuBarViewModel& menuBar_;
     PreferencesManager& preferences_;
     NotificationService& service_;
+    std::function<void()> open_;
     bool isPanelOpen_ = false;
     std::optional<SessionEvent::Kind> shown_; // none once it was withdrawn
     Subscription coordinatorSubscription_;

@@ -12,6 +12,9 @@
 namespace velto {
 
 struct Notification {
+    /// The key of a click on the notification itself, which asks for more.
+    static constexpr std::string_view opened = "default";
+
     struct Answer {
         /// For the program.
         std::string key;
@@ -36,7 +39,8 @@ class NotificationService {
     using AnswerHandler = std::function<void(std::string_view key)>;
 
     virtual ~NotificationService() = default;
-    /// The handler is called at most once, on the main actor, when the user takes one of the answers.
+    /// The handler is called at most once, on the main actor, when the user takes one of the answers, or
+    /// clicks on the notification itself.
     virtual void show(Notification notification, AnswerHandler answered) = 0;
     /// Takes the notification back; its handler is not called any more. Nothing when none is shown.
     virtual void withdraw() = 0;
