@@ -30,6 +30,9 @@ class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld
     // The client
 
     bool isAnswering() const noexcept override { return isKnownToAnswer(); }
+    Subscription observeServiceLoss(std::function<void()> handler) override {
+        return observeLoss(std::move(handler));
+    }
     std::vector<AudioObjectID> allDeviceIDs() override;
     std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
     std::string deviceUID(AudioObjectID device) override;

@@ -147,6 +147,7 @@ void SimulatedWorld::stopAudioService() {
     listeners_.forgetAllButServiceRestarted();
     hardware_.forgetAggregates();
     publish();
+    lossObservers_.notify();
 }
 
 void SimulatedWorld::startAudioService() {

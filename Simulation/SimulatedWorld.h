@@ -102,6 +102,9 @@ class SimulatedWorld {
     bool isHanging() const noexcept { return isHanging_; }
     /// As far as the program can know.
     bool isKnownToAnswer() const noexcept { return isServiceRunning_ && !isKnownToHang_; }
+    Subscription observeLoss(std::function<void()> handler) {
+        return lossObservers_.observe(std::move(handler));
+    }
     /// A call of the program got no answer.
     void noticeSilence() noexcept { isKnownToHang_ = isHanging_; }
     /// Whether reads are answered.
@@ -123,6 +126,7 @@ class SimulatedWorld {
     MainActor& actor_;
     SimulatedListeners listeners_;
     ObserverList observers_;
+    ObserverList lossObservers_;
     SimulatedHardware hardware_;
     bool isServiceRunning_ = true;
     bool isHanging_ = false;

@@ -163,8 +163,11 @@ TEST_F(ServerLifeTests, AServerThatDiesAnswersNothingAndItsReturnIsToldOnce) {
     });
     settle();
     calls.clear();
+    int losses = 0;
+    const Subscription loss = client->observeServiceLoss([&] { ++losses; });
     killServer();
-    EXPECT_TRUE(runUntil([&] { return !client->isConnected(); }));
+    EXPECT_TRUE(runUntil([&] { return losses == 1; }));
+    EXPECT_FALSE(client->isConnected());
     const std::vector<std::function<void()>> operations{
         [&] { client->allDeviceIDs(); },
         [&] { client->deviceID("desk"); },

@@ -296,6 +296,9 @@ TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
     unplug("hdmi");
     EXPECT_EQ(changes, 1) << "the devices";
     EXPECT_EQ(menuBar().selectableDevices().size(), 3U);
+    expectChange("the audio service", [&] { world.stopAudioService(); });
+    world.startAudioService();
+    run();
 
     subscription.reset();
     const auto before = loop.turnCount();

@@ -148,7 +148,6 @@ void QuickUserInterface::showPanel(const QRect& statusItem) {
             [this] { QTimer::singleShot(0, this, &QuickUserInterface::hidePanel); });
     }
     activateProgram();
-    Q_EMIT menuBar_.changed(); // nobody tells that a sound server has gone
     panel_->show();
     const bool isBehindWelcome =
         panelStyle_ == PanelStyle::window && onboardingWindow_ && onboardingWindow_->isVisible();

@@ -12,7 +12,7 @@
 
 namespace velto {
 
-MenuBarViewModel::MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
+MenuBarViewModel::MenuBarViewModel(CoreAudioClient& client, PresetViewModel& presets,
                                    AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
                                    PreferencesManager& preferences, DeviceVolumeController& volumeController,
                                    SyncProfileManager& syncProfiles, MainActor& actor,
@@ -31,6 +31,7 @@ MenuBarViewModel::MenuBarViewModel(const CoreAudioClient& client, PresetViewMode
     changes_.keep(preferences.observe([this] { preferencesChanged(); }));
     changes_.keep(volumeController.observeStates(changes_.handler()));
     changes_.keep(syncProfiles.observeProfiles(changes_.handler()));
+    changes_.keep(client.observeServiceLoss(changes_.handler()));
 }
 
 // Choosing outputs

@@ -48,7 +48,7 @@ class MenuBarViewModel {
     enum class DisconnectAnswer { keepPlaying, stopPlaying };
 
     /// All must outlive the model.
-    MenuBarViewModel(const CoreAudioClient& client, PresetViewModel& presets,
+    MenuBarViewModel(CoreAudioClient& client, PresetViewModel& presets,
                      AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
                      PreferencesManager& preferences, DeviceVolumeController& volumeController,
                      SyncProfileManager& syncProfiles, MainActor& actor, const PlatformWords& words);
@@ -183,7 +183,7 @@ class MenuBarViewModel {
     bool isChoosingOutputs_ = false;
     /// The user has read that settings can't be saved.
     bool isWriteFailureDismissed_ = false;
-    const CoreAudioClient& client_;
+    CoreAudioClient& client_;
     PresetViewModel& presets_;
     AudioDeviceManager& deviceManager_;
     DualOutputCoordinator& coordinator_;

@@ -20,8 +20,10 @@
 #include "VeltoCore/CoreAudio/CompositionValue.h"
 #include "VeltoCore/CoreAudio/CoreAudioTypes.h"
 #include "VeltoCore/CoreAudio/PropertyListenerToken.h"
+#include "VeltoCore/Observation/Observable.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -37,6 +39,9 @@ class CoreAudioClient {
     /// False while the audio service is known to be away or to hang. Costs nothing: it asks nobody. A
     /// platform on which this shows only in the calls themselves answers true.
     virtual bool isAnswering() const noexcept { return true; }
+    /// Calls the handler, on the main actor, when isAnswering() has become false because the service is away;
+    /// never on a platform that can't know.
+    virtual Subscription observeServiceLoss(std::function<void()>) { return {}; }
 
     // Devices
 

@@ -71,6 +71,7 @@ void PipeWireAudioClient::connectionLost() {
     driftCompensation_.clear();
     hadAggregate_.reset();
     news_.noteSilence();
+    lossObservers_.notify();
 }
 
 void PipeWireAudioClient::connectionAnswers() {

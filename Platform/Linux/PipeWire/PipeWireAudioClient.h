@@ -43,6 +43,9 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     std::size_t listenerCount() const noexcept { return news_.listeners().count(); }
 
     bool isAnswering() const noexcept override { return hasHeard() && !connection_.isSilent(); }
+    Subscription observeServiceLoss(std::function<void()> handler) override {
+        return lossObservers_.observe(std::move(handler));
+    }
     std::vector<AudioObjectID> allDeviceIDs() override;
     std::optional<AudioObjectID> deviceID(std::string_view forUID) override;
     std::string deviceUID(AudioObjectID device) override;
@@ -121,6 +124,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     PipeWireSystemOutputs outputs_;
     PipeWireVolumeWrites volumeWrites_;
     PipeWireNews news_;
+    ObserverList lossObservers_;
     /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
     std::map<std::string, bool, std::less<>> driftCompensation_;
     /// Whether an aggregate was there at the last look; none before the first.
