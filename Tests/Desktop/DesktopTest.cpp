@@ -14,13 +14,7 @@
 
 namespace velto {
 
-namespace {
-
-constexpr std::chrono::seconds patience{10};
-
-} // namespace
-
-bool runUntil(const std::function<bool()>& condition) {
+bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
     const QDeadlineTimer deadline(patience);
     QTimer wakeUp; // or the loop would wait for something to happen even after that
     wakeUp.setTimerType(Qt::PreciseTimer);

@@ -20,7 +20,7 @@ Control read(QAccessibleInterface& accessible, const QQuickWindow& window) {
             .name = accessible.text(QAccessible::Name),
             .description = accessible.text(QAccessible::Description),
             .value = value ? value->currentValue().toDouble() : std::numeric_limits<double>::quiet_NaN(),
-            .isEnabled = !item || item->isEnabled(), // Qt leaves it out of the state
+            .isEnabled = !state.disabled,
             .isChecked = state.checked != 0,
             .isOffscreen = state.offscreen != 0,
             .place = QRect(window.mapFromGlobal(accessible.rect().topLeft()), accessible.rect().size()),

@@ -90,7 +90,10 @@ TEST_F(SettingsTests, dropDownsKnowWhatIsChosenAndOnlyTheirListChangesIt) {
             const auto isOpen = [&] {
                 return box.item->property("popup").value<QObject*>()->property("visible").toBool();
             };
-            EXPECT_EQ(box.item->property("currentText").toString(), box.description);
+            const auto tellsChoice = [&](const QString& description) {
+                return description.startsWith(box.item->property("currentText").toString());
+            };
+            EXPECT_TRUE(tellsChoice(box.description));
             page().tabTo(box.name);
             using enum Qt::Key;
             for (const Qt::Key key :
@@ -109,7 +112,7 @@ TEST_F(SettingsTests, dropDownsKnowWhatIsChosenAndOnlyTheirListChangesIt) {
             EXPECT_FALSE(isOpen());
             const QString picked = page().find(box.name).description;
             EXPECT_NE(picked, box.description);
-            EXPECT_EQ(box.item->property("currentText").toString(), picked);
+            EXPECT_TRUE(tellsChoice(picked));
         }
         return count;
     };

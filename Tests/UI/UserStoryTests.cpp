@@ -62,7 +62,7 @@ TEST_F(UserStoryTests, twoOutputsAreChosenByMouseAndPlay) {
     panel().click("Second output");
     EXPECT_FALSE(panel().has("JBL Flip 6")); // it is taken
     panel().click("AirPods Pro");
-    EXPECT_EQ(panel().find("First output").description, "JBL Flip 6");
+    EXPECT_EQ(panel().find("First output").description, "JBL Flip 6, Bluetooth");
     panel().click("Play Together");
     actor.runUntilIdle();
     settle();

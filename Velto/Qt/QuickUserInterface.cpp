@@ -67,6 +67,7 @@ QuickUserInterface::QuickUserInterface(Context context)
     engine_.addImportPath(QStringLiteral("qrc:/velto"));
     engine_.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance_);
     engine_.rootContext()->setContextProperty(QStringLiteral("keyboard"), &keyboard_);
+    engine_.rootContext()->setContextProperty(QStringLiteral("screenReader"), &screenReader_);
     connect(&appearance_, &Appearance::changed, this, &QuickUserInterface::dressFrames);
 }
 
@@ -80,6 +81,7 @@ QuickUserInterface::~QuickUserInterface() {
 
 std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, const QVariantMap& properties) {
     QQmlComponent component(&engine_, QUrl(QStringLiteral("qrc:/velto/Velto/%1.qml").arg(view)));
+    ScreenReader::completeAnswers(); // Qt has installed its own when it loaded the view's imports
     QObject* object = component.createWithInitialProperties(properties);
     auto* window = qobject_cast<QQuickWindow*>(object);
     if (!window) {

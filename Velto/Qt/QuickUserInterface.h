@@ -9,6 +9,7 @@
 #include "Velto/Qt/KeyboardFocus.h"
 #include "Velto/Qt/MenuBarAdapter.h"
 #include "Velto/Qt/PresetAdapter.h"
+#include "Velto/Qt/ScreenReader.h"
 #include "Velto/Qt/SettingsAdapter.h"
 #include "Velto/Qt/UserInterface.h"
 
@@ -71,6 +72,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     Context context_;
     Appearance appearance_;
     KeyboardFocus keyboard_;
+    ScreenReader screenReader_;
     QQmlEngine engine_;
     InStepAdapter inStep_;
     MenuBarAdapter menuBar_;

@@ -15,19 +15,20 @@ Column {
         sourceSize: Qt.size(192, 192)
         source: "image://symbol/application-icon"
     }
-    TextLabel {
+    ToldLabel {
         anchors.horizontalCenter: parent.horizontalCenter
         topPadding: 8
+        Accessible.role: Accessible.Heading
         text: "Velto"
         font.pixelSize: Theme.text(24)
         font.weight: Font.DemiBold
     }
-    TextLabel {
+    ToldLabel {
         anchors.horizontalCenter: parent.horizontalCenter
         text: page.model.version
         color: Theme.secondary
     }
-    TextLabel {
+    ToldLabel {
         anchors.horizontalCenter: parent.horizontalCenter
         topPadding: 2
         bottomPadding: 18

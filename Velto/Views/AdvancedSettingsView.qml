@@ -13,6 +13,7 @@ Column {
         }
         SettingsRow {
             label: page.model.justCopiedDebugInfo ? "Copied" : ""
+            Said { text: page.model.justCopiedDebugInfo ? "Copied" : "" }
             Row {
                 spacing: 8
                 PushButton {
@@ -32,6 +33,7 @@ Column {
         SettingsRow {
             help: page.model.resetHelp
             PushButton {
+                Accessible.description: page.model.resetHelp
                 busy: page.model.isResetting
                 enabled: !page.model.isResetting
                 symbol: "arrow.counterclockwise"

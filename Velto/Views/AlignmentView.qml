@@ -14,6 +14,7 @@ Column {
             symbol: view.model.isRunning ? "stop.fill" : "waveform"
             text: view.model.isRunning ? "Cancel" : "Align"
             Accessible.name: view.model.isRunning ? "Cancel" : "Align with Microphone"
+            Accessible.description: view.model.isRunning ? view.model.progressText : view.model.help
             enabled: view.model.isRunning || view.model.canStart
             onClicked: view.model.isRunning ? view.model.cancel() : view.model.start()
         }
@@ -47,7 +48,8 @@ Column {
         value: view.model.inputUID
         onPicked: value => view.model.inputUID = value
     }
-    TextLabel {
+    ToldLabel {
+        id: result
         x: 14
         width: parent.width - 28
         visible: text.length > 0
@@ -56,6 +58,7 @@ Column {
         color: view.model.hasFailed ? Theme.warn : Theme.label
         bottomPadding: 8
         Accessible.role: Accessible.AlertMessage
+        Said { text: result.text }
     }
     AlignmentPicture {
         x: 14

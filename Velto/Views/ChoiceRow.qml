@@ -28,8 +28,9 @@ SettingsRow {
         /// What the list makes of the index is no more than a wish.
         function follow() { currentIndex = Qt.binding(() => row.chosenIndex) }
 
-        Accessible.name: row.label
-        Accessible.description: row.chosenTitle
+        label: row.label
+        enabled: row.available
+        Accessible.description: [row.chosenTitle, row.help].filter(part => part).join(". ")
 
         background: Rectangle {
             radius: 8
@@ -61,6 +62,9 @@ SettingsRow {
             highlighted: box.highlightedIndex === index
             Accessible.role: Accessible.ListItem
             Accessible.name: modelData.title
+            Accessible.selectable: true
+            Accessible.selected: index === row.chosenIndex
+            Accessible.focused: highlighted
             Accessible.onPressAction: { row.picked(item.modelData.value); box.popup.close() }
             background: Rectangle {
                 radius: 6

@@ -5,7 +5,6 @@ import QtQuick.Templates as T
 DropDown {
     id: picker
 
-    required property string label   // "First output"
     required property var entry      // the choice: uid, name, shortName, symbol, badge, badgeSymbol, isConnected; uid "" for none
     signal picked(string uid)
 
@@ -23,8 +22,7 @@ DropDown {
         function onContentChanged() { picker.followEntry() }
     }
 
-    Accessible.name: label
-    Accessible.description: entry.name
+    Accessible.description: entry.uid ? [entry.name, entry.badge].filter(part => part).join(", ") : "Choose an output"
 
     background: Rectangle {
         radius: Theme.cornerRadius - 2
@@ -93,6 +91,9 @@ DropDown {
         Accessible.role: Accessible.ListItem
         Accessible.name: name
         Accessible.description: badge
+        Accessible.selectable: true
+        Accessible.selected: uid === picker.entry.uid
+        Accessible.focused: highlighted
         Accessible.onPressAction: { picker.picked(row.uid); picker.popup.close() }
 
         background: Rectangle {

@@ -18,6 +18,7 @@ Rectangle {
     Accessible.role: Accessible.Grouping
     Accessible.name: text
 
+    Said { text: view.text }
     Column {
         id: column
         x: 11

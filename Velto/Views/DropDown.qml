@@ -14,6 +14,8 @@ T.ComboBox {
     property real reach: 0
     /// The press of Return that opened the list has not been let go yet.
     property bool isOpening: false
+    /// What a screen reader calls the box, and its list.
+    property string label
 
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus     // the list is closed by Escape, however it was opened
@@ -37,12 +39,14 @@ T.ComboBox {
     }
 
     Accessible.role: Accessible.ComboBox
-    Accessible.onPressAction: popup.open()
+    Accessible.name: label
+    Accessible.onPressAction: if (box.enabled) popup.open()
 
     popup: T.Popup {
         readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
         readonly property real end: visible ? y + implicitHeight + margins : 0
         onEndChanged: box.reach = end
+        onClosed: if (box.activeFocus) screenReader.moveTo(box)
 
         y: box.height + 4
         width: box.width
@@ -59,6 +63,9 @@ T.ComboBox {
             boundsBehavior: Flickable.StopAtBounds
             snapMode: ListView.SnapToItem
             highlightMoveDuration: 0
+            Accessible.role: Accessible.List
+            Accessible.name: box.label
+            onCurrentItemChanged: if (box.popup.visible) screenReader.moveTo(currentItem)
             T.ScrollBar.vertical: SlimScrollBar {}
         }
         background: PopupSurface {}

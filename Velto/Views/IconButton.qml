@@ -16,7 +16,10 @@ T.AbstractButton {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
+    Accessible.checkable: checkable
+    Accessible.checked: checked
     Accessible.onPressAction: if (button.enabled) button.clicked()
+    Accessible.onToggleAction: if (button.enabled) button.clicked()
 
     background: Rectangle {
         radius: 8

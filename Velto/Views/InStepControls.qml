@@ -22,6 +22,7 @@ Column {
         PushButton {
             text: "Use"
             Accessible.name: "Use Reported Latency"
+            Accessible.description: controls.model.reportedLatencyText
             enabled: controls.model.canUseReportedLatency
             onClicked: controls.model.useReportedLatency()
         }

@@ -12,7 +12,8 @@ Column {
     Item {
         width: parent.width
         height: Theme.hitSize
-        TextLabel {
+        ToldLabel {
+            Accessible.role: Accessible.Heading
             anchors { left: parent.left; leftMargin: 4; right: opener.left; verticalCenter: parent.verticalCenter }
             text: "In step"
             color: Theme.secondary
@@ -34,7 +35,7 @@ Column {
         active: view.isOpen
         sourceComponent: Column {
             spacing: 4
-            TextLabel {
+            ToldLabel {
                 x: 14
                 width: parent.width - 28
                 text: view.model.help

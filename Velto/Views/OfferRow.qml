@@ -22,6 +22,7 @@ Rectangle {
         Accessible.ignored: false
         Accessible.role: Accessible.AlertMessage
         Accessible.name: text
+        Said { text: row.visible ? row.sentence : "" }
     }
     PushButton {
         id: button

@@ -25,22 +25,20 @@ Item {
             sourceSize: Qt.size(192, 192)
             source: "image://symbol/application-icon"
         }
-        TextLabel {
+        ToldLabel {
             anchors.horizontalCenter: parent.horizontalCenter
+            Accessible.role: Accessible.Heading
             text: view.heading
             font.pixelSize: Theme.text(22)
             font.weight: Font.DemiBold
         }
-        TextLabel {
+        ToldLabel {
             width: parent.width
             text: view.message
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignHCenter
             lineHeight: 1.25
             color: Theme.secondary
-            Accessible.ignored: false
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
         Item { width: 1; height: 4 }
         PushButton {

@@ -23,7 +23,7 @@ GlassCard {
 
     Accessible.role: Accessible.Grouping
     Accessible.name: name
-    Accessible.description: badge
+    Accessible.description: [badge, hasVolume ? "" : volumeText].filter(part => part).join(", ")
 
     DeviceDisc {
         id: disc

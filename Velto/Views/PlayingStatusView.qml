@@ -14,6 +14,7 @@ Item {
     Accessible.name: model.statusTitle
     Accessible.description: model.syncSummary
 
+    Said { text: status.visible && !status.model.isBusy ? status.model.statusTitle : "" }
     Symbol {
         id: symbol
         anchors.verticalCenter: parent.verticalCenter

@@ -14,7 +14,12 @@ T.MenuItem {
 
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
-    Accessible.onPressAction: item.triggered()
+    Accessible.checkable: checkable
+    Accessible.checked: checked
+    Accessible.focused: highlighted
+    Accessible.onPressAction: if (item.enabled) item.triggered()
+    Accessible.onToggleAction: if (item.enabled) item.triggered()
+    onHighlightedChanged: if (highlighted) screenReader.moveTo(item)
 
     background: Rectangle {
         radius: 7

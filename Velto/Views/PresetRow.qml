@@ -31,8 +31,10 @@ T.ItemDelegate {
     signal removalRequested()
     function leaveName() { renameProblem ? presets.cancelRename() : presets.commitRename() }
 
-    Accessible.role: Accessible.Button
+    Accessible.role: Accessible.ListItem
     Accessible.name: name
+    Accessible.selectable: true
+    Accessible.selected: isActive
     Accessible.description: [outputs, note, isAutoConnect ? "Auto Connect" : ""].filter(part => part).join(", ")
     Accessible.onPressAction: row.clicked()
 
@@ -70,7 +72,7 @@ T.ItemDelegate {
             onActiveFocusChanged: if (!activeFocus && visible) row.leaveName()
             function begin() { forceActiveFocus(); selectAll() }
         }
-        TextLabel {
+        ToldLabel {
             id: problem
             anchors { left: nameField.left; right: nameField.right; top: nameField.bottom; topMargin: 3 }
             visible: row.renameProblem.length > 0
@@ -79,9 +81,8 @@ T.ItemDelegate {
             color: Theme.warn
             font.pixelSize: Theme.small
             bottomPadding: 8
-            Accessible.ignored: false
             Accessible.role: Accessible.AlertMessage
-            Accessible.name: text
+            Said { text: problem.text }
         }
         Column {
             anchors { left: disc.right; leftMargin: 10; right: buttons.left; rightMargin: 4; verticalCenter: disc.verticalCenter }

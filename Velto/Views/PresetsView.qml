@@ -43,13 +43,14 @@ Item {
         Item {
             width: parent.width
             height: Theme.hitSize
-            TextLabel {
+            ToldLabel {
                 x: 4
                 anchors.verticalCenter: parent.verticalCenter
                 text: "Presets"
                 color: Theme.secondary
                 font.pixelSize: Theme.text(12)
                 font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
             }
             IconButton {
                 id: opener
@@ -89,7 +90,7 @@ Item {
                 text: "Save"
                 onClicked: view.model.saveCurrentAsPreset()
             }
-            TextLabel {
+            ToldLabel {
                 id: problem
                 anchors { left: parent.left; leftMargin: 4; right: parent.right; top: save.bottom; topMargin: 4 }
                 visible: text.length > 0
@@ -98,12 +99,11 @@ Item {
                 color: Theme.warn
                 font.pixelSize: Theme.small
                 bottomPadding: 4
-                Accessible.ignored: false
                 Accessible.role: Accessible.AlertMessage
-                Accessible.name: text
+                Said { text: problem.text }
             }
         }
-        TextLabel {
+        ToldLabel {
             x: 4
             width: parent.width - 8
             height: visible ? 34 : 0

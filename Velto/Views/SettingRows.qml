@@ -66,6 +66,7 @@ Repeater {
                     id: field
                     implicitWidth: 200
                     label: row.label
+                    Accessible.description: row.help
                     text: row.value
                     onTextEdited: row.set(text)
                     onCommitted: field.selectAll()
@@ -82,6 +83,7 @@ Repeater {
                     implicitWidth: 200
                     volume: row.value
                     Accessible.name: row.label
+                    Accessible.description: row.help
                     onVolumeMoved: volume => row.set(volume)
                 }
             }

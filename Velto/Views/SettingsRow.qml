@@ -8,6 +8,7 @@ Item {
     property string help
     property bool available: true
     default property alias control: holder.data
+    readonly property bool hasControl: holder.children.length > 0   // which has them as its name and description
 
     width: parent ? parent.width : 0
     implicitHeight: Math.max(40, text.height + 18, holder.childrenRect.height + 12)
@@ -18,15 +19,17 @@ Item {
         width: parent.width - holder.width - 42
         anchors.verticalCenter: parent.verticalCenter
         spacing: 2
-        TextLabel {
+        ToldLabel {
             width: parent.width
+            Accessible.ignored: row.hasControl
             visible: row.label.length > 0
             text: row.label
             wrapMode: Text.Wrap
             color: row.available ? Theme.label : Theme.secondary
         }
-        TextLabel {
+        ToldLabel {
             width: parent.width
+            Accessible.ignored: row.hasControl
             visible: row.help.length > 0
             text: row.help
             wrapMode: Text.Wrap

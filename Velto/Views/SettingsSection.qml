@@ -11,7 +11,8 @@ Column {
     spacing: 6
     bottomPadding: 16
 
-    TextLabel {
+    ToldLabel {
+        Accessible.role: Accessible.Heading
         x: 4
         visible: section.title.length > 0
         text: section.title

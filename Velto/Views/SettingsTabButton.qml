@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-T.AbstractButton {
+T.TabButton {
     id: button
 
     property string symbol
@@ -14,7 +14,6 @@ T.AbstractButton {
     focusPolicy: Qt.TabFocus
     onClicked: chosen()
 
-    Accessible.role: Accessible.PageTab
     Accessible.name: text
     Accessible.selected: checked
     Accessible.onPressAction: chosen()

@@ -25,8 +25,8 @@ SettingsRow {
         Accessible.name: row.label
         Accessible.description: row.help
         Accessible.checked: checked
-        Accessible.onPressAction: row.toggled(!row.on)
-        Accessible.onToggleAction: row.toggled(!row.on)
+        Accessible.onPressAction: if (toggle.enabled) row.toggled(!row.on)
+        Accessible.onToggleAction: if (toggle.enabled) row.toggled(!row.on)
         Keys.onReturnPressed: row.toggled(!row.on)
 
         indicator: Rectangle {

@@ -12,6 +12,7 @@ Column {
             help: page.model.syncTestHelp
             PushButton {
                 implicitWidth: 112
+                Accessible.description: page.model.syncTestHelp
                 symbol: page.model.isSyncTestRunning ? "stop.fill" : "play.fill"
                 text: page.model.isSyncTestRunning ? "Stop" : "Play Test"
                 onClicked: page.model.isSyncTestRunning ? page.model.stopSyncTest() : page.model.startSyncTest()
@@ -66,7 +67,11 @@ Column {
                     symbol: "trash"
                     text: "Remove"
                     Accessible.name: "Remove " + profile.names
-                    onClicked: page.model.removeSyncProfile(profile.profileID)
+                    Accessible.description: profile.summary
+                    onClicked: {
+                        screenReader.say(Window.window, "Removed " + profile.names)
+                        page.model.removeSyncProfile(profile.profileID)
+                    }
                 }
             }
         }

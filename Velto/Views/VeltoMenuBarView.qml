@@ -142,7 +142,7 @@ FocusScope {
                     }
                 }
             }
-            TextLabel {
+            ToldLabel {
                 width: parent.width
                 visible: text.length > 0
                 text: panel.model.hint

@@ -24,12 +24,22 @@ T.Slider {
     opacity: enabled ? 1 : 0.45
 
     onMoved: volumeMoved(value)
+    onValueChanged: {
+        const shown = Math.max(from, Math.min(volume, to))
+        if (pressed || value === shown) return
+        const asked = value     // by a screen reader
+        value = shown
+        volumeMoved(asked)
+    }
     Binding on value {
         value: slider.volume
         when: !slider.pressed
         restoreMode: Binding.RestoreNone
     }
 
+    /// What a screen reader asks for.
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
     Accessible.role: Accessible.Slider
     Accessible.onIncreaseAction: volumeMoved(value + step)
     Accessible.onDecreaseAction: volumeMoved(value - step)

@@ -27,14 +27,11 @@ Window {
         y: 14
         width: parent.width - 32
         spacing: 10
-        TextLabel {
+        ToldLabel {
             text: "Default output: " + window.bench.defaultOutput
             width: parent.width
             font.pixelSize: 15
             font.weight: Font.DemiBold
-            Accessible.ignored: false
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
         Flow {
             width: parent.width
