@@ -65,8 +65,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Listener& value) 
 
 } // namespace
 
-BlindUser::BlindUser()
-    : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
+BlindUser::BlindUser() : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
     qDBusRegisterMetaType<Reference>();
     qDBusRegisterMetaType<Listener>();
     qDBusRegisterMetaType<QList<Listener>>();
@@ -97,8 +96,9 @@ bool BlindUser::handleMessage(const QDBusMessage& message, const QDBusConnection
 
 void BlindUser::stateChanged(const QDBusMessage& message) {
     ++changes_;
-    if (message.arguments().value(0) == "showing" && message.arguments().value(1) == 1)
-        appeared_.append(message.path());
+    if (message.arguments().value(1) != 1) return;
+    if (message.arguments().value(0) == "showing") appeared_.append(message.path());
+    if (message.arguments().value(0) == "focused") place_ = message.path();
 }
 
 QDBusMessage BlindUser::call(const QString& path, const QString& interface, const QString& method,
@@ -139,8 +139,8 @@ BlindUser::Control BlindUser::control(const QString& path) {
         call(path, accessible, QStringLiteral("GetRole")).arguments().value(0).toUInt());
     result.name = property(path, accessible, QStringLiteral("Name")).toString();
     result.description = property(path, accessible, QStringLiteral("Description")).toString();
-    const auto words = qdbus_cast<QList<uint>>(
-        call(path, accessible, QStringLiteral("GetState")).arguments().value(0));
+    const auto words =
+        qdbus_cast<QList<uint>>(call(path, accessible, QStringLiteral("GetState")).arguments().value(0));
     result.states = words.value(0) | (static_cast<quint64>(words.value(1)) << 32U);
     return result;
 }
@@ -219,6 +219,19 @@ void BlindUser::setValue(const Control& slider, double value) {
          {valueInterface, QStringLiteral("CurrentValue"), QVariant::fromValue(QDBusVariant(value))});
 }
 
+void BlindUser::waitUntilAt(SpokenRole role, const QString& name) {
+    Control place;
+    waitUntil(
+        [&] {
+            if (!place_.isEmpty()) place = control(place_);
+            return place.role == role && place.name == name;
+        },
+        [&] {
+            return "It is at " + QString::number(static_cast<uint>(place.role)) + " '" + place.name +
+                   "' instead of " + QString::number(static_cast<uint>(role)) + " '" + name + "'";
+        });
+}
+
 /// Readers look at what is shown, and say the texts in it when it is a notification.
 void BlindUser::takeSaid() {
     for (const QString& path : std::exchange(appeared_, {})) {
@@ -233,7 +246,8 @@ QString BlindUser::hear(const QString& words) {
     waitUntil(
         [&] {
             takeSaid();
-            const auto found = std::ranges::find_if(said_, [&](const QString& said) { return said.contains(words); });
+            const auto found =
+                std::ranges::find_if(said_, [&](const QString& said) { return said.contains(words); });
             if (found == said_.end()) return false;
             heard = *found;
             said_.erase(said_.begin(), found + 1);
@@ -244,8 +258,7 @@ QString BlindUser::hear(const QString& words) {
 }
 
 /// Looks again whenever the program has told something, and now and then, as not all is told.
-void BlindUser::waitUntil(const std::function<bool()>& condition,
-                          const std::function<QString()>& complaint) {
+void BlindUser::waitUntil(const std::function<bool()>& condition, const std::function<QString()>& complaint) {
     const QDeadlineTimer deadline(patience);
     while (!condition()) {
         if (deadline.hasExpired()) throw std::runtime_error(complaint().toStdString());

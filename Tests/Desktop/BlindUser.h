@@ -30,6 +30,7 @@ enum class SpokenRole : uint {
     group = 39,
     button = 43,
     slider = 51,
+    textField = 61,
     heading = 83,
     notification = 101,
 };
@@ -48,7 +49,6 @@ class BlindUser final : public QDBusVirtualObject {
         QString description{};
         quint64 states = 0;
         bool isEnabled() const { return has(24); }
-        bool isFocused() const { return has(12); }
         bool isSelected() const { return has(23); }
         bool isChecked() const { return has(4); }
         bool isShowing() const { return has(25); }
@@ -71,6 +71,8 @@ class BlindUser final : public QDBusVirtualObject {
     void act(const Control& control, const QString& action = QStringLiteral("Press"));
     Range range(const Control& slider);
     void setValue(const Control& slider, double value);
+    /// Waits until the keyboard, or what it moves, is on the control of that name.
+    void waitUntilAt(SpokenRole role, const QString& name);
     /// Waits until something with these words is said aloud; forgets what was said up to there.
     QString hear(const QString& words);
 
@@ -93,7 +95,8 @@ class BlindUser final : public QDBusVirtualObject {
     void waitUntil(const std::function<bool()>& condition, const std::function<QString()>& complaint);
 
     QDBusConnection bus_;
-    QString program_;     // its name on the bus, once it has registered
+    QString program_;      // its name on the bus, once it has registered
+    QString place_;        // path of what has the keyboard
     QStringList appeared_; // paths of what has been shown, and was not looked at yet
     QStringList said_;
     int changes_ = 0;

@@ -21,6 +21,7 @@ using enum SpokenRole;
 
 constexpr std::chrono::seconds patience{60};
 
+const QString welcome = QStringLiteral("Welcome to Velto");
 const QString panel = QStringLiteral("Velto");
 const QString settings = QStringLiteral("Velto Settings");
 const QString bench = QStringLiteral("Velto Device Bench");
@@ -54,8 +55,14 @@ class ScreenReaderTests : public testing::Test {
 };
 
 TEST_F(ScreenReaderTests, TheWholeStoryIsToldAndDoneByEar) {
+    user.find(welcome, heading, "Welcome to Velto");
+    press(welcome, button, "Continue");
     EXPECT_FALSE(user.find(panel, button, "Play Together").isEnabled());
     user.find(panel, label, "Choose two outputs to play together.");
+    for (const char* box : {"Second output", "First output"}) {
+        user.act(user.find(panel, comboBox, box), "SetFocus");
+        user.waitUntilAt(comboBox, box);
+    }
     choose(panel, "First output", "AirPods Pro");
     choose(panel, "Second output", "JBL Flip 6");
     press(panel, button, "Play Together");
@@ -64,7 +71,9 @@ TEST_F(ScreenReaderTests, TheWholeStoryIsToldAndDoneByEar) {
     const auto volume = user.find(panel, slider, "Volume of AirPods Pro");
     EXPECT_EQ(user.range(volume).minimum, 0);
     EXPECT_EQ(user.range(volume).maximum, 1);
-    const auto heardVolume = [&] { return user.range(user.find(bench, slider, "Bench volume of AirPods Pro")).value; };
+    const auto heardVolume = [&] {
+        return user.range(user.find(bench, slider, "Bench volume of AirPods Pro")).value;
+    };
     user.setValue(volume, 0.25);
     EXPECT_TRUE(runUntil([&] { return std::abs(heardVolume() - 0.25) < 0.001; }, patience)) << heardVolume();
     user.act(volume, "Increase");

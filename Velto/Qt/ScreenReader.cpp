@@ -12,8 +12,8 @@ namespace velto {
 
 namespace {
 
-/// What Qt answers for an item, and that it is disabled.
-class CompletedAnswers final : public QAccessibleInterface {
+/// What Qt answers for an item, and that it is disabled; and the keyboard goes where a reader puts it.
+class CompletedAnswers final : public QAccessibleInterface, public QAccessibleActionInterface {
   public:
     CompletedAnswers(QQuickItem& item, QAccessibleInterface& known) : item_(&item), known_(known) {
         QObject::connect(&item, &QQuickItem::enabledChanged, &item, [&item] {
@@ -28,6 +28,23 @@ class CompletedAnswers final : public QAccessibleInterface {
         QAccessible::State state = known_.state();
         state.disabled = !item_->isEnabled();
         return state;
+    }
+
+    void doAction(const QString& action) override {
+        if (action == setFocusAction()) {
+            item_->forceActiveFocus(Qt::OtherFocusReason);
+        } else {
+            known_.actionInterface()->doAction(action);
+        }
+    }
+    QStringList actionNames() const override { return known_.actionInterface()->actionNames(); }
+    QStringList keyBindingsForAction(const QString& action) const override {
+        return known_.actionInterface()->keyBindingsForAction(action);
+    }
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        void* known = known_.interface_cast(type);
+        return known && type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this)
+                                                             : known;
     }
 
     bool isValid() const override { return item_ && known_.isValid(); }
@@ -47,7 +64,6 @@ class CompletedAnswers final : public QAccessibleInterface {
     void setText(QAccessible::Text which, const QString& text) override { known_.setText(which, text); }
     QRect rect() const override { return known_.rect(); }
     QAccessible::Role role() const override { return known_.role(); }
-    void* interface_cast(QAccessible::InterfaceType type) override { return known_.interface_cast(type); }
 
   private:
     QPointer<QQuickItem> item_;

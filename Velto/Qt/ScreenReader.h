@@ -18,7 +18,8 @@ class ScreenReader final : public QObject {
     Q_OBJECT
 
   public:
-    /// Items that are made from now on tell that they are disabled. Qt's own answers must be installed by then.
+    /// Items that are made from now on tell that they are disabled. Qt's own answers must be installed by
+    /// then.
     static void completeAnswers();
 
     /// A row, or what has the keyboard, is where the reader shall be.

@@ -46,6 +46,7 @@ T.ComboBox {
         readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
         readonly property real end: visible ? y + implicitHeight + margins : 0
         onEndChanged: box.reach = end
+        onOpened: if (!list.currentItem) screenReader.moveTo(list)
         onClosed: if (box.activeFocus) screenReader.moveTo(box)
 
         y: box.height + 4
