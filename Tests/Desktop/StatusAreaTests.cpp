@@ -22,6 +22,12 @@ namespace {
 using namespace std::chrono_literals;
 using testing::SizeIs;
 
+/// On a desktop where no program places its windows.
+struct UnplacedApplication final : LinuxApplication {
+    using LinuxApplication::LinuxApplication;
+    bool dropsPanel() const override { return false; }
+};
+
 /// The program on a simulated computer, in virtual time, and its status item on a real bus.
 class StatusAreaTests : public MachineTest {
   protected:
@@ -34,10 +40,11 @@ class StatusAreaTests : public MachineTest {
     }
 
     /// Starts the program; its user has been welcomed before.
+    template <class Application = LinuxApplication>
     void start() {
         defaults.set("hasCompletedOnboarding", true);
         delegate.emplace(platform());
-        application.emplace(
+        application = std::make_unique<Application>(
             *delegate, host, [this](auto) { return std::make_unique<UnseenUserInterface>(windows); },
             [this](const auto& condition) {
                 loop.runUntilIdle();
@@ -82,7 +89,7 @@ class StatusAreaTests : public MachineTest {
     UnseenWindows windows;
     std::optional<DesktopShell> shell;
     std::optional<AppDelegate> delegate;
-    std::optional<LinuxApplication> application;
+    std::unique_ptr<LinuxApplication> application;
 };
 
 TEST_F(StatusAreaTests, WithoutOneThePanelIsAWindowThatOpensOnceItIsClearThatNoneComes) {
@@ -98,6 +105,17 @@ TEST_F(StatusAreaTests, WithoutOneThePanelIsAWindowThatOpensOnceItIsClearThatNon
     shell.emplace(); // much later
     ASSERT_TRUE(isShown());
     EXPECT_EQ(windows.style, PanelStyle::dropDown);
+}
+
+TEST_F(StatusAreaTests, WhereWindowsAreNotPlacedThePanelIsAWindowThatItsItemOpens) {
+    shell.emplace();
+    start<UnplacedApplication>();
+    ASSERT_TRUE(isShown());
+    loop.advance(10s);
+    EXPECT_EQ(windows.panelsShown, 0);
+    shell->callItem("Activate", {200, 10});
+    EXPECT_EQ(windows.panelsShown, 1);
+    EXPECT_EQ(windows.style, PanelStyle::window);
 }
 
 TEST_F(StatusAreaTests, OneThatComesALittleLaterThanTheProgramIsWaitedFor) {

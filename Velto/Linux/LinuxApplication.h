@@ -14,7 +14,7 @@
 
 namespace velto {
 
-class LinuxApplication final : public QObject, public VeltoApplication {
+class LinuxApplication : public QObject, public VeltoApplication {
   public:
     /// Answers whether the condition came to hold within the time that it waits at most.
     using WaitUntil = std::function<bool(const std::function<bool()>& condition)>;

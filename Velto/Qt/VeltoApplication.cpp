@@ -115,7 +115,8 @@ void VeltoApplication::updateStatusItem() {
 }
 
 UserInterface::PanelStyle VeltoApplication::panelStyle() const {
-    return statusItem_ ? UserInterface::PanelStyle::dropDown : UserInterface::PanelStyle::window;
+    return statusItem_ && dropsPanel() ? UserInterface::PanelStyle::dropDown
+                                       : UserInterface::PanelStyle::window;
 }
 
 void VeltoApplication::applyPanelStyle() {
