@@ -17,6 +17,14 @@ install(FILES ${files}/com.corlent.velto-symbolic.svg DESTINATION ${icons}/symbo
 foreach(form idle playing missing asking)
   install(FILES ${PROJECT_SOURCE_DIR}/Velto/Icons/status/${form}.svg DESTINATION ${icons}/symbolic/apps
     RENAME com.corlent.velto.${form}-symbolic.svg)
+  # And for bars that show it as it is, which are dark.
+  set(drawing ${PROJECT_SOURCE_DIR}/Velto/Icons/status/${form}.svg)
+  set(light ${PROJECT_BINARY_DIR}/Packaging/com.corlent.velto.${form}-light.svg)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${drawing})
+  file(READ ${drawing} text)
+  string(REGEX REPLACE "color: #[0-9a-f]+" "color: #f0f0f0" text "${text}")
+  file(CONFIGURE OUTPUT ${light} CONTENT "${text}" @ONLY)
+  install(FILES ${light} DESTINATION ${icons}/scalable/apps)
 endforeach()
 install(FILES ${files}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/velto)
 

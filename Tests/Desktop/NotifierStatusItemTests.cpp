@@ -165,11 +165,16 @@ TEST_F(NotifierStatusItemTests, AnIconThatTheDesktopCanColourIsPreferred) {
     std::ofstream(folder.path() / "hicolor" / "index.theme")
         << "[Icon Theme]\nName=Hicolor\nDirectories=symbolic/apps\n"
            "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\nContext=Applications\n";
-    std::ofstream(icons / "apps" / "com.corlent.velto.idle-symbolic.svg") << "<svg/>";
+    for (const char* kind : {"symbolic", "light"})
+        std::ofstream(icons / "apps" / ("com.corlent.velto.idle-" + std::string(kind) + ".svg")) << "<svg/>";
     QIcon::setThemeSearchPaths({QString::fromStdString(folder.path())});
     QIcon::setThemeName("hicolor");
     showItem();
     EXPECT_EQ(shell->property("IconName"), "com.corlent.velto.idle-symbolic");
+    qputenv("XDG_CURRENT_DESKTOP", "sway:wlroots"); // whose bar colours nothing, and is dark
+    EXPECT_EQ(shell->property("IconName"), "com.corlent.velto.idle-light");
+    EXPECT_GT(qGray(*inks(icon().front()).begin()), 200);
+    qunsetenv("XDG_CURRENT_DESKTOP");
     item->setLook(playing);
     EXPECT_EQ(shell->property("IconName"), "") << "there is none of that name";
 }

@@ -29,6 +29,16 @@ constexpr int reach = 8; // about half an icon, in pixels
 /// down is positive.
 constexpr int wheelUnitsPerNotch = 120;
 constexpr int mostNotchesAtOnce = 14;
+constexpr QRgb onDark = qRgb(0xf0, 0xf0, 0xf0);
+
+/// Tiling compositors come with bars that show an icon as it is, on a ground that is dark unless somebody has
+/// changed that; a desktop gives it the colour of its own text.
+bool isOnBareBar() {
+    for (const QByteArray& desktop : qgetenv("XDG_CURRENT_DESKTOP").split(':'))
+        for (const char* compositor : {"sway", "Hyprland", "river", "niri", "wlroots"})
+            if (desktop == compositor) return true;
+    return false;
+}
 
 } // namespace
 
@@ -89,13 +99,15 @@ bool NotifierStatusItem::eventFilter(QObject* object, QEvent* event) {
 }
 
 QString NotifierStatusItem::iconName() const {
+    const QString kind = QLatin1String(isOnBareBar() ? "light" : "symbolic");
     const QString name =
-        QStringLiteral("com.corlent.velto.%1-symbolic").arg(toQString(drawingName(look_.form)));
+        QStringLiteral("com.corlent.velto.%1-%2").arg(toQString(drawingName(look_.form)), kind);
     return QIcon::hasThemeIcon(name) ? name : QString();
 }
 
 NotifierPixmaps NotifierStatusItem::iconPixmap() const {
-    return notifierPixmaps(statusIcon(look_.form, QGuiApplication::palette().color(QPalette::WindowText)));
+    const QColor text = QGuiApplication::palette().color(QPalette::WindowText);
+    return notifierPixmaps(statusIcon(look_.form, isOnBareBar() ? QColor(onDark) : text));
 }
 
 QDBusObjectPath NotifierStatusItem::menu() const { return QDBusObjectPath(QString::fromLatin1(menuPath)); }
