@@ -90,6 +90,8 @@ bool BlindUser::handleMessage(const QDBusMessage& message, const QDBusConnection
             Reference{connection.baseService(), QDBusObjectPath("/org/a11y/atspi/accessible/root")});
     } else if (message.member() == "GetRegisteredEvents") {
         answer << QVariant::fromValue(QList<Listener>{{connection.baseService(), "Object:"}});
+    } else if (message.member() == "NotifyListenersSync") {
+        answer << false; // the key is the program's
     }
     return connection.send(message.createReply(answer));
 }
