@@ -496,6 +496,18 @@ TEST_F(CoordinatorScenarioTests, ASessionWithoutOutputsEndsAndComesBackWithThem)
     comeBack();
     ASSERT_TRUE(app->isPlaying());
 
+    // While nobody answers it doesn't wake up to wait.
+    lose();
+    world.stopAudioService();
+    loop.advance(1min);
+    EXPECT_EQ(loop.pendingTimers(), 0U);
+    world.startAudioService();
+    loop.runUntilIdle();
+    EXPECT_TRUE(app->isIdle());
+    comeBack();
+    app->play("bluetooth", "builtin");
+    ASSERT_TRUE(app->isPlaying());
+
     // What somebody wants meanwhile counts; what the system does by itself doesn't.
     struct Between {
         std::string what;

@@ -16,14 +16,15 @@ constexpr Duration slice = 500ms;
 } // namespace
 
 Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token,
-                              std::function<bool()> counts) {
+                              std::function<bool()> goesOn) {
     for (Duration left = interval; left > Duration::zero();) {
         const Duration next = std::min(left, slice);
         auto slept = actor.sleep(next, token);
         const SleepResult result = co_await slept;
         // It may have been cancelled in the very turn in which it elapsed.
         if (result == SleepResult::cancelled || token.isCancelled()) co_return SleepResult::cancelled;
-        if (!counts || counts()) left -= next;
+        if (goesOn && !goesOn()) co_return SleepResult::cancelled;
+        left -= next;
     }
     co_return SleepResult::elapsed;
 }

@@ -11,8 +11,8 @@
 
 namespace velto {
 
-/// The token ends it early. Only time in which `counts` answers yes counts; without it all does.
+/// The token ends it early, and so does `goesOn` where it answers no.
 Task<SleepResult> wakingSleep(MainActor& actor, Duration interval, CancellationToken token,
-                              std::function<bool()> counts = {});
+                              std::function<bool()> goesOn = {});
 
 } // namespace velto

@@ -51,7 +51,10 @@ void SessionWaits::watchSwitch() {
 Task<void> SessionWaits::confirmSwitch(DualOutputSession session, CancellationToken token) {
     const Outcome* outcome = nullptr;
     for (const bool isLast : {false, true}) {
-        if (co_await wait(token) == SleepResult::cancelled) co_return;
+        if (co_await wait(token) == SleepResult::cancelled) {
+            if (token.isCancelled()) co_return; // another one may be under way
+            break;
+        }
         if (!isFor(session)) break;
         deviceManager_.refresh();
         if (!systemAudio_.isSwitchPending()) break;
@@ -84,9 +87,11 @@ void SessionWaits::watchForLoss() {
 }
 
 Task<void> SessionWaits::confirmLoss(DualOutputSession session, CancellationToken token) {
-    if (co_await wait(token) == SleepResult::cancelled) co_return;
+    const SleepResult result = co_await wait(token);
+    if (token.isCancelled()) co_return; // another one may be under way
     loss_.reset();
-    if (isFor(session) && isLost()) co_await outcomes_.outputsLost(std::move(session));
+    if (result == SleepResult::elapsed && isFor(session) && isLost())
+        co_await outcomes_.outputsLost(std::move(session));
 }
 
 } // namespace velto
