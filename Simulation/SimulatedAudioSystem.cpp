@@ -42,6 +42,7 @@ auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Bo
         noAnswer();
     }
     if (failure && !failure->isAfterEffect) SimulatedCalls::fail(operation, *failure);
+    if (isUnreadable(operation, object)) SimulatedCalls::fail(operation, kAudioHardwareUnspecifiedError);
     const auto failAfterwards = [&] {
         publish();
         if (failure) SimulatedCalls::fail(operation, *failure);
@@ -66,7 +67,13 @@ template <class Value, class Body>
 Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
                                    Body body) noexcept {
     const auto failure = calls.begin(operation, object);
-    return failure || !isReachable() ? std::move(otherwise) : static_cast<Value>(body(known()));
+    const bool isAnswered = !failure && isReachable() && !isUnreadable(operation, object);
+    return isAnswered ? static_cast<Value>(body(known())) : std::move(otherwise);
+}
+
+bool SimulatedAudioSystem::isUnreadable(Operation operation, AudioObjectID device) noexcept {
+    const auto* found = known().plugged().find(device);
+    return found && !found->device.isReadable && operation != Operation::deviceUID;
 }
 
 template <class Value>

@@ -92,6 +92,7 @@ class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld
     Value answer(Operation operation, AudioObjectID object, Value otherwise, Body body) noexcept;
     template <class Value>
     Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::*field) noexcept;
+    bool isUnreadable(Operation operation, AudioObjectID device) noexcept;
     /// Null where the device has no such control.
     template <class Control>
     PropertyListenerTokenRef

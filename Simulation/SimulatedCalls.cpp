@@ -53,6 +53,7 @@ void SimulatedCalls::forgetFailures() {
 
 std::optional<SimulatedCalls::Failure> SimulatedCalls::begin(CoreAudioOperation operation,
                                                              AudioObjectID object) {
+    if (beforeEach) beforeEach(operation);
     const std::size_t number = begun_++;
     log_.push_back({operation, object});
     if (const auto event = events_.extract(number)) event.mapped()();

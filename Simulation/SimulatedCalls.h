@@ -35,6 +35,9 @@ class SimulatedCalls {
 
     // Looking
 
+    /// Called just before each call.
+    std::function<void(CoreAudioOperation)> beforeEach;
+
     /// All calls since the last clear(), in order.
     const std::vector<Call>& log() const noexcept { return log_; }
     std::size_t total() const noexcept { return log_.size(); }

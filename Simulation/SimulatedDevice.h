@@ -39,6 +39,8 @@ struct SimulatedDevice {
     /// False: present, but its driver has given up.
     bool isAlive = true;
     bool isRunning = false;
+    /// False: it answers nothing but what its UID is.
+    bool isReadable = true;
 
     bool supports(double rate) const noexcept;
     friend bool operator==(const SimulatedDevice&, const SimulatedDevice&) = default;

@@ -7,7 +7,7 @@ build_packages="clang-19 libclang-rt-19-dev lld-19 cmake ninja-build pkg-config 
     qt6-base-dev qt6-svg-dev qt6-declarative-dev libxcb1-dev qml6-module-qtqml qml6-module-qtqml-models
     qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-window
     fonts-inter qt6-wayland"
-test_packages="libgtest-dev libgmock-dev libblocksruntime-dev librapidcheck-dev shellcheck xvfb"
+test_packages="libgtest-dev libgmock-dev libblocksruntime-dev shellcheck xvfb"
 benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb pasystray pavucontrol"
 package_packages="dpkg-dev file desktop-file-utils appstream"
 macos_check_packages="python3 llvm-19 libc++-19-dev"

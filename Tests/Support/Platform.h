@@ -9,10 +9,12 @@
 
 namespace velto {
 
-inline PlatformServices platformOf(Machine& machine, const TextCollation& collation) {
+/// With other defaults than the machine's where they are given.
+inline PlatformServices platformOf(Machine& machine, const TextCollation& collation,
+                                   UserDefaults* defaults = nullptr) {
     return {.actor = machine.loop,
             .client = std::shared_ptr<CoreAudioClient>(std::shared_ptr<void>(), &machine.world), // not owned
-            .defaults = machine.defaults,
+            .defaults = defaults ? *defaults : machine.defaults,
             .collation = collation,
             .loginItems = machine.loginItems,
             .host = machine.desktop,
