@@ -38,7 +38,7 @@ void decode(benchmark::State& state) {
     state.counters["bytes"] = static_cast<double>(data.size());
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(decode)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(decode)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
 
 void encode(benchmark::State& state) {
     const auto list = presets(state.range(0));
@@ -46,7 +46,7 @@ void encode(benchmark::State& state) {
         benchmark::DoNotOptimize(encodePresets(list));
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(encode)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(encode)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
 
 } // namespace
 } // namespace velto

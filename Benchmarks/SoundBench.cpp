@@ -1,6 +1,7 @@
 #include "Benchmarks/SoundBench.h"
 
 #include "Benchmarks/ProcessFigures.h"
+#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 
 #include <algorithm>
 #include <chrono>
@@ -87,6 +88,11 @@ pid_t SoundBench::helper() {
     const auto process = runningHelper();
     if (!process) throw std::runtime_error("Nothing delays");
     return *process;
+}
+
+bool SoundBench::playsOn(const std::string& output) {
+    const std::string aggregate(AggregateDeviceManager::aggregateUID);
+    return lab_.waitUntil([&] { return lab_.linkCount(aggregate, output) > 0; });
 }
 
 double SoundBench::cpuSeconds() {

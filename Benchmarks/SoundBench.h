@@ -41,12 +41,19 @@ class SoundBench {
     /// As in a crash; and the next launch, which cleans up.
     void killVelto() { velto_->process().kill(); }
     void launchVelto();
+    /// Whatever comes of it.
+    void command(const RunningVelto::Words& words) { velto_->command(words); }
+    pid_t veltoID() { return velto_->process().id(); }
+    void signalVelto(int number) { velto_->process().signal(number); }
     /// The process that delays. Throws while there is none.
     pid_t helper();
     std::optional<pid_t> runningHelper();
     void unplugDesk() { lab_.unplug(desk); }
     /// Answers when the output had its ports, on the monotonic clock in nanoseconds.
     std::int64_t plugDesk() { return lab_.plug(deskOutput_); }
+
+    /// Whether the session plays on the output, perhaps in a moment.
+    bool playsOn(const std::string& output);
 
     /// CPU time of the server's daemon, of Velto and of what delays, in seconds.
     double cpuSeconds();

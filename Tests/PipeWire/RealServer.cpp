@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Tools/SoundLab/ServerState.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -209,15 +210,7 @@ bool RealServer::isPutBack() {
     return runUntil([&] { return id(aggregateUID) == kAudioObjectUnknown && defaultUID() == "desk"; });
 }
 
-std::vector<std::string> RealServer::ourNotes() {
-    std::vector<std::string> result;
-    for (const char* key : {PipeWireKey::alertSink, PipeWireKey::previousConfiguredSink,
-                            PipeWireKey::previousAlertSink, PipeWireKey::previousForcedRate}) {
-        if (const auto value = lab->defaultMetadata(key)) result.push_back(key + (": " + *value));
-        if (const auto value = lab->settingsMetadata(key)) result.push_back(key + (": " + *value));
-    }
-    return result;
-}
+std::vector<std::string> RealServer::ourNotes() { return notesOnServer(*lab); }
 
 bool RealServer::leavesNoNotes() {
     refreshLab();
@@ -245,15 +238,6 @@ void RealServer::setDefaultMetadata(const std::string& key, const std::string& v
     if (lab->waitUntil(isSet, std::chrono::milliseconds(500))) return;
     refreshLab();
     ASSERT_TRUE(lab->waitUntil(isSet));
-}
-
-void RealServer::refreshLab() {
-    bool isAnswered = false;
-    {
-        const SoundLab::Lock lock(*lab);
-        lab->graph().refreshDefaultMetadata([&] { isAnswered = true; });
-    }
-    lab->waitUntil([&] { return isAnswered; });
 }
 
 std::unique_ptr<ChildProcess> RealServer::play(const std::string& role) {

@@ -83,7 +83,7 @@ class RealServer : public testing::Test {
     void setDefaultMetadata(const std::string& key, const std::string& value);
 
     /// The lab sees what the store holds now, also if it was not told of a change.
-    void refreshLab();
+    void refreshLab() { lab->refresh(); }
 
     /// Plays noise with the stock player until the value goes, as an alert where a role is given.
     std::unique_ptr<ChildProcess> play(const std::string& role = "Music");

@@ -113,6 +113,10 @@ void PrivateSoundServer::killSessionManager() {
 
 void PrivateSoundServer::kill() {
     killSessionManager();
+    killDaemon();
+}
+
+void PrivateSoundServer::killDaemon() {
     if (daemon_) daemon_->kill();
     daemon_.reset();
 }

@@ -34,6 +34,8 @@ class PrivateSoundServer {
     void kill();
     /// Starts both again after kill(). Outputs that were plugged are gone.
     void start();
+    /// Kills the server alone; start() starts both anew.
+    void killDaemon();
     /// Kills, or starts again, the session manager alone.
     void killSessionManager();
     void startSessionManager();

@@ -187,6 +187,15 @@ void SoundLab::setChannelVolumes(const std::string& name, float volume) {
     node->setChannelVolumes(std::vector<float>(node->channelVolumes().size(), volume));
 }
 
+void SoundLab::refresh() {
+    bool isAnswered = false;
+    {
+        const Lock lock(*this);
+        graph_.refreshDefaultMetadata([&] { isAnswered = true; });
+    }
+    waitUntil([&] { return isAnswered; });
+}
+
 float SoundLab::channelVolume(const std::string& name) {
     const Lock lock(*this);
     const PipeWireNode* node = graph_.device(name);

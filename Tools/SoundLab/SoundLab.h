@@ -47,6 +47,8 @@ class SoundLab {
     /// Sets the linear volumes of an output as another program would.
     void setChannelVolumes(const std::string& name, float volume);
 
+    /// Returns when what the stores hold now is known, also if they didn't tell of a change.
+    void refresh();
     /// The loudest linear volume of an output; 0 when it isn't there.
     float channelVolume(const std::string& name);
 

@@ -1,0 +1,163 @@
+// The shipped program for a long while, something happening every few seconds. What it holds is looked at
+// whenever all is quiet, first after a while of warming up.
+#include "Tools/Proof/Proof.h"
+
+#include "Benchmarks/ProcessFigures.h"
+#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/VoiceRecording.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+namespace velto {
+
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto betweenEvents = 2s;
+constexpr int eventsBetweenLooks = 10;
+
+/// What is held while no session runs.
+struct Holdings {
+    double megabytes = 0;
+    std::int64_t descriptors = 0;
+    std::int64_t threads = 0;
+    /// Nodes, ports and links of the server.
+    std::int64_t serverObjects = 0;
+    double serverMegabytes = 0;
+};
+
+std::int64_t entriesOf(const fs::path& folder) {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+Holdings holdingsOf(SoundBench& bench) {
+    const fs::path process = "/proc/" + std::to_string(bench.veltoID());
+    Holdings result{.megabytes = memoryOf(bench.veltoID()).proportional,
+                    .descriptors = entriesOf(process / "fd"),
+                    .threads = entriesOf(process / "task"),
+                    .serverMegabytes = memoryOf(bench.server().daemonID()).proportional};
+    const SoundLab::Lock lock(bench.lab());
+    const PipeWireGraph& graph = bench.lab().graph();
+    for (const PipeWireNode* device : graph.devices())
+        result.serverObjects += 1 + static_cast<std::int64_t>(graph.ports(device->globalID()).size());
+    result.serverObjects += static_cast<std::int64_t>(graph.links().size());
+    return result;
+}
+
+/// Frames that one output is behind the other, of a second of noise; none where it can't be found.
+std::optional<int> skewOf(SoundBench& bench) {
+    bench.start();
+    OutputRecorder recorder(bench.lab(), {SoundBench::desk, SoundBench::usb},
+                            OutputRecorder::GraphClock::dummyDriver, 5);
+    recorder.waitUntil(2);
+    recorder.stop();
+    bench.stop();
+    const auto first = recorder.samples(SoundBench::desk), second = recorder.samples(SoundBench::usb);
+    constexpr std::size_t begin = OutputRecorder::sampleRate * 2, length = 9600, most = 9600;
+    for (std::size_t lag = 0; lag < most; lag += 2)
+        for (const bool isSecondLate : {true, false}) {
+            const auto& early = isSecondLate ? first : second;
+            const auto& late = isSecondLate ? second : first;
+            if (std::equal(early.begin() + begin, early.begin() + begin + length,
+                           late.begin() + static_cast<std::ptrdiff_t>(begin + lag)))
+                return static_cast<int>(lag / 2);
+        }
+    return std::nullopt;
+}
+
+void play(SoundBench& bench) { bench.command({"play", SoundBench::desk, SoundBench::usb}); }
+
+/// All that happens, each leaving the outputs as they were.
+const std::vector<std::function<void(SoundBench&)>>& events() {
+    static const std::vector<std::function<void(SoundBench&)>> all{
+        play,
+        [](SoundBench& bench) { bench.command({"stop"}); },
+        [](SoundBench& bench) {
+            bench.unplugDesk();
+            std::this_thread::sleep_for(100ms);
+            bench.plugDesk();
+        },
+        [](SoundBench& bench) {
+            play(bench);
+            bench.command({"delay", "80", SoundBench::usb});
+        },
+        [](SoundBench& bench) {
+            bench.command({"volume", "40%"});
+        },
+        [](SoundBench& bench) {
+            bench.command({"mute", "toggle"});
+        },
+        [](SoundBench& bench) { bench.command({"outputs"}); },
+        [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::usb); },
+        [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::desk); },
+        [](SoundBench& bench) {
+            bench.server().killSessionManager();
+            bench.server().startSessionManager();
+        },
+    };
+    return all;
+}
+
+/// One event after the other, then quiet.
+Holdings afterEvents(SoundBench& bench, std::mt19937_64& random) {
+    for (int i = 0; i < eventsBetweenLooks; ++i) {
+        events().at(random() % events().size())(bench);
+        std::this_thread::sleep_for(betweenEvents);
+    }
+    bench.stop();
+    bench.lab().pickDefault(SoundBench::desk);
+    std::this_thread::sleep_for(1s);
+    return holdingsOf(bench);
+}
+
+void addFlat(Proof& proof, const std::string& what, double first, double last, double tolerance,
+             const char* goal) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.1f at first, %.1f at last", first, last);
+    proof.report.add({what, text, goal, last <= first + tolerance});
+}
+
+} // namespace
+
+void soak(Proof& proof) {
+    const OwnedFolder folder("velto-proof");
+    writeNoiseRecording(folder.path() / "noise.wav", 120);
+    SoundBench bench(folder.path() / "noise.wav");
+    std::mt19937_64 random(proof.seed);
+    const auto end = Clock::now() + (proof.isFull ? std::chrono::seconds(24h) : 300s);
+    const auto skewBefore = skewOf(bench);
+    const Holdings first = afterEvents(bench, random);
+    Holdings last = first;
+    int looks = 1;
+    for (; Clock::now() < end; ++looks)
+        last = afterEvents(bench, random);
+    const auto skewAfter = skewOf(bench);
+    proof.report.add({"events", std::to_string(looks * eventsBetweenLooks)});
+    addFlat(proof, "memory of the program: PSS, MB", first.megabytes, last.megabytes, 0.5, "<= 0.5 more");
+    addFlat(proof, "its descriptors", static_cast<double>(first.descriptors),
+            static_cast<double>(last.descriptors), 0, "no more");
+    addFlat(proof, "its threads", static_cast<double>(first.threads), static_cast<double>(last.threads), 0,
+            "no more");
+    addFlat(proof, "devices, ports and links on the server", static_cast<double>(first.serverObjects),
+            static_cast<double>(last.serverObjects), 0, "no more");
+    addFlat(proof, "memory of the server: PSS, MB", first.serverMegabytes, last.serverMegabytes, 2,
+            "<= 2 more");
+    const auto text = [](std::optional<int> skew) { return skew ? std::to_string(*skew) : "not found"; };
+    proof.report.add({"skew in frames, before and after", text(skewBefore) + ", " + text(skewAfter), "0, 0",
+                      skewBefore == 0 && skewAfter == 0});
+}
+
+} // namespace velto

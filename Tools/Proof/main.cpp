@@ -1,0 +1,61 @@
+// velto-proof: what Velto claims, measured on this machine; what holds and what doesn't, in report.md.
+#include "Tools/Proof/MachineDescription.h"
+#include "Tools/Proof/Proof.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace velto;
+
+void run(const ProofChapter& chapter, Proof& proof) {
+    const auto begin = std::chrono::steady_clock::now();
+    proof.report.begin(chapter.name, chapter.title);
+    try {
+        chapter.run(proof);
+    } catch (const std::exception& error) {
+        proof.report.fail(error.what());
+    }
+    proof.report.end(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    std::signal(SIGPIPE, SIG_IGN); // a program that died is reported by what it doesn't answer
+    std::set<std::string> names;
+    for (const ProofChapter& chapter : proofChapters())
+        names.insert(chapter.name);
+    CLI::App command("Measures what Velto claims, and writes what holds to report.md and report.json.");
+    bool isFull = false;
+    std::vector<std::string> only;
+    std::uint64_t seed = 20'260'000;
+    std::string folder = "build/proof";
+    command.add_flag("--full", isFull, "All counts; takes a day, most of which a machine spends waiting");
+    command.add_option("--only", only, "These chapters")->check(CLI::IsMember(names));
+    command.add_option("--seed", seed, "Where chance begins");
+    command.add_option("--folder", folder, "Where the report goes");
+    CLI11_PARSE(command, count, arguments);
+    try {
+        ProofReport report(folder, {isFull, seed, machineDescription()});
+        Proof proof(report, isFull, seed);
+        for (const ProofChapter& chapter : proofChapters())
+            if (only.empty() || std::ranges::find(only, chapter.name) != only.end()) run(chapter, proof);
+        std::printf("\n%s; the report is in %s\n", report.holds() ? "All of it holds" : "Not all of it holds",
+                    (report.folder() / "report.md").c_str());
+        return report.holds() ? 0 : 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velto-proof: %s\n", error.what());
+        return 2;
+    }
+}
