@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
@@ -63,9 +64,13 @@ std::map<std::string, GrowthCurve> growthCurves() {
     std::map<std::string, GrowthCurve> result;
     for (const json& run : report.at("benchmarks")) {
         const std::string name = run.at("name");
-        const auto slash = name.find('/');
-        if (slash == std::string::npos || run.at("run_type") != "iteration") continue;
-        result[name.substr(0, slash)][std::stod(name.substr(slash + 1))] =
+        // NAME/SIZE, and perhaps how it is timed.
+        const auto slash = std::min(name.find('/'), name.size());
+        const std::string size =
+            name.substr(slash + (slash < name.size()), name.find('/', slash + 1) - slash - 1);
+        const bool isSize = !size.empty() && size.find_first_not_of("0123456789") == std::string::npos;
+        if (!isSize || run.at("run_type") != "iteration") continue;
+        result[name.substr(0, slash)][std::stod(size)] =
             run.at("real_time").get<double>() * units.at(run.at("time_unit"));
     }
     std::erase_if(result, [](const auto& curve) { return curve.second.size() < 2; });
