@@ -48,10 +48,10 @@ class MenuBarViewModel {
     enum class DisconnectAnswer { keepPlaying, stopPlaying };
 
     /// All must outlive the model.
-    MenuBarViewModel(CoreAudioClient& client, PresetViewModel& presets,
-                     AudioDeviceManager& deviceManager, DualOutputCoordinator& coordinator,
-                     PreferencesManager& preferences, DeviceVolumeController& volumeController,
-                     SyncProfileManager& syncProfiles, MainActor& actor, const PlatformWords& words);
+    MenuBarViewModel(CoreAudioClient& client, PresetViewModel& presets, AudioDeviceManager& deviceManager,
+                     DualOutputCoordinator& coordinator, PreferencesManager& preferences,
+                     DeviceVolumeController& volumeController, SyncProfileManager& syncProfiles,
+                     MainActor& actor, const PlatformWords& words);
     MenuBarViewModel(const MenuBarViewModel&) = delete;
     MenuBarViewModel& operator=(const MenuBarViewModel&) = delete;
 
