@@ -67,8 +67,6 @@ class AttackTests : public RealServer {
         finish(core, core.session.start(*desk, *usb, "Both", 44100, ClockStrategy::automatic));
     }
     std::map<std::string, std::string> outside() { return serverState(*lab); }
-    /// What was chosen, now and ever.
-    std::string storedBySessionManager() { return storedChoices(server); }
 };
 
 TEST_F(AttackTests, KilledAfterAnyMessageItLeavesNothing) {
@@ -227,7 +225,7 @@ TEST_F(AttackTests, WhereNobodyHasChosenNobodyHasAfterwards) {
     }));
     EXPECT_EQ(storedText(server, "restore-stream").find("velto"), std::string::npos)
         << storedText(server, "restore-stream");
-    EXPECT_EQ(storedBySessionManager().find("velto"), std::string::npos) << storedBySessionManager();
+    EXPECT_EQ(storedChoices(server).find("velto"), std::string::npos) << storedChoices(server);
     somethingElse(1);
 }
 
@@ -251,7 +249,7 @@ TEST_F(AttackTests, ASessionManagerThatCrashesHasChosenNothing) {
     for (const char* choice : {"", "usb"}) {
         if (*choice) {
             lab->pickDefault(choice);
-            ASSERT_TRUE(runUntil([&] { return storedBySessionManager().find(choice) != std::string::npos; }));
+            ASSERT_TRUE(runUntil([&] { return storedChoices(server).find(choice) != std::string::npos; }));
         }
         const auto before = outside();
         const AudioObjectID aggregate = createAggregate({"desk", "usb"});

@@ -147,6 +147,19 @@ TEST_F(ServerLifeTests, WhomTheServerHasForgottenConnectsAnewAndWhoMerelyWaitsDo
         client->setDefaultOutputDevice(id("desk"));
         restarts = 0;
     }
+    // Its server, or the program itself, may go while a witness is out.
+    for (const bool isServer : {true, false}) {
+        ASSERT_EQ(kill(server.sessionManagerID(), SIGSTOP), 0);
+        EXPECT_NE(statusThrown([&] { client->setDefaultOutputDevice(id("usb")); }), noErr);
+        const ContinuousInstant end = loop.continuousNow() + std::chrono::seconds(2);
+        ASSERT_TRUE(runUntil([&] { return loop.continuousNow() >= end; }));
+        isServer ? killServer() : stopListening();
+        if (!isServer) stopClient();
+        server.killSessionManager();
+        isServer ? restartServer() : server.startSessionManager();
+        if (!isServer) startClient();
+        EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
+    }
 }
 
 TEST_F(ServerLifeTests, AServerThatDiesAnswersNothingAndItsReturnIsToldOnce) {

@@ -20,14 +20,6 @@ namespace {
 
 constexpr auto longest = std::chrono::hours(2);
 
-std::string lastLine(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    std::string last = "nothing";
-    for (std::string line; std::getline(stream, line);)
-        if (!line.empty()) last = std::move(line);
-    return last;
-}
-
 } // namespace
 
 std::vector<ProofFigure> figuresOf(const std::string& program) {
@@ -46,7 +38,7 @@ std::vector<ProofFigure> figuresOf(const std::string& program) {
     for (const ProofFigure& figure : result)
         areAllWithin = areAllWithin && *figure.holds;
     if (status != (areAllWithin ? 0 : 1) || result.empty())
-        throw std::runtime_error(program + " ended early; the last it said: " + lastLine(log));
+        throw std::runtime_error(program + " ended early; the last it said: " + lastLineOf(log));
     return result;
 }
 

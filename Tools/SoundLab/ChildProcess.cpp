@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -173,6 +174,14 @@ std::optional<std::string> ChildProcess::readLine(std::chrono::milliseconds time
         if (count <= 0) return std::nullopt;
         buffered_.append(bytes, static_cast<std::size_t>(count));
     }
+}
+
+std::string lastLineOf(const std::filesystem::path& log) {
+    std::ifstream stream(log);
+    std::string last = "nothing";
+    for (std::string line; std::getline(stream, line);)
+        if (!line.empty()) last = std::move(line);
+    return last;
 }
 
 } // namespace velto

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -52,5 +53,8 @@ class ChildProcess {
     std::string buffered_;
     std::optional<int> status_;
 };
+
+/// What a program has said last, as its log has it; "nothing" where it has said nothing.
+std::string lastLineOf(const std::filesystem::path& log);
 
 } // namespace velto

@@ -32,14 +32,6 @@ bool accepts(const std::string& socketPath) {
     return isAccepted;
 }
 
-std::string lastLine(const fs::path& file) {
-    std::ifstream stream(file);
-    std::string last = "nothing";
-    for (std::string line; std::getline(stream, line);)
-        if (!line.empty()) last = line;
-    return last;
-}
-
 } // namespace
 
 // The prefix is short, because the path of a socket can't be longer than 107 characters.
@@ -89,7 +81,7 @@ void PrivateSoundServer::start() {
         if (!daemon_->isRunning() || std::chrono::steady_clock::now() > deadline) {
             close(watch);
             throw std::runtime_error("A private PipeWire could not be started; the last it said: " +
-                                     lastLine(folder_ / "pipewire.log"));
+                                     lastLineOf(folder_ / "pipewire.log"));
         }
         pollfd changed{watch, POLLIN, 0};
         if (poll(&changed, 1, 10) > 0) {

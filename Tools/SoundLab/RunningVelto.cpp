@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -22,14 +21,6 @@ RunningVelto::Words with(const std::filesystem::path& program, const std::string
     RunningVelto::Words command{program.string()};
     if (!option.empty()) command.push_back(option);
     return command;
-}
-
-std::string lastLine(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    std::string last;
-    for (std::string line; std::getline(stream, line);)
-        last = std::move(line);
-    return last;
 }
 
 } // namespace
@@ -79,7 +70,7 @@ RunningVelto::Answer RunningVelto::command(const Words& words) {
     Answer answer{.exitStatus = client.wait(answerPatience).value_or(-1), .json = line.value_or("")};
     const json object = json::parse(answer.json, nullptr, false);
     if (object.is_object()) answer.milliseconds = object.value("milliseconds", 0.0);
-    if (answer.exitStatus != 0) answer.error = lastLine(log);
+    if (answer.exitStatus != 0) answer.error = lastLineOf(log);
     return answer;
 }
 

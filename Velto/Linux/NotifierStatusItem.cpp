@@ -15,6 +15,8 @@
 #include <QPalette>
 #include <QPoint>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <utility>
 
@@ -34,10 +36,9 @@ constexpr QRgb onDark = qRgb(0xf0, 0xf0, 0xf0);
 /// Tiling compositors come with bars that show an icon as it is, on a ground that is dark unless somebody has
 /// changed that; a desktop gives it the colour of its own text.
 bool isOnBareBar() {
-    for (const QByteArray& desktop : qgetenv("XDG_CURRENT_DESKTOP").split(':'))
-        for (const char* compositor : {"sway", "Hyprland", "river", "niri", "wlroots"})
-            if (desktop == compositor) return true;
-    return false;
+    const QByteArrayList names = qgetenv("XDG_CURRENT_DESKTOP").split(':');
+    return std::ranges::any_of(std::array{"sway", "Hyprland", "river", "niri", "wlroots"},
+                               [&](const char* compositor) { return names.contains(compositor); });
 }
 
 } // namespace

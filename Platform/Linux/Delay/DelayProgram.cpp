@@ -1,6 +1,7 @@
 #include "Platform/Linux/Delay/DelayProgram.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/RemoteServer.h"
 
 #include <pipewire/impl.h>
 #include <signal.h>
@@ -82,9 +83,7 @@ void DelayProgram::connect(const std::string& remote) {
     for (const char* module : {"libpipewire-module-protocol-native", "libpipewire-module-client-node"})
         if (!pw_context_load_module(context_, module, nullptr, nullptr))
             throw std::runtime_error(std::string(module) + " could not be loaded");
-    pw_properties* properties = pw_properties_new(nullptr, nullptr);
-    if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
-    core_ = pw_context_connect(context_, properties, 0);
+    core_ = connectTo(remote, context_);
     if (!core_) throw std::runtime_error("The sound server can't be reached");
     pw_core_add_listener(core_, &coreHook_, &Events::core, this);
 }

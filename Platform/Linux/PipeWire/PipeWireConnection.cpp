@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/RemoteServer.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -74,9 +75,7 @@ PipeWireConnection::~PipeWireConnection() {
 
 void PipeWireConnection::connect() {
     if (core_ || !context_) return;
-    pw_properties* properties = pw_properties_new(nullptr, nullptr);
-    if (!remote_.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote_.c_str());
-    core_ = pw_context_connect(context_, properties, 0);
+    core_ = connectTo(remote_, context_);
     if (!core_) return retryLater();
     isLost_ = false;
     retryDelay_ = firstRetryDelay;

@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireStream.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/RemoteServer.h"
 
 #include <spa/param/audio/format-utils.h>
 
@@ -57,9 +58,7 @@ void PipeWireStream::connect(const std::string& remote) {
     loop_ = pw_loop_new(nullptr);
     if (loop_) context_ = pw_context_new(loop_, nullptr, 0);
     if (!context_) fail("The sound server's client library could not start");
-    pw_properties* properties = pw_properties_new(nullptr, nullptr);
-    if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
-    core_ = pw_context_connect(context_, properties, 0);
+    core_ = connectTo(remote, context_);
     if (!core_) fail("The sound server can't be reached");
 }
 

@@ -1,5 +1,6 @@
 #include "Platform/Linux/PipeWire/PipeWireWitness.h"
 
+#include "Platform/Linux/Delay/RemoteServer.h"
 #include "Platform/Linux/PipeWire/PipeWireProxy.h"
 
 #include <string_view>
@@ -38,9 +39,7 @@ struct PipeWireWitness::Events {
 PipeWireWitness::PipeWireWitness(pw_context* context, const std::string& remote,
                                  std::function<void()> answered)
     : answered_(std::move(answered)) {
-    pw_properties* properties = pw_properties_new(nullptr, nullptr);
-    if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
-    core_ = pw_context_connect(context, properties, 0);
+    core_ = connectTo(remote, context);
     if (!core_) return;
     pw_core_add_listener(core_, &coreHook_, &Events::core, this);
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
