@@ -7,6 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velto {
@@ -47,8 +48,8 @@ context.modules = [
 
 } // namespace
 
-CombineStream::CombineStream(SoundBench& bench)
-    : bench_(bench),
+CombineStream::CombineStream(SoundBench& bench, std::string before)
+    : bench_(bench), before_(std::move(before)),
       program_(command(bench.server().folder()),
                {bench.server().environment(), bench.server().folder() / "combine.log", false}) {
     SoundLab& lab = bench.lab();
@@ -64,12 +65,12 @@ CombineStream::CombineStream(SoundBench& bench)
     };
     if (!lab.waitUntil([&] { return lab.graph().device(node) != nullptr; }))
         throw std::runtime_error("The server's module that combines streams did not come up");
-    lab.pickDefault(node);
+    bench.commandDefault(node);
     if (!lab.waitUntil(plays)) throw std::runtime_error("The server's module plays on no outputs");
 }
 
 CombineStream::~CombineStream() {
-    bench_.lab().pickDefault(SoundBench::desk);
+    bench_.commandDefault(before_);
     program_.signal(SIGTERM);
     program_.wait(std::chrono::seconds(5));
 }

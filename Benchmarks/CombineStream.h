@@ -5,21 +5,24 @@
 #include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/ChildProcess.h"
 
+#include <string>
+
 namespace velto {
 
 class CombineStream {
   public:
-    /// Returns when it plays on both. Throws std::runtime_error with one sentence.
-    explicit CombineStream(SoundBench& bench);
+    /// Returns when it plays on both. The output of before is the default again when it ends. Throws
+    /// std::runtime_error with one sentence.
+    explicit CombineStream(SoundBench& bench, std::string before = SoundBench::desk);
     CombineStream(const CombineStream&) = delete;
     CombineStream& operator=(const CombineStream&) = delete;
-    /// The first output is the default again when this returns.
     ~CombineStream();
 
     pid_t process() const noexcept { return program_.id(); }
 
   private:
     SoundBench& bench_;
+    std::string before_;
     ChildProcess program_;
 };
 

@@ -5,6 +5,7 @@
 
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/PrivateDesktop.h"
+#include "Benchmarks/PrivatePulse.h"
 #include "Benchmarks/ProcessFigures.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"
 #include "Tools/SoundLab/SoundLab.h"
@@ -54,7 +55,7 @@ class Bench {
     Bench() : desktop_(server_.folder()), lab_(server_.socket()) {
         lab_.plug(VirtualOutput::builtIn("velto.lab.desk", "Desk Speakers"));
         lab_.plug(VirtualOutput::usb("velto.lab.usb", "USB DAC"));
-        startPulse();
+        pulse_.emplace(server_, options().environment);
         fs::create_directories(server_.folder() / "config/velto");
         std::ofstream(server_.folder() / "config/velto/defaults.json")
             << R"({"hasCompletedOnboarding": true})";
@@ -83,30 +84,10 @@ class Bench {
     }
 
   private:
-    void startPulse() {
-        const fs::path configuration = server_.folder() / "pulse.conf";
-        std::ofstream(configuration)
-            << "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert\n"
-               "                     support.* = support/libspa-support }\n"
-               "context.modules = [ { name = libpipewire-module-protocol-native }\n"
-               "                    { name = libpipewire-module-client-node }\n"
-               "                    { name = libpipewire-module-adapter }\n"
-               "                    { name = libpipewire-module-metadata }\n"
-               "                    { name = libpipewire-module-protocol-pulse } ]\n"
-               "pulse.properties = { server.address = [ \"unix:native\" ] }\n";
-        pulse_.emplace(std::vector<std::string>{"pipewire", "-c", configuration.native()}, options());
-        const auto deadline = Clock::now() + 10s;
-        while (!fs::exists(server_.folder() / "run/pulse/native")) {
-            if (Clock::now() > deadline)
-                throw std::runtime_error("A private PulseAudio could not be started");
-            std::this_thread::sleep_for(10ms);
-        }
-    }
-
     PrivateSoundServer server_;
     PrivateDesktop desktop_;
     SoundLab lab_;
-    std::optional<ChildProcess> pulse_;
+    std::optional<PrivatePulse> pulse_;
 };
 
 void end(ChildProcess& program) {

@@ -10,20 +10,29 @@ namespace velto {
 
 void FigureTable::add(const char* what, const std::string& measured, const std::string& limit,
                       bool isWithin) {
+    print(what, measured, limit, isWithin);
+    isEveryFigureWithin_ = isEveryFigureWithin_ && isWithin;
+}
+
+void FigureTable::addPeer(const char* what, const std::string& measured) {
+    print(what, measured, "", std::nullopt);
+}
+
+void FigureTable::print(const char* what, const std::string& measured, const std::string& limit,
+                        std::optional<bool> isWithin) {
     std::printf("%-44s %-48s %-32s %s\n", what, measured.c_str(), limit.c_str(),
-                isWithin ? "within" : "BEYOND");
+                isWithin ? *isWithin ? "within" : "BEYOND" : "");
     if (const char* file = std::getenv("VELTO_FIGURES")) { // a line of JSON for each, for the proof
         json::Writer writer;
         writer.object([&] {
             writer.field("what", std::string(what));
             writer.field("measured", measured);
             writer.field("limit", limit);
-            writer.field("holds", isWithin);
+            if (isWithin) writer.field("holds", *isWithin);
         });
         const Data line = writer.finish().value();
         std::ofstream(file, std::ios::app) << std::string(line.begin(), line.end()) << '\n';
     }
-    isEveryFigureWithin_ = isEveryFigureWithin_ && isWithin;
 }
 
 double median(std::vector<double> values) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,9 +11,14 @@ namespace velto {
 class FigureTable {
   public:
     void add(const char* what, const std::string& measured, const std::string& limit, bool isWithin);
+    /// What another program takes: nothing is asked of it.
+    void addPeer(const char* what, const std::string& measured);
     bool isEveryFigureWithin() const noexcept { return isEveryFigureWithin_; }
 
   private:
+    void print(const char* what, const std::string& measured, const std::string& limit,
+               std::optional<bool> isWithin);
+
     bool isEveryFigureWithin_ = true;
 };
 

@@ -90,6 +90,14 @@ pid_t SoundBench::helper() {
     return *process;
 }
 
+void SoundBench::commandDefault(const std::string& output) {
+    ChildProcess tool({"pw-metadata", "0", "default.configured.audio.sink",
+                       "{ \"name\": \"" + output + "\" }", "Spa:String:JSON"},
+                      {server_.environment(), "", false});
+    if (tool.wait(std::chrono::seconds(5)) != 0 || !lab_.waitForDefault(output))
+        throw std::runtime_error("The output " + output + " did not become the default");
+}
+
 bool SoundBench::playsOn(const std::string& output) {
     const std::string aggregate(AggregateDeviceManager::aggregateUID);
     return lab_.waitUntil([&] { return lab_.linkCount(aggregate, output) > 0; });

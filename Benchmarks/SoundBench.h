@@ -52,6 +52,9 @@ class SoundBench {
     /// Answers when the output had its ports, on the monotonic clock in nanoseconds.
     std::int64_t plugDesk() { return lab_.plug(deskOutput_); }
 
+    /// Picks the default output by the server's own tool. Returns when it is the default.
+    void commandDefault(const std::string& output);
+
     /// Whether the session plays on the output, perhaps in a moment.
     bool playsOn(const std::string& output);
 

@@ -8,7 +8,8 @@ build_packages="clang-19 libclang-rt-19-dev lld-19 cmake ninja-build pkg-config 
     qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-window
     fonts-inter qt6-wayland"
 test_packages="libgtest-dev libgmock-dev libblocksruntime-dev shellcheck xvfb"
-benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb pasystray pavucontrol"
+benchmark_packages="libbenchmark-dev libxcb-xtest0-dev xvfb pasystray pavucontrol pulseaudio-utils
+    libltdl7 liborc-0.4-0 libsoxr0 libspeexdsp1 libtdb1 libwrap0"
 package_packages="dpkg-dev file desktop-file-utils appstream"
 macos_check_packages="python3 llvm-19 libc++-19-dev"
 
@@ -42,4 +43,13 @@ install_packages() {
         fail "packages could not be installed (${reason:-apt-get failed}); check the network and the package sources, then try again."
     fi
     rm -f "$log"
+}
+
+# unpack_pulseaudio: into build/peers, to be measured beside. It is never installed: an installed one would take the
+# desktop's sound at the next login. Without it the benchmarks say so.
+unpack_pulseaudio() {
+    [ ! -d build/peers/pulseaudio ] || return 0
+    mkdir -p build/peers
+    (cd build/peers && rm -rf fresh && apt-get download -q pulseaudio && dpkg -x pulseaudio_*.deb fresh &&
+        mv fresh pulseaudio) >build/peers/log 2>&1 || echo "PulseAudio could not be fetched, and is not measured."
 }

@@ -5,8 +5,8 @@
 namespace velto {
 
 void measureCost(Proof& proof) {
-    for (const char* program : {"velto-sound-benchmarks", "velto-desktop-benchmarks", "velto-room-benchmarks",
-                                "velto-alignment-benchmarks"}) {
+    for (const char* program : {"velto-sound-benchmarks", "velto-peer-benchmarks", "velto-desktop-benchmarks",
+                                "velto-room-benchmarks", "velto-alignment-benchmarks"}) {
         try {
             for (ProofFigure& figure : figuresOf(program))
                 proof.report.add(std::move(figure));
