@@ -1,4 +1,4 @@
-// Every decoder against text that a fuzzer makes up: the fuzz targets of the tests, for longer.
+// What others can send, write or be called, made up by a fuzzer: the fuzz targets of the tests, for longer.
 #include "Tools/Proof/Proof.h"
 
 #include "Tools/SoundLab/ChildProcess.h"
@@ -31,6 +31,16 @@ double lastNumber(const std::string& text, const std::string& expression) {
     return result;
 }
 
+/// How often a target has said each command, and how often it was done.
+void reportCommands(const std::string& log, ProofReport& report) {
+    const std::regex pattern(R"(command (.+): said (\d+), done (\d+))");
+    for (std::sregex_iterator found(log.begin(), log.end(), pattern), end; found != end; ++found) {
+        const std::smatch& line = *found;
+        report.add({"velto " + line[1].str(), line[2].str() + " times said, " + line[3].str() + " done",
+                    "said", line[2] != "0"});
+    }
+}
+
 } // namespace
 
 void meetHostileInput(Proof& proof) {
@@ -51,8 +61,8 @@ void meetHostileInput(Proof& proof) {
         fs::create_directory(folder.path() / name);
         ChildProcess fuzzer(
             {program, "-max_total_time=" + std::to_string(seconds),
-             "-seed=" + std::to_string(proof.seed % 1'000'000'000), "-timeout=10", "-rss_limit_mb=2048",
-             "-max_len=4096", "-dict=" + (sources / "json.dict").native(),
+             "-seed=" + std::to_string(proof.seed % 1'000'000'000), "-timeout=60", "-rss_limit_mb=2048",
+             "-max_len=4096", "-dict=" + (sources / "velto.dict").native(),
              "-artifact_prefix=" + proof.report.folder().native() + "/", folder.path() / name, corpus},
             {{}, log, false});
         const auto status = fuzzer.wait(std::chrono::seconds(seconds + 120));
@@ -63,6 +73,7 @@ void meetHostileInput(Proof& proof) {
         std::snprintf(text, sizeof text, "%.0f inputs in %d s; %.0f of %.0f places reached",
                       lastNumber(said, R"(#(\d+)\s+DONE)"), seconds, reached, places);
         proof.report.add({name, text, "nothing found", status == 0});
+        reportCommands(said, proof.report);
         if (status != 0)
             proof.report.addViolation(name + ": " +
                                       said.substr(said.size() - std::min<std::size_t>(said.size(), 2000)));

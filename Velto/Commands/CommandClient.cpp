@@ -1,6 +1,7 @@
 #include "Velto/Commands/CommandClient.h"
 
 #include "Velto/Commands/CommandText.h"
+#include "VeltoCore/Services/LogSink.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -31,10 +32,11 @@ void requireSameVersion(LineConnection& connection) {
     const auto line = connection.read(answerPatience);
     const auto greeting = line ? objectOf(*line) : std::nullopt;
     if (!greeting) throw CommandFailure("Velto runs, but does not answer.");
-    if (greeting->value("version", 0) == commandVersion) return;
+    if (greeting->value("version", JSON()) == commandVersion) return;
+    const JSON velto = greeting->value("velto", JSON());
     throw CommandFailure(
         fmt::format("Velto {} runs, which takes other commands than this one; quit it first.",
-                    greeting->value("velto", "")));
+                    velto.is_string() ? cleanedForLog(velto.get_ref<const std::string&>()) : ""));
 }
 
 } // namespace
@@ -64,7 +66,7 @@ bool CommandClient::raise(const std::map<std::string, std::string>& environment)
     auto connection = connect();
     if (!connection || !connection->send(CommandRequest{"raise", {}, environment}.line()))
         throw CommandFailure("Velto is running already, but does not answer.");
-    return readAnswer(*connection).value("isRaised", false);
+    return readAnswer(*connection).value("isRaised", JSON()) == true;
 }
 
 /// None when no program runs.
@@ -100,10 +102,7 @@ JSON CommandClient::readAnswer(LineConnection& connection) {
     const auto line = connection.read();
     const auto answer = line ? objectOf(*line) : std::nullopt;
     if (!answer) throw CommandFailure("Velto has ended.");
-    if (answer->contains("error"))
-        throw CommandFailure(answer->value("error", ""), answer->value("isWrongUsage", false)
-                                                             ? CommandFailure::Kind::wrongUsage
-                                                             : CommandFailure::Kind::failed);
+    if (const auto failure = CommandText::failureOf(*answer)) throw CommandFailure(*failure);
     return *answer;
 }
 

@@ -22,10 +22,10 @@ CommandRequest CommandRequest::of(std::string_view line) {
     const auto object = objectOf(line);
     if (!object) throw CommandFailure("A request is one JSON object in one line.");
     try {
-        const int version = object->at("version").get<int>();
-        if (version != commandVersion)
+        const JSON& version = object->at("version"); // a number of any size
+        if (!version.is_number_integer() || version != commandVersion)
             throw CommandFailure(
-                fmt::format("Velto speaks version {} here, not {}.", commandVersion, version));
+                fmt::format("Velto speaks version {} here, not {}.", commandVersion, lineOf(version)));
         return {.command = object->at("command").get<std::string>(),
                 .arguments = object->value("arguments", std::vector<std::string>()),
                 .environment = object->value("environment", std::map<std::string, std::string>())};

@@ -1,11 +1,14 @@
 #include "Velto/Commands/CommandText.h"
 
+#include "VeltoCore/Services/LogSink.h"
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <vector>
 
 namespace velto {
@@ -14,16 +17,11 @@ namespace {
 
 using Row = std::vector<std::string>;
 
-/// What somebody else has named may hold what a terminal takes for orders.
-std::string printable(std::string text) {
-    for (char& letter : text)
-        if (static_cast<unsigned char>(letter) < ' ' || letter == '\x7F') letter = '?';
-    return text;
-}
-
 std::string text(const JSON& object, const char* key) {
     const auto found = object.find(key);
-    return found != object.end() && found->is_string() ? printable(found->get<std::string>()) : "";
+    // What somebody else has named may hold what a terminal takes for orders.
+    return found != object.end() && found->is_string() ? cleanedForLog(found->get_ref<const std::string&>())
+                                                       : "";
 }
 
 bool flag(const JSON& object, const char* key) {
@@ -37,10 +35,12 @@ std::string percent(const JSON& object, const char* key) {
     return fmt::format("{:.0f} %", std::round(found->get<double>() * 100));
 }
 
-const JSON& list(const JSON& object, const char* key) {
-    static const JSON none = JSON::array();
-    const auto found = object.find(key);
-    return found != object.end() && found->is_array() ? *found : none;
+/// Its elements that are objects.
+JSON list(const JSON& object, const char* key) {
+    JSON result = JSON::array();
+    if (const auto found = object.find(key); found != object.end() && found->is_array())
+        std::ranges::copy_if(*found, std::back_inserter(result), &JSON::is_object);
+    return result;
 }
 
 std::size_t width(const std::string& text) {
@@ -158,6 +158,13 @@ std::string CommandText::of(const JSON& answer) {
     if (answer.contains("presets")) return presetsText(answer);
     if (answer.contains("state")) return statusText(answer);
     return outputsText(answer);
+}
+
+std::optional<CommandFailure> CommandText::failureOf(const JSON& answer) {
+    using Kind = CommandFailure::Kind;
+    if (!answer.contains("error")) return std::nullopt;
+    return CommandFailure(text(answer, "error"),
+                          flag(answer, "isWrongUsage") ? Kind::wrongUsage : Kind::failed);
 }
 
 std::string CommandText::lineOf(const JSON& status) {

@@ -45,8 +45,8 @@ class LogArgument {
 /// Text that may be shown to anybody who can read the log, such as a device's name.
 LogArgument publicText(std::string_view text);
 
-/// Foreign text made fit for a log line: control and direction-changing characters and broken UTF-8 become
-/// U+FFFD.
+/// Foreign text made fit for a line of the log, or of a terminal: control and direction-changing characters
+/// and broken UTF-8 become U+FFFD.
 std::string cleanedForLog(std::string_view text);
 
 struct LogMessage {

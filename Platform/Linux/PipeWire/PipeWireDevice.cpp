@@ -5,7 +5,6 @@
 #include <spa/param/param.h>
 #include <spa/param/route.h>
 #include <spa/pod/builder.h>
-#include <spa/pod/parser.h>
 
 #include <array>
 #include <utility>
@@ -27,15 +26,9 @@ struct PipeWireDevice::Events {
         auto& self = *static_cast<PipeWireDevice*>(data);
         if (id != SPA_PARAM_Route || !pod) return;
         if (index == 0) self.routes_.clear(); // a new list begins
-        int32_t route = 0;
-        int32_t profileDevice = 0;
-        uint32_t direction = 0;
-        const int parsed = spa_pod_parse_object(pod, SPA_TYPE_OBJECT_ParamRoute, nullptr,   //
-                                                SPA_PARAM_ROUTE_index, SPA_POD_Int(&route), //
-                                                SPA_PARAM_ROUTE_direction, SPA_POD_Id(&direction),
-                                                SPA_PARAM_ROUTE_device, SPA_POD_Int(&profileDevice));
-        if (parsed < 0 || direction != SPA_DIRECTION_OUTPUT || profileDevice < 0) return;
-        self.routes_.insert_or_assign(static_cast<uint32_t>(profileDevice), route);
+        const auto route = readOutputRoute(pod);
+        if (!route) return;
+        self.routes_.insert_or_assign(route->profileDevice, route->index);
         self.changed_();
     }
     static constexpr pw_device_events table{PW_VERSION_DEVICE_EVENTS, info, param};

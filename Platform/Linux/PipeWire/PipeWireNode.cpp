@@ -2,9 +2,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireProps.h"
 
-#include <spa/param/audio/format-utils.h>
 #include <spa/param/param.h>
-#include <spa/pod/iter.h>
 
 #include <array>
 #include <utility>
@@ -12,20 +10,6 @@
 namespace velto {
 
 namespace {
-
-/// The number of channels a format offers first; 0 when it doesn't say.
-uint32_t offeredChannelCount(const spa_pod* format) {
-    if (!spa_pod_is_object(format)) return 0;
-    const auto* object = reinterpret_cast<const spa_pod_object*>(format);
-    const spa_pod_prop* channels = spa_pod_object_find_prop(object, nullptr, SPA_FORMAT_AUDIO_channels);
-    if (!channels) return 0;
-    uint32_t count = 0;
-    uint32_t choice = 0;
-    const spa_pod* values = spa_pod_get_values(&channels->value, &count, &choice);
-    int32_t number = 0;
-    if (count == 0 || spa_pod_get_int(values, &number) < 0 || number < 0) return 0;
-    return static_cast<uint32_t>(number);
-}
 
 /// One that is made by a program, such as a microphone without its noise, is as good as a card's.
 bool isSource(std::optional<std::string_view> mediaClass) {
@@ -45,7 +29,7 @@ struct PipeWireNode::Events {
         auto& self = *static_cast<PipeWireNode*>(data);
         if (!pod) return;
         if (id == SPA_PARAM_EnumFormat) {
-            if (const uint32_t channels = offeredChannelCount(pod)) self.offeredChannels_ = channels;
+            if (const uint32_t channels = readOfferedChannels(pod)) self.offeredChannels_ = channels;
         } else if (id == SPA_PARAM_Props) {
             PipeWireVolumeProps props = readVolumeProps(pod);
             if (props.channelVolumes) self.channelVolumes_ = std::move(*props.channelVolumes);

@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWirePort.h"
 
+#include "Platform/Linux/PipeWire/PipeWireProps.h"
+
 #include <spa/param/param.h>
 
 #include <utility>
@@ -9,10 +11,9 @@ namespace velto {
 struct PipeWirePort::Events {
     static void param(void* data, int, uint32_t id, uint32_t, uint32_t, const spa_pod* pod) {
         auto& self = *static_cast<PipeWirePort*>(data);
-        spa_latency_info latency{};
-        if (id != SPA_PARAM_Latency || !pod || spa_latency_parse(pod, &latency) < 0) return;
-        if (latency.direction != SPA_DIRECTION_INPUT) return;
-        self.latency_ = latency;
+        const auto latency = id == SPA_PARAM_Latency && pod ? readPlaybackLatency(pod) : std::nullopt;
+        if (!latency) return;
+        self.latency_ = *latency;
         self.changed_();
     }
     static constexpr pw_port_events table{PW_VERSION_PORT_EVENTS, nullptr, param};

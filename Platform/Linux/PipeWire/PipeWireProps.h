@@ -1,6 +1,11 @@
-// PipeWireProps: builds and reads the volume parameters of nodes and routes.
+// PipeWireProps: builds the volume parameters of nodes and routes, and reads what nodes, routes and ports
+// say.
+//
+// A parameter is made by whatever program has the node: the server passes on anything whose outermost size is
+// right. So nothing in it is relied on, and what is not as it should be is read as not there.
 #pragma once
 
+#include <spa/param/latency-utils.h>
 #include <spa/pod/pod.h>
 
 #include <array>
@@ -19,6 +24,17 @@ struct PipeWireVolumeProps {
 };
 
 PipeWireVolumeProps readVolumeProps(const spa_pod* props);
+/// The number of channels a format offers first; 0 when it doesn't say.
+uint32_t readOfferedChannels(const spa_pod* format);
+
+struct PipeWireRoute {
+    int32_t index = 0;
+    uint32_t profileDevice = 0;
+};
+/// None for anything but an output route.
+std::optional<PipeWireRoute> readOutputRoute(const spa_pod* route);
+/// From a playback port to the ear; none for anything else.
+std::optional<spa_latency_info> readPlaybackLatency(const spa_pod* latency);
 
 /// A Props parameter in a buffer of its own.
 class PipeWirePropsPod {
