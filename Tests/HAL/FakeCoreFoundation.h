@@ -2,7 +2,8 @@
 //
 // Behaves like the platform where the client could go wrong: strings are measured in UTF-16 units, containers
 // retain only when told to. An object that lost its last reference stays known, so that every later use of it
-// is a fault with a name. Faults are collected, never fatal; the fixture reads them.
+// is a fault with a name. Faults are collected, never fatal; the fixture reads them. RealCoreFoundation.cpp
+// has the same over the platform's own library, where that is to be had.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
