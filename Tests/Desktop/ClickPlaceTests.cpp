@@ -32,6 +32,7 @@ TEST(ClickPlaceTests, APlaceIsReadInThePixelsThatTheDesktopCountsIn) {
          {1200, 24}},
         {"keys, with the pointer far away", {1200, 790}, QPoint(20, 30), {plain}, {1200, 790}},
         {"keys, scaled", {1200, 790}, QPoint(20, 30), {doubled}, {600, 395}},
+        {"one that enlarges what X11 draws", {1550, 1167}, std::nullopt, {plain}, {1033, 778}},
         {"the second of two screens", {1680, 20}, std::nullopt, {plain, second}, {1480, 10}},
     };
     for (const auto& c : cases)

@@ -10,14 +10,26 @@ namespace velto {
 namespace {
 
 constexpr int largestToolkitScale = 4;
+/// In which desktops offer scales.
+constexpr double scaleStep = 0.25;
 /// How far from the pointer desktops may say that an item was clicked, which tell where it begins. In pixels.
 constexpr int itemLength = 100;
 
-QPoint fromHardware(QPoint told, const std::vector<ScaledScreen>& screens) {
+/// None where the place is on none of the screens.
+std::optional<QPoint> onScreen(QPoint told, const std::vector<ScaledScreen>& screens, double furtherScale) {
     for (const auto& [geometry, scale] : screens) {
-        const QRect onHardware(geometry.topLeft(), geometry.size() * scale);
-        if (onHardware.contains(told)) return geometry.topLeft() + (told - geometry.topLeft()) / scale;
+        const double whole = scale * furtherScale;
+        const QRect onHardware(geometry.topLeft(), geometry.size() * whole);
+        if (onHardware.contains(told)) return geometry.topLeft() + (told - geometry.topLeft()) / whole;
     }
+    return std::nullopt;
+}
+
+/// A Wayland desktop may enlarge all that X11 draws, without telling X11. Then items in a bar at the far edge
+/// are beyond all screens, up to the scale that the desktop has.
+QPoint fromHardware(QPoint told, const std::vector<ScaledScreen>& screens) {
+    for (double further = 1; further <= largestToolkitScale; further += scaleStep)
+        if (const auto place = onScreen(told, screens, further)) return *place;
     return told;
 }
 

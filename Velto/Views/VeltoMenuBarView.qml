@@ -12,7 +12,7 @@ FocusScope {
     signal quitRequested()
 
     implicitWidth: Math.round(356 * Math.max(1, appearance.fontScale))
-    implicitHeight: Math.min(longestHeight, Math.max(content.height + 2 * 12, listEnd))
+    implicitHeight: Math.min(longestHeight, Math.ceil(Math.max(content.height + 2 * 12, listEnd)))
 
     /// The panel makes room for a list that is open.
     readonly property real listEnd: Math.max(endOf(firstPicker), endOf(secondPicker))
