@@ -14,7 +14,8 @@ namespace {
 constexpr const char* portal = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* interface = "org.freedesktop.portal.GlobalShortcuts";
-constexpr const char* sessionToken = "velto_session";
+/// Desktops that can't tell who asks show it as the program's name.
+constexpr const char* sessionToken = "Velto";
 constexpr const char* sessionRequest = "velto_make_session";
 constexpr const char* bindRequest = "velto_bind";
 
@@ -32,6 +33,29 @@ void readDictionary(sd_bus_message* message, const Take& take) {
         sd_bus_message_exit_container(message);
     }
     sd_bus_message_exit_container(message);
+}
+
+void appendShortcuts(sd_bus_message* message, const std::vector<GlobalShortcutService::Shortcut>& shortcuts) {
+    require(sd_bus_message_open_container(message, 'a', "(sa{sv})"));
+    for (const auto& [id, description, keys] : shortcuts)
+        require(sd_bus_message_append(message, "(sa{sv})", id.c_str(), 1, "description", "s",
+                                      description.c_str()));
+    require(sd_bus_message_close_container(message));
+}
+
+/// Plasma 5.27 takes the shortcuts from here, and nothing of those that are bound in the session.
+void composeSession(sd_bus* bus, sd_bus_message*& message,
+                    const std::vector<GlobalShortcutService::Shortcut>& shortcuts) {
+    require(sd_bus_message_new_method_call(bus, &message, portal, portalPath, interface, "CreateSession"));
+    require(sd_bus_message_open_container(message, 'a', "{sv}"));
+    require(sd_bus_message_append(message, "{sv}{sv}", "handle_token", "s", sessionRequest,
+                                  "session_handle_token", "s", sessionToken));
+    require(sd_bus_message_open_container(message, 'e', "sv"));
+    require(sd_bus_message_append(message, "s", "shortcuts"));
+    require(sd_bus_message_open_container(message, 'v', "a(sa{sv})"));
+    appendShortcuts(message, shortcuts);
+    for (int open = 0; open < 3; ++open)
+        require(sd_bus_message_close_container(message));
 }
 
 /// Where the portal answers a request with that token.
@@ -193,9 +217,9 @@ void PortalShortcuts::createSession() try {
     // Where the portal has this, it is told who asks; elsewhere it finds out by itself.
     sd_bus_call_method_async(bus, nullptr, portal, portalPath, "org.freedesktop.host.portal.Registry",
                              "Register", nullptr, nullptr, "sa{sv}", "com.corlent.velto", 0);
-    require(sd_bus_call_method_async(bus, nullptr, portal, portalPath, interface, "CreateSession",
-                                     &Received::called, this, "a{sv}", 2, "handle_token", "s", sessionRequest,
-                                     "session_handle_token", "s", sessionToken));
+    BusMessage call;
+    composeSession(bus, call.message, wanted_);
+    require(sd_bus_call_async(bus, nullptr, call.message, &Received::called, this, 0));
 } catch (const std::runtime_error& error) {
     fail(State::unavailable, error.what());
 }
@@ -220,11 +244,7 @@ void PortalShortcuts::bindInSession() {
     require(sd_bus_message_new_method_call(connection_->bus(), &call.message, portal, portalPath, interface,
                                            "BindShortcuts"));
     require(sd_bus_message_append(call.message, "o", session_.c_str()));
-    require(sd_bus_message_open_container(call.message, 'a', "(sa{sv})"));
-    for (const Shortcut& shortcut : wanted_)
-        require(sd_bus_message_append(call.message, "(sa{sv})", shortcut.id.c_str(), 1, "description", "s",
-                                      shortcut.description.c_str()));
-    require(sd_bus_message_close_container(call.message));
+    appendShortcuts(call.message, wanted_);
     require(sd_bus_message_append(call.message, "sa{sv}", "", 1, "handle_token", "s", bindRequest));
     require(sd_bus_call_async(connection_->bus(), nullptr, call.message, &Received::called, this, 0));
 }

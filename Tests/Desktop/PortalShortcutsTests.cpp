@@ -67,9 +67,24 @@ class Portal {
         std::ranges::replace(sender, '.', '_');
         return std::string(portalPath) + "/" + kind + "/" + sender + "/" + token;
     }
+    static void expectBoth(sd_bus_message* message) {
+        std::vector<std::string> read;
+        sd_bus_message_enter_container(message, 'a', "(sa{sv})");
+        for (const char *id = nullptr, *name = nullptr, *text = nullptr;
+             sd_bus_message_read(message, "(sa{sv})", &id, 1, &name, "s", &text) > 0;)
+            read.push_back(std::string(id) + " " + name + " " + text);
+        sd_bus_message_exit_container(message);
+        EXPECT_THAT(read, ElementsAre("play description Play", "mute description Mute"));
+    }
     int createSession(sd_bus_message* message) {
         const char *name = nullptr, *request = nullptr, *token = nullptr;
-        sd_bus_message_read(message, "a{sv}", 2, &name, "s", &request, &name, "s", &token);
+        sd_bus_message_enter_container(message, 'a', "{sv}");
+        sd_bus_message_read(message, "{sv}{sv}", &name, "s", &request, &name, "s", &token);
+        sd_bus_message_enter_container(message, 'e', "sv");
+        sd_bus_message_read(message, "s", &name);
+        EXPECT_STREQ(name, "shortcuts");
+        sd_bus_message_enter_container(message, 'v', "a(sa{sv})");
+        expectBoth(message);
         session_ = pathOf(message, "session", token);
         const std::string path = pathOf(message, "request", request);
         sd_bus_reply_method_return(message, "o", path.c_str());
@@ -79,7 +94,7 @@ class Portal {
     int bindShortcuts(sd_bus_message* message) {
         const char *session = nullptr, *window = nullptr, *name = nullptr, *request = nullptr;
         sd_bus_message_read(message, "o", &session);
-        sd_bus_message_skip(message, "a(sa{sv})");
+        expectBoth(message);
         sd_bus_message_read(message, "sa{sv}", &window, 1, &name, "s", &request);
         EXPECT_EQ(session, session_);
         const std::string path = pathOf(message, "request", request);

@@ -57,7 +57,8 @@ TEST_F(GlobalShortcutsTests, SettingsNameTheKeysOrWhatToBind) {
     EXPECT_THAT(row().help, HasSubstr("The desktop asks which"));
     setWanted(true);
     shortcuts.assignKeys(0, "Meta+P");
-    EXPECT_EQ(row().help, "Play together or stop: Meta+P; Mute or unmute: no keys yet.");
+    EXPECT_EQ(row().help, "Play together or stop: Meta+P; Mute or unmute: no keys yet. "
+                          "The desktop's keyboard settings assign them.");
     for (const State state : {State::refused, State::unavailable}) {
         setWanted(false);
         shortcuts.answer = state;

@@ -53,9 +53,13 @@ std::string GlobalShortcuts::help(const GlobalShortcutService& service) {
         break;
     }
     std::string text;
-    for (const auto& [id, description, keys] : service.shortcuts())
+    bool haveKeys = true;
+    for (const auto& [id, description, keys] : service.shortcuts()) {
         text += (text.empty() ? "" : "; ") + description + ": " + (keys.empty() ? "no keys yet" : keys);
-    return text.empty() ? "The desktop has bound none. Its keyboard settings have them." : text + ".";
+        haveKeys = haveKeys && !keys.empty();
+    }
+    if (text.empty()) return "The desktop has bound none. Its keyboard settings have them.";
+    return text + (haveKeys ? "." : ". The desktop's keyboard settings assign them.");
 }
 
 } // namespace velto
