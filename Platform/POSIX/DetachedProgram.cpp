@@ -1,6 +1,7 @@
 #include "Platform/POSIX/DetachedProgram.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <unistd.h>
 
@@ -11,7 +12,7 @@ extern char** environ; // NOLINT: the system's
 
 namespace velto {
 
-void startDetached(const std::filesystem::path& program, std::vector<std::string> arguments) {
+pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), program.native());
     std::vector<char*> pointers;
     for (std::string& argument : arguments)
@@ -25,13 +26,17 @@ void startDetached(const std::filesystem::path& program, std::vector<std::string
         posix_spawn_file_actions_addopen(&files, output, "/dev/null", O_WRONLY, 0);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    sigset_t none; // a program that answers its signals itself has blocked them
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
     pid_t process = -1;
     const int error = posix_spawn(&process, program.c_str(), &files, &attributes, pointers.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     if (error != 0)
         throw std::runtime_error(program.native() + " could not be started: " + std::strerror(error));
+    return process;
 }
 
 } // namespace velto

@@ -107,6 +107,21 @@ TEST_F(StatusAreaTests, WithoutOneThePanelIsAWindowThatOpensOnceItIsClearThatNon
     EXPECT_EQ(windows.style, PanelStyle::dropDown);
 }
 
+TEST_F(StatusAreaTests, APanelThatIsAskedForAtTheStartWaitsUntilItsPlaceIsClear) {
+    start();
+    application->raiseOncePlaced();
+    EXPECT_EQ(windows.panelsShown, 0);
+    shell.emplace();
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(windows.panelsShown, 1);
+    EXPECT_EQ(windows.style, PanelStyle::dropDown);
+    shell.reset();
+    ASSERT_TRUE(losesItem());
+    shell.emplace();
+    ASSERT_TRUE(isShown());
+    EXPECT_EQ(windows.panelsShown, 1) << "once";
+}
+
 TEST_F(StatusAreaTests, WhereWindowsAreNotPlacedThePanelIsAWindowThatItsItemOpens) {
     shell.emplace();
     start<UnplacedApplication>();

@@ -1,6 +1,8 @@
 // The program as it is shipped, with its modules, on a real server and a real display.
+#include "Tests/Desktop/NotificationShower.h"
 #include "Tests/PipeWire/RealServer.h"
 #include "Tests/UI/VirtualScreen.h"
+#include "Tools/SoundLab/PrivateBus.h"
 #include "Tools/SoundLab/RunningVelto.h"
 
 #include <chrono>
@@ -84,6 +86,23 @@ TEST_F(ProgramTests, OneWithoutWindowsOpensThemOnTheDisplayOfASecondStartAndPlay
     EXPECT_EQ(id(aggregateUID), aggregate);
     EXPECT_EQ(lab->linkCount(aggregateUID, "usb"), links);
     velto.process().signal(SIGTERM);
+    EXPECT_EQ(velto.process().wait(10s), 0);
+    EXPECT_TRUE(isPutBack());
+}
+
+TEST_F(ProgramTests, OneWithoutWindowsOpensThemAtAClickOnItsNotification) {
+    const PrivateBus bus;
+    NotificationShower shower(loop, bus.address());
+    RunningVelto::Environment environment = onDisplay();
+    environment["DBUS_SESSION_BUS_ADDRESS"] = bus.address();
+    RunningVelto velto = start(environment, "--background");
+    ASSERT_EQ(velto.command({"play", "desk", "usb"}).error, "");
+    unplug("usb");
+    ASSERT_TRUE(runUntil([&] { return !shower.told.empty(); }));
+    EXPECT_FALSE(hasLoaded(velto, "libQt6"));
+    shower.emit("ActionInvoked", "us", shower.lastID, "default");
+    EXPECT_TRUE(runUntil([&] { return hasLoaded(velto, "velto-windows.so"); }));
+    EXPECT_EQ(velto.command({"quit"}).error, "");
     EXPECT_EQ(velto.process().wait(10s), 0);
     EXPECT_TRUE(isPutBack());
 }

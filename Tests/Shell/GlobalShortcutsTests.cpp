@@ -54,7 +54,7 @@ TEST_F(GlobalShortcutsTests, PlayStopAndMuteWhileTheyAreWanted) {
 TEST_F(GlobalShortcutsTests, SettingsNameTheKeysOrWhatToBind) {
     launch();
     settings().inquireShortcuts();
-    EXPECT_THAT(row().help, HasSubstr("The desktop asks which"));
+    EXPECT_THAT(row().help, HasSubstr("in any program"));
     setWanted(true);
     shortcuts.assignKeys(0, "Meta+P");
     EXPECT_EQ(row().help, "Play together or stop: Meta+P; Mute or unmute: no keys yet. "

@@ -98,6 +98,7 @@ int runDesktop(const DesktopContext& context) {
     LinuxApplication application(context.delegate, context.host, loadUserInterface, waitUntil);
     const LostDisplay lostDisplay([&] { application.endNow(); });
     application.start(context.isHidden);
+    if (context.isRaised) application.raiseOncePlaced();
     context.raisable([&application] { application.raise(); });
     const int status = QGuiApplication::exec();
     context.raisable({});

@@ -19,6 +19,8 @@ struct DesktopContext {
     std::function<void(std::function<void()> raise)> raisable;
     /// No window is opened before somebody asks for one.
     bool isHidden;
+    /// Somebody has asked for the panel already.
+    bool isRaised;
     /// What Qt makes of the program's arguments.
     int& argumentCount;
     char** arguments;

@@ -42,7 +42,7 @@ Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& sig
                  SingleInstance& instance)
     : options_(options), actor_(actor), defaults_(FileUserDefaults::standardFile(), actor),
       loginItems_(XdgAutostart::runningProgram(), XdgAutostart::standardFile()), sleep_(actor), host_(sleep_),
-      notifications_(actor), shortcuts_(actor), delegate_(services()),
+      notifications_(actor), shortcuts_(actor), secondStart_(actor), delegate_(services()),
       commands_(delegate_.appState(),
                 {.quit = [this] { delegate_.quit(); },
                  .raise = [this](const auto& environment) { return raise(environment); }}),
@@ -52,6 +52,7 @@ Program::Program(Options options, LinuxMainActor& actor, TerminationSignals& sig
         LoggingService::lifecycle.error("{}", trouble);
     signals.observe(actor, [this] { delegate_.quit(); });
     host_.setHandlers({.terminate = [&actor] { actor.quit(); }, .copy = {}});
+    delegate_.appState().notifications().setOpenHandler([this] { openOnOwnDisplay(); });
     if (instance.listener() >= 0) server_.listen(instance.listener());
 }
 
@@ -106,6 +107,7 @@ int Program::runDesktop() {
                            .delegate = delegate_,
                            .raisable = [this](auto handler) { raisePanel_ = std::move(handler); },
                            .isHidden = options_.isHidden,
+                           .isRaised = isRaised_,
                            .argumentCount = options_.argumentCount,
                            .arguments = options_.arguments};
     return runDesktop_(&context);
@@ -115,6 +117,14 @@ bool Program::raise(const std::map<std::string, std::string>& environment) {
     if (!raisePanel_) return runDesktop_ || openDesktop(environment);
     raisePanel_();
     return true;
+}
+
+void Program::openOnOwnDisplay() {
+    if (hasDisplay(displayEnvironment())) {
+        secondStart_.begin();
+    } else {
+        LoggingService::ui.notice("Nothing can be opened: there is no display");
+    }
 }
 
 /// The display is known to be there: whoever asks has tried it.
@@ -135,6 +145,7 @@ bool Program::openDesktop(const std::map<std::string, std::string>& environment)
         return false;
     }
     LoggingService::ui.notice("Opening on a display");
+    isRaised_ = true;
     actor_.quit(); // the desktop's loop follows
     return true;
 }

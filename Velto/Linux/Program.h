@@ -1,7 +1,8 @@
 // Program: the application on the services of Linux, on a desktop or without one.
 //
 // Made and run by the entry point; main actor only. Without a desktop the main actor's own loop runs; when
-// somebody starts the program on a display then, the desktop is opened around the application as it runs.
+// somebody starts the program on a display then, or clicks on a notification of it, the desktop is opened
+// around the application as it runs.
 #pragma once
 
 #include "Platform/Linux/DesktopNotifications.h"
@@ -17,6 +18,7 @@
 #include "Platform/POSIX/SingleInstance.h"
 #include "Velto/Commands/CommandService.h"
 #include "Velto/Linux/DesktopModule.h"
+#include "Velto/Linux/SecondStart.h"
 #include "Velto/Shell/AppDelegate.h"
 
 #include <functional>
@@ -57,6 +59,8 @@ class Program {
 
     PlatformServices services();
     bool raise(const std::map<std::string, std::string>& environment);
+    /// For a click on a notification, while there are no windows.
+    void openOnOwnDisplay();
     /// Throws std::runtime_error, with a sentence for the user, where there can be none.
     void loadDesktop();
     bool openDesktop(const std::map<std::string, std::string>& environment);
@@ -71,10 +75,12 @@ class Program {
     LinuxApplicationHost host_;
     DesktopNotifications notifications_;
     PortalShortcuts shortcuts_;
+    SecondStart secondStart_;
     AppDelegate delegate_;
     CommandService commands_;
     LineServer server_;
     std::function<void()> raisePanel_; // none without windows
+    bool isRaised_ = false;            // before there was a panel to bring up
     RunDesktop runDesktop_ = nullptr;  // once there is to be a desktop
 };
 

@@ -55,6 +55,7 @@ void VeltoApplication::makeStatusItem() {
     if (statusItem_) stopWaitingForStatusArea();
     updateStatusItem();
     applyPanelStyle();
+    if (statusItem_ && isToRaise_) raise();
 }
 
 void VeltoApplication::stopWaitingForStatusArea() {
@@ -103,7 +104,7 @@ void VeltoApplication::offerWindows() {
 void VeltoApplication::withoutStatusItem() {
     LoggingService::ui.notice("This desktop has no status area; the panel is a window");
     applyPanelStyle();
-    if (!isHidden_ && !delegate_.isShuttingDown()) raise();
+    if ((!isHidden_ || isToRaise_) && !delegate_.isShuttingDown()) raise();
 }
 
 void VeltoApplication::updateStatusItem() {
@@ -143,9 +144,15 @@ void VeltoApplication::withWindows(const std::function<void(UserInterface&)>& ac
 
 void VeltoApplication::raise() {
     if (!statusArea_) start(true); // it ran without windows
+    isToRaise_ = false;
     if (std::exchange(isHidden_, false)) offerWindows();
     withWindows(
         [this](UserInterface& windows) { windows.showPanel(statusItem_ ? statusItem_->place() : QRect()); });
+}
+
+void VeltoApplication::raiseOncePlaced() {
+    isToRaise_ = true;
+    if (statusItem_) raise();
 }
 
 } // namespace velto

@@ -32,6 +32,8 @@ class VeltoApplication {
     void start(bool isHidden = false);
     /// The program was started again, or has no status item: its panel, where it can be seen.
     void raise();
+    /// The same for one that has just been started: once it is clear where the panel belongs.
+    void raiseOncePlaced();
     /// The one way to end the program: outputs are put back first.
     virtual void requestQuit() = 0;
 
@@ -70,6 +72,7 @@ class VeltoApplication {
     StatusItemViewModel statusItemModel_;
     UserInterfaceFactory makeUserInterface_;
     bool isHidden_ = false;
+    bool isToRaise_ = false; // as soon as there is a status item, or it is clear that none comes
     Subscription statusSubscription_;
     std::unique_ptr<UserInterface> userInterface_;
     std::unique_ptr<StatusArea> statusArea_; // none before the start

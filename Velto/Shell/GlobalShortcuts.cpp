@@ -44,7 +44,7 @@ std::string GlobalShortcuts::help(const GlobalShortcutService& service) {
     switch (service.state()) {
     case State::unknown:
     case State::available:
-        return "Keys that play or stop, and that mute, in whichever program you are. The desktop asks which.";
+        return "Keys that play or stop, and that mute, in any program. The desktop assigns them.";
     case State::refused:
         return std::string("The desktop did not allow them. ") + commands;
     case State::unavailable:

@@ -37,7 +37,7 @@ FocusScope {
                     text: modelData.title
                     symbol: modelData.symbol
                     checked: view.tab === index
-                    onChosen: view.tab = index
+                    onChosen: { view.tab = index; view.focusHome() }
                     onMoved: step => buttons.move(step)
                 }
             }

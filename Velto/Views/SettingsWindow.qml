@@ -9,7 +9,7 @@ Window {
     title: "Velto Settings"
     color: Theme.windowOpaque
     width: 560
-    height: Math.min(540, longestHeight)
+    height: Math.min(600, longestHeight)
     minimumWidth: 480
     minimumHeight: Math.min(400, longestHeight)
 
