@@ -35,7 +35,7 @@ std::vector<PresetRow> PresetViewModel::presetRows() const {
              .name = preset.name,
              .outputs = preset.displayName(),
              .shortOutputs = shortNames(preset),
-             .note = note(preset),
+             .note = note(preset, names),
              .isReady = isReady(preset),
              .isFavorite = preset.isFavorite,
              .isAutoConnect = preset.autoConnect,
@@ -47,11 +47,14 @@ std::vector<PresetRow> PresetViewModel::presetRows() const {
 }
 
 /// Why a click on it would do nothing comes first.
-std::string PresetViewModel::note(const AudioPreset& preset) const {
+std::string PresetViewModel::note(const AudioPreset& preset, const OutputNames& names) const {
     const auto [first, second] = preset.resolve(deviceManager_.devices());
     if (coordinator_.activePresetID() == preset.id) return "Playing";
     if (!first && !second) return "Both outputs are not connected";
-    if (!first || !second) return (first ? preset.second : preset.first).name + " is not connected";
+    if (!first || !second) {
+        const auto& missing = first ? preset.second : preset.first;
+        return names.shortened(missing.name) + " is not connected";
+    }
     return preset.autoConnect && !preferences_.autoConnect() ? "Auto Connect is off" : "";
 }
 

@@ -22,6 +22,8 @@
 
 namespace velto {
 
+class OutputNames;
+
 /// One saved setup as a row of the list.
 struct PresetRow {
     UUID id;
@@ -99,7 +101,7 @@ class PresetViewModel {
     void panelClosed();
 
   private:
-    std::string note(const AudioPreset& preset) const;
+    std::string note(const AudioPreset& preset, const OutputNames& names) const;
 
     struct Deleted {
         AudioPreset preset;

@@ -46,7 +46,11 @@ T.ComboBox {
         readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
         readonly property real end: visible ? y + implicitHeight + margins : 0
         onEndChanged: box.reach = end
-        onOpened: if (!list.currentItem) screenReader.moveTo(list)
+        onOpened: {
+            if (!list.currentItem) screenReader.moveTo(list)
+            // Where nothing is chosen the list begins at its first row all the same: a key is to go on from there.
+            if (box.highlightedIndex < 0 && keyboard.isShown) box.incrementCurrentIndex()
+        }
         onClosed: if (box.activeFocus) screenReader.moveTo(box)
 
         y: box.height + 4
