@@ -38,6 +38,11 @@ T.ComboBox {
         if (event.accepted && !event.isAutoRepeat) isOpening = false
     }
 
+    /// Where nothing is chosen the list begins at its first row all the same: the next key is to go on from there.
+    function begin() {
+        if (popup.visible && highlightedIndex < 0 && keyboard.isShown) incrementCurrentIndex()
+    }
+
     Accessible.role: Accessible.ComboBox
     Accessible.name: label
     Accessible.onPressAction: if (box.enabled) popup.open()
@@ -46,11 +51,8 @@ T.ComboBox {
         readonly property int rows: (box.room - 2 * padding - 2 * margins) / box.rowHeight
         readonly property real end: visible ? y + implicitHeight + margins : 0
         onEndChanged: box.reach = end
-        onOpened: {
-            if (!list.currentItem) screenReader.moveTo(list)
-            // Where nothing is chosen the list begins at its first row all the same: a key is to go on from there.
-            if (box.highlightedIndex < 0 && keyboard.isShown) box.incrementCurrentIndex()
-        }
+        onOpened: if (!list.currentItem) screenReader.moveTo(list)
+        onVisibleChanged: if (visible) Qt.callLater(box.begin)  // once the box knows of it, too
         onClosed: if (box.activeFocus) screenReader.moveTo(box)
 
         y: box.height + 4
