@@ -31,6 +31,7 @@ constexpr int eventsBetweenLooks = 10;
 
 /// What is held while no session runs.
 struct Holdings {
+    /// Its own: a share of what is in common with others changes with them.
     double megabytes = 0;
     std::int64_t descriptors = 0;
     std::int64_t threads = 0;
@@ -45,10 +46,10 @@ std::int64_t entriesOf(const fs::path& folder) {
 
 Holdings holdingsOf(SoundBench& bench) {
     const fs::path process = "/proc/" + std::to_string(bench.veltoID());
-    Holdings result{.megabytes = memoryOf(bench.veltoID()).proportional,
+    Holdings result{.megabytes = memoryOf(bench.veltoID()).privateDirty,
                     .descriptors = entriesOf(process / "fd"),
                     .threads = entriesOf(process / "task"),
-                    .serverMegabytes = memoryOf(bench.server().daemonID()).proportional};
+                    .serverMegabytes = memoryOf(bench.server().daemonID()).privateDirty};
     const SoundLab::Lock lock(bench.lab());
     const PipeWireGraph& graph = bench.lab().graph();
     for (const PipeWireNode* device : graph.devices())
@@ -146,14 +147,14 @@ void soak(Proof& proof) {
         last = afterEvents(bench, random);
     const auto skewAfter = skewOf(bench);
     proof.report.add({"events", std::to_string(looks * eventsBetweenLooks)});
-    addFlat(proof, "memory of the program: PSS, MB", first.megabytes, last.megabytes, 0.5, "<= 0.5 more");
+    addFlat(proof, "the program's own memory, MB", first.megabytes, last.megabytes, 0.5, "<= 0.5 more");
     addFlat(proof, "its descriptors", static_cast<double>(first.descriptors),
             static_cast<double>(last.descriptors), 0, "no more");
     addFlat(proof, "its threads", static_cast<double>(first.threads), static_cast<double>(last.threads), 0,
             "no more");
     addFlat(proof, "devices, ports and links on the server", static_cast<double>(first.serverObjects),
             static_cast<double>(last.serverObjects), 0, "no more");
-    addFlat(proof, "memory of the server: PSS, MB", first.serverMegabytes, last.serverMegabytes, 2,
+    addFlat(proof, "the server's own memory, MB", first.serverMegabytes, last.serverMegabytes, 2,
             "<= 2 more");
     const auto text = [](std::optional<int> skew) { return skew ? std::to_string(*skew) : "not found"; };
     proof.report.add({"skew in frames, before and after", text(skewBefore) + ", " + text(skewAfter), "0, 0",

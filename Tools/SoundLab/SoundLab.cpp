@@ -177,7 +177,10 @@ void SoundLab::pickDefault(const std::string& name) {
         if (PipeWireMetadata* metadata = graph_.defaultMetadata())
             metadata->setName(PipeWireKey::configuredSink, name);
     }
-    if (!waitForDefault(name)) throw std::runtime_error("The output " + name + " did not become the default");
+    if (!waitForDefault(name))
+        throw std::runtime_error("The output " + name + " did not become the default; that is \"" +
+                                 defaultOutput() + "\", and asked for is " +
+                                 defaultMetadata(PipeWireKey::configuredSink).value_or("?"));
 }
 
 void SoundLab::setChannelVolumes(const std::string& name, float volume) {
