@@ -81,45 +81,63 @@ std::optional<int> skewOf(SoundBench& bench) {
 
 void play(SoundBench& bench) { bench.command({"play", SoundBench::desk, SoundBench::usb}); }
 
+struct Event {
+    const char* name;
+    std::function<void(SoundBench&)> happen;
+};
+
 /// All that happens, each leaving the outputs as they were.
-const std::vector<std::function<void(SoundBench&)>>& events() {
-    static const std::vector<std::function<void(SoundBench&)>> all{
-        play,
-        [](SoundBench& bench) { bench.command({"stop"}); },
-        [](SoundBench& bench) {
-            bench.unplugDesk();
-            std::this_thread::sleep_for(100ms);
-            bench.plugDesk();
-        },
-        [](SoundBench& bench) {
-            play(bench);
-            bench.command({"delay", "80", SoundBench::usb});
-        },
-        [](SoundBench& bench) {
-            bench.command({"volume", "40%"});
-        },
-        [](SoundBench& bench) {
-            bench.command({"mute", "toggle"});
-        },
-        [](SoundBench& bench) { bench.command({"outputs"}); },
-        [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::usb); },
-        [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::desk); },
-        [](SoundBench& bench) {
-            bench.server().killSessionManager();
-            bench.server().startSessionManager();
-        },
+const std::vector<Event>& events() {
+    static const std::vector<Event> all{
+        {"play", play},
+        {"stop", [](SoundBench& bench) { bench.command({"stop"}); }},
+        {"unplug and plug",
+         [](SoundBench& bench) {
+             bench.unplugDesk();
+             std::this_thread::sleep_for(100ms);
+             bench.plugDesk();
+         }},
+        {"play and delay",
+         [](SoundBench& bench) {
+             play(bench);
+             bench.command({"delay", "80", SoundBench::usb});
+         }},
+        {"volume",
+         [](SoundBench& bench) {
+             bench.command({"volume", "40%"});
+         }},
+        {"mute",
+         [](SoundBench& bench) {
+             bench.command({"mute", "toggle"});
+         }},
+        {"outputs", [](SoundBench& bench) { bench.command({"outputs"}); }},
+        {"pick usb", [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::usb); }},
+        {"pick desk", [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::desk); }},
+        {"session manager dies",
+         [](SoundBench& bench) {
+             bench.server().killSessionManager();
+             bench.server().startSessionManager();
+         }},
     };
     return all;
 }
 
 /// One event after the other, then quiet.
 Holdings afterEvents(SoundBench& bench, std::mt19937_64& random) {
-    for (int i = 0; i < eventsBetweenLooks; ++i) {
-        events().at(random() % events().size())(bench);
-        std::this_thread::sleep_for(betweenEvents);
+    std::string happened;
+    try {
+        for (int i = 0; i < eventsBetweenLooks; ++i) {
+            const Event& event = events().at(random() % events().size());
+            happened += std::string(event.name) + ", ";
+            event.happen(bench);
+            std::this_thread::sleep_for(betweenEvents);
+        }
+        happened += "and then";
+        bench.stop();
+        bench.lab().pickDefault(SoundBench::desk);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(happened + ": " + error.what());
     }
-    bench.stop();
-    bench.lab().pickDefault(SoundBench::desk);
     std::this_thread::sleep_for(1s);
     return holdingsOf(bench);
 }

@@ -82,7 +82,8 @@ QuickUserInterface::~QuickUserInterface() {
 std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, const QVariantMap& properties) {
     QQmlComponent component(&engine_, QUrl(QStringLiteral("qrc:/velto/Velto/%1.qml").arg(view)));
     ScreenReader::completeAnswers(); // Qt has installed its own when it loaded the view's imports
-    QObject* object = component.createWithInitialProperties(properties);
+    // Qt 6.4 crashes when it is asked for one of a view that it couldn't load.
+    QObject* object = component.isReady() ? component.createWithInitialProperties(properties) : nullptr;
     auto* window = qobject_cast<QQuickWindow*>(object);
     if (!window) {
         delete object;

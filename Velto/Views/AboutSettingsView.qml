@@ -21,7 +21,7 @@ Column {
         Accessible.role: Accessible.Heading
         text: "Velto"
         font.pixelSize: Theme.text(24)
-        font.weight: Font.DemiBold
+        font.weight: Font.Medium
     }
     ToldLabel {
         anchors.horizontalCenter: parent.horizontalCenter

@@ -16,7 +16,7 @@ Rectangle {
     Accessible.name: error
     Accessible.description: recovery
 
-    Said { text: view.visible ? [view.error, view.recovery].filter(part => part).join(". ") : "" }
+    Said { text: [view.error, view.recovery].filter(part => part).join(". ") }
     Symbol {
         id: symbol
         x: 11

@@ -7,7 +7,6 @@ Column {
     required property QtObject model
     property bool isOpen: false
     spacing: 2
-    onVisibleChanged: if (!visible) isOpen = false
 
     Item {
         width: parent.width
@@ -18,7 +17,7 @@ Column {
             text: "In step"
             color: Theme.secondary
             font.pixelSize: Theme.text(12)
-            font.weight: Font.DemiBold
+            font.weight: Font.Medium
         }
         IconButton {
             id: opener

@@ -10,8 +10,7 @@ Rectangle {
     readonly property Item home: button
     signal accepted()
 
-    width: parent ? parent.width : 0
-    height: visible ? 36 : 0
+    implicitHeight: 36
     radius: 9
     color: Theme.disc
 
@@ -22,7 +21,7 @@ Rectangle {
         Accessible.ignored: false
         Accessible.role: Accessible.AlertMessage
         Accessible.name: text
-        Said { text: row.visible ? row.sentence : "" }
+        Said { text: row.sentence }
     }
     PushButton {
         id: button

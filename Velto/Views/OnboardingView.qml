@@ -30,7 +30,7 @@ Item {
             Accessible.role: Accessible.Heading
             text: view.heading
             font.pixelSize: Theme.text(22)
-            font.weight: Font.DemiBold
+            font.weight: Font.Medium
         }
         ToldLabel {
             width: parent.width

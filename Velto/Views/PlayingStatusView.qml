@@ -23,11 +23,13 @@ Item {
         size: 15
         color: status.tint
     }
-    Spinner {
+    Lazy {
         anchors.verticalCenter: parent.verticalCenter
-        visible: status.model.isBusy
-        size: 15
-        color: status.tint
+        isDue: status.model.isBusy
+        sourceComponent: Spinner {
+            size: 15
+            color: status.tint
+        }
     }
     NameLabel {
         id: title

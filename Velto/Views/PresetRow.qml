@@ -19,16 +19,18 @@ T.ItemDelegate {
     required property string renameProblem
     required property QtObject presets   // the presets' model
 
-    implicitHeight: problem.visible ? 46 + problem.height : 46
+    implicitHeight: naming.isDue ? 16 + naming.height : 46
     hoverEnabled: true
     focusPolicy: Qt.TabFocus
     text: name
     onClicked: if (row.isReady) presets.activate(presetID)
-    onIsRenamingChanged: {
-        if (isRenaming) Qt.callLater(nameField.begin)  // its text comes after it
-        else if (nameField.activeFocus) forceActiveFocus()
-    }
+    onIsRenamingChanged: if (!isRenaming && naming.activeFocus) forceActiveFocus()
     signal removalRequested()
+    function openMenu() {
+        menu.active = true
+        menu.item.open()
+    }
+    function beginNaming() { naming.item?.begin() }
     function leaveName() { renameProblem ? presets.cancelRename() : presets.commitRename() }
 
     Accessible.role: Accessible.ListItem
@@ -41,7 +43,7 @@ T.ItemDelegate {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
     Keys.onDeletePressed: removalRequested()
-    Keys.onMenuPressed: menu.open()
+    Keys.onMenuPressed: openMenu()
     Keys.onPressed: event => { if (event.key === Qt.Key_F2) presets.beginRename(presetID) }
 
     background: Rectangle {
@@ -60,29 +62,19 @@ T.ItemDelegate {
             playing: row.isActive
             faded: !row.isReady
         }
-        NameField {
-            id: nameField
-            anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; verticalCenter: disc.verticalCenter }
-            visible: row.isRenaming
-            label: "Name of the preset"
-            text: row.presets.renameText
-            onTextEdited: row.presets.renameText = text
-            onCommitted: row.presets.commitRename()
-            onCancelled: row.presets.cancelRename()
-            onActiveFocusChanged: if (!activeFocus && visible) row.leaveName()
-            function begin() { forceActiveFocus(); selectAll() }
-        }
-        ToldLabel {
-            id: problem
-            anchors { left: nameField.left; right: nameField.right; top: nameField.bottom; topMargin: 3 }
-            visible: row.renameProblem.length > 0
-            text: row.renameProblem
-            wrapMode: Text.Wrap
-            color: Theme.warn
-            font.pixelSize: Theme.small
-            bottomPadding: 8
-            Accessible.role: Accessible.AlertMessage
-            Said { text: problem.text }
+        Lazy {
+            id: naming
+            anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; top: disc.top }
+            isDue: row.isRenaming
+            sourceComponent: PresetNameEditor {
+                name: row.presets.renameText
+                problem: row.renameProblem
+                onEdited: name => row.presets.renameText = name
+                onCommitted: row.presets.commitRename()
+                onCancelled: row.presets.cancelRename()
+                onAbandoned: if (row.isRenaming) row.leaveName()
+            }
+            onLoaded: Qt.callLater(row.beginNaming)  // its text comes after it
         }
         Column {
             anchors { left: disc.right; leftMargin: 10; right: buttons.left; rightMargin: 4; verticalCenter: disc.verticalCenter }
@@ -126,37 +118,42 @@ T.ItemDelegate {
                 onClicked: row.presets.toggleFavorite(row.presetID)
             }
             IconButton {
+                id: more
                 symbol: "ellipsis"
                 text: "More"
                 Accessible.name: "More for " + row.name
-                onClicked: menu.open()
-
-                PopupMenu {
-                    id: menu
-                    x: parent.width - width
-                    y: parent.height + 2
-                    PopupMenuItem {
-                        text: "Rename"
-                        symbol: "pencil"
-                        onTriggered: row.presets.beginRename(row.presetID)
-                    }
-                    PopupMenuItem {
-                        text: row.favoriteTitle
-                        symbol: "star"
-                        onTriggered: row.presets.toggleFavorite(row.presetID)
-                    }
-                    PopupMenuItem {
-                        text: "Auto Connect"
-                        checkable: true
-                        checked: row.isAutoConnect
-                        onTriggered: row.presets.toggleAutoConnect(row.presetID)
-                    }
-                    PopupMenuItem {
-                        text: "Delete"
-                        symbol: "trash"
-                        destructive: true
-                        onTriggered: row.removalRequested()
-                    }
+                onClicked: row.openMenu()
+            }
+        }
+        Loader {
+            id: menu    // made when it is opened, and gone with it
+            active: false
+            sourceComponent: PopupMenu {
+                parent: more
+                x: more.width - width
+                y: more.height + 2
+                onClosed: menu.active = false
+                PopupMenuItem {
+                    text: "Rename"
+                    symbol: "pencil"
+                    onTriggered: row.presets.beginRename(row.presetID)
+                }
+                PopupMenuItem {
+                    text: row.favoriteTitle
+                    symbol: "star"
+                    onTriggered: row.presets.toggleFavorite(row.presetID)
+                }
+                PopupMenuItem {
+                    text: "Auto Connect"
+                    checkable: true
+                    checked: row.isAutoConnect
+                    onTriggered: row.presets.toggleAutoConnect(row.presetID)
+                }
+                PopupMenuItem {
+                    text: "Delete"
+                    symbol: "trash"
+                    destructive: true
+                    onTriggered: row.removalRequested()
                 }
             }
         }

@@ -23,7 +23,7 @@ Item {
         const row = Math.min(nextRow, list.count - 1)
         nextRow = -1
         list.positionViewAtIndex(row, ListView.Contain)
-        const home = row < 0 ? undo.home : list.itemAtIndex(row)
+        const home = row < 0 ? undo.item?.home : list.itemAtIndex(row)
         if (home) home.forceActiveFocus()
     }
     Connections {
@@ -49,7 +49,7 @@ Item {
                 text: "Presets"
                 color: Theme.secondary
                 font.pixelSize: Theme.text(12)
-                font.weight: Font.DemiBold
+                font.weight: Font.Medium
                 Accessible.role: Accessible.Heading
             }
             IconButton {
@@ -63,45 +63,12 @@ Item {
                 onClicked: view.model.isShowingPresetEditor = !view.model.isShowingPresetEditor
             }
         }
-        Item {
+        Lazy {
             width: parent.width
-            height: !visible ? 0 : problem.visible ? 38 + problem.height : 38
-            visible: view.model.isShowingPresetEditor && view.model.isPlaying
-            onVisibleChanged: {
-                if (visible) nameField.forceActiveFocus()
-                else if (nameField.activeFocus && opener.visible) opener.forceActiveFocus()
-            }
-            NameField {
-                id: nameField
-                anchors { left: parent.left; right: save.left; rightMargin: 8; verticalCenter: save.verticalCenter }
-                label: "Name of this setup"
-                placeholderText: label
-                text: view.model.newPresetName
-                onTextEdited: view.model.newPresetName = text
-                onCommitted: view.model.saveCurrentAsPreset()
-                onCancelled: view.model.isShowingPresetEditor = false
-            }
-            PushButton {
-                id: save
-                anchors { right: parent.right; top: parent.top; topMargin: 4 }
-                implicitHeight: 30
-                prominent: true
-                enabled: view.model.canSaveCurrentAsPreset
-                text: "Save"
-                onClicked: view.model.saveCurrentAsPreset()
-            }
-            ToldLabel {
-                id: problem
-                anchors { left: parent.left; leftMargin: 4; right: parent.right; top: save.bottom; topMargin: 4 }
-                visible: text.length > 0
-                text: view.model.newPresetNameProblem
-                wrapMode: Text.Wrap
-                color: Theme.warn
-                font.pixelSize: Theme.small
-                bottomPadding: 4
-                Accessible.role: Accessible.AlertMessage
-                Said { text: problem.text }
-            }
+            isDue: view.model.isShowingPresetEditor && view.model.isPlaying
+            sourceComponent: PresetEditor { model: view.model }
+            onLoaded: item.begin()
+            onIsDueChanged: if (!isDue && activeFocus && opener.visible) opener.forceActiveFocus()
         }
         ToldLabel {
             x: 4
@@ -132,21 +99,27 @@ Item {
             Accessible.role: Accessible.List
             Accessible.name: "Presets"
         }
-        OfferRow {
-            visible: view.presets.autoConnectOffer.length > 0
-            sentence: "Auto Connect is off for all setups."
-            action: "Turn On"
-            onAccepted: view.presets.acceptAutoConnectOffer()
+        Lazy {
+            width: parent.width
+            isDue: view.presets.autoConnectOffer.length > 0
+            sourceComponent: OfferRow {
+                sentence: "Auto Connect is off for all setups."
+                action: "Turn On"
+                onAccepted: view.presets.acceptAutoConnectOffer()
+            }
         }
-        OfferRow {
+        Lazy {
             id: undo
-            visible: view.presets.canUndoDelete
-            sentence: "Deleted “" + view.presets.deletedPresetName + "”"
-            symbol: "arrow.uturn.backward"
-            action: "Undo"
-            onAccepted: {
-                view.isUndoing = true
-                view.presets.undoDelete()
+            width: parent.width
+            isDue: view.presets.canUndoDelete
+            sourceComponent: OfferRow {
+                sentence: "Deleted “" + view.presets.deletedPresetName + "”"
+                symbol: "arrow.uturn.backward"
+                action: "Undo"
+                onAccepted: {
+                    view.isUndoing = true
+                    view.presets.undoDelete()
+                }
             }
         }
     }

@@ -46,18 +46,20 @@ T.AbstractButton {
                 color: button.ink
                 size: 17
             }
-            Spinner {
+            Lazy {
                 anchors.verticalCenter: parent.verticalCenter
-                visible: button.busy
-                color: button.ink
-                size: 15
+                isDue: button.busy
+                sourceComponent: Spinner {
+                    color: button.ink
+                    size: 15
+                }
             }
             TextLabel {
                 anchors.verticalCenter: parent.verticalCenter
                 width: Math.min(implicitWidth, button.width - 24 - (button.symbol || button.busy ? 24 : 0))
                 text: button.text
                 color: button.ink
-                font.weight: button.prominent ? Font.DemiBold : Font.Medium
+                font.weight: Font.Medium
             }
         }
     }

@@ -18,7 +18,7 @@ Column {
         text: section.title
         color: Theme.secondary
         font.pixelSize: Theme.text(12)
-        font.weight: Font.DemiBold
+        font.weight: Font.Medium
     }
     GlassCard {
         width: parent.width

@@ -39,7 +39,7 @@ T.TabButton {
             anchors { top: glyph.bottom; topMargin: 4; horizontalCenter: parent.horizontalCenter }
             text: button.text
             font.pixelSize: Theme.small
-            font.weight: button.checked ? Font.DemiBold : Font.Normal
+            font.weight: button.checked ? Font.Medium : Font.Normal
             color: button.checked ? Theme.accentInk : Theme.secondary
         }
     }

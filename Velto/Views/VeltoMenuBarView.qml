@@ -22,7 +22,7 @@ FocusScope {
 
     /// The question, what there is to press, or what is missing for it.
     function focusHome() {
-        const home = question.visible ? question.home
+        const home = question.item ? question.item.home
                    : primary.visible && (primary.enabled || primary.busy) ? primary
                    : !pickerCard.visible ? settingsButton
                    : model.firstEntry.isConnected && !model.secondEntry.isConnected ? secondPicker : firstPicker
@@ -54,11 +54,11 @@ FocusScope {
                     x: 2
                     text: "Velto"
                     font.pixelSize: Theme.title
-                    font.weight: Font.DemiBold
+                    font.weight: Font.Medium
                 }
                 PlayingStatusView {
                     id: status
-                    visible: !errorView.visible   // which says the same, and more
+                    visible: !errorView.isDue     // which says the same, and more
                     anchors { left: title.left; right: buttons.left; rightMargin: 6; top: title.bottom; topMargin: 2 }
                     model: panel.model
                 }
@@ -87,23 +87,27 @@ FocusScope {
                 }
             }
 
-            ErrorView {
+            Lazy {
                 id: errorView
                 width: parent.width
-                visible: error.length > 0
-                error: panel.model.errorText
-                recovery: panel.model.recoveryText
-                onDismissed: panel.model.dismissError()
+                isDue: panel.model.errorText.length > 0
+                sourceComponent: ErrorView {
+                    error: panel.model.errorText
+                    recovery: panel.model.recoveryText
+                    onDismissed: panel.model.dismissError()
+                }
             }
-            DisconnectQuestionView {
+            Lazy {
                 id: question
                 width: parent.width
-                visible: text.length > 0
-                text: panel.model.disconnectQuestion
-                keepTitle: panel.model.keepPlayingTitle
-                stopTitle: panel.model.stopPlayingTitle
-                onKeepChosen: panel.model.keepPlaying()
-                onStopChosen: panel.model.stopPlaying()
+                isDue: panel.model.disconnectQuestion.length > 0
+                sourceComponent: DisconnectQuestionView {
+                    text: panel.model.disconnectQuestion
+                    keepTitle: panel.model.keepPlayingTitle
+                    stopTitle: panel.model.stopPlayingTitle
+                    onKeepChosen: panel.model.keepPlaying()
+                    onStopChosen: panel.model.stopPlaying()
+                }
             }
 
             GlassCard {
@@ -159,44 +163,15 @@ FocusScope {
                     onMuteToggled: panel.model.toggleMute(uid)
                 }
             }
-            Item {
+            Lazy {
                 width: parent.width
-                height: 30
-                visible: panel.model.hasMasterVolume
-                Symbol {
-                    x: 19
-                    anchors.verticalCenter: parent.verticalCenter
-                    name: "slider.horizontal.3"
-                    size: 18
-                    color: Theme.secondary
-                }
-                TextLabel {
-                    x: 56
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: "All"
-                    font.weight: Font.Medium
-                }
-                VolumeSlider {
-                    anchors { left: parent.left; leftMargin: 84; right: percent.left; rightMargin: 6; verticalCenter: parent.verticalCenter }
-                    volume: panel.model.masterVolume
-                    Accessible.name: "Volume of all outputs"
-                    onVolumeMoved: volume => panel.model.masterVolume = volume
-                }
-                TextLabel {
-                    id: percent
-                    anchors { right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
-                    width: 36
-                    horizontalAlignment: Text.AlignRight
-                    text: panel.model.masterVolumeText
-                    color: Theme.secondary
-                    font.pixelSize: Theme.small
-                }
+                isDue: panel.model.hasMasterVolume
+                sourceComponent: MasterVolumeRow { model: panel.model }
             }
-
-            InStepView {
+            Lazy {
                 width: parent.width
-                visible: panel.model.inStep.isAvailable
-                model: panel.model.inStep
+                isDue: panel.model.inStep.isAvailable
+                sourceComponent: InStepView { model: panel.model.inStep }
             }
 
             PushButton {

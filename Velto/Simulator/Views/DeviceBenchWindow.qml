@@ -31,7 +31,7 @@ Window {
             text: "Default output: " + window.bench.defaultOutput
             width: parent.width
             font.pixelSize: 15
-            font.weight: Font.DemiBold
+            font.weight: Font.Medium
         }
         Flow {
             width: parent.width
@@ -68,7 +68,7 @@ Window {
             text: window.bench.callCount + " calls of the client"
             color: Theme.secondary
             font.pixelSize: Theme.small
-            font.weight: Font.DemiBold
+            font.weight: Font.Medium
         }
         ListView {
             anchors { top: heading.bottom; topMargin: 4; left: parent.left; right: parent.right; bottom: parent.bottom; margins: 8; leftMargin: 12 }
