@@ -111,8 +111,9 @@ const std::vector<Event>& events() {
              bench.command({"mute", "toggle"});
          }},
         {"outputs", [](SoundBench& bench) { bench.command({"outputs"}); }},
-        {"pick usb", [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::usb); }},
-        {"pick desk", [](SoundBench& bench) { bench.lab().pickDefault(SoundBench::desk); }},
+        // An output of the session that has just come back is not taken for somebody's choice.
+        {"pick usb", [](SoundBench& bench) { bench.lab().askForDefault(SoundBench::usb); }},
+        {"pick desk", [](SoundBench& bench) { bench.lab().askForDefault(SoundBench::desk); }},
         {"session manager dies",
          [](SoundBench& bench) {
              bench.server().killSessionManager();

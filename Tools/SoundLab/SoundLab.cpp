@@ -171,12 +171,14 @@ std::int64_t SoundLab::unplug(const std::string& name) {
     return asked;
 }
 
+void SoundLab::askForDefault(const std::string& name) {
+    const Lock lock(*this);
+    if (PipeWireMetadata* metadata = graph_.defaultMetadata())
+        metadata->setName(PipeWireKey::configuredSink, name);
+}
+
 void SoundLab::pickDefault(const std::string& name) {
-    {
-        const Lock lock(*this);
-        if (PipeWireMetadata* metadata = graph_.defaultMetadata())
-            metadata->setName(PipeWireKey::configuredSink, name);
-    }
+    askForDefault(name);
     if (!waitForDefault(name))
         throw std::runtime_error("The output " + name + " did not become the default; that is \"" +
                                  defaultOutput() + "\", and asked for is " +

@@ -42,7 +42,9 @@ class SoundLab {
     std::int64_t plug(const VirtualOutput& output);
     /// Returns when the output is gone; answers the moment at which that was asked for.
     std::int64_t unplug(const std::string& name);
-    /// What somebody else does who picks another output: returns when it is the default.
+    /// What somebody else does who picks another output. It may not be obeyed.
+    void askForDefault(const std::string& name);
+    /// The same: returns when it is the default.
     void pickDefault(const std::string& name);
     /// Sets the linear volumes of an output as another program would.
     void setChannelVolumes(const std::string& name, float volume);

@@ -23,13 +23,11 @@ Item {
         size: 15
         color: status.tint
     }
-    Lazy {
+    Spinner {
         anchors.verticalCenter: parent.verticalCenter
-        isDue: status.model.isBusy
-        sourceComponent: Spinner {
-            size: 15
-            color: status.tint
-        }
+        visible: status.model.isBusy
+        size: 15
+        color: status.tint
     }
     NameLabel {
         id: title
