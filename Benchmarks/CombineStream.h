@@ -11,8 +11,8 @@ namespace velto {
 
 class CombineStream {
   public:
-    /// Returns when it plays on both. The output of before is the default again when it ends. Throws
-    /// std::runtime_error with one sentence.
+    /// Returns when it plays on both. The output of before is the default again when it ends, also where it
+    /// doesn't come to play. Throws std::runtime_error with one sentence.
     explicit CombineStream(SoundBench& bench, std::string before = SoundBench::desk);
     CombineStream(const CombineStream&) = delete;
     CombineStream& operator=(const CombineStream&) = delete;
@@ -21,6 +21,9 @@ class CombineStream {
     pid_t process() const noexcept { return program_.id(); }
 
   private:
+    void play();
+    void restore() noexcept;
+
     SoundBench& bench_;
     std::string before_;
     ChildProcess program_;

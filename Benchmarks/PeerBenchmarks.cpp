@@ -64,16 +64,6 @@ struct Result {
     std::string failure;
 };
 
-/// Milliseconds of CPU for a second of audio.
-double cpuPerSecond(const Way& way) {
-    std::this_thread::sleep_for(300ms);
-    const double before = way.cpuSeconds();
-    const auto begin = std::chrono::steady_clock::now();
-    std::this_thread::sleep_for(3s);
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    return (way.cpuSeconds() - before) / seconds * 1000;
-}
-
 void attempt(Result& result, const std::function<void()>& step) {
     if (!result.failure.empty()) return;
     try {
@@ -120,7 +110,7 @@ class ServersWays {
             for (const Way& way : ways_)
                 attempt(results[way.name], [&] {
                     way.start();
-                    results[way.name].cpu.push_back(cpuPerSecond(way));
+                    results[way.name].cpu.push_back(cpuPerSecondOfAudio(way.cpuSeconds));
                     way.stop();
                 });
         return results;
@@ -173,7 +163,7 @@ Result measurePulseAudio(const fs::path& noise) {
                       [&] { return cpuSecondsOf(server.process()); }};
         for (int round = 0; round < 3; ++round) {
             way.start();
-            result.cpu.push_back(cpuPerSecond(way));
+            result.cpu.push_back(cpuPerSecondOfAudio(way.cpuSeconds));
             way.stop();
         }
         MonitorEar second(server, outputs.second), before(server, outputs.before);

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace velto {
@@ -121,6 +123,16 @@ std::int64_t wakeUpsOf(pid_t process) {
         }
     }
     return count;
+}
+
+double cpuPerSecondOfAudio(const std::function<double()>& cpuSeconds) {
+    using namespace std::chrono_literals;
+    std::this_thread::sleep_for(300ms);
+    const double before = cpuSeconds();
+    const auto begin = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(3s);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return (cpuSeconds() - before) / seconds * 1000;
 }
 
 } // namespace velto

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ std::vector<MemoryOfFile> memoryByFile(pid_t process);
 int programsWith(const std::string& library);
 /// CPU time of all its threads that run now, in seconds, finer than the kernel's clock ticks.
 double cpuSecondsOf(pid_t process);
+/// Milliseconds of CPU for each second of audio, of whatever adds up its seconds; takes three seconds.
+double cpuPerSecondOfAudio(const std::function<double()>& cpuSeconds);
 /// The program of that name that it has started, and still runs; none while there is none.
 std::optional<pid_t> childOf(pid_t process, const std::string& name);
 /// How often its threads waited and went on, since each began.

@@ -180,13 +180,7 @@ void plugBareSink(SoundBench& bench) {
 
 /// Milliseconds of the daemon's, our, and another process's CPU per second of audio.
 double cpuPerSecond(SoundBench& bench, pid_t other = 0) {
-    const auto spent = [&] { return bench.cpuSeconds() + (other > 0 ? cpuSecondsOf(other) : 0); };
-    std::this_thread::sleep_for(300ms);
-    const double before = spent();
-    const auto begin = std::chrono::steady_clock::now();
-    std::this_thread::sleep_for(3000ms);
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    return (spent() - before) / seconds * 1000;
+    return cpuPerSecondOfAudio([&] { return bench.cpuSeconds() + (other > 0 ? cpuSecondsOf(other) : 0); });
 }
 
 /// What the server's own module takes for the same; none where it doesn't come to play.
@@ -196,7 +190,6 @@ std::optional<double> cpuOfCombining(SoundBench& bench) {
         return cpuPerSecond(bench, peer.process());
     } catch (const std::runtime_error& error) {
         std::fprintf(stderr, "%s\n", error.what());
-        bench.lab().pickDefault(SoundBench::desk);
         return std::nullopt;
     }
 }
