@@ -4,6 +4,8 @@
 #include "Platform/Linux/Delay/RemoteServer.h"
 #include "VeltoCore/Services/LoggingService.h"
 
+#include <pipewire/impl.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -22,6 +24,24 @@ constexpr std::chrono::milliseconds hangingAfter{300};
 /// takes. One may have been forgotten itself.
 constexpr std::chrono::seconds witnessAfter{1};
 constexpr std::chrono::seconds longestWitnessTime{16};
+
+/// Nothing of what clients usually load is needed to look on and to give orders, but these two: no streams, no
+/// devices of its own, no session manager's interfaces, no bus, and no audio thread. Null, and errno, where
+/// that can't be had.
+pw_context* makeContext(pw_loop* loop) {
+    pw_context* const context = pw_context_new(
+        loop, pw_properties_new(PW_KEY_CONFIG_NAME, "null", "support.dbus", "false", nullptr), 0);
+    if (!context) return nullptr;
+    stopAudioThread(context);
+    for (const char* module : {"libpipewire-module-protocol-native", "libpipewire-module-metadata"}) {
+        if (pw_context_load_module(context, module, nullptr, nullptr)) continue;
+        const int reason = errno;
+        pw_context_destroy(context);
+        errno = reason;
+        return nullptr;
+    }
+    return context;
+}
 
 } // namespace
 
@@ -53,7 +73,7 @@ PipeWireConnection::PipeWireConnection(MainActor& actor, FileDescriptorWatcher& 
       hooks_(std::make_unique<Hooks>()), retryDelay_(firstRetryDelay) {
     pw_init(nullptr, nullptr);
     loop_ = pw_loop_new(nullptr);
-    if (loop_) context_ = pw_context_new(loop_, nullptr, 0);
+    if (loop_) context_ = makeContext(loop_);
     if (!context_) {
         LoggingService::audioDevices.error("The sound server's client library could not start: {}",
                                            std::strerror(errno));
@@ -66,7 +86,6 @@ PipeWireConnection::~PipeWireConnection() {
     disconnect();
     if (context_) {
         watcher_.unwatch(pw_loop_get_fd(loop_));
-        stopAudioThread(context_);
         pw_context_destroy(context_);
     }
     if (loop_) pw_loop_destroy(loop_);
