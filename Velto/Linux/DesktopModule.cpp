@@ -59,8 +59,7 @@ void keepOutOfSavedSessions(QGuiApplication& qt) {
 /// for themselves. What the user has told it stands.
 class ToldDisplay {
   public:
-    ToldDisplay() {
-        const DisplayChoice choice = DisplayChoice::make();
+    explicit ToldDisplay(const DisplayChoice& choice) {
         tell("QT_QPA_PLATFORM", choice.platform);
         if (choice.scale > 1) tell("QT_SCALE_FACTOR", QByteArray::number(choice.scale));
     }
@@ -81,8 +80,14 @@ class ToldDisplay {
     std::vector<const char*> told_;
 };
 
+/// Made when the program asks for an obstacle, once for all that follows: it takes a connection to the server.
+DisplayChoice& displayChoice() {
+    static DisplayChoice choice;
+    return choice;
+}
+
 int runDesktop(const DesktopContext& context) {
-    std::optional<ToldDisplay> display(std::in_place);
+    std::optional<ToldDisplay> display(displayChoice());
     QGuiApplication qt(context.argumentCount, context.arguments);
     display.reset();
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
@@ -110,8 +115,8 @@ int runDesktop(const DesktopContext& context) {
 } // namespace velto
 
 [[gnu::visibility("default")]] const char* veltoDesktopObstacle() {
-    static std::string obstacle;
-    obstacle = velto::DisplayChoice::make().obstacle;
+    velto::displayChoice() = velto::DisplayChoice::make();
+    const std::string& obstacle = velto::displayChoice().obstacle;
     return obstacle.empty() ? nullptr : obstacle.c_str();
 }
 
@@ -119,7 +124,7 @@ int runDesktop(const DesktopContext& context) {
     int argumentCount = 1;
     char name[] = "velto";
     char* arguments[] = {name, nullptr};
-    const velto::ToldDisplay display;
+    const velto::ToldDisplay display(velto::displayChoice());
     const QGuiApplication qt(argumentCount, arguments);
 }
 

@@ -30,7 +30,7 @@ struct DesktopContext {
 
 extern "C" {
 /// A sentence that says why there can be no desktop on the display that the environment names; null where
-/// there can. What is returned stays.
+/// there can. To be asked before what follows, which goes by the same display. What is returned stays.
 const char* veltoDesktopObstacle();
 /// Whether a desktop can be had there in the end. Where not, Qt ends the process: it is for one that has
 /// nothing to lose.
