@@ -7,7 +7,6 @@
 #include "Velto/Linux/UserInterfaceModule.h"
 
 #include <QGuiApplication>
-#include <QIcon>
 #include <QSessionManager>
 
 #include <chrono>
@@ -92,7 +91,6 @@ int runDesktop(const DesktopContext& context) {
     display.reset();
     QGuiApplication::setApplicationName(QStringLiteral("Velto"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.corlent.velto"));
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     keepOutOfSavedSessions(qt);
     QtLoop loop(context.actor);

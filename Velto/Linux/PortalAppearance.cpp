@@ -12,6 +12,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QWindow>
 
 #include <utility>
@@ -99,7 +100,12 @@ void PortalAppearance::dressPanel(QWindow& panel, int) {
     if (!panel.isVisible()) keepOutOfTaskBar(panel);
 }
 
-void PortalAppearance::dressFrame(QWindow& window, bool isDark) { setFrameIsDark(window, isDark); }
+/// The icon is drawn in all sizes, and sent: only for a window that shows one, in its frame or a task bar.
+void PortalAppearance::dressFrame(QWindow& window, bool isDark) {
+    if (!window.flags().testFlag(Qt::FramelessWindowHint) && window.icon().isNull())
+        window.setIcon(QIcon(QStringLiteral(":/velto/com.corlent.velto.svg")));
+    setFrameIsDark(window, isDark);
+}
 
 void PortalAppearance::ask(const QString& group, const QString& key) {
     QDBusMessage question =
