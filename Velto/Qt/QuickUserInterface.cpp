@@ -5,6 +5,8 @@
 #include "Velto/Shell/OnboardingWindowController.h"
 #include "VeltoCore/Services/LoggingService.h"
 
+#include <QFont>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QQmlComponent>
@@ -79,8 +81,23 @@ QuickUserInterface::~QuickUserInterface() {
     if (onboardingWindow_) onboardingWindow_->disconnect(); // to close it now is not the user's doing
 }
 
+/// Once, for it takes long: what the first text of a window needs of the system's fonts.
+void QuickUserInterface::readyFonts() {
+    if (std::exchange(hasFonts_, true)) return;
+    QFont font(appearance_.fontFamily());
+    font.setPixelSize(13);
+    for (const QFont::Weight weight : {QFont::Normal, QFont::Medium}) {
+        font.setWeight(weight);
+        static_cast<void>(QFontMetricsF(font).horizontalAdvance(u'V'));
+    }
+}
+
 std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, const QVariantMap& properties) {
-    QQmlComponent component(&engine_, QUrl(QStringLiteral("qrc:/velto/Velto/%1.qml").arg(view)));
+    const QUrl file(QStringLiteral("qrc:/velto/Velto/%1.qml").arg(view));
+    // Qt reads the view on a thread of its own, and the second component waits for what the first has begun.
+    const QQmlComponent begun(&engine_, file, QQmlComponent::Asynchronous);
+    readyFonts();
+    QQmlComponent component(&engine_, file);
     ScreenReader::completeAnswers(); // Qt has installed its own when it loaded the view's imports
     // Qt 6.4 crashes when it is asked for one of a view that it couldn't load.
     QObject* object = component.isReady() ? component.createWithInitialProperties(properties) : nullptr;

@@ -60,6 +60,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     void requestQuit() { context_.requestQuit(); }
 
   private:
+    void readyFonts();
     void makePanel();
     void activateProgram();
     void yieldActivation();
@@ -87,6 +88,7 @@ class QuickUserInterface final : public QObject, public UserInterface {
     QRect placeOfItem_; // as it was known when the panel was shown last
     PanelStyle panelStyle_ = PanelStyle::dropDown;
     QElapsedTimer sinceHidden_;
+    bool hasFonts_ = false;
 };
 
 } // namespace velto

@@ -4,12 +4,9 @@ import QtQuick
 Rectangle {
     id: view
 
-    required property string text
-    required property string keepTitle
-    required property string stopTitle
+    required property QtObject model    // the panel's
+    readonly property string text: model.disconnectQuestion
     readonly property Item home: keep
-    signal keepChosen()
-    signal stopChosen()
 
     implicitHeight: column.height + 22
     radius: Theme.cornerRadius
@@ -36,13 +33,13 @@ Rectangle {
             id: keep
             width: parent.width
             prominent: true
-            text: view.keepTitle
-            onClicked: view.keepChosen()
+            text: view.model.keepPlayingTitle
+            onClicked: view.model.keepPlaying()
         }
         PushButton {
             width: parent.width
-            text: view.stopTitle
-            onClicked: view.stopChosen()
+            text: view.model.stopPlayingTitle
+            onClicked: view.model.stopPlaying()
         }
     }
 }

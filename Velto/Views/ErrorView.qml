@@ -4,9 +4,9 @@ import QtQuick
 Rectangle {
     id: view
 
-    required property string error
-    required property string recovery
-    signal dismissed()
+    required property QtObject model    // the panel's
+    readonly property string error: model.errorText
+    readonly property string recovery: model.recoveryText
 
     implicitHeight: text.height + 20
     radius: Theme.cornerRadius
@@ -51,6 +51,6 @@ Rectangle {
         symbol: "xmark"
         symbolSize: 16
         text: "Dismiss"
-        onClicked: view.dismissed()
+        onClicked: view.model.dismissError()
     }
 }

@@ -4,12 +4,7 @@ import QtQuick
 Item {
     id: editor
 
-    required property string name
-    required property string problem
-    signal edited(string name)
-    signal committed()
-    signal cancelled()
-    signal abandoned()  // for another control
+    required property QtObject model    // its row
 
     implicitHeight: problemLabel.visible ? nameField.height + problemLabel.height : nameField.height
     function begin() { nameField.forceActiveFocus(); nameField.selectAll() }
@@ -18,17 +13,17 @@ Item {
         id: nameField
         width: parent.width
         label: "Name of the preset"
-        text: editor.name
-        onTextEdited: editor.edited(text)
-        onCommitted: editor.committed()
-        onCancelled: editor.cancelled()
-        onActiveFocusChanged: if (!activeFocus) editor.abandoned()
+        text: editor.model.presets.renameText
+        onTextEdited: editor.model.presets.renameText = text
+        onCommitted: editor.model.presets.commitRename()
+        onCancelled: editor.model.presets.cancelRename()
+        onActiveFocusChanged: if (!activeFocus && editor.model.isRenaming) editor.model.leaveName()   // for another control
     }
     ToldLabel {
         id: problemLabel
         anchors { left: parent.left; right: parent.right; top: nameField.bottom; topMargin: 3 }
         visible: text.length > 0
-        text: editor.problem
+        text: editor.model.renameProblem
         wrapMode: Text.Wrap
         color: Theme.warn
         font.pixelSize: Theme.small

@@ -18,6 +18,7 @@ T.ItemDelegate {
     required property bool isRenaming
     required property string renameProblem
     required property QtObject presets   // the presets' model
+    readonly property Item menuPlace: more
 
     implicitHeight: naming.isDue ? 16 + naming.height : 46
     hoverEnabled: true
@@ -27,7 +28,7 @@ T.ItemDelegate {
     onIsRenamingChanged: if (!isRenaming && naming.activeFocus) forceActiveFocus()
     signal removalRequested()
     function openMenu() {
-        menu.active = true
+        menu.isOpen = true
         menu.item.open()
     }
     function beginNaming() { naming.item?.begin() }
@@ -62,18 +63,12 @@ T.ItemDelegate {
             playing: row.isActive
             faded: !row.isReady
         }
-        Lazy {
+        LazyView {
             id: naming
             anchors { left: disc.right; leftMargin: 8; right: parent.right; rightMargin: 8; top: disc.top }
             isDue: row.isRenaming
-            sourceComponent: PresetNameEditor {
-                name: row.presets.renameText
-                problem: row.renameProblem
-                onEdited: name => row.presets.renameText = name
-                onCommitted: row.presets.commitRename()
-                onCancelled: row.presets.cancelRename()
-                onAbandoned: if (row.isRenaming) row.leaveName()
-            }
+            view: "PresetNameEditor"
+            model: row
             onLoaded: Qt.callLater(row.beginNaming)  // its text comes after it
         }
         Column {
@@ -125,36 +120,15 @@ T.ItemDelegate {
                 onClicked: row.openMenu()
             }
         }
-        Loader {
-            id: menu    // made when it is opened, and gone with it
-            active: false
-            sourceComponent: PopupMenu {
-                parent: more
-                x: more.width - width
-                y: more.height + 2
-                onClosed: menu.active = false
-                PopupMenuItem {
-                    text: "Rename"
-                    symbol: "pencil"
-                    onTriggered: row.presets.beginRename(row.presetID)
-                }
-                PopupMenuItem {
-                    text: row.favoriteTitle
-                    symbol: "star"
-                    onTriggered: row.presets.toggleFavorite(row.presetID)
-                }
-                PopupMenuItem {
-                    text: "Auto Connect"
-                    checkable: true
-                    checked: row.isAutoConnect
-                    onTriggered: row.presets.toggleAutoConnect(row.presetID)
-                }
-                PopupMenuItem {
-                    text: "Delete"
-                    symbol: "trash"
-                    destructive: true
-                    onTriggered: row.removalRequested()
-                }
+        LazyView {
+            id: menu
+            property bool isOpen: false     // made when it is opened, and gone with it
+            isDue: isOpen
+            view: "PresetMenu"
+            model: row
+            Connections {
+                target: menu.item
+                function onClosed() { menu.isOpen = false }
             }
         }
     }

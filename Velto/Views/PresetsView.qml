@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 
 // The saved setups: save the running one, play one, take a deletion back.
 Item {
@@ -8,7 +7,6 @@ Item {
     required property QtObject model    // the panel's
     required property QtObject presets
 
-    readonly property int rowsShown: 5
     /// The row that gets the keyboard when the rows have changed; -1 for none.
     property int nextRow: -1
     property bool isUndoing: false
@@ -19,11 +17,9 @@ Item {
         presets.remove(presetID)
     }
     function focusNextRow() {
-        list.forceLayout()
-        const row = Math.min(nextRow, list.count - 1)
+        const row = Math.min(nextRow, presets.rows.count - 1)
         nextRow = -1
-        list.positionViewAtIndex(row, ListView.Contain)
-        const home = row < 0 ? undo.item?.home : list.itemAtIndex(row)
+        const home = row < 0 ? undo.item?.home : list.item.showRow(row)
         if (home) home.forceActiveFocus()
     }
     Connections {
@@ -63,10 +59,11 @@ Item {
                 onClicked: view.model.isShowingPresetEditor = !view.model.isShowingPresetEditor
             }
         }
-        Lazy {
+        LazyView {
             width: parent.width
             isDue: view.model.isShowingPresetEditor && view.model.isPlaying
-            sourceComponent: PresetEditor { model: view.model }
+            view: "PresetEditor"
+            model: view.model
             onLoaded: item.begin()
             onIsDueChanged: if (!isDue && activeFocus && opener.visible) opener.forceActiveFocus()
         }
@@ -74,49 +71,38 @@ Item {
             x: 4
             width: parent.width - 8
             height: visible ? 34 : 0
-            visible: list.count === 0 && !view.presets.canUndoDelete
+            visible: !list.isDue && !view.presets.canUndoDelete
             text: !opener.visible ? "Play two outputs, then save them here."
                 : opener.checked ? "It is saved with its volumes." : "Save what plays now with the plus sign."
             color: Theme.secondary
             font.pixelSize: Theme.text(12)
         }
-        ListView {
+        LazyView {
             id: list
             width: parent.width
-            height: Math.min(contentHeight, (view.rowsShown + 0.5) * 46)
-            visible: count > 0
-            clip: true
-            model: view.presets.rows
-            boundsBehavior: Flickable.StopAtBounds
-            T.ScrollBar.vertical: SlimScrollBar {}
-            delegate: PresetRow {
-                width: ListView.view.width
-                presets: view.presets
-                onActiveFocusChanged: if (activeFocus) ListView.view.currentIndex = index // the arrows go on from here
-                onRemovalRequested: view.remove(index, presetID)
-                required property int index
+            isDue: view.presets.rows.count > 0
+            view: "PresetList"
+            model: view.presets
+            Connections {
+                target: list.item
+                function onRemovalRequested(row, presetID) { view.remove(row, presetID) }
             }
-            Accessible.role: Accessible.List
-            Accessible.name: "Presets"
         }
-        Lazy {
+        LazyView {
             width: parent.width
             isDue: view.presets.autoConnectOffer.length > 0
-            sourceComponent: OfferRow {
-                sentence: "Auto Connect is off for all setups."
-                action: "Turn On"
-                onAccepted: view.presets.acceptAutoConnectOffer()
-            }
+            view: "AutoConnectOffer"
+            model: view.presets
         }
-        Lazy {
+        LazyView {
             id: undo
             width: parent.width
             isDue: view.presets.canUndoDelete
-            sourceComponent: OfferRow {
-                sentence: "Deleted “" + view.presets.deletedPresetName + "”"
-                symbol: "arrow.uturn.backward"
-                action: "Undo"
-                onAccepted: {
+            view: "UndoOffer"
+            model: view.presets
+            Connections {
+                target: undo.item
+                function onAccepted() {
                     view.isUndoing = true
                     view.presets.undoDelete()
                 }

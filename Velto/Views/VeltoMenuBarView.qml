@@ -87,27 +87,19 @@ FocusScope {
                 }
             }
 
-            Lazy {
+            LazyView {
                 id: errorView
                 width: parent.width
                 isDue: panel.model.errorText.length > 0
-                sourceComponent: ErrorView {
-                    error: panel.model.errorText
-                    recovery: panel.model.recoveryText
-                    onDismissed: panel.model.dismissError()
-                }
+                view: "ErrorView"
+                model: panel.model
             }
-            Lazy {
+            LazyView {
                 id: question
                 width: parent.width
                 isDue: panel.model.disconnectQuestion.length > 0
-                sourceComponent: DisconnectQuestionView {
-                    text: panel.model.disconnectQuestion
-                    keepTitle: panel.model.keepPlayingTitle
-                    stopTitle: panel.model.stopPlayingTitle
-                    onKeepChosen: panel.model.keepPlaying()
-                    onStopChosen: panel.model.stopPlaying()
-                }
+                view: "DisconnectQuestionView"
+                model: panel.model
             }
 
             GlassCard {
@@ -155,23 +147,11 @@ FocusScope {
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
             }
-            Repeater {
-                model: panel.model.outputs
-                OutputDeviceCard {
-                    width: content.width
-                    onVolumeMoved: volume => panel.model.setVolume(uid, volume)
-                    onMuteToggled: panel.model.toggleMute(uid)
-                }
-            }
-            Lazy {
+            LazyView {
                 width: parent.width
-                isDue: panel.model.hasMasterVolume
-                sourceComponent: MasterVolumeRow { model: panel.model }
-            }
-            Lazy {
-                width: parent.width
-                isDue: panel.model.inStep.isAvailable
-                sourceComponent: InStepView { model: panel.model.inStep }
+                isDue: panel.model.outputs.count > 0
+                view: "SessionView"
+                model: panel.model
             }
 
             PushButton {
