@@ -176,6 +176,12 @@ class Parser {
 
 } // namespace
 
-CommandLine CommandLine::parse(std::vector<std::string> words) { return Parser().parse(std::move(words)); }
+/// A start that is no command: what runs for days is not to hold what reads all the others.
+CommandLine CommandLine::parse(std::vector<std::string> words) {
+    if (words.empty()) return {};
+    if (words == std::vector<std::string>{"--hidden"}) return {.isHidden = true};
+    if (words == std::vector<std::string>{"--background"}) return {.isBackground = true};
+    return Parser().parse(std::move(words));
+}
 
 } // namespace velto
