@@ -104,6 +104,23 @@ TEST_F(StatusItemTests, theOtherButtonShowsAMenuForPointerAndKeys) {
     EXPECT_FALSE(menuBar().isPlaying());
 }
 
+TEST_F(StatusItemTests, theProgramsIconIsGivenToWindowsThatShowOneAndToNoOthers) {
+    TestTray tray;
+    launch();
+    tray.serve();
+    settle();
+    QTest::mouseClick(&icon(), Qt::LeftButton);
+    settle();
+    EXPECT_TRUE(icon().QWindow::icon().isNull());
+    EXPECT_TRUE(windows->panel()->icon().isNull());
+
+    panel().click("Settings");
+    settle();
+    EXPECT_FALSE(windows->settingsWindow()->icon().isNull());
+    windows->setPanelStyle(UserInterface::PanelStyle::window);
+    EXPECT_FALSE(windows->panel()->icon().isNull());
+}
+
 } // namespace
 
 } // namespace velto

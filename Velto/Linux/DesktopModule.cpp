@@ -79,7 +79,8 @@ class ToldDisplay {
     std::vector<const char*> told_;
 };
 
-/// Made when the program asks for an obstacle, once for all that follows: it takes a connection to the server.
+/// Made when the program asks for an obstacle, once for all that follows: it takes a connection to the
+/// server.
 DisplayChoice& displayChoice() {
     static DisplayChoice choice;
     return choice;

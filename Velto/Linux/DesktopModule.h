@@ -30,7 +30,8 @@ struct DesktopContext {
 
 extern "C" {
 /// A sentence that says why there can be no desktop on the display that the environment names; null where
-/// there can. To be asked before what follows, which goes by the same display. What is returned stays.
+/// there can. To be asked before each of the others, which take the display that it found. What is returned
+/// stays until it is asked again.
 const char* veltoDesktopObstacle();
 /// Whether a desktop can be had there in the end. Where not, Qt ends the process: it is for one that has
 /// nothing to lose.

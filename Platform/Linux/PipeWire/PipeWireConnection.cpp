@@ -25,9 +25,9 @@ constexpr std::chrono::milliseconds hangingAfter{300};
 constexpr std::chrono::seconds witnessAfter{1};
 constexpr std::chrono::seconds longestWitnessTime{16};
 
-/// Nothing of what clients usually load is needed to look on and to give orders, but these two: no streams, no
-/// devices of its own, no session manager's interfaces, no bus, and no audio thread. Null, and errno, where
-/// that can't be had.
+/// Nothing of what clients usually load is needed to look on and to give orders, but these two: no streams,
+/// no devices of its own, no session manager's interfaces, no bus, and no audio thread. Null, and errno,
+/// where that can't be had.
 pw_context* makeContext(pw_loop* loop) {
     pw_context* const context = pw_context_new(
         loop, pw_properties_new(PW_KEY_CONFIG_NAME, "null", "support.dbus", "false", nullptr), 0);
