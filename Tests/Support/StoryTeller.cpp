@@ -36,7 +36,8 @@ void StoryTeller::take(const Step& step) {
     perform(step);
     isQuiet_ = !step.turns;
     // What is not noticed before the next step happens, or doesn't show by then, may be forgotten.
-    const bool isUnnoticed = step.act == Act::pickDefault || step.act == Act::restartAudioService;
+    const bool isUnnoticed = step.act == Act::pickDefault || step.act == Act::restartAudioService ||
+                             step.act == Act::loseAudioService;
     if (!isQuiet_ && (isUnnoticed || isOutputSlow_)) loseTrack();
     if (isQuiet_) {
         machine_.loop.runUntilIdle();
@@ -177,22 +178,18 @@ void StoryTeller::performByWorld(const Step& step) {
         loseTrack();
         break;
     case Act::restartAudioService:
-        // A session that plays is built anew, and knows where sound belongs.
-        if (!isQuiet_ || mayFail_ || !app_->isPlaying()) {
-            hasMeddled_ = true;
-            loseTrack();
-        }
+        loseAggregate();
         app_->restartAudioService();
         break;
     case Act::loseAudioService:
         machine_.world.faults.obeysLate = step.other % 2 == 0;
         if (step.which % 2 == 0) {
+            if (!isQuiet_) loseTrack(); // what runs is done late
             machine_.world.hangAudioService();
         } else {
+            loseAggregate();
             machine_.world.stopAudioService();
-            hasMeddled_ = true;
         }
-        loseTrack();
         break;
     case Act::wake:
         machine_.loop.sleepMachine(1h);
@@ -201,6 +198,12 @@ void StoryTeller::performByWorld(const Step& step) {
     default:
         machine_.loop.advance(std::chrono::milliseconds(step.which * step.other * 10));
     }
+}
+
+/// With its audio service: a session is built anew or ends, and knows where sound belongs.
+void StoryTeller::loseAggregate() {
+    hasMeddled_ = true;
+    if (!isQuiet_ || mayFail_) loseTrack();
 }
 
 void StoryTeller::plugOrUnplug(const std::string& uid, bool asAnother) {

@@ -69,6 +69,7 @@ class StoryTeller {
     void performByUser(const Step& step);
     void performByWorld(const Step& step);
     void setPreference(int which, int value);
+    void loseAggregate();
     void plugOrUnplug(const std::string& uid, bool asAnother);
     static void changeDevice(SimulatedDevice& device, const Step& step);
     void pickDefault(const std::string& uid);

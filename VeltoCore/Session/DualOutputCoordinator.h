@@ -13,11 +13,11 @@
 //   well, outputs that went meanwhile are seen to (not the default output, which may still read old).
 // - There is no turn of the main loop between the end of an operation and the steps taken here after it:
 //   whoever waited for it finds them done.
-// - What reads as the default output before a switch of ours shows is nobody's choice. A session whose switch
-//   does not show ends, and so does one that has lost all its outputs, each after its time (SessionWaits).
+// - What reads as the default output before a switch of ours shows is nobody's choice, nor is what the system
+//   falls back to when the audio service was restarted without the aggregate. A session whose switch does not
+//   show ends, and so does one that plays nowhere, each after its time (SessionWaits).
 // - The pair of a session that was lost is started again when it is back, before Auto Connect, unless
-// somebody
-//   wanted something else meanwhile.
+//   somebody wanted something else meanwhile.
 // - Shutting down turns away all that is started later, waits for what runs, then ends the session.
 #pragma once
 

@@ -38,7 +38,7 @@ bool DualOutputCoordinator::wasSwitchedAway(const DualOutputSession& session) {
     const bool isChoice = systemAudio_.isSomebodysChoice(output->uid);
     waits_.watchSwitch();
     if (!isChoice) return false;
-    if (isReturningOutput(output->uid, session, deviceManager_)) {
+    if (isReturningOutput(output->uid, SessionUIDs::of(session), deviceManager_)) {
         logger.notice("{} routed output to a reconnected session device; re-asserting dual output",
                       publicText(words_.system));
         if (systemAudio_.reassertDefaultOutput()) {
@@ -72,7 +72,7 @@ void DualOutputCoordinator::checkSessionDevices() {
 /// The return of the lost output is an answer; and when nothing remains there is nothing to ask.
 void DualOutputCoordinator::forgetAnsweredQuestion() {
     if (!pendingDisconnectDecision_) return;
-    if (deviceManager_.device(pendingDisconnectDecision_->uid) || systemAudio_.isSessionWithoutOutputs())
+    if (deviceManager_.device(pendingDisconnectDecision_->uid) || systemAudio_.isSessionSilenced())
         show(pendingDisconnectDecision_, std::nullopt);
 }
 
@@ -86,10 +86,10 @@ void DualOutputCoordinator::seeToLostOutputs() {
 }
 
 void DualOutputCoordinator::applyDisconnectBehavior(const AudioOutputDevice& missing) {
-    const bool remainsOne = !systemAudio_.isSessionWithoutOutputs();
+    const bool isPlaying = !systemAudio_.isSessionSilenced();
     switch (preferences_.disconnectBehavior()) {
     case DisconnectBehavior::keepPlaying:
-        if (remainsOne) tell({SessionEvent::Kind::outputLost, missing.name});
+        if (isPlaying) tell({SessionEvent::Kind::outputLost, missing.name});
         break;
     case DisconnectBehavior::pauseGroup:
         logger.notice("Disconnect behaviour is pauseGroup; stopping");
@@ -97,7 +97,7 @@ void DualOutputCoordinator::applyDisconnectBehavior(const AudioOutputDevice& mis
         tasks_.spawn(stopAfterDisconnect(*systemAudio_.activeSession()));
         break;
     case DisconnectBehavior::askUser:
-        if (!remainsOne) break;
+        if (!isPlaying) break;
         show(pendingDisconnectDecision_, missing);
         tell({SessionEvent::Kind::questionAsked, missing.name});
         break;
@@ -114,11 +114,16 @@ Task<void> DualOutputCoordinator::endAfterSwitch() {
 }
 
 Task<void> DualOutputCoordinator::endAfterLoss(DualOutputSession session) {
-    logger.notice("All outputs of the session are gone; ending session");
+    const auto* degraded = state().as<AudioSessionState::Degraded>();
+    const bool remainsOne = systemAudio_.missingSessionDevices().size() < session.devices().size();
+    const SessionEvent event =
+        degraded && remainsOne ? SessionEvent{SessionEvent::Kind::endedByLostOutput, degraded->missing.name}
+                               : SessionEvent{SessionEvent::Kind::endedWithoutOutputs};
+    logger.notice("The session has nothing left to play on; ending session");
     RememberedPair::Content pair{std::move(session), preset_.id(), preset_.settings()};
     co_await stopSession();
     if (!state().is<AudioSessionState::Idle>()) co_return;
-    tell({SessionEvent::Kind::endedWithoutOutputs});
+    tell(event);
     if (!preferences_.autoReconnect()) co_return;
     rememberedPair_.remember(std::move(pair));
     startRememberedPair(); // when they came back while it ended
@@ -156,6 +161,7 @@ void DualOutputCoordinator::handleWake() {
 
 void DualOutputCoordinator::handleServiceRestart() {
     handleWake();
+    systemAudio_.handleServiceRestart();
     sync_.sessionChanged();
     if (!isShuttingDown_) tasks_.spawn(recover());
 }

@@ -1,4 +1,4 @@
-// RememberedPair: the two outputs of a session that ended because both had gone, until they are back.
+// RememberedPair: the two outputs of a session that had nothing left to play on, until both are back.
 //
 // A part of DualOutputCoordinator; main actor only; gone with the program. Somebody's choice of another
 // output ends the wait.
@@ -7,10 +7,10 @@
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Foundation/UUID.h"
 #include "VeltoCore/Session/DualOutputSession.h"
+#include "VeltoCore/Session/FallbackOutput.h"
 #include "VeltoCore/Volume/DeviceVolumeController.h"
 
 #include <optional>
-#include <string>
 
 namespace velto {
 
@@ -32,12 +32,9 @@ class RememberedPair {
     std::optional<Content> takeWhenBack();
 
   private:
-    bool wasChosen(const AudioOutputDevice& output) const;
-
     AudioDeviceManager& deviceManager_;
     std::optional<Content> content_;
-    /// As last seen; empty for none.
-    std::string defaultUID_;
+    std::optional<FallbackOutput> fallback_;
 };
 
 } // namespace velto

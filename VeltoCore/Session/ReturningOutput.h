@@ -2,18 +2,17 @@
 #pragma once
 
 #include "VeltoCore/Devices/AudioDeviceManager.h"
-#include "VeltoCore/Session/DualOutputSession.h"
+#include "VeltoCore/Session/SessionUIDs.h"
 
 #include <string>
 
 namespace velto {
 
 /// True for an output of the session for 15 seconds after it came back.
-inline bool isReturningOutput(const std::string& uid, const DualOutputSession& session,
+inline bool isReturningOutput(const std::string& uid, const SessionUIDs& session,
                               const AudioDeviceManager& deviceManager) {
     constexpr double seconds = 15;
-    const bool isOfSession = uid == session.first.uid || uid == session.second.uid;
-    return isOfSession && deviceManager.wasRecentlyConnected(uid, seconds);
+    return session.contains(uid) && deviceManager.wasRecentlyConnected(uid, seconds);
 }
 
 } // namespace velto

@@ -73,7 +73,7 @@ Task<void> SessionWaits::confirmSwitch(DualOutputSession session, CancellationTo
 
 /// Where sound can't go elsewhere, or nobody can say what is there, the session waits.
 bool SessionWaits::isLost() const {
-    return systemAudio_.isSessionWithoutOutputs() && systemAudio_.isAnswering() &&
+    return systemAudio_.isSessionSilenced() && systemAudio_.isAnswering() &&
            !deviceManager_.selectableDevices().empty();
 }
 

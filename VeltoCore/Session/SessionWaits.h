@@ -1,10 +1,10 @@
-// SessionWaits: what a session is given time for: that a switch to its aggregate shows, and that one of its
-// outputs comes back when all have gone.
+// SessionWaits: what a session is given time for: that a switch to its aggregate shows, and that its outputs
+// come back when it plays nowhere.
 //
 // A part of DualOutputCoordinator; main actor only. It begins and ends its waits when it is told to look, and
 // says how one has ended; what follows from that is done by its owner.
 // - A switch that does not show for 5 seconds is made once more; after another 5 it has failed.
-// - A session that has been without outputs for 5 seconds is lost, if sound could go elsewhere.
+// - A session that has played nowhere for 5 seconds is lost, if sound could go elsewhere.
 // - None of these 5 seconds counts time asleep. While the audio service does not answer nothing waits, or
 //   wakes the program: whoever hears that it answers again has it told to look.
 // - A wait is for the session that it began with, and comes to nothing when an operation runs as it ends.

@@ -189,31 +189,17 @@ Task<void> SystemAudioManager::undo(DualOutputSession session) {
 /// What failed; none also when someone else has changed the output, who is left alone. Throws only when there
 /// is no answer.
 std::optional<AudioManagerError> SystemAudioManager::restoreUnlessChosen(const DualOutputSession& session) {
-    if (!outputs_.isDefaultOutputChosen()) return restore(previousOutputs(session));
+    if (!outputs_.isDefaultOutputChosen()) return outputs_.restore(previousOutputs(session));
     logger.notice("Default output was changed externally; skipping restore");
     return std::nullopt;
 }
 
-/// What failed. Throws only when there is no answer.
-std::optional<AudioManagerError> SystemAudioManager::restore(const PreviousOutputs& previous) {
-    try {
-        outputs_.restoreOutput(previous.defaultUID, previous.systemUID);
-        return std::nullopt;
-    } catch (...) {
-        AudioManagerError error = currentAudioManagerError();
-        if (error.isNoAnswer()) throw error;
-        logger.error("Restore failed: {}", error.errorDescription());
-        return error;
-    }
-}
-
-/// Where sound goes now is somebody's choice, if it is not our aggregate: a recovery that is left to do must
-/// lead there.
+/// Where sound goes now may be somebody's choice: a recovery that is left to do must lead there.
 void SystemAudioManager::respectChoice() {
     std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
     try {
         const auto chosen = outputs_.inForce().defaultUID;
-        if (!record || !chosen) return;
+        if (!record || !chosen || !outputs_.isDefaultOutputChosen()) return;
         record->previousDefaultOutputUID = chosen;
         recoveryStore_.saveRecoveryState(record);
     } catch (const AudioManagerError&) { // who can't be asked has not been heard of another choice
@@ -231,13 +217,10 @@ Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevic
     const Marker::Mark mark(operation_, Operation::rebuild);
     const AudioSessionState before = state();
     state_.set(AudioSessionState::Stopping{});
+    StartRequest request{std::move(first),    std::move(second), std::move(aggregateName),
+                         preferredSampleRate, clockStrategy,     {}};
     const std::optional<AudioManagerError> failure =
-        co_await failureOf(rebuildSession(*session, {std::move(first),
-                                                     std::move(second),
-                                                     std::move(aggregateName),
-                                                     preferredSampleRate,
-                                                     clockStrategy,
-                                                     {}}));
+        co_await failureOf(rebuildSession(*session, std::move(request)));
     if (!failure) co_return;
     if (failure->isNoAnswer()) {
         state_.set(before);
@@ -249,12 +232,15 @@ Task<void> SystemAudioManager::rebuild(AudioOutputDevice first, AudioOutputDevic
 
 Task<void> SystemAudioManager::rebuildSession(DualOutputSession session, StartRequest request) {
     const PreviousOutputs previous = previousOutputs(session);
-    const bool isElsewhere = outputs_.isDefaultOutputChosen();
+    // A default output that is not the aggregate need not be put back only to be switched away from.
+    const bool hasFallenBack = outputs_.hasFallenBack();
+    if (hasFallenBack) outputs_.endSwitch();
+    const bool isElsewhere = hasFallenBack || outputs_.isDefaultOutputChosen();
     const std::optional<AudioManagerError> failure =
         co_await failureOf(replaceSession(session, std::move(request), previous));
     if (!failure) co_return;
     // Sound had gone elsewhere with the aggregate: undoing the session did not put the outputs back.
-    if (isElsewhere && !failure->isNoAnswer()) restore(previous);
+    if (isElsewhere && !failure->isNoAnswer()) outputs_.restore(previous);
     throw *failure;
 }
 
@@ -314,9 +300,10 @@ Task<bool> SystemAudioManager::recover() {
     if (!record && !aggregate) co_return false;
     logger.notice("Recovering from previous session (aggregate present: {}, state saved: {})",
                   aggregate.has_value(), record.has_value());
-    if (outputs_.isDefaultOutputOurs() || aggregate) {
+    const bool hasFallenBack = outputs_.hasFallenBack() && !outputs_.isDefaultOutputChosen();
+    if (outputs_.isDefaultOutputOurs() || aggregate || hasFallenBack) {
         const RecoveryState recorded = record.value_or(RecoveryState());
-        restore({recorded.previousDefaultOutputUID, recorded.previousSystemOutputUID});
+        outputs_.restore({recorded.previousDefaultOutputUID, recorded.previousSystemOutputUID});
     }
     if (aggregate) {
         co_await destroyQuietly(*aggregate);
@@ -324,6 +311,17 @@ Task<bool> SystemAudioManager::recover() {
     recoveryStore_.saveRecoveryState(std::nullopt);
     deviceManager_.refresh();
     co_return true;
+}
+
+void SystemAudioManager::handleServiceRestart() {
+    const auto session = activeSession();
+    const std::optional<RecoveryState> record = recoveryStore_.loadRecoveryState();
+    if ((!session && !record) || operation_.running()) return;
+    try {
+        if (client_.deviceID(AggregateDeviceManager::aggregateUID)) return;
+        outputs_.fallBack(session ? SessionUIDs::of(*session) : SessionUIDs::of(*record));
+    } catch (...) { // for all that is known, it is there
+    }
 }
 
 // A session that runs
@@ -376,9 +374,10 @@ std::vector<AudioOutputDevice> SystemAudioManager::missingSessionDevices() const
     return session ? presence_.missing(*session) : std::vector<AudioOutputDevice>();
 }
 
-bool SystemAudioManager::isSessionWithoutOutputs() const {
+bool SystemAudioManager::isSessionSilenced() const {
     const auto session = activeSession();
-    return session && presence_.missing(*session).size() == session->devices().size();
+    return session &&
+           (outputs_.hasFallenBack() || presence_.missing(*session).size() == session->devices().size());
 }
 
 bool SystemAudioManager::isSessionHealthy() noexcept {

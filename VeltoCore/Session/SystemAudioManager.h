@@ -100,8 +100,12 @@ class SystemAudioManager {
     /// The session's devices that can't be found now, the first before the second. What gets no answer is
     /// not missing.
     std::vector<AudioOutputDevice> missingSessionDevices() const;
-    /// Whether a session runs, all of whose outputs are missing.
-    bool isSessionWithoutOutputs() const;
+    /// Whether a session runs that plays nowhere: all of its outputs are missing, or its aggregate has gone
+    /// with the audio service.
+    bool isSessionSilenced() const;
+    /// When the audio service answers again, after the devices were read: where it has taken an aggregate
+    /// with it, what is the default output now is nobody's choice.
+    void handleServiceRestart();
     /// Whether the session's aggregate exists and is the default output, or about to be; false when that
     /// can't be read, but true while there is no answer: unknown is not unhealthy.
     bool isSessionHealthy() noexcept;
@@ -139,7 +143,6 @@ class SystemAudioManager {
     Task<void> removeAggregate(DualOutputSession session);
     Task<bool> recover();
     std::optional<AudioManagerError> restoreUnlessChosen(const DualOutputSession& session);
-    std::optional<AudioManagerError> restore(const PreviousOutputs& previous);
     void closeRecord(const std::optional<AudioManagerError>& failure);
     void respectChoice();
     bool updateDegraded(AudioSessionState::Degraded degraded);

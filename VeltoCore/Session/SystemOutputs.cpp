@@ -53,7 +53,23 @@ PreviousOutputs SystemOutputs::inForce() const {
 
 bool SystemOutputs::isDefaultOutputChosen() {
     const auto uid = readable([this] { return currentDefaultOutputUID(); });
-    return !uid || switch_.isChoice(*uid);
+    return !uid || isChoice(*uid);
+}
+
+bool SystemOutputs::isChoice(const std::string& defaultUID) {
+    const bool isChoice = switch_.isChoice(defaultUID);
+    if (defaultUID == AggregateDeviceManager::aggregateUID) fallback_.reset();
+    return isChoice && (!fallback_ || fallback_->isChoice(defaultUID));
+}
+
+void SystemOutputs::endSwitch() noexcept {
+    switch_.end();
+    fallback_.reset();
+}
+
+void SystemOutputs::fallBack(SessionUIDs session) {
+    endSwitch();
+    fallback_.emplace(deviceManager_, std::move(session));
 }
 
 void SystemOutputs::expectDefaultOfBefore() {
@@ -67,6 +83,7 @@ bool SystemOutputs::isSwitchPending() {
 }
 
 void SystemOutputs::switchAgainTo(AudioObjectID device) {
+    fallback_.reset();
     expectDefaultOfBefore();
     client_.setDefaultOutputDevice(device);
     switch_.begin();
@@ -76,6 +93,7 @@ void SystemOutputs::switchAgainTo(AudioObjectID device) {
 void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previous) {
     bool isDefaultSwitched = false;
     std::string reason;
+    fallback_.reset();
     expectDefaultOfBefore();
     try {
         client_.setDefaultOutputDevice(device);
@@ -108,10 +126,23 @@ void SystemOutputs::switchBack(SetOutput setOutput, const std::optional<std::str
     }
 }
 
-void SystemOutputs::restoreOutput(const std::optional<std::string>& previousDefaultUID,
-                                  const std::optional<std::string>& previousSystemUID) {
+std::optional<AudioManagerError> SystemOutputs::restore(const PreviousOutputs& previous) {
+    try {
+        restoreSystemOutput(previous.systemUID, restoreDefaultOutput(previous.defaultUID));
+        return std::nullopt;
+    } catch (...) {
+        rethrowNoAnswer();
+        AudioManagerError error = currentAudioManagerError();
+        logger.error("Restore failed: {}", error.errorDescription());
+        return error;
+    }
+}
+
+AudioOutputDevice SystemOutputs::restoreDefaultOutput(const std::optional<std::string>& previousUID) {
     deviceManager_.refresh();
-    const AudioOutputDevice target = resolveRestoreTarget(previousDefaultUID);
+    AudioOutputDevice target = resolveRestoreTarget(previousUID);
+    // What the system has gone back to by itself need not become somebody's choice.
+    if (fallback_ && readable([this] { return currentDefaultOutputUID(); }) == target.uid) return target;
     try {
         client_.setDefaultOutputDevice(target.deviceID);
     } catch (...) {
@@ -120,7 +151,7 @@ void SystemOutputs::restoreOutput(const std::optional<std::string>& previousDefa
     }
     switch_.mayShowFirst(target.uid);
     logger.info("Restored default output to {}", publicText(target.name));
-    restoreSystemOutput(previousSystemUID, target);
+    return target;
 }
 
 void SystemOutputs::restoreSystemOutput(const std::optional<std::string>& previousUID,

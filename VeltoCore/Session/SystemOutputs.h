@@ -1,12 +1,16 @@
 // SystemOutputs: reads, switches and restores the computer's default output and alert output.
 //
 // A part of SystemAudioManager; main actor only. It knows which outputs to go back to when it is told their
-// UIDs, and never goes back to our own aggregate.
+// UIDs, and never goes back to our own aggregate. What it reads it tells apart: our aggregate, what shows
+// before a switch to it does, what the system falls back to without it, somebody's choice.
 #pragma once
 
+#include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Devices/AudioDeviceManager.h"
 #include "VeltoCore/Session/DefaultOutputSwitch.h"
+#include "VeltoCore/Session/FallbackOutput.h"
+#include "VeltoCore/Session/SessionUIDs.h"
 
 #include <optional>
 #include <string>
@@ -40,26 +44,31 @@ class SystemOutputs {
     void switchAgainTo(AudioObjectID device);
 
     /// Whether somebody chose that default output. Our aggregate is no choice; nor, until a switch to it
-    /// shows, is what was the default output before.
-    bool isChoice(const std::string& defaultUID) { return switch_.isChoice(defaultUID); }
+    /// shows, is what was the default output before, or where it has gone, what the system falls back to.
+    bool isChoice(const std::string& defaultUID);
     /// Until the devices, as last read, show our aggregate as the default output.
     bool isSwitchPending();
     /// Nobody waits for a switch to show any more.
-    void endSwitch() noexcept { switch_.end(); }
+    void endSwitch() noexcept;
     /// Whether sound goes where somebody chose, or that can't be read. Throws only when there is no answer.
     bool isDefaultOutputChosen();
+    /// The session's aggregate has gone with the audio service: the default output, as the devices were last
+    /// read, is nobody's choice. Until the next switch.
+    void fallBack(SessionUIDs session);
+    /// Whether that is so, whatever has been chosen since.
+    bool hasFallenBack() const noexcept { return fallback_.has_value(); }
 
-    /// Goes back to the previous outputs, or to a fallback where they are gone. Throws `cannotRestoreOutput`
-    /// when the default output can't be restored; the alert output is only tried. Where it gets no answer,
-    /// it throws that, and leaves off there.
-    void restoreOutput(const std::optional<std::string>& previousDefaultUID,
-                       const std::optional<std::string>& previousSystemUID);
+    /// Goes back to the previous outputs, or to a fallback where they are gone. What failed:
+    /// `cannotRestoreOutput` when the default output can't be restored; the alert output is only tried. Where
+    /// it gets no answer, it throws that, and leaves off there.
+    std::optional<AudioManagerError> restore(const PreviousOutputs& previous);
 
   private:
     using SetOutput = void (CoreAudioClient::*)(AudioObjectID);
 
     bool isSystemOutputOurs() const;
     void expectDefaultOfBefore();
+    AudioOutputDevice restoreDefaultOutput(const std::optional<std::string>& previousUID);
     AudioOutputDevice resolveRestoreTarget(const std::optional<std::string>& uid) const;
     void restoreSystemOutput(const std::optional<std::string>& previousUID,
                              const AudioOutputDevice& defaultTarget);
@@ -68,6 +77,7 @@ class SystemOutputs {
     CoreAudioClient& client_;
     AudioDeviceManager& deviceManager_;
     DefaultOutputSwitch switch_;
+    std::optional<FallbackOutput> fallback_;
 };
 
 } // namespace velto
