@@ -16,7 +16,7 @@ std::string takeLine(std::string_view& text) {
     return line;
 }
 
-/// What is no UTF-8 is not: on Linux the notes in the server put such an output back, and no preset finds it.
+/// What is no UTF-8 is not. No client of a platform tells such a text; whoever does is to do no other harm.
 bool isStoredWhole(const SimulatedDevice& output) {
     RecoveryState record;
     record.firstDeviceUID = output.uid;

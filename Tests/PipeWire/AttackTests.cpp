@@ -3,7 +3,9 @@
 #include "Tests/PipeWire/CutLine.h"
 #include "Tests/PipeWire/RealServer.h"
 
+#include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 #include "Simulation/InMemoryUserDefaults.h"
 #include "Simulation/SimulatedApplicationHost.h"
 #include "Simulation/SimulatedAudioEngine.h"
@@ -23,6 +25,9 @@
 
 namespace velto {
 namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
 
 int times(int count) {
     const char* factor = std::getenv("VELTO_ATTACK");
@@ -344,17 +349,47 @@ TEST_F(AttackTests, AForeignSinkWithTheAggregatesNameIsRefusedAndLeftAlone) {
     client->setDefaultOutputDevice(id("desk"));
 }
 
-TEST_F(AttackTests, AnOutputWhoseNameIsNoUTF8IsGoneBackTo) {
-    const std::string name = "bro\xff\xc3ken";
-    lab->plug({name, "Broken", {{"priority.session", "1400"}}});
-    ASSERT_TRUE(runUntil([&] { return defaultUID() == name; }));
+TEST_F(AttackTests, AnOutputWhoseNameIsNoUTF8IsOneLikeOthers) {
+    const std::string uid = PipeWireText::fromServer("bro\xff\xc3ken");
+    // Another one, whose name is what a stored text would be if such bytes were replaced in it.
+    for (const auto& [name, priority] : {std::pair(uid, "1400"), std::pair("bro��ken"s, "100")})
+        lab->plug({name, "Bro\xffken", {{"priority.session", priority}}});
+    ASSERT_TRUE(runUntil([&] { return defaultUID() == uid; }));
     InMemoryUserDefaults defaults;
+    {
+        Core core(*client, loop, defaults);
+        startSession(core);
+        ASSERT_TRUE(core.session.activeSession());
+        finish(core, core.session.stop());
+        EXPECT_TRUE(runUntil([&] { return defaultUID() == uid; })) << defaultUID();
+
+        // It plays, delayed too, and what is stored of it finds it again.
+        const auto broken = core.devices.device(uid);
+        const auto desk = core.devices.device("desk");
+        ASSERT_TRUE(broken && desk);
+        const auto preset = AudioPreset::create("Both", *broken, *desk, {});
+        EXPECT_EQ(decodePresets(encodePresets({preset}).value()).value(), std::vector{preset});
+        finish(core, core.session.start(*broken, *desk, "Both", {}, ClockStrategy::automatic));
+        ASSERT_TRUE(core.session.activeSession());
+        const AudioObjectID aggregate = core.session.activeSession()->aggregateDeviceID;
+        EXPECT_THAT(client->aggregateActiveSubDeviceIDs(aggregate), ElementsAre(id(uid), id("desk")));
+        EXPECT_THAT(client->aggregateFullSubDeviceUIDs(aggregate), ElementsAre(uid, "desk"));
+        client->setOutputDelays(aggregate, {{uid, 20}});
+        ASSERT_TRUE(runUntil([&] {
+            const SoundLab::Lock lock(*lab);
+            return lab->graph().delayNode(DelayNames::node(aggregateUID)).has_value();
+        }));
+        EXPECT_TRUE(runUntil([&] { return client->aggregateActiveSubDeviceIDs(aggregate).size() == 2; }));
+    }
+    startClient(); // as after a death
     Core core(*client, loop, defaults);
-    startSession(core);
-    ASSERT_TRUE(core.session.activeSession());
-    finish(core, core.session.stop());
-    EXPECT_TRUE(runUntil([&] { return defaultUID() == name; })) << defaultUID();
-    lab->unplug(name);
+    const auto record = core.state.preferences().loadRecoveryState().value();
+    EXPECT_EQ(record.firstDeviceUID, uid);
+    EXPECT_EQ(record.previousDefaultOutputUID, uid);
+    finish(core, core.session.recoverIfNeeded());
+    EXPECT_TRUE(runUntil([&] { return defaultUID() == uid; })) << defaultUID();
+    lab->unplug(uid);
+    lab->unplug("bro��ken");
 }
 
 /// How long a server stands still, in seconds: as long as an operation takes, unless it is said.

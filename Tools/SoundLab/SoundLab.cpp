@@ -3,6 +3,7 @@
 #include "Platform/Linux/Delay/AudioThread.h"
 
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 
 #include <algorithm>
 #include <ctime>
@@ -130,7 +131,7 @@ std::int64_t SoundLab::plug(const VirtualOutput& output) {
         pw_properties* properties = pw_properties_new(
             "factory.name", "support.null-audio-sink", PW_KEY_MEDIA_CLASS, "Audio/Sink", PW_KEY_OBJECT_LINGER,
             "true", "monitor.channel-volumes", "true", "audio.position", "[ FL FR ]", nullptr);
-        pw_properties_set(properties, PW_KEY_NODE_NAME, output.name.c_str());
+        pw_properties_set(properties, PW_KEY_NODE_NAME, PipeWireText::toServer(output.name).c_str());
         pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, output.description.c_str());
         for (const auto& [key, value] : output.properties)
             pw_properties_set(properties, key.c_str(), value.c_str());

@@ -50,7 +50,7 @@ class CoreAudioClient {
     /// The device with that UID; none when there is no such device.
     /// kAudioHardwarePropertyTranslateUIDToDevice.
     virtual std::optional<AudioObjectID> deviceID(std::string_view forUID) = 0;
-    /// kAudioDevicePropertyDeviceUID.
+    /// In UTF-8, and never that of another device. kAudioDevicePropertyDeviceUID.
     virtual std::string deviceUID(AudioObjectID device) = 0;
     /// kAudioObjectPropertyName.
     virtual std::string deviceName(AudioObjectID device) = 0;

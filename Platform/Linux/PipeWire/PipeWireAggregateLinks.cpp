@@ -3,6 +3,7 @@
 #include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 #include "VeltoCore/Services/LoggingService.h"
 
 #include <algorithm>
@@ -56,10 +57,13 @@ matched(const PipeWireGraph& graph, const Ports& sources, const PipeWireNode& ou
 
 pw_properties* linkProperties(const std::string& fromNode, const std::string& fromPort,
                               const std::string& toNode, const std::string& toPort) {
-    return pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_LINK_PASSIVE, "true", PW_KEY_OBJECT_PATH,
-                             PipeWireKey::link, PW_KEY_LINK_OUTPUT_NODE, fromNode.c_str(),
-                             PW_KEY_LINK_OUTPUT_PORT, fromPort.c_str(), PW_KEY_LINK_INPUT_NODE,
-                             toNode.c_str(), PW_KEY_LINK_INPUT_PORT, toPort.c_str(), nullptr);
+    pw_properties* properties = pw_properties_new(PW_KEY_OBJECT_LINGER, "true", PW_KEY_LINK_PASSIVE, "true",
+                                                  PW_KEY_OBJECT_PATH, PipeWireKey::link, nullptr);
+    for (const auto& [key, name] :
+         {std::pair(PW_KEY_LINK_OUTPUT_NODE, &fromNode), std::pair(PW_KEY_LINK_OUTPUT_PORT, &fromPort),
+          std::pair(PW_KEY_LINK_INPUT_NODE, &toNode), std::pair(PW_KEY_LINK_INPUT_PORT, &toPort)})
+        pw_properties_set(properties, key, PipeWireText::toServer(*name).c_str());
+    return properties;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "Platform/Linux/PipeWire/PipeWireComposition.h"
 #include "Platform/Linux/PipeWire/PipeWireFailure.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 #include "VeltoCore/CoreAudio/AudioManagerError.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -54,7 +55,7 @@ pw_properties* sinkProperties(const AggregateDeviceDescription& description,
         "true", PW_KEY_NODE_VIRTUAL, "true", PW_KEY_DEVICE_API, "velto", "monitor.channel-volumes", "false",
         "session.suspend-timeout-seconds", "0", "device.routes", "1", "audio.position", "[ FL FR ]", nullptr);
     if (priority) pw_properties_setf(properties, PW_KEY_PRIORITY_SESSION, "%" PRId64, *priority);
-    pw_properties_set(properties, PW_KEY_NODE_NAME, description.uid.c_str());
+    pw_properties_set(properties, PW_KEY_NODE_NAME, PipeWireText::toServer(description.uid).c_str());
     pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
     pw_properties_set(properties, PipeWireKey::composition, PipeWireComposition::text(description).c_str());
     return properties;

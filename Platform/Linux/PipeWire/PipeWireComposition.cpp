@@ -35,7 +35,8 @@ std::string PipeWireComposition::text(const AggregateDeviceDescription& descript
                               {CompositionKey::mainSubDevice, description.mainSubDeviceUID},
                               {CompositionKey::isStacked, description.isStacked},
                               {CompositionKey::isPrivate, description.isPrivate}};
-    return composition.dump(-1, ' ', false, json::error_handler_t::replace);
+    constexpr bool isPlain = true; // so that no text of it is another on the server's side
+    return composition.dump(-1, ' ', isPlain, json::error_handler_t::replace);
 }
 
 AggregateDeviceDescription PipeWireComposition::read(std::string_view text) {

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Delay/DelayCommand.h"
 #include "Platform/Linux/Delay/DelayNames.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 #include "Platform/Linux/ProgramParts.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -82,7 +83,7 @@ void PipeWireDelayHelper::start(const std::string& remote, const std::string& ag
     const std::filesystem::path program = programPart("velto-delay");
     std::vector<std::string> words{program.native(), remote, aggregate};
     for (const auto& [output, delay] : outputs_) {
-        words.push_back(output);
+        words.push_back(PipeWireText::toServer(output)); // by which it finds it there
         words.push_back(numberText(delay));
     }
     std::vector<char*> arguments;

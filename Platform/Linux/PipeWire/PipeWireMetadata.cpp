@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireMetadata.h"
 
 #include "Platform/Linux/PipeWire/PipeWireStoredName.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 
 #include <map>
 #include <utility>
@@ -71,7 +72,7 @@ std::optional<std::string> PipeWireMetadata::value(std::string_view key) const {
 std::optional<std::string> PipeWireMetadata::name(std::string_view key) const {
     const auto found = watch_->values.find(key);
     if (found == watch_->values.end()) return std::nullopt;
-    return PipeWireStoredName::read(found->second);
+    return PipeWireStoredName::read(found->second).transform(PipeWireText::fromServer);
 }
 
 void PipeWireMetadata::set(std::string_view key, std::string_view type, std::string_view value,
@@ -82,7 +83,7 @@ void PipeWireMetadata::set(std::string_view key, std::string_view type, std::str
 }
 
 void PipeWireMetadata::setName(std::string_view key, std::string_view name) {
-    set(key, "Spa:String:JSON", PipeWireStoredName::text(name));
+    set(key, "Spa:String:JSON", PipeWireStoredName::text(PipeWireText::toServer(name)));
 }
 
 void PipeWireMetadata::remove(std::string_view key, uint32_t subject) {

@@ -35,9 +35,9 @@ class PipeWireMetadata {
     bool isComplete() const noexcept { return isComplete_; }
 
     uint32_t globalID() const noexcept { return globalID_; }
-    /// The global value under the key (subject 0); none when there is none.
+    /// The global value under the key (subject 0), as it is stored; none when there is none.
     std::optional<std::string> value(std::string_view key) const;
-    /// The member "name" of the JSON object under the key; none when there is no such value.
+    /// The device that the JSON object under the key names; none when there is no such value.
     std::optional<std::string> name(std::string_view key) const;
 
     /// Asks the server to store the value. The mirror follows with the server's event.

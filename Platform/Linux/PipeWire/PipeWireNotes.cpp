@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireNotes.h"
 
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
+#include "Platform/Linux/PipeWire/PipeWireText.h"
 
 namespace velto {
 
@@ -13,7 +14,7 @@ constexpr const char* allNotes[] = {PipeWireKey::previousConfiguredSink, PipeWir
 
 std::optional<std::string> PipeWireNotes::noted(const char* key) const {
     const PipeWireMetadata* settings = graph_.settingsMetadata();
-    return settings ? settings->value(key) : std::nullopt;
+    return settings ? settings->value(key).transform(PipeWireText::fromServer) : std::nullopt;
 }
 
 std::optional<std::string> PipeWireNotes::configuredOutput() const {
@@ -26,9 +27,10 @@ void PipeWireNotes::noteOutputs(const std::string& aggregateName) {
     if (!settings || !outputs || noted(PipeWireKey::previousConfiguredSink)) return;
     const auto configured = outputs->name(PipeWireKey::configuredSink);
     if (configured != aggregateName) lastConfigured_ = configured.value_or("");
-    settings->set(PipeWireKey::previousConfiguredSink, "", lastConfigured_);
-    const auto alert = outputs->name(PipeWireKey::alertSink);
-    settings->set(PipeWireKey::previousAlertSink, "", alert == aggregateName ? "" : alert.value_or(""));
+    settings->set(PipeWireKey::previousConfiguredSink, "", PipeWireText::toServer(lastConfigured_));
+    const std::string alert = outputs->name(PipeWireKey::alertSink).value_or("");
+    settings->set(PipeWireKey::previousAlertSink, "",
+                  alert == aggregateName ? "" : PipeWireText::toServer(alert));
 }
 
 void PipeWireNotes::noteSampleRate() {

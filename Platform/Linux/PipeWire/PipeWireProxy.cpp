@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireProxy.h"
 
+#include "Platform/Linux/PipeWire/PipeWireText.h"
+
 #include <charconv>
 
 namespace velto {
@@ -8,7 +10,7 @@ void mergeProperties(PipeWireProperties& into, const spa_dict* dictionary) {
     if (!dictionary) return;
     for (uint32_t i = 0; i < dictionary->n_items; ++i) {
         const spa_dict_item& item = dictionary->items[i];
-        if (item.key && item.value) into.insert_or_assign(item.key, item.value);
+        if (item.key && item.value) into.insert_or_assign(item.key, PipeWireText::fromServer(item.value));
     }
 }
 

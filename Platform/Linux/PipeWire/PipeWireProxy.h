@@ -11,7 +11,7 @@
 
 namespace velto {
 
-/// Properties of a server object.
+/// Properties of a server object, as the program's texts (PipeWireText).
 using PipeWireProperties = std::map<std::string, std::string, std::less<>>;
 
 /// Takes over the entries of a dictionary, replacing those of equal keys. Null is an empty one.

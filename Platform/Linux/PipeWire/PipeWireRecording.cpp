@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireRecording.h"
 
+#include "Platform/Linux/PipeWire/PipeWireText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -49,7 +51,7 @@ void PipeWireRecording::openStream() {
     pw_properties* properties =
         pw_properties_new(PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_NODE_NAME, "velto.alignment",
                           PW_KEY_NODE_DONT_RECONNECT, "true", nullptr);
-    if (!uid_.empty()) pw_properties_set(properties, "target.object", uid_.c_str());
+    if (!uid_.empty()) pw_properties_set(properties, "target.object", PipeWireText::toServer(uid_).c_str());
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32;
     format.rate = sampleRate_;
