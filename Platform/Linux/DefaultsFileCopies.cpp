@@ -3,14 +3,17 @@
 #include "Platform/Linux/FileReplacement.h"
 #include "VeltoCore/Services/LoggingService.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <fstream>
 #include <ios>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace velto {
 
@@ -27,7 +30,7 @@ std::optional<std::uint64_t> copyNumber(std::string_view name, std::string_view 
     name.remove_prefix(prefix.size());
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-    const bool isNumber = error == std::errc() && end == name.data() + name.size();
+    const bool isNumber = error == std::errc() && name == std::to_string(number); // one name for each
     return isNumber ? std::optional(number) : std::nullopt;
 }
 
@@ -51,6 +54,36 @@ bool hasContent(const fs::path& file, std::string_view content) {
     return stream && found == content;
 }
 
+/// A file, or whatever else.
+bool isAnythingAt(const fs::path& path) { return fs::exists(fs::symlink_status(path)); }
+
+fs::path named(const fs::path& base, std::uint64_t number) { return base.native() + std::to_string(number); }
+
+/// Gives the copies the lowest numbers that are free, in their order: somebody has called a file so that no
+/// number is left above it.
+void renumber(Copies& copies, const fs::path& base) {
+    Copies renumbered;
+    std::uint64_t number = 1;
+    for (const auto& [old, path] : copies) {
+        while (number < old && isAnythingAt(named(base, number)))
+            ++number;
+        number = std::min(number, old);
+        if (number < old) fs::rename(path, named(base, number));
+        renumbered.emplace(number, named(base, number));
+        ++number;
+    }
+    copies = std::move(renumbered);
+}
+
+/// The path of the next copy: above all others, and free.
+fs::path nextCopy(Copies& copies, const fs::path& base) {
+    for (;; renumber(copies, base)) {
+        std::uint64_t number = copies.empty() ? 0 : copies.rbegin()->first;
+        while (number < std::numeric_limits<std::uint64_t>::max())
+            if (fs::path path = named(base, ++number); !isAnythingAt(path)) return path;
+    }
+}
+
 std::string failed(const fs::path& at, const std::string& reason) {
     LoggingService::persistence.error("The copies of the settings could not be renewed at {}: {}",
                                       at.native(), reason);
@@ -63,8 +96,7 @@ std::optional<std::string> keepIn(const fs::path& folder, const std::string& pre
     Copies copies = copiesIn(folder, prefix);
     if (!copies.empty() && hasContent(copies.rbegin()->second, content)) return std::nullopt;
 
-    const std::uint64_t number = copies.empty() ? 1 : copies.rbegin()->first + 1;
-    const fs::path latest = folder / (prefix + std::to_string(number));
+    const fs::path latest = nextCopy(copies, folder / prefix);
     if (const auto failure = FileReplacement::write(latest, content)) return failed(latest, *failure);
 
     // Only now may any go: those that the new one makes superfluous, then the oldest.

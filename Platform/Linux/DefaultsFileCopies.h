@@ -2,8 +2,9 @@
 // made of it meanwhile, kept beside it.
 //
 // The copies are numbered, such as "defaults.json.copy-7", and the highest number is the latest. A copy is
-// never written again, only removed once there are enough later ones, so no failure can harm it. The program
-// does not read them: bringing one back is for the user.
+// never written again, only removed once there are enough later ones, so no failure can harm it. Anybody can
+// call a file so: what is in the way is passed by, and where no higher number is left, the copies get lower
+// ones. The program does not read them: bringing one back is for the user.
 #pragma once
 
 #include <cstddef>

@@ -43,8 +43,8 @@ void fuzz(std::string_view text) {
     const fs::path file = folder / "defaults.json";
     const std::string ending(text.substr(0, std::min<std::size_t>(text.find('\n'), 100)));
     const std::string_view content = text.substr(std::min(ending.size() + 1, text.size()));
-    if (ending.find('/') == std::string::npos && ending.find('\0') == std::string::npos)
-        write(folder / ("defaults.json.copy-" + ending), "{}");
+    const bool isBeside = ending.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+    if (isBeside) write(folder / ("defaults.json.copy-" + ending), "{}");
     write(file, content);
 
     SimulatedMainActor actor;
@@ -58,6 +58,7 @@ void fuzz(std::string_view text) {
         require(!defaults.writeFailure());
     }
     require(isKept(content, folder));
+    require(!isBeside || isKept("{}", folder)); // no more than three were ever there
     fs::remove_all(folder);
 }
 

@@ -82,7 +82,7 @@ TEST_F(DefaultsFileCopiesTests, TheFileAtTheLastThreeStartsIsKept) {
     EXPECT_THAT(copies(),
                 ElementsAre(Pair("11", atStart[10]), Pair("12", atStart[11]), Pair("13", atStart[12]),
                             Pair("99x", "nor this"), Pair("of mine", "not to be touched")));
-    struct stat status{};
+    struct stat status {};
     ASSERT_EQ(stat((folder / "defaults.json.copy-13").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
     EXPECT_THAT(log.lines(), IsEmpty());
@@ -103,6 +103,36 @@ TEST_F(DefaultsFileCopiesTests, StartsThatChangeNothingPushNothingOut) {
     fs::copy_file(folder / "defaults.json.copy-2", file, fs::copy_options::overwrite_existing);
     EXPECT_EQ(FileUserDefaults(file, loop).stringValue("value"), "b");
     EXPECT_THAT(copies(), ElementsAre(Pair("3", c), Pair("4", d), Pair("5", b)));
+}
+
+TEST_F(DefaultsFileCopiesTests, AFileThatIsCalledAsACopyIsNotWrittenOver) {
+    const auto make = [&](const std::string& number) {
+        std::ofstream(folder / ("defaults.json.copy-" + number)) << number;
+    };
+    const std::string highest = "18446744073709551615";
+    runStoring("a");
+    make("0");
+    make(highest);
+    const std::string a = runStoring("b");
+    EXPECT_THAT(copies(), ElementsAre(Pair("0", "0"), Pair("1", highest), Pair("2", a))) << "in their order";
+    const std::string b = runStoring("c");
+    EXPECT_THAT(copies(), ElementsAre(Pair("1", highest), Pair("2", a), Pair("3", b)));
+
+    const std::string lastButOne = "18446744073709551614";
+    make(lastButOne);
+    const std::string c = runStoring("d");
+    EXPECT_THAT(copies(), ElementsAre(Pair(lastButOne, lastButOne), Pair(highest, c), Pair("3", b)));
+    const std::string d = runStoring("e");
+    EXPECT_THAT(copies(), ElementsAre(Pair("2", lastButOne), Pair("3", c), Pair("4", d)));
+
+    fs::create_directory(folder / "defaults.json.copy-5");
+    fs::create_symlink("elsewhere", folder / "defaults.json.copy-6");
+    make("07");
+    const std::string e = runStoring("f");
+    EXPECT_EQ(contents(folder / "defaults.json.copy-7"), e);
+    EXPECT_TRUE(fs::is_symlink(folder / "defaults.json.copy-6"));
+    EXPECT_EQ(contents(folder / "defaults.json.copy-07"), "07");
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(DefaultsFileCopiesTests, AFileThatCannotBeReadPushesNothingOut) {
@@ -126,10 +156,10 @@ TEST_F(DefaultsFileCopiesTests, AFailureLeavesTheCopiesThereAre) {
         const auto before = copies();
         ASSERT_THAT(before, SizeIs(3));
 
-        struct rlimit unlimited{};
+        struct rlimit unlimited {};
         getrlimit(RLIMIT_FSIZE, &unlimited);
         const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-        const struct rlimit small{size / 2, unlimited.rlim_max}; // as on a full disk
+        const struct rlimit small { size / 2, unlimited.rlim_max }; // as on a full disk
         setrlimit(RLIMIT_FSIZE, &small);
         runChangingNothing();
         setrlimit(RLIMIT_FSIZE, &unlimited);
