@@ -8,13 +8,19 @@
 // always a little behind. So links are asked for by names, which the server looks up when it makes them. Each
 // carries a mark, and a marked link from an aggregate, or from what delays it, to anything but one of its
 // outputs is destroyed as soon as it is seen. Links that others make are never touched.
+//
+// What is destroyed is named by its ID, and that may be another object's by then, which is not hit: with
+// each message a client says how much of the registry it has heard of, and the server refuses (-ESTALE) to
+// destroy what came later. It does so since 0.3.48. By a proxy a link that lingers can't be destroyed.
 #pragma once
 
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireDelays.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 #include "Platform/Linux/PipeWire/PipeWireRequest.h"
+#include "VeltoCore/Observation/Lifetime.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
