@@ -97,6 +97,72 @@ TEST_F(AggregateTests, ALinkThatSomebodyRemovesIsMadeAgain) {
     client->destroyAggregateDevice(aggregate);
 }
 
+/// What the client under test may do with the server's factory of links.
+class LinkPermission {
+  public:
+    explicit LinkPermission(SoundLab& lab) : lab_(lab) {
+        const SoundLab::Lock lock(lab_);
+        registry_ = pw_core_get_registry(lab.core(), PW_VERSION_REGISTRY, 0);
+        events_.version = PW_VERSION_REGISTRY_EVENTS;
+        events_.global = [](void* data, uint32_t id, uint32_t, const char* type, uint32_t,
+                            const spa_dict* dictionary) {
+            static_cast<LinkPermission*>(data)->add(id, type, dictionary);
+        };
+        pw_registry_add_listener(registry_, &hook_, &events_, this);
+    }
+    LinkPermission(const LinkPermission&) = delete;
+    LinkPermission& operator=(const LinkPermission&) = delete;
+    ~LinkPermission() {
+        const SoundLab::Lock lock(lab_);
+        spa_hook_remove(&hook_);
+        if (client_) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(client_));
+        pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
+    }
+    bool isKnown() const { return factory_ != SPA_ID_INVALID && client_; }
+    void set(uint32_t permission) {
+        const SoundLab::Lock lock(lab_);
+        const pw_permission one = PW_PERMISSION_INIT(factory_, permission);
+        pw_client_update_permissions(client_, 1, &one);
+    }
+
+  private:
+    void add(uint32_t id, std::string_view type, const spa_dict* dictionary) {
+        PipeWireProperties properties;
+        mergeProperties(properties, dictionary);
+        if (type == PW_TYPE_INTERFACE_Factory && property(properties, PW_KEY_FACTORY_NAME) == "link-factory")
+            factory_ = id;
+        // The lab is a client of this process, too.
+        const uint32_t lab =
+            pw_proxy_get_bound_id(reinterpret_cast<pw_proxy*>(pw_core_get_client(lab_.core())));
+        if (type == PW_TYPE_INTERFACE_Client && id != lab &&
+            numberProperty(properties, PW_KEY_SEC_PID) == static_cast<uint32_t>(getpid()))
+            client_ = static_cast<pw_client*>(
+                pw_registry_bind(registry_, id, PW_TYPE_INTERFACE_Client, PW_VERSION_CLIENT, 0));
+    }
+
+    SoundLab& lab_;
+    pw_registry* registry_ = nullptr;
+    pw_registry_events events_{};
+    spa_hook hook_{};
+    uint32_t factory_ = SPA_ID_INVALID;
+    pw_client* client_ = nullptr;
+};
+
+TEST_F(AggregateTests, ALinkThatTheServerRefusesIsToldAndAskedForAgain) {
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    unplug("usb");
+    LinkPermission permission(*lab);
+    ASSERT_TRUE(lab->waitUntil([&] { return permission.isKnown(); }));
+    permission.set(0);
+    lab->plug(usual("usb"));
+    EXPECT_TRUE(runUntil([&] { return log.count("The sound server refused a link") > 0; }));
+    EXPECT_TRUE(runUntil([&] { return id("usb") != kAudioObjectUnknown; })) << "it is not hidden for ever";
+    EXPECT_THAT(active(aggregate), ElementsAre("desk"));
+    permission.set(PW_PERM_ALL); // of which the client need not take notice
+    EXPECT_TRUE(runUntil([&] { return active(aggregate).size() == 2; }));
+    client->destroyAggregateDevice(aggregate);
+}
+
 TEST_F(AggregateTests, EveryLayoutOfChannelsGetsSound) {
     struct Layout {
         const char* positions;

@@ -139,7 +139,8 @@ void PipeWireAggregateLinks::request(const std::vector<Pair>& pairs) {
         requests_.emplace(key,
                           std::make_unique<PipeWireRequest>(
                               connection_.core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
-                              linkProperties(from.node, from.port->alias(), to.node, to.port->alias())));
+                              linkProperties(from.node, from.port->alias(), to.node, to.port->alias()),
+                              [this] { noteRefusal(); }));
     }
 }
 
@@ -195,18 +196,27 @@ void PipeWireAggregateLinks::removeStrays() {
     }
 }
 
+/// Whether its ports are still there is known when all is heard that the server had to say by then.
+void PipeWireAggregateLinks::noteRefusal() {
+    connection_.whenAnswered(lifetime_.whileAlive([this] { sweepRequests(); }));
+}
+
 void PipeWireAggregateLinks::sweepRequests() {
+    bool isAnyRefused = false;
     std::erase_if(requests_, [&](const auto& entry) {
         const auto& [ports, request] = entry;
         // An output that goes takes its links first, and is asked for them again before it is seen to be
         // gone.
         const bool areThere = graph_.hasPort(ports.first) && graph_.hasPort(ports.second);
-        if (!request->refusal().empty() && areThere)
+        if (!request->refusal().empty() && areThere) {
             LoggingService::audioDevices.error("The sound server refused a link: {}", request->refusal());
+            isAnyRefused = true;
+        }
         return request->isOver() || std::ranges::any_of(graph_.links(), [&](const auto& link) {
                    return link.second.outputPort == ports.first && link.second.inputPort == ports.second;
                });
     });
+    if (isAnyRefused) refused_();
 }
 
 void PipeWireAggregateLinks::forget() {

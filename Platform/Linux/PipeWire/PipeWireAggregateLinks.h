@@ -32,8 +32,11 @@ namespace velto {
 
 class PipeWireAggregateLinks {
   public:
-    PipeWireAggregateLinks(PipeWireConnection& connection, PipeWireGraph& graph, const PipeWireDelays& delays)
-        : connection_(connection), graph_(graph), delays_(delays) {}
+    /// `refused` is called, perhaps from within a server callback, when the server did not make a link whose
+    /// ports are there: it is for its owner to ask again, later.
+    PipeWireAggregateLinks(PipeWireConnection& connection, PipeWireGraph& graph, const PipeWireDelays& delays,
+                           std::function<void()> refused)
+        : connection_(connection), graph_(graph), delays_(delays), refused_(std::move(refused)) {}
     PipeWireAggregateLinks(const PipeWireAggregateLinks&) = delete;
     PipeWireAggregateLinks& operator=(const PipeWireAggregateLinks&) = delete;
 
@@ -69,11 +72,13 @@ class PipeWireAggregateLinks {
     /// The aggregate whose sound that node sends out: itself, or what delays it.
     const PipeWireNode* aggregateBehind(uint32_t node) const;
     bool isAstray(const PipeWireLink& link, const PipeWireNode& aggregate) const;
+    void noteRefusal();
     void sweepRequests();
 
     PipeWireConnection& connection_;
     PipeWireGraph& graph_;
     const PipeWireDelays& delays_;
+    std::function<void()> refused_;
     /// Links that were found to be right, or were asked to be destroyed, by global ID. What a link joins
     /// never changes, and to look each one up at every change would hold up an output that has come back.
     std::set<uint32_t> judged_;
@@ -82,6 +87,7 @@ class PipeWireAggregateLinks {
     int strayCount_ = 0;
     /// Links asked for and not yet seen in the registry, by their ports.
     std::map<std::pair<uint32_t, uint32_t>, std::unique_ptr<PipeWireRequest>> requests_;
+    Lifetime lifetime_;
 };
 
 } // namespace velto

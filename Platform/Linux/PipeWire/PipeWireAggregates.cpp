@@ -21,6 +21,11 @@ namespace {
 /// How long a returning output may take to be linked before it is shown unlinked. It takes about 2 ms.
 constexpr std::chrono::milliseconds joiningGrace{500};
 
+/// A link that was refused is asked for again at once, then after twice as long each time; given up on after
+/// this until something changes.
+constexpr std::chrono::milliseconds firstAskAgainDelay{50};
+constexpr std::chrono::seconds longestAskAgainDelay{10};
+
 /// Above what the session manager gives outputs of hardware (up to 1509), below its inputs (from 1900).
 constexpr std::int64_t usualPriority = 1600;
 
@@ -68,7 +73,8 @@ PipeWireAggregates::PipeWireAggregates(MainActor& actor, FileDescriptorWatcher& 
                                        const std::string& remote, Handlers handlers)
     : actor_(actor), connection_(connection), graph_(graph),
       delays_(actor, watcher, graph, remote, std::move(handlers.delaysLost)),
-      links_(connection, graph, delays_), whenJoined_(std::move(handlers.joined)) {}
+      links_(connection, graph, delays_, [this] { askAgainLater(); }),
+      whenJoined_(std::move(handlers.joined)) {}
 
 PipeWireAggregates::~PipeWireAggregates() { forget(); }
 
@@ -174,6 +180,7 @@ void PipeWireAggregates::relink() {
     links_.follow();
     std::erase_if(joined_, [&](AudioObjectID objectID) { return !graph_.device(objectID); });
     std::set<AudioObjectID> unlinked;
+    bool isWhole = true;
     for (const auto& [uid, description] : kept_) {
         const PipeWireNode* aggregate = graph_.device(uid);
         if (!aggregate) continue;
@@ -184,12 +191,30 @@ void PipeWireAggregates::relink() {
             const AudioObjectID objectID = output->objectID();
             if (links_.isLinked(*aggregate, *output)) {
                 joined_.insert(objectID);
-            } else if (!joined_.contains(objectID)) {
+                continue;
+            }
+            isWhole = false;
+            if (!joined_.contains(objectID)) {
                 unlinked.insert(objectID);
             }
         }
     }
     updateJoining(unlinked);
+    if (isWhole) stopAskingAgain();
+}
+
+void PipeWireAggregates::askAgainLater() {
+    if (askAgain_ || askAgainDelay_ > longestAskAgainDelay) return;
+    askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
+        askAgain_.reset();
+        askAgainDelay_ = std::max<Duration>(askAgainDelay_ * 2, firstAskAgainDelay);
+        relink();
+    });
+}
+
+void PipeWireAggregates::stopAskingAgain() {
+    if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
+    askAgainDelay_ = Duration::zero();
 }
 
 /// What the server has made after it was given up.
@@ -255,6 +280,7 @@ void PipeWireAggregates::forget() {
     givenUp_.clear();
     delays_.forget();
     links_.forget();
+    stopAskingAgain();
     joined_.clear();
     updateJoining({});
 }

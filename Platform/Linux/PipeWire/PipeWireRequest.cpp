@@ -1,5 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireRequest.h"
 
+#include <utility>
+
 namespace velto {
 
 struct PipeWireRequest::Events {
@@ -8,6 +10,7 @@ struct PipeWireRequest::Events {
         auto& request = *static_cast<PipeWireRequest*>(data);
         request.isOver_ = true;
         request.refusal_ = message ? message : "unknown error";
+        if (request.refused_) request.refused_();
     }
     static constexpr pw_proxy_events proxy = [] {
         pw_proxy_events table{};
@@ -19,7 +22,8 @@ struct PipeWireRequest::Events {
 };
 
 PipeWireRequest::PipeWireRequest(pw_core* core, const char* factory, const char* type, uint32_t version,
-                                 pw_properties* properties) {
+                                 pw_properties* properties, std::function<void()> refused)
+    : refused_(std::move(refused)) {
     proxy_ =
         static_cast<pw_proxy*>(pw_core_create_object(core, factory, type, version, &properties->dict, 0));
     pw_properties_free(properties);
