@@ -30,6 +30,7 @@ class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld
     // The client
 
     bool isAnswering() const noexcept override { return isKnownToAnswer(); }
+    bool isServiceThere() const noexcept override { return isServiceRunning(); }
     Subscription observeServiceLoss(std::function<void()> handler) override {
         return observeLoss(std::move(handler));
     }

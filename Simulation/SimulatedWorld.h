@@ -100,6 +100,7 @@ class SimulatedWorld {
 
     ContinuousInstant now() const noexcept { return actor_.continuousNow(); }
     bool isHanging() const noexcept { return isHanging_; }
+    bool isServiceRunning() const noexcept { return isServiceRunning_; }
     /// As far as the program can know.
     bool isKnownToAnswer() const noexcept { return isServiceRunning_ && !isKnownToHang_; }
     Subscription observeLoss(std::function<void()> handler) {

@@ -209,6 +209,7 @@ TEST_F(AggregateTests, FailsInTimeAndLeavesNothingWhenTheServerHangs) {
         const ContinuousInstant before = loop.continuousNow();
         EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), status);
         EXPECT_LT(loop.continuousNow() - before, pipeWireDeadline + std::chrono::milliseconds(100));
+        EXPECT_TRUE(client->isServiceThere());
         ASSERT_EQ(kill(hanging, SIGCONT), 0);
         settle();
         plug(VirtualOutput::usb("after", "After")); // all that was asked before is done by now

@@ -267,7 +267,7 @@ TEST_F(DelayTests, AloneItGoesOnUntilTheAggregateOrTheServerGoesOrItIsTold) {
     const auto orphan = start({"", aggregateUID, "usb", "80"});
     EXPECT_FALSE(orphan->wait(100ms));
     killServer();
-    EXPECT_TRUE(runUntil([&] { return !client->isAnswering(); }));
+    EXPECT_TRUE(runUntil([&] { return !client->isAnswering() && !client->isServiceThere(); }));
     EXPECT_EQ(orphan->wait(10s), 0);
     EXPECT_EQ(start({"", aggregateUID, "usb", "80"})->wait(10s), 1) << "there is no server";
 }

@@ -12,6 +12,7 @@ using testing::Eq;
 using testing::Field;
 using testing::IsEmpty;
 using testing::Optional;
+using testing::StartsWith;
 
 class MenuBarTests : public ShellTest {
   protected:
@@ -297,8 +298,16 @@ TEST_F(MenuBarTests, TellsOfChangesOnceATurnAndOfNothingElse) {
     EXPECT_EQ(changes, 1) << "the devices";
     EXPECT_EQ(menuBar().selectableDevices().size(), 3U);
     expectChange("the audio service", [&] { world.stopAudioService(); });
+    EXPECT_THAT(menuBar().needsMoreOutputsText().value_or(""), StartsWith("No sound server is running."));
     world.startAudioService();
     run();
+    world.hangAudioService();
+    menuBar().setVolume(0.5F, "bluetooth"); // which shows it
+    EXPECT_THAT(menuBar().needsMoreOutputsText().value_or(""),
+                StartsWith("The sound server does not answer."));
+    world.resumeAudioService();
+    run();
+    EXPECT_EQ(menuBar().needsMoreOutputsText(), std::nullopt);
 
     subscription.reset();
     const auto before = loop.turnCount();

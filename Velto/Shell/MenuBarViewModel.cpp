@@ -170,8 +170,10 @@ std::optional<std::string_view> MenuBarViewModel::selectionHint() const {
 
 std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
     // Only where a server is a program of its own does it not answer at all.
-    if (!client_.isAnswering())
+    if (!client_.isServiceThere())
         return "No sound server is running. Velto starts working as soon as PipeWire does.";
+    if (!client_.isAnswering())
+        return "The sound server does not answer. Velto goes on working as soon as PipeWire does.";
     if (!needsMoreOutputs()) return std::nullopt;
     return "Connect a second output to play together.";
 }

@@ -39,6 +39,8 @@ class CoreAudioClient {
     /// False while the audio service is known to be away or to hang. Costs nothing: it asks nobody. A
     /// platform on which this shows only in the calls themselves answers true.
     virtual bool isAnswering() const noexcept { return true; }
+    /// Whether the audio service is there, as far as is known, whether it answers or hangs. Costs nothing.
+    virtual bool isServiceThere() const noexcept { return true; }
     /// Calls the handler, on the main actor, when isAnswering() has become false because the service is away;
     /// never on a platform that can't know.
     virtual Subscription observeServiceLoss(std::function<void()>) { return {}; }

@@ -43,6 +43,7 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
     std::size_t listenerCount() const noexcept { return news_.listeners().count(); }
 
     bool isAnswering() const noexcept override { return hasHeard() && !connection_.isSilent(); }
+    bool isServiceThere() const noexcept override { return connection_.isConnected(); }
     Subscription observeServiceLoss(std::function<void()> handler) override {
         return lossObservers_.observe(std::move(handler));
     }
