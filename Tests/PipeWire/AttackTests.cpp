@@ -211,7 +211,7 @@ TEST_F(AttackTests, WhereNobodyHasChosenNobodyHasAfterwards) {
         Core core(*client, loop, defaults);
         startSession(core);
         ASSERT_TRUE(core.session.activeSession());
-        EXPECT_EQ(lab->defaultOutput(), aggregateUID);
+        EXPECT_TRUE(lab->waitForDefault(aggregateUID)); // it hears of it after the client
         EXPECT_EQ(lab->defaultMetadata(PipeWireKey::configuredSink), std::nullopt);
         client->setOutputMute(id(aggregateUID), true); // as a desktop's key does
         finish(core, core.session.stop());
