@@ -72,6 +72,25 @@ TEST_F(SessionSyncTests, TheProfileOfThePairHoldsWhateverHappensToTheSession) {
     end();
 }
 
+TEST_F(SessionSyncTests, NothingOfASessionIsLeftInTheNextWhicheverCallFails) {
+    bool isReached = true;
+    for (std::size_t call = 0; isReached; ++call) {
+        SCOPED_TRACE(call);
+        launch();
+        app->play("bluetooth", "builtin");
+        log.clear();
+        world.calls.failCall(call, kAudioHardwareUnspecifiedError);
+        app->play("usb", "builtin");
+        isReached = world.calls.unconsumed().empty();
+        world.calls.forgetFailures();
+        const bool isRemovalFailed = log.count("RemovePropertyListener") > 0; // then one is left
+        if (!isRemovalFailed)
+            EXPECT_THAT(violations(*app, {.mayLeaveAggregate = true, .mayMissListeners = true}), IsEmpty());
+        app->reset();
+        Application::crash(app);
+    }
+}
+
 TEST_F(SessionSyncTests, WhatIsNotToBeRememberedLastsAsLongAsTheSession) {
     launch();
     app->preferences.rememberSyncProfiles.set(false);

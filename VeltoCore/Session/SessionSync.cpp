@@ -31,8 +31,11 @@ std::optional<SyncProfile> SessionSync::currentProfile() const {
 }
 
 void SessionSync::sessionChanged() {
-    if (const auto session = systemAudio_.activeSession()) return apply(*session);
-    engine_.sessionEnded();
+    const auto session = systemAudio_.activeSession();
+    const AudioObjectID aggregate = session ? session->aggregateDeviceID : kAudioObjectUnknown;
+    // One session may follow another, and what it is to be delayed by may fail to be applied.
+    if (std::exchange(aggregate_, aggregate) != aggregate) engine_.sessionEnded();
+    if (session) return apply(*session);
     hasFailed_ = false;
     profiles_.setForNow(std::nullopt);
 }

@@ -53,6 +53,8 @@ class SessionSync {
     FailureHandler failed_;
     /// Whether the user was told in this session.
     bool hasFailed_ = false;
+    /// Of the session, as last seen.
+    AudioObjectID aggregate_ = kAudioObjectUnknown;
     Subscription profilesSubscription_;
     Subscription failuresSubscription_;
 };
