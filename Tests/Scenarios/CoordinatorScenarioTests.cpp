@@ -864,6 +864,13 @@ TEST_F(CoordinatorScenarioTests, StartsByItselfWhenItsOutputsAreComplete) {
     replug("bluetooth"); // nor during a stop
     pickDefault("usb");
     EXPECT_EQ(log.count("Auto Connect"), 1U) << "nor later: what appeared then has been seen";
+    world.faults = {};
+    app->play("bluetooth", "builtin");
+    world.change("bluetooth", [](SimulatedDevice& device) { device.isReadable = false; });
+    unplug("hdmi");
+    world.change("bluetooth", [](SimulatedDevice& device) { device.isReadable = true; });
+    app->stop(); // the first to see it
+    EXPECT_TRUE(app->isIdle());
 
     // Removed by the time it would start.
     unplug("bluetooth");

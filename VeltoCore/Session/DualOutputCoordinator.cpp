@@ -229,6 +229,7 @@ void DualOutputCoordinator::sessionChanged() {
     if (!state().isActive()) {
         show(pendingDisconnectDecision_, std::nullopt);
         waits_.end();
+        autoConnect_.devicesChanged(); // what came while it ran is no reason to start another one
     }
     preset_.sessionChanged();
     sync_.sessionChanged();

@@ -22,7 +22,8 @@ class AutoConnect {
 
     /// At launch.
     void begin() { known_ = deviceManager_.knownUIDs(); }
-    /// At each change of the devices, also where nothing may be started.
+    /// At each change of the devices, also where nothing may be started; and when a session has ended, whose
+    /// end may have been the first to see one.
     void devicesChanged();
     /// The first preset whose outputs that change has made complete; none where the user wants none started.
     std::optional<AudioPreset> due() const;
