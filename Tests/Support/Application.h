@@ -107,13 +107,13 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
         due.insert(listener(kAudioHardwarePropertyServiceRestarted, kAudioObjectSystemObject));
     std::vector<std::string> tracked;
     if (const auto session = coordinator.state().session()) {
+        // The one that is there: after a restart of the audio service it may not be the session's yet.
         const auto aggregates = machine.world.aggregates();
-        const bool isAggregateThere = std::ranges::find(aggregates, session->aggregateDeviceID,
-                                                        &SimulatedAggregate::deviceID) != aggregates.end();
-        const auto onAggregate =
-            listener(kVeltoAggregatePropertyOutputDelaysLost, session->aggregateDeviceID);
+        const auto onAggregate = listener(kVeltoAggregatePropertyOutputDelaysLost,
+                                          aggregates.empty() ? session->aggregateDeviceID
+                                                             : aggregates.front().deviceID);
         // On one that has gone it is no loss.
-        if (coordinator.canAdjustSync() && (isAggregateThere || found.contains(onAggregate)))
+        if (coordinator.canAdjustSync() && (!aggregates.empty() || found.contains(onAggregate)))
             due.insert(onAggregate);
         for (const AudioOutputDevice& device : session->devices()) {
             tracked.push_back(device.uid);

@@ -55,6 +55,7 @@ void StoryTeller::end() {
     machine_.defaults.failWrites(std::nullopt);
     for (const std::string& uid : machine_.world.pluggedUIDs())
         machine_.world.change(uid, [](SimulatedDevice& device) { device.isReadable = true; });
+    bringAudioServiceBack(); // and an output that can be read again may begin a session
     app_->reset();
     checkQuietPoint();
     require(app_->isIdle(), "a reset leaves a session");
