@@ -5,7 +5,9 @@
 #include "Tools/SoundLab/RunningVelto.h"
 #include "Tools/SoundLab/ServerState.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,6 +15,7 @@
 #include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace velto {
 
@@ -23,6 +26,8 @@ using State = std::map<std::string, std::string>;
 
 constexpr auto patience = 15s;
 constexpr const char* ourName = "com.corlent.velto";
+/// Enough to see what is wrong.
+constexpr int toldViolations = 10;
 
 std::string text(const State& state) {
     std::string result;
@@ -34,7 +39,7 @@ std::string text(const State& state) {
 /// A server with three outputs, somebody's choice or none, and the program.
 class Bench {
   public:
-    Bench(std::string choice, std::uint64_t seed) : choice_(std::move(choice)), random_(seed) {
+    explicit Bench(std::string choice) : choice_(std::move(choice)) {
         connect();
         if (!choice_.empty()) {
             lab->pickDefault(choice_);
@@ -48,7 +53,8 @@ class Bench {
         velto.emplace(Proof::built("Velto/velto"), server.environment(), server.folder() / "velto.log");
     }
     /// Has the program do something; returns a little later, whatever has come of it by then.
-    void beginSomething() {
+    void beginSomething(std::uint64_t seed) {
+        random_.seed(seed);
         static const std::vector<RunningVelto::Words> all{
             {"play", "desk", "usb"}, {"play", "desk", "usb"}, {"play", "usb", "blue"}, {"stop"},
             {"volume", "40%"},       {"mute", "toggle"},      {"delay", "80", "usb"}};
@@ -158,39 +164,75 @@ void killBoth(Bench& bench) {
     stop(bench);
 }
 
-std::string told(const Kind& kind, int cycle, const Bench& bench, const std::string& what) {
-    std::string text = std::string(kind.name) + " killed, cycle " + std::to_string(cycle) + ", during:";
-    for (const std::string& word : bench.doing)
-        text += " " + word;
+std::string told(const Kind& kind, std::uint64_t seed, const Bench* bench, const std::string& what) {
+    std::string text = std::string(kind.name) + " killed, seed " + std::to_string(seed) + ", during:";
+    if (bench)
+        for (const std::string& word : bench->doing)
+            text += " " + word;
     return text + what;
 }
 
-/// Half of the cycles with somebody's choice, half without.
-int violationsOf(const Kind& kind, Proof& proof) {
-    int violated = 0;
-    std::unique_ptr<Bench> bench;
-    for (int cycle = 0; cycle < kind.count; ++cycle) {
-        const bool isChosen = cycle >= kind.count / 2;
-        const bool isLast = cycle + 1 == kind.count / 2 || cycle + 1 == kind.count;
-        if (cycle == kind.count / 2) bench.reset();
-        std::string difference;
-        try {
-            if (!bench) {
-                bench = std::make_unique<Bench>(isChosen ? "usb" : "",
-                                                proof.seed + static_cast<std::uint64_t>(cycle));
-                bench->startVelto();
-            }
-            bench->beginSomething();
-            kind.kill(*bench);
-            difference = bench->difference();
-            if (difference.empty() && isLast) difference = bench->differenceOfMemory();
-        } catch (const std::exception& error) {
-            difference = std::string("\n  ") + error.what();
+/// Some of a kind's cycles, on servers of their own.
+class Lane {
+  public:
+    Lane(const Kind& kind, int cycles, std::uint64_t seed) : kind_(kind), cycles_(cycles), seed_(seed) {}
+
+    /// Half of the cycles with somebody's choice, half without.
+    void run() {
+        for (int cycle = 0; cycle < cycles_; ++cycle) {
+            const bool isLast = cycle + 1 == cycles_ / 2 || cycle + 1 == cycles_;
+            if (cycle == cycles_ / 2) bench_.reset();
+            const std::string difference = differenceAfter(cycle, isLast);
+            if (difference.empty()) continue;
+            violations_.push_back(told(kind_, seedOf(cycle), bench_.get(), difference));
+            bench_.reset(); // what follows begins anew
         }
-        if (difference.empty()) continue;
-        if (++violated <= 10 && bench) proof.report.addViolation(told(kind, cycle, *bench, difference));
-        bench.reset(); // what follows begins anew
+        bench_.reset(); // on the thread whose end would end its programs
     }
+    const std::vector<std::string>& violations() const noexcept { return violations_; }
+
+  private:
+    std::uint64_t seedOf(int cycle) const noexcept { return seed_ + static_cast<std::uint64_t>(cycle); }
+    std::string differenceAfter(int cycle, bool isLast) {
+        try {
+            if (!bench_) {
+                bench_ = std::make_unique<Bench>(cycle >= cycles_ / 2 ? "usb" : "");
+                bench_->startVelto();
+            }
+            bench_->beginSomething(seedOf(cycle));
+            kind_.kill(*bench_);
+            const std::string difference = bench_->difference();
+            return difference.empty() && isLast ? bench_->differenceOfMemory() : difference;
+        } catch (const std::exception& error) {
+            return std::string("\n  ") + error.what();
+        }
+    }
+
+    const Kind& kind_;
+    int cycles_;
+    std::uint64_t seed_;
+    std::unique_ptr<Bench> bench_;
+    std::vector<std::string> violations_;
+};
+
+/// A cycle mostly waits, so several run at once.
+int violationsOf(const Kind& kind, Proof& proof) {
+    const int lanes =
+        std::clamp(static_cast<int>(std::thread::hardware_concurrency()) * 2, 1, kind.count / 10);
+    std::vector<std::unique_ptr<Lane>> all;
+    std::vector<std::jthread> threads;
+    for (int lane = 0, first = 0; lane < lanes; ++lane) {
+        const int end = kind.count * (lane + 1) / lanes;
+        all.push_back(
+            std::make_unique<Lane>(kind, end - first, proof.seed + static_cast<std::uint64_t>(first)));
+        threads.emplace_back(&Lane::run, all.back().get());
+        first = end;
+    }
+    threads.clear();
+    int violated = 0;
+    for (const auto& lane : all)
+        for (const std::string& violation : lane->violations())
+            if (++violated <= toldViolations) proof.report.addViolation(violation);
     return violated;
 }
 

@@ -52,13 +52,8 @@ std::string now() {
 std::map<std::string, std::string> machineDescription() {
     utsname system{};
     uname(&system);
-    std::string load;
-    std::getline(std::ifstream("/proc/loadavg") >> std::ws, load);
     std::map<std::string, std::string> result{
-        {"begun", now()},
-        {"commit", firstLine({"git", "describe", "--always", "--dirty"})},
         {"kernel", std::string(system.sysname) + " " + system.release + " " + system.machine},
-        {"load before", load},
         {"memory", valueIn("/proc/meminfo", "MemTotal")},
         {"processor",
          std::to_string(sysconf(_SC_NPROCESSORS_ONLN)) + " x " + valueIn("/proc/cpuinfo", "model name")},
@@ -68,6 +63,12 @@ std::map<std::string, std::string> machineDescription() {
         result["version of " + std::string(package)] = versionOf(package);
     std::erase_if(result, [](const auto& entry) { return entry.second.empty(); });
     return result;
+}
+
+std::string circumstances() {
+    std::string load;
+    std::ifstream("/proc/loadavg") >> load; // of the last minute
+    return now() + ", commit " + firstLine({"git", "describe", "--always", "--dirty"}) + ", load " + load;
 }
 
 } // namespace velto

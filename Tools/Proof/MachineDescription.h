@@ -1,4 +1,4 @@
-// What machine the proof runs on, as its figures need to be read beside it.
+// What machine the proof runs on, and when and beside what, as its figures need to be read beside it.
 #pragma once
 
 #include <map>
@@ -7,5 +7,7 @@
 namespace velto {
 
 std::map<std::string, std::string> machineDescription();
+/// The present moment, the commit that is measured, and what else the machine does.
+std::string circumstances();
 
 } // namespace velto

@@ -2,9 +2,12 @@
 
 #include "VeltoCore/Foundation/JSONWriting.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <ranges>
 #include <stdexcept>
 #include <utility>
 
@@ -13,6 +16,9 @@ namespace velto {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr const char* markdownFile = "report.md";
+constexpr const char* jsonFile = "report.json";
 
 void writeFile(const fs::path& file, const std::string& text) {
     std::ofstream stream(file);
@@ -54,6 +60,7 @@ static void writeJSON(json::Writer& writer, const ProofChapterReport& chapter) {
     writer.object([&] {
         writer.field("name", chapter.name);
         writer.field("title", chapter.title);
+        writer.field("made", chapter.made);
         writer.field("seconds", chapter.seconds);
         writer.field("holds", chapter.holds());
         writer.field("figures", chapter.figures);
@@ -68,53 +75,86 @@ bool ProofChapterReport::holds() const {
            });
 }
 
-ProofReport::ProofReport(fs::path folder, ProofSetting setting)
-    : folder_(std::move(folder)), setting_(std::move(setting)) {
+static ProofFigure figureOf(const nlohmann::json& value) {
+    ProofFigure figure{value.at("what"), value.at("measured"), value.value("goal", "")};
+    const auto holds = value.find("holds");
+    if (holds != value.end() && holds->is_boolean()) figure.holds = holds->get<bool>();
+    return figure;
+}
+
+static ProofChapterReport chapterOf(const nlohmann::json& value) {
+    ProofChapterReport chapter{value.at("name"), value.at("title"), value.at("made")};
+    for (const nlohmann::json& figure : value.at("figures"))
+        chapter.figures.push_back(figureOf(figure));
+    chapter.violations = value.at("violations").get<std::vector<std::string>>();
+    chapter.pictures = value.at("pictures").get<std::vector<std::string>>();
+    chapter.seconds = value.at("seconds");
+    return chapter;
+}
+
+ProofReport::ProofReport(fs::path folder, std::vector<std::string> order,
+                         std::map<std::string, std::string> machine)
+    : folder_(std::move(folder)), order_(std::move(order)), machine_(std::move(machine)) {
     fs::create_directories(folder_);
+    if (fs::exists(folder_ / jsonFile)) read();
     write();
 }
 
-void ProofReport::begin(std::string chapter, std::string title) {
+void ProofReport::read() {
+    try {
+        std::ifstream stream(folder_ / jsonFile);
+        for (const nlohmann::json& value : nlohmann::json::parse(stream).at("chapters")) {
+            ProofChapterReport chapter = chapterOf(value);
+            const auto place = std::ranges::find(order_, chapter.name) - order_.begin();
+            if (place < std::ssize(order_)) chapters_[place] = std::move(chapter);
+        }
+    } catch (const nlohmann::json::exception&) {
+        throw std::runtime_error((folder_ / jsonFile).string() +
+                                 " is no report that can be carried on; move it away");
+    }
+}
+
+void ProofReport::begin(const std::string& chapter, std::string title, std::string made) {
     std::printf("\n%s (%s)\n", title.c_str(), chapter.c_str());
-    chapters_.push_back({std::move(chapter), std::move(title), {}, {}, {}, 0});
+    chapter_ = {chapter, std::move(title), std::move(made)};
 }
 
 void ProofReport::add(ProofFigure figure) {
     std::printf("  %-52s %-44s %s%s\n", figure.what.c_str(), figure.measured.c_str(), figure.goal.c_str(),
                 figure.holds ? *figure.holds ? ": holds" : ": MISSED" : "");
-    chapters_.back().figures.push_back(std::move(figure));
+    chapter_.figures.push_back(std::move(figure));
 }
 
 void ProofReport::addViolation(std::string text) {
     std::printf("  VIOLATION: %s\n", text.c_str());
-    chapters_.back().violations.push_back(std::move(text));
+    chapter_.violations.push_back(std::move(text));
 }
 
 void ProofReport::addPicture(const std::string& title, const std::string& svg) {
-    const std::string name = chapters_.back().name + "-" + title + ".svg";
+    const std::string name = chapter_.name + "-" + title + ".svg";
     writeFile(folder_ / name, svg);
-    chapters_.back().pictures.push_back(name);
+    chapter_.pictures.push_back(name);
 }
 
-void ProofReport::end(double seconds) {
-    chapters_.back().seconds = seconds;
+bool ProofReport::end(double seconds) {
+    chapter_.seconds = seconds;
+    const bool holds = chapter_.holds();
+    chapters_[std::ranges::find(order_, chapter_.name) - order_.begin()] = std::move(chapter_);
     write();
+    return holds;
 }
-
-bool ProofReport::holds() const { return std::ranges::all_of(chapters_, &ProofChapterReport::holds); }
 
 void ProofReport::write() const {
-    writeFile(folder_ / "report.md", markdown());
-    writeFile(folder_ / "report.json", jsonText());
+    writeFile(folder_ / markdownFile, markdown());
+    writeFile(folder_ / jsonFile, jsonText());
 }
 
 std::string ProofReport::markdown() const {
-    std::string text = std::string("# Report of `./run proof") + (setting_.isFull ? " --full" : "") +
-                       " --seed " + std::to_string(setting_.seed) + "`\n\n| machine | |\n| --- | --- |\n";
-    for (const auto& [what, value] : setting_.machine)
+    std::string text = "# Report of `./run proof`\n\n| machine | |\n| --- | --- |\n";
+    for (const auto& [what, value] : machine_)
         text += "| " + cell(what) + " | " + cell(value) + " |\n";
-    for (const ProofChapterReport& chapter : chapters_) {
-        text += "\n## " + chapter.title + "\n\n`--only " + chapter.name + "`, " + minutes(chapter.seconds) +
+    for (const ProofChapterReport& chapter : std::views::values(chapters_)) {
+        text += "\n## " + chapter.title + "\n\n" + chapter.made + "; in " + minutes(chapter.seconds) +
                 (chapter.holds() ? ": holds.\n" : ": **does not hold**.\n");
         if (!chapter.figures.empty()) text += "\n| figure | measured | goal | |\n| --- | --- | --- | --- |\n";
         for (const ProofFigure& figure : chapter.figures)
@@ -129,13 +169,11 @@ std::string ProofReport::markdown() const {
 }
 
 std::string ProofReport::jsonText() const {
+    const auto chapters = std::views::values(chapters_);
     json::Writer writer;
     writer.object([&] {
-        writer.field("isFull", setting_.isFull);
-        writer.field("seed", std::to_string(setting_.seed)); // larger than what a number holds
-        writer.field("holds", holds());
-        writer.field("machine", setting_.machine);
-        writer.field("chapters", chapters_);
+        writer.field("machine", machine_);
+        writer.field("chapters", std::vector(chapters.begin(), chapters.end()));
     });
     const auto data = writer.finish();
     return data ? std::string(data->begin(), data->end()) + "\n" : "";

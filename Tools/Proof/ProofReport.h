@@ -1,10 +1,11 @@
 // ProofReport: what the proof has found, chapter by chapter, for people and for programs.
 //
 // Told line by line as it comes, and written as report.md and report.json; again after each chapter, so that
-// a proof that is stopped leaves what it has.
+// a proof that is stopped leaves what it has. What these files say of other chapters stays, so that a proof
+// that takes days can be made chapter by chapter.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -25,47 +26,48 @@ struct ProofFigure {
 struct ProofChapterReport {
     std::string name;
     std::string title;
-    std::vector<ProofFigure> figures;
+    /// The command, when, of which commit, beside what load.
+    std::string made;
+    std::vector<ProofFigure> figures{};
     /// What went wrong, with all that is needed to see it again; several lines each.
-    std::vector<std::string> violations;
+    std::vector<std::string> violations{};
     /// Files beside the report.
-    std::vector<std::string> pictures;
+    std::vector<std::string> pictures{};
     double seconds = 0;
 
     bool holds() const;
 };
 
-/// How it was made.
-struct ProofSetting {
-    bool isFull = false;
-    std::uint64_t seed = 0;
-    std::map<std::string, std::string> machine;
-};
-
 class ProofReport {
   public:
-    /// Makes the folder. Throws std::runtime_error where it can't.
-    ProofReport(std::filesystem::path folder, ProofSetting setting);
+    /// Makes the folder, or reads what report it has. Throws std::runtime_error where it can't. The order is
+    /// that of the chapters' names.
+    ProofReport(std::filesystem::path folder, std::vector<std::string> order,
+                std::map<std::string, std::string> machine);
 
-    void begin(std::string chapter, std::string title);
+    void begin(const std::string& chapter, std::string title, std::string made);
     void add(ProofFigure figure);
     void addViolation(std::string text);
     void addPicture(const std::string& title, const std::string& svg);
     /// The chapter could not be carried on.
     void fail(const std::string& why) { addViolation("The chapter has ended early: " + why); }
-    void end(double seconds);
+    /// Whether the chapter holds.
+    bool end(double seconds);
 
-    bool holds() const;
     const std::filesystem::path& folder() const noexcept { return folder_; }
 
   private:
+    void read();
     void write() const;
     std::string markdown() const;
     std::string jsonText() const;
 
     std::filesystem::path folder_;
-    ProofSetting setting_;
-    std::vector<ProofChapterReport> chapters_;
+    std::vector<std::string> order_;
+    std::map<std::string, std::string> machine_;
+    ProofChapterReport chapter_;
+    /// Those that have ended, by their place in the order.
+    std::map<std::ptrdiff_t, ProofChapterReport> chapters_;
 };
 
 } // namespace velto
