@@ -28,6 +28,21 @@ class SystemOutputTests : public RealServer {
         refreshLab(); // it is not told of what happens while others begin to watch
         return lab->waitUntil(isConfigured);
     }
+    /// Whether the session manager comes to remember that choice.
+    bool isStored(const std::string& name) {
+        return runUntil([&] {
+            std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
+            const std::string stored(std::istreambuf_iterator<char>(file), {});
+            return stored.contains("default.configured.audio.sink=" + name);
+        });
+    }
+    /// Whether "desk" comes to be the choice that it was.
+    bool isConfiguredAgain() {
+        return runUntil([&] {
+            refreshLab(); // which watches the store while others begin to
+            return configured() == "desk";
+        });
+    }
     /// What a session does: switches both outputs to an aggregate, back, and removes it.
     void runSession(std::string previous) {
         const AudioObjectID aggregate = createAggregate({"desk", "blue"});
@@ -138,19 +153,6 @@ TEST_F(SystemOutputTests, AChoiceOfAnAggregateThatWentWithItsServerIsForgottenAt
 }
 
 TEST_F(SystemOutputTests, AChoiceOutlivesTheServerOfItsSession) {
-    const auto isStored = [&](const std::string& name) {
-        return runUntil([&] {
-            std::ifstream file(server.folder() / "state/wireplumber/default-nodes");
-            const std::string stored(std::istreambuf_iterator<char>(file), {});
-            return stored.contains("default.configured.audio.sink=" + name);
-        });
-    };
-    const auto isConfiguredAgain = [&] {
-        return runUntil([&] {
-            refreshLab(); // which watches the store while others begin to
-            return configured() == "desk";
-        });
-    };
     lab->pickDefault("desk");
     ASSERT_TRUE(isStored("desk"));
     settle();
@@ -172,6 +174,20 @@ TEST_F(SystemOutputTests, AChoiceOutlivesTheServerOfItsSession) {
     ASSERT_TRUE(runUntil(isSeen));
     server.startSessionManager();
     EXPECT_TRUE(isConfiguredAgain()) << configured().value_or("none");
+}
+
+TEST_F(SystemOutputTests, WhatIsReclaimedAsASessionEndsIsGivenBack) {
+    lab->pickDefault("desk");
+    ASSERT_TRUE(isStored("desk"));
+    const AudioObjectID aggregate = createAggregate({"desk", "usb"});
+    switchTo(aggregate);
+    server.killSessionManager(); // before it has stored that
+    server.startSessionManager();
+    ASSERT_TRUE(runUntil([&] { return log.count("making it the default again") > 0; }));
+    client->destroyAggregateDevice(aggregate); // nobody has told yet that it was
+    EXPECT_TRUE(isConfiguredAgain()) << configured().value_or("none");
+    EXPECT_TRUE(leavesNoNotes());
+    EXPECT_TRUE(isStored("desk"));
 }
 
 TEST_F(SystemOutputTests, AlertsFollowTheDefaultUntilTheyHaveAnOutputOfTheirOwn) {

@@ -291,6 +291,7 @@ void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
     if (!node || !PipeWireAggregates::isAggregate(*node))
         fail(kAudioHardwareBadObjectError, "DestroyAggregateDevice", device);
     const std::string name = node->name(); // the node goes
+    outputs_.letGo();
     aggregates_.destroy(*node);
     followAggregate();
     connection_.waitUntil([&] { return outputs_.hasLeft(name); }, newDefaultGrace);

@@ -3,7 +3,6 @@
 #include "Platform/Linux/PipeWire/PipeWireStoredName.h"
 #include "Platform/Linux/PipeWire/PipeWireText.h"
 
-#include <map>
 #include <utility>
 
 namespace velto {
@@ -38,6 +37,7 @@ struct PipeWireMetadata::Watch {
         } else if (const auto found = self.values.find(key); found != self.values.end()) {
             self.values.erase(found);
         }
+        if (key) self.owner.told(key, value);
         if (self.owner.watch_.get() == &self) self.owner.changed_();
         return 0;
     }
@@ -58,7 +58,11 @@ int PipeWireMetadata::refresh(pw_registry* registry) {
 void PipeWireMetadata::completed(int refresh) {
     isComplete_ = true;
     // One that was asked for earlier has nothing to say of the values that arrive now.
-    if (next_ && refresh == refreshes_) watch_ = std::move(next_);
+    if (next_ && refresh == refreshes_) {
+        watch_ = std::move(next_);
+        // What was sent before it was asked for is among its values.
+        std::erase_if(pending_, [refresh](const auto& entry) { return entry.second.refresh < refresh; });
+    }
     changed_();
 }
 
@@ -75,9 +79,28 @@ std::optional<std::string> PipeWireMetadata::name(std::string_view key) const {
     return PipeWireStoredName::read(found->second).transform(PipeWireText::fromServer);
 }
 
+std::optional<std::string> PipeWireMetadata::nameToCome(std::string_view key) const {
+    const auto pending = pending_.find(key);
+    if (pending == pending_.end()) return name(key);
+    const auto& value = pending->second.value;
+    return value ? PipeWireStoredName::read(*value) : std::nullopt;
+}
+
+void PipeWireMetadata::told(const std::string& key, const char* value) {
+    const auto pending = pending_.find(key);
+    if (pending == pending_.end()) return;
+    const auto& expected = pending->second.value;
+    if (value ? expected == value : !expected) pending_.erase(pending);
+}
+
+void PipeWireMetadata::expect(std::string_view key, std::optional<std::string> value) {
+    pending_.insert_or_assign(std::string(key), Pending{std::move(value), refreshes_});
+}
+
 void PipeWireMetadata::set(std::string_view key, std::string_view type, std::string_view value,
                            uint32_t subject) {
     if (!proxy()) return;
+    if (subject == 0) expect(key, std::string(value));
     pw_metadata_set_property(proxy(), subject, std::string(key).c_str(),
                              type.empty() ? nullptr : std::string(type).c_str(), std::string(value).c_str());
 }
@@ -87,7 +110,10 @@ void PipeWireMetadata::setName(std::string_view key, std::string_view name) {
 }
 
 void PipeWireMetadata::remove(std::string_view key, uint32_t subject) {
-    if (proxy()) pw_metadata_set_property(proxy(), subject, std::string(key).c_str(), nullptr, nullptr);
+    if (!proxy()) return;
+    // Of what isn't there nothing is told.
+    if (subject == 0 && (value(key) || isPending(key))) expect(key, std::nullopt);
+    pw_metadata_set_property(proxy(), subject, std::string(key).c_str(), nullptr, nullptr);
 }
 
 } // namespace velto

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,6 +41,11 @@ class PipeWireMetadata {
     /// The device that the JSON object under the key names; none when there is no such value.
     std::optional<std::string> name(std::string_view key) const;
 
+    /// Whether the store has yet to tell what it was last given under the key.
+    bool isPending(std::string_view key) const { return pending_.contains(key); }
+    /// The name that it holds when it has done all it was told from here; none where there is none then.
+    std::optional<std::string> nameToCome(std::string_view key) const;
+
     /// Asks the server to store the value. The mirror follows with the server's event.
     void set(std::string_view key, std::string_view type, std::string_view value, uint32_t subject = 0);
     /// Stores `{"name": …}`, the form in which the session manager keeps devices.
@@ -48,7 +54,14 @@ class PipeWireMetadata {
 
   private:
     struct Watch;
+    struct Pending {
+        std::optional<std::string> value; // none where it was removed
+        int refresh;                      // the last before it was sent
+    };
     pw_metadata* proxy() const noexcept;
+    /// The store has told a value, or of none.
+    void told(const std::string& key, const char* value);
+    void expect(std::string_view key, std::optional<std::string> value);
 
     uint32_t globalID_;
     std::function<void()> changed_;
@@ -56,6 +69,8 @@ class PipeWireMetadata {
     std::unique_ptr<Watch> next_; // begun anew, its values are still arriving
     int refreshes_ = 0;
     bool isComplete_ = false;
+    /// Global values that were sent and not told since.
+    std::map<std::string, Pending, std::less<>> pending_;
 };
 
 } // namespace velto

@@ -16,6 +16,8 @@ void PipeWireNews::begin() {
 bool PipeWireNews::isAnswering() const noexcept { return graph_.isComplete() && !connection_.isSilent(); }
 
 void PipeWireNews::tellLater() {
+    // Nobody answers for the default output. It may be over by the turn of the loop, but not for who asked.
+    if (!outputs_.hasSessionManager()) noteSilence();
     if (std::exchange(isTelling_, true)) return;
     actor_.post(lifetime_.whileAlive([this] {
         isTelling_ = false;
@@ -24,7 +26,6 @@ void PipeWireNews::tellLater() {
 }
 
 void PipeWireNews::tell() {
-    if (!outputs_.hasSessionManager()) noteSilence(); // nobody answers for the default output
     if (!connection_.isConnected() || !graph_.isComplete()) return;
     PipeWireSnapshot next = current();
     std::set<ListenedProperty> changed = told_.differences(next);

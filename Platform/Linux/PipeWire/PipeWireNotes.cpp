@@ -44,24 +44,25 @@ void PipeWireNotes::beginRestoring(const std::string& aggregateName) {
     aggregateName_ = aggregateName;
     isRestoring_ = true;
     sent_.clear();
-    continueRestoring();
 }
 
-void PipeWireNotes::continueRestoring() {
+void PipeWireNotes::continueRestoring(bool areOutputsTold) {
     PipeWireMetadata* settings = isRestoring_ ? graph_.settingsMetadata() : nullptr;
     if (!settings || !settings->isComplete()) return;
-    bool (PipeWireNotes::*const isRestored[])() = {&PipeWireNotes::isConfiguredOutputRestored,
-                                                   &PipeWireNotes::isAlertOutputRestored,
-                                                   &PipeWireNotes::isSampleRateRestored};
     bool isAnyLeft = isChosenWithoutNote(aggregateName_);
     if (isAnyLeft) sendNameOnce(PipeWireKey::configuredSink, lastConfigured_);
-    for (std::size_t i = 0; i < std::size(allNotes); ++i) {
-        if (!noted(allNotes[i])) continue;
+    for (const char* key : allNotes) {
+        if (!noted(key)) continue;
         isAnyLeft = true;
-        if ((this->*isRestored[i])())
-            sendOnce(allNotes[i], "gone", [&, key = allNotes[i]] { settings->remove(key); });
+        if (isRestored(key, areOutputsTold)) sendOnce(key, "gone", [&] { settings->remove(key); });
     }
     isRestoring_ = isAnyLeft;
+}
+
+bool PipeWireNotes::isRestored(const std::string& key, bool areOutputsTold) {
+    if (key == PipeWireKey::previousForcedRate) return isSampleRateRestored();
+    if (!areOutputsTold) return false; // what it is about to tell would be taken for somebody's choice
+    return key == PipeWireKey::previousAlertSink ? isAlertOutputRestored() : isConfiguredOutputRestored();
 }
 
 bool PipeWireNotes::isChosenWithoutNote(const std::string& aggregateName) const {
@@ -74,8 +75,9 @@ bool PipeWireNotes::isChosenWithoutNote(const std::string& aggregateName) const 
 bool PipeWireNotes::isConfiguredOutputRestored() {
     PipeWireMetadata* outputs = graph_.defaultMetadata();
     if (!outputs || !outputs->isComplete()) return false; // no session manager: later
-    // A choice that somebody else has made since then stays.
-    if (outputs->name(PipeWireKey::configuredSink) != aggregateName_) return true;
+    // A choice that somebody else has made since then stays; what this program sent last may be on its way.
+    if (outputs->nameToCome(PipeWireKey::configuredSink) != aggregateName_)
+        return !outputs->isPending(PipeWireKey::configuredSink);
     const std::string previous = *noted(PipeWireKey::previousConfiguredSink);
     sendNameOnce(PipeWireKey::configuredSink, previous);
     return false;

@@ -33,15 +33,18 @@ class PipeWireNotes {
     /// From now on puts back all that is noted, and for a choice without a note what this run noted last. For
     /// when no aggregate is there, or none any more.
     void beginRestoring(const std::string& aggregateName);
-    /// Takes the next steps of it that can be taken now. Called on every change, also from within server
-    /// callbacks: it sends, and never waits.
-    void continueRestoring();
+    /// Takes the next steps of it that can be taken now; those of outputs once the session manager has told
+    /// all that it had stored. Called on every change, also from within server callbacks: it sends, and never
+    /// waits.
+    void continueRestoring(bool areOutputsTold);
     /// Until all is seen to stand again.
     bool isRestoring() const noexcept { return isRestoring_; }
     /// The server is gone, and its stores with it.
     void forget();
 
   private:
+    /// All that is noted, and whether what it tells stands again.
+    bool isRestored(const std::string& key, bool areOutputsTold);
     bool isConfiguredOutputRestored();
     bool isAlertOutputRestored();
     bool isSampleRateRestored();

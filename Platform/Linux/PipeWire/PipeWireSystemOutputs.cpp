@@ -101,8 +101,7 @@ void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
     if (PipeWireAggregates::isAggregate(output)) return switchToAggregate(name);
 
     const PipeWireNode* aggregate = aggregates_.existing();
-    heldSince_.reset();
-    stopReclaiming();
+    letGo();
     standIn_.reset();
     if (aggregate && leaveAggregate(aggregate->name(), name)) {
         standIn_ = objectID;
@@ -195,21 +194,27 @@ void PipeWireSystemOutputs::prepareForAggregate(const std::string& aggregateName
     if (!connection_.roundTrip()) fail(label); // also, what was stored a moment ago counts
     defaultMetadata();                         // without a session manager nobody would give it its ports
     // Before that, what it is about to bring back would be noted as nobody's choice.
-    connection_.waitUntil([this] { return settled_ == graph_.defaultMetadataGeneration(); });
+    connection_.waitUntil([this] { return isSettled(); });
     finishRestoring(pipeWireDeadline);
     if (connection_.isSilent() || notes_.isRestoring()) fail(label); // else it would go on in the session
     notes_.noteOutputs(aggregateName);
 }
 
-void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
-    standIn_.reset();
+void PipeWireSystemOutputs::letGo() {
     heldSince_.reset();
     stopReclaiming();
+}
+
+void PipeWireSystemOutputs::restore(const std::string& aggregateName) {
+    letGo();
+    standIn_.reset();
     notes_.beginRestoring(aggregateName);
+    notes_.continueRestoring(isSettled());
 }
 
 void PipeWireSystemOutputs::finishRestoring(Duration deadline) {
-    const auto isDone = [this] { return !notes_.isRestoring() || !graph_.defaultMetadata(); };
+    // One that has just come and knows of no output tells nothing before there is one.
+    const auto isDone = [this] { return !notes_.isRestoring() || (!isSettled() && !defaultName()); };
     becomesTrue(isDone, deadline);
 }
 
@@ -226,7 +231,12 @@ void PipeWireSystemOutputs::settle() {
         const std::string name(AggregateDeviceManager::aggregateUID);
         if (!aggregates_.existing() && !notes_.isRestoring() && notes_.isChosenWithoutNote(name))
             restore(name);
+        notes_.continueRestoring(isSettled());
     });
+}
+
+bool PipeWireSystemOutputs::isSettled() const noexcept {
+    return graph_.defaultMetadata() && settled_ == graph_.defaultMetadataGeneration();
 }
 
 /// A store that has let us miss a change may go on doing so, for good. What somebody chooses shows in where
@@ -261,7 +271,7 @@ void PipeWireSystemOutputs::stopAskingAgain() {
 void PipeWireSystemOutputs::follow() {
     settle();
     listenHarder();
-    notes_.continueRestoring();
+    notes_.continueRestoring(isSettled());
     holdDefault();
     routeAlerts();
     askAgainForMissing();

@@ -58,6 +58,8 @@ class PipeWireSystemOutputs {
     /// Before an aggregate is made: notes what stands. Throws 'stop' when the server doesn't answer or has no
     /// session manager.
     void prepareForAggregate(const std::string& aggregateName);
+    /// The aggregate is about to go: whoever leaves it now, it is not made the default again.
+    void letGo();
     /// Where there is no aggregate of that name, or none any more: what is noted is put back, and a choice of
     /// it that outlived its server is no choice.
     void restore(const std::string& aggregateName);
@@ -77,6 +79,8 @@ class PipeWireSystemOutputs {
     /// configured.
     bool leaveAggregate(const std::string& aggregateName, const std::string& outputName);
     void settle();
+    /// Whether the session manager has told all that it had stored.
+    bool isSettled() const noexcept;
     void holdDefault();
     void listenHarder();
     void askAgainForMissing();
