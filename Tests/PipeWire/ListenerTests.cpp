@@ -118,6 +118,17 @@ TEST_F(ServerLifeTests, ASessionManagerThatDiesTakesItsAnswersWithItUntilItRetur
     // A session manager that starts gives the outputs their ports anew: for a moment there may be no default.
     EXPECT_TRUE(runUntil([&] { return defaultUID() == "desk"; }));
     EXPECT_THAT(calls, Not(Contains("devices")));
+
+    // Both while a call waits: one that asked in between was refused, and is to hear when it can ask again.
+    ASSERT_TRUE(client->settle());
+    calls.clear();
+    server.killSessionManager();
+    while (statusThrown([&] { client->defaultOutputDeviceID(); }) == noErr)
+        client->settle();
+    server.startSessionManager();
+    while (statusThrown([&] { client->defaultOutputDeviceID(); }) != noErr)
+        client->settle();
+    EXPECT_TRUE(isTold("restart"));
 }
 
 TEST_F(ServerLifeTests, WhomTheServerHasForgottenConnectsAnewAndWhoMerelyWaitsDoesNot) {
