@@ -109,9 +109,9 @@ inline std::vector<std::string> violations(const Machine& machine, AppState& sta
     if (const auto session = coordinator.state().session()) {
         // The one that is there: after a restart of the audio service it may not be the session's yet.
         const auto aggregates = machine.world.aggregates();
-        const auto onAggregate = listener(kVeltoAggregatePropertyOutputDelaysLost,
-                                          aggregates.empty() ? session->aggregateDeviceID
-                                                             : aggregates.front().deviceID);
+        const auto onAggregate =
+            listener(kVeltoAggregatePropertyOutputDelaysLost,
+                     aggregates.empty() ? session->aggregateDeviceID : aggregates.front().deviceID);
         // On one that has gone it is no loss.
         if (coordinator.canAdjustSync() && (!aggregates.empty() || found.contains(onAggregate)))
             due.insert(onAggregate);

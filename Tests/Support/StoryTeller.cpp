@@ -339,8 +339,10 @@ void StoryTeller::bringAudioServiceBack() {
 void StoryTeller::checkQuietPoint() {
     bringAudioServiceBack();
     const bool hasSession = app_->coordinator.state().isActive();
+    // Without any output a session waits, whatever has become of its aggregate.
+    const bool isWaiting = !app_->isPlaying() || machine_.world.defaultOutputUID().empty();
     InvariantContext context{.mayLeaveAggregate = mayFail_,
-                             .mayHaveLostSession = mayFail_ || (hasMeddled_ && !app_->isPlaying()),
+                             .mayHaveLostSession = mayFail_ || (hasMeddled_ && isWaiting),
                              .mayMissListeners = mayFail_};
     if (home_ && machine_.world.isPlugged(*home_)) context.defaultOutputs = {*home_};
     if (alertHome_ && machine_.world.isPlugged(*alertHome_)) context.alertOutputs = {*alertHome_};

@@ -7,7 +7,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -28,6 +32,7 @@ constexpr auto patience = 15s;
 constexpr const char* ourName = "com.corlent.velto";
 /// Enough to see what is wrong.
 constexpr int toldViolations = 10;
+constexpr std::size_t toldLines = 30;
 
 std::string text(const State& state) {
     std::string result;
@@ -49,8 +54,19 @@ class Bench {
         before_ = serverState(*lab);
     }
 
-    void startVelto() {
-        velto.emplace(Proof::built("Velto/velto"), server.environment(), server.folder() / "velto.log");
+    void startVelto() { velto.emplace(Proof::built("Velto/velto"), server.environment(), log()); }
+    /// The last that the program has said, runs before it included.
+    std::string said() const {
+        std::ifstream stream(log());
+        std::deque<std::string> lines;
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+            if (lines.size() > toldLines) lines.pop_front();
+        }
+        std::string result;
+        for (const std::string& line : lines)
+            result += "\n  | " + line;
+        return result;
     }
     /// Has the program do something; returns a little later, whatever has come of it by then.
     void beginSomething(std::uint64_t seed) {
@@ -121,6 +137,8 @@ class Bench {
     RunningVelto::Words doing;
 
   private:
+    std::filesystem::path log() const { return server.folder() / "velto.log"; }
+
     std::string choice_;
     std::mt19937_64 random_;
     State before_;
@@ -166,10 +184,10 @@ void killBoth(Bench& bench) {
 
 std::string told(const Kind& kind, std::uint64_t seed, const Bench* bench, const std::string& what) {
     std::string text = std::string(kind.name) + " killed, seed " + std::to_string(seed) + ", during:";
-    if (bench)
-        for (const std::string& word : bench->doing)
-            text += " " + word;
-    return text + what;
+    if (!bench) return text + what;
+    for (const std::string& word : bench->doing)
+        text += " " + word;
+    return text + what + "\nThe program:" + bench->said();
 }
 
 /// Some of a kind's cycles, on servers of their own.
