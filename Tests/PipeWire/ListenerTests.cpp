@@ -103,7 +103,10 @@ TEST_F(ListenerTests, AHandlerMayWaitForTheServer) {
 class ServerLifeTests : public ListenerTests {};
 
 TEST_F(ServerLifeTests, ASessionManagerThatDiesTakesItsAnswersWithItUntilItReturns) {
-    listen(systemObject, kAudioHardwarePropertyServiceRestarted, note("restart"));
+    listen(systemObject, kAudioHardwarePropertyServiceRestarted, [&] {
+        calls.emplace_back("restart");
+        EXPECT_NE(client->defaultOutputDeviceID(), kAudioObjectUnknown) << "who is told can ask";
+    });
     listen(systemObject, kAudioHardwarePropertyDefaultOutputDevice, note("default"));
     listen(systemObject, kAudioHardwarePropertyDevices, note("devices"));
     ASSERT_TRUE(client->settle()); // that is not asked anything now

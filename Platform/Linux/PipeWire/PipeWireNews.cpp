@@ -31,7 +31,7 @@ void PipeWireNews::tell() {
     std::set<ListenedProperty> changed = told_.differences(next);
     told_ = std::move(next);
     // A server that came back has its devices, and a session manager that has chosen among them.
-    if (wasSilent_ && isAnswering() && outputs_.defaultOutput()) {
+    if (wasSilent_ && isAnswering() && outputs_.hasSessionManager() && outputs_.defaultOutput()) {
         wasSilent_ = false;
         changed.emplace(kAudioObjectSystemObject, kAudioHardwarePropertyServiceRestarted);
     }
