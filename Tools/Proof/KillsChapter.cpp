@@ -236,7 +236,7 @@ class Lane {
 /// A cycle mostly waits, so several run at once.
 int violationsOf(const Kind& kind, Proof& proof) {
     const int lanes =
-        std::clamp(static_cast<int>(std::thread::hardware_concurrency()) * 2, 1, kind.count / 10);
+        std::clamp(static_cast<int>(std::thread::hardware_concurrency()) * 4, 1, kind.count / 10);
     std::vector<std::unique_ptr<Lane>> all;
     std::vector<std::jthread> threads;
     for (int lane = 0, first = 0; lane < lanes; ++lane) {
