@@ -8,6 +8,7 @@
 #include "Tools/Proof/ProofReport.h"
 #include "Tools/Proof/TestProgram.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -17,12 +18,14 @@ namespace velto {
 
 class Proof {
   public:
-    Proof(ProofReport& report, bool isFull, std::uint64_t seed)
-        : report(report), isFull(isFull), seed(seed) {}
+    Proof(ProofReport& report, bool isFull, std::uint64_t seed, std::chrono::minutes soak)
+        : report(report), isFull(isFull), seed(seed), soak(soak) {}
 
     ProofReport& report;
     const bool isFull;
     const std::uint64_t seed;
+    /// How long a soak takes.
+    const std::chrono::minutes soak;
 
     /// How often something is done: in a usual proof, and in a full one.
     int times(int usually, int fully) const noexcept { return isFull ? fully : usually; }

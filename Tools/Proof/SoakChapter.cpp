@@ -164,7 +164,7 @@ void soak(Proof& proof) {
     writeNoiseRecording(folder.path() / "noise.wav", 120);
     SoundBench bench(folder.path() / "noise.wav");
     std::mt19937_64 random(proof.seed);
-    const auto end = Clock::now() + (proof.isFull ? std::chrono::seconds(24h) : 300s);
+    const auto end = Clock::now() + proof.soak;
     const auto skewBefore = skewOf(bench);
     afterEvents(bench, random); // all of its code has run once
     std::vector<Holdings> looks;

@@ -19,9 +19,10 @@ using namespace velto;
 /// Whether it holds.
 bool run(const ProofChapter& chapter, Proof& proof) {
     const auto begin = std::chrono::steady_clock::now();
-    const std::string command = std::string("`./run proof ") + (proof.isFull ? "--full " : "") + "--only " +
-                                chapter.name + " --seed " + std::to_string(proof.seed) + "`, ";
-    proof.report.begin(chapter.name, chapter.title, command + circumstances());
+    std::string command = std::string("./run proof ") + (proof.isFull ? "--full " : "") + "--only " +
+                          chapter.name + " --seed " + std::to_string(proof.seed);
+    if (chapter.run == soak) command += " --soak " + std::to_string(proof.soak.count());
+    proof.report.begin(chapter.name, chapter.title, "`" + command + "`, " + circumstances());
     try {
         chapter.run(proof);
     } catch (const std::exception& error) {
@@ -44,15 +45,19 @@ int main(int count, char** arguments) {
     bool isFull = false;
     std::vector<std::string> only;
     std::uint64_t seed = 20'260'000;
+    int soakMinutes = 0;
     std::string folder = "build/proof";
     command.add_flag("--full", isFull, "All counts; takes a day, most of which a machine spends waiting");
     command.add_option("--only", only, "These chapters")->check(CLI::IsMember(names));
     command.add_option("--seed", seed, "Where chance begins");
+    command.add_option("--soak", soakMinutes, "Minutes of soaking; 5, or with --full 1440")
+        ->check(CLI::Range(1, 100'000));
     command.add_option("--folder", folder, "Where the report goes");
     CLI11_PARSE(command, count, arguments);
     try {
         ProofReport report(folder, names, machineDescription());
-        Proof proof(report, isFull, seed);
+        if (soakMinutes == 0) soakMinutes = isFull ? 24 * 60 : 5;
+        Proof proof(report, isFull, seed, std::chrono::minutes(soakMinutes));
         bool holds = true;
         for (const ProofChapter& chapter : proofChapters())
             if (only.empty() || std::ranges::find(only, chapter.name) != only.end())
