@@ -145,11 +145,14 @@ void replugs(const Workshop& workshop) {
     bench.start();
     recorder.waitUntil(1.0);
     std::vector<double> events;
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; events.size() < 100 && round < 200; ++round) {
         bench.unplugDesk();
         std::this_thread::sleep_for(120ms);
-        events.push_back(recorder.timelineSeconds(bench.plugDesk()));
+        const std::int64_t missed = recorder.missedFrames();
+        const double event = recorder.timelineSeconds(bench.plugDesk());
         std::this_thread::sleep_for(250ms);
+        // Of a cycle for which the recorder itself came too late nothing is known.
+        if (recorder.missedFrames() == missed) events.push_back(event);
     }
     recorder.stop();
     const std::vector<float> back = recorder.samples(SoundBench::desk);
@@ -315,9 +318,16 @@ double residualOfTone(const std::vector<float>& recording, double from, double t
     return result;
 }
 
+struct TonesHeard {
+    double residual;
+    std::int64_t silentFrames;
+    double otherResidual;
+    /// Of cycles for which a recorder itself came too late nothing is known.
+    bool isWhole;
+};
+
 /// A tone shows each sample that isn't as it should be.
-void changesOfDelay(const Workshop& workshop) {
-    writeToneRecording(workshop.folder / "tone.wav", 120);
+TonesHeard changeDelays(const Workshop& workshop) {
     SoundBench bench(workshop.folder / "tone.wav");
     OutputRecorder recorder(bench.lab(), {SoundBench::usb}, Clock::dummyDriver, 60);
     OutputRecorder otherRecorder(bench.lab(), {SoundBench::desk}, Clock::dummyDriver, 60); // waits for nobody
@@ -331,6 +341,7 @@ void changesOfDelay(const Workshop& workshop) {
         std::this_thread::sleep_for(100ms);
     }
     const double end = recorder.timelineSeconds(monotonicNow());
+    const bool isWhole = recorder.missedFrames() == 0; // later it waits for what is held up
     kill(bench.helper(), SIGSTOP);
     std::this_thread::sleep_for(1s);
     if (const auto helper = bench.runningHelper()) kill(*helper, SIGCONT);
@@ -339,16 +350,24 @@ void changesOfDelay(const Workshop& workshop) {
     recorder.stop();
     otherRecorder.stop();
     const std::vector<float> delayed = recorder.samples(SoundBench::usb);
-    const double residual = residualOfTone(delayed, begin, end);
-    // Silence is what is heard when what delays came too late for a cycle; a change gone wrong is none.
+    return {residualOfTone(delayed, begin, end), longestSilence(delayed, sampleAt(begin), sampleAt(end)),
+            // From before the first delay on.
+            residualOfTone(otherRecorder.samples(SoundBench::desk), 0.9, last),
+            isWhole && otherRecorder.missedFrames() == 0};
+}
+
+void changesOfDelay(const Workshop& workshop) {
+    writeToneRecording(workshop.folder / "tone.wav", 120);
+    TonesHeard heard = changeDelays(workshop);
+    for (int again = 0; again < 4 && !heard.isWhole; ++again)
+        heard = changeDelays(workshop);
     table.add("440 Hz while its delay changes 30 times",
-              text("residual %.5f of full scale, silent for %lld frames", residual,
-                   static_cast<long long>(longestSilence(delayed, sampleAt(begin), sampleAt(end)))),
-              "<= 0.001", residual <= 0.001);
-    // From before the first delay on.
-    const double other = residualOfTone(otherRecorder.samples(SoundBench::desk), 0.9, last);
+              text("residual %.5f of full scale, silent for %lld frames%s", heard.residual,
+                   static_cast<long long>(heard.silentFrames), heard.isWhole ? "" : "; recorder too late"),
+              "<= 0.001", heard.residual <= 0.001);
     table.add("the other output, also while what delays is held up",
-              text("residual %.5f of full scale", other), "<= 0.001: no sample lost", other <= 0.001);
+              text("residual %.5f of full scale", heard.otherResidual), "<= 0.001: no sample lost",
+              heard.otherResidual <= 0.001);
 }
 
 void restOfDelay(const Workshop&) {

@@ -117,7 +117,9 @@ void OutputRecorder::process(const spa_io_position& position) {
     std::int64_t frame = frames_.load(std::memory_order_relaxed);
     if (hasStarted_ && clock.id == clockID_) {
         // Cycles that this node missed leave silence, so that the timeline stays true.
-        frame += static_cast<std::int64_t>(clock.position - nextPosition_);
+        const auto missed = static_cast<std::int64_t>(clock.position - nextPosition_);
+        frame += missed;
+        missedFrames_ += missed;
     } else if (hasStarted_) {
         const double since =
             static_cast<double>(static_cast<std::int64_t>(clock.nsec) - cycleTime_.load()) * 1e-9;

@@ -49,6 +49,8 @@ class OutputRecorder {
     std::int64_t quantum() const noexcept { return quantum_.load(); }
     /// Frames recorded so far.
     std::int64_t frames() const noexcept { return frames_.load(); }
+    /// Frames of them for which the recorder itself came too late; they are silent.
+    std::int64_t missedFrames() const noexcept { return missedFrames_.load(); }
     /// The frame after the last one in which the output was not silent; 0 when it was never heard.
     std::int64_t heardUntil(const std::string& output) const;
     /// Waits until the timeline has reached that second.
@@ -77,6 +79,7 @@ class OutputRecorder {
     bool isPassive_;
     // Written by the audio thread only; read by others.
     std::atomic<std::int64_t> frames_ = 0;
+    std::atomic<std::int64_t> missedFrames_ = 0;
     std::atomic<std::int64_t> quantum_ = 0;
     /// Of the last cycle: when it began, and which frame it began with.
     std::atomic<std::int64_t> cycleTime_ = 0;
