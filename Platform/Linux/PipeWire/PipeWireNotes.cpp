@@ -88,7 +88,8 @@ bool PipeWireNotes::isAlertOutputRestored() {
     if (!outputs || !outputs->isComplete()) return false;
     // Only Velto sets it, so nobody else's choice can be in the way.
     const std::string previous = *noted(PipeWireKey::previousAlertSink);
-    if (outputs->name(PipeWireKey::alertSink).value_or("") == previous) return true;
+    if (outputs->nameToCome(PipeWireKey::alertSink).value_or("") == previous)
+        return !outputs->isPending(PipeWireKey::alertSink);
     sendNameOnce(PipeWireKey::alertSink, previous);
     return false;
 }

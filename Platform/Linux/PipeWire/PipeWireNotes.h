@@ -43,7 +43,7 @@ class PipeWireNotes {
     void forget();
 
   private:
-    /// All that is noted, and whether what it tells stands again.
+    /// Whether what that note tells stands again.
     bool isRestored(const std::string& key, bool areOutputsTold);
     bool isConfiguredOutputRestored();
     bool isAlertOutputRestored();
