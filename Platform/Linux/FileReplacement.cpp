@@ -55,8 +55,12 @@ bool syncFolder(const fs::path& folder) {
 
 bool isUnfinished(std::string_view name, std::string_view nameOfFile) {
     const std::size_t mark = name.rfind(unfinished);
-    return name.starts_with(nameOfFile) && mark != std::string_view::npos && mark >= nameOfFile.size() &&
-           name.size() == mark + unfinished.size() + randomLetters.size();
+    if (!name.starts_with(nameOfFile) || mark == std::string_view::npos || mark < nameOfFile.size())
+        return false;
+    const std::string_view letters = name.substr(mark + unfinished.size());
+    constexpr std::string_view used = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    return letters.size() == randomLetters.size() &&
+           letters.find_first_not_of(used) == std::string_view::npos;
 }
 
 } // namespace

@@ -58,7 +58,9 @@ void fuzz(std::string_view text) {
         require(!defaults.writeFailure());
     }
     require(isKept(content, folder));
-    require(!isBeside || isKept("{}", folder)); // no more than three were ever there
+    // No more than three were ever there. What is called as a copy whose writing was cut short goes.
+    const bool isUnfinished = ending.size() >= 15 && ending.rfind(".writing-") == ending.size() - 15;
+    require(!isBeside || isUnfinished || isKept("{}", folder));
     fs::remove_all(folder);
 }
 
