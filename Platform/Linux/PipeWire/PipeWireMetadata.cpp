@@ -7,6 +7,15 @@
 
 namespace velto {
 
+namespace {
+
+/// The device that a stored value names, as the program knows it.
+std::optional<std::string> nameIn(const std::string& stored) {
+    return PipeWireStoredName::read(stored).transform(PipeWireText::fromServer);
+}
+
+} // namespace
+
 struct PipeWireMetadata::Watch {
     PipeWireMetadata& owner;
     pw_metadata* proxy;
@@ -74,16 +83,13 @@ std::optional<std::string> PipeWireMetadata::value(std::string_view key) const {
 }
 
 std::optional<std::string> PipeWireMetadata::name(std::string_view key) const {
-    const auto found = watch_->values.find(key);
-    if (found == watch_->values.end()) return std::nullopt;
-    return PipeWireStoredName::read(found->second).transform(PipeWireText::fromServer);
+    return value(key).and_then(nameIn);
 }
 
 std::optional<std::string> PipeWireMetadata::nameToCome(std::string_view key) const {
     const auto pending = pending_.find(key);
     if (pending == pending_.end()) return name(key);
-    const auto& value = pending->second.value;
-    return value ? PipeWireStoredName::read(*value) : std::nullopt;
+    return pending->second.value.and_then(nameIn);
 }
 
 void PipeWireMetadata::told(const std::string& key, const char* value) {
