@@ -8,7 +8,7 @@ namespace {
 TEST(DelayCommandTests, WhatIsSentIsReadAndNothingElse) {
     for (const DelayCommand& command :
          {DelayCommand(SetDelay{0, 0}), DelayCommand(SetDelay{31, 183.4}), DelayCommand(SetDelay{1, 1e-9}),
-          DelayCommand(PlaySweeps{1, 0, 0.25}), DelayCommand(EndSweeps{})})
+          DelayCommand(PlaySweeps{1, 0, 0.25}), DelayCommand(EndSweeps{}), DelayCommand(Ping{})})
         EXPECT_EQ(readDelayCommand(delayCommandText(command)), command) << delayCommandText(command);
     for (const char* line :
          {"", " ", "delay", "delay 0", "delay 0 ", "delay 0 1 2", "delay -1 5", "delay 0 nan", "delay 0 inf",

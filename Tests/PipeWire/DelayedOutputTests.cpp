@@ -1,10 +1,13 @@
 // Outputs of an aggregate that are delayed, on a real server, judged by what they were heard to play.
+#include "Benchmarks/ProcessFigures.h"
 #include "Platform/Linux/Delay/DelayNames.h"
 #include "Tests/PipeWire/HeardServer.h"
 
 #include <signal.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 namespace velto {
 namespace {
@@ -109,13 +112,34 @@ TEST_F(DelayedOutputTests, WithoutWhatDelaysAnOutputPlaysDirectlyUntilThatRunsAg
 
     client->setOutputDelays(aggregate, {{"usb", 12.4}});
     EXPECT_TRUE(becomesDelayed()) << "whoever asks anew gets it anew";
-    EXPECT_EQ(lagNow(), 595); // its heart beats once sound runs
-    signalHelper(SIGSTOP);    // one that hangs is as good as gone
+    EXPECT_EQ(lagNow(), 595);
+    signalHelper(SIGSTOP); // one that hangs is as good as gone
     EXPECT_TRUE(becomesDelayed());
     EXPECT_EQ(losses, 1);
     settle();
     EXPECT_EQ(deviceChanges, 0) << "no output was gone for a moment: that would end sessions";
     stopListening();
+}
+
+TEST_F(DelayedOutputTests, WhatBeganToHangWhileNothingPlayedIsReplacedOnceSoundRuns) {
+    client->setOutputDelays(aggregate, {{"usb", 80}});
+    ASSERT_TRUE(becomesDelayed());
+    recorder.reset(); // it keeps the outputs awake
+    music.reset();
+    const pid_t hanging = delayingProcess();
+    ASSERT_GT(hanging, 0);
+    std::int64_t wakeUps = -1, since = 0;
+    ASSERT_TRUE(runUntil([&] { // also what comes after the end of a sound is over
+        const std::int64_t now = wakeUpsOf(hanging);
+        if (std::exchange(wakeUps, now) != now) since = monotonicNow();
+        return monotonicNow() > since + 1'000'000'000;
+    }));
+    kill(hanging, SIGSTOP);
+    settle();
+    EXPECT_EQ(delayingProcess(), hanging) << "nobody looks while nothing plays";
+    music = play();
+    EXPECT_TRUE(runUntil([&] { return delayingProcess() != hanging && becomesDelayed(); }));
+    EXPECT_EQ(losses, 0);
 }
 
 TEST_F(DelayedOutputTests, ALinkOfOursToAStrangerIsRemovedAlsoFromWhatDelays) {

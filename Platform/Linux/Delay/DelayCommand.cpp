@@ -49,6 +49,7 @@ struct Text {
                numberText(command.peak);
     }
     std::string operator()(const EndSweeps&) const { return "sound"; }
+    std::string operator()(const Ping&) const { return "ping"; }
 };
 
 } // namespace
@@ -68,6 +69,7 @@ std::string delayCommandText(const DelayCommand& command) { return std::visit(Te
 std::optional<DelayCommand> readDelayCommand(std::string_view line) {
     if (line.size() > longestDelayCommand) return std::nullopt;
     if (line == "sound") return EndSweeps{};
+    if (line == "ping") return Ping{};
     const std::string_view word = takeWord(line);
     if (word == "delay") return readSetDelay(line);
     if (word == "sweeps") return readPlaySweeps(line);

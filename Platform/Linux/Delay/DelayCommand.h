@@ -31,7 +31,12 @@ struct EndSweeps {
     bool operator==(const EndSweeps&) const = default;
 };
 
-using DelayCommand = std::variant<SetDelay, PlaySweeps, EndSweeps>;
+/// Is answered with DelayNames::well.
+struct Ping {
+    bool operator==(const Ping&) const = default;
+};
+
+using DelayCommand = std::variant<SetDelay, PlaySweeps, EndSweeps, Ping>;
 
 /// A longer line is none of ours.
 inline constexpr std::size_t longestDelayCommand = 200;

@@ -26,9 +26,7 @@ inline std::string output(std::size_t place, std::string_view channel) {
 /// Never plays anything: an active link from it keeps the output awake.
 inline std::string keeper(std::size_t place) { return "keep" + std::to_string(place); }
 
-/// The lines that tell that it is well: the one every tenth of a second while sound runs, the other once when
-/// it has started, and when no sound runs any more.
-inline constexpr std::string_view beat = "beat";
-inline constexpr std::string_view rest = "rest";
+/// The line that tells that it is well: when it has started, and whenever it is asked.
+inline constexpr std::string_view well = "well";
 
 } // namespace velto::DelayNames

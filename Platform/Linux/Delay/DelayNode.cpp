@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Delay/DelayNames.h"
 
+#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <utility>
@@ -10,8 +11,11 @@ namespace velto {
 
 namespace {
 
+/// The first; each next one is twice as long, up to the longest.
 constexpr std::chrono::milliseconds attemptInterval{20};
-constexpr int mostAttempts = 50;
+constexpr int mostDoublings = 5;
+/// While no sound runs that must not go on for ever.
+constexpr int mostAttemptsAtRest = 10;
 constexpr const char* portFormat = "32 bit float mono audio";
 
 void* addPort(pw_filter* filter, pw_direction direction, const std::string& name, const char* channel) {
@@ -30,9 +34,14 @@ void* addPort(pw_filter* filter, pw_direction direction, const std::string& name
 struct DelayNode::Link {
     pw_proxy* proxy;
     spa_hook hook{};
+    DelayNode& owner;
     bool isOver = false; // refused, or gone with the output
 
-    static void over(void* link) { static_cast<Link*>(link)->isOver = true; }
+    static void over(void* data) {
+        auto& link = *static_cast<Link*>(data);
+        link.isOver = true;
+        link.owner.tryAgainLater();
+    }
     static constexpr pw_proxy_events events = [] {
         pw_proxy_events table{};
         table.version = PW_VERSION_PROXY_EVENTS;
@@ -41,14 +50,15 @@ struct DelayNode::Link {
         return table;
     }();
 
-    Link(pw_core* core, uint32_t node, const std::string& port, const std::string& output,
-         const std::string& input) {
+    Link(DelayNode& owner, uint32_t node, const std::string& port, const std::string& output,
+         const std::string& input)
+        : owner(owner) {
         pw_properties* properties =
             pw_properties_new(PW_KEY_LINK_OUTPUT_PORT, port.c_str(), PW_KEY_LINK_INPUT_NODE, output.c_str(),
                               PW_KEY_LINK_INPUT_PORT, input.c_str(), nullptr);
         pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", node);
-        proxy = static_cast<pw_proxy*>(pw_core_create_object(core, "link-factory", PW_TYPE_INTERFACE_Link,
-                                                             PW_VERSION_LINK, &properties->dict, 0));
+        proxy = static_cast<pw_proxy*>(pw_core_create_object(
+            owner.core_, "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &properties->dict, 0));
         pw_properties_free(properties);
         if (proxy) pw_proxy_add_listener(proxy, &hook, &events, this);
         isOver = !proxy;
@@ -66,9 +76,8 @@ struct DelayNode::Events {
     static constexpr pw_filter_events table = [] {
         pw_filter_events events{};
         events.version = PW_VERSION_FILTER_EVENTS;
-        events.state_changed = [](void* node, pw_filter_state before, pw_filter_state state,
-                                  const char* error) {
-            static_cast<DelayNode*>(node)->stateChanged(before, state, error);
+        events.state_changed = [](void* node, pw_filter_state, pw_filter_state state, const char* error) {
+            static_cast<DelayNode*>(node)->stateChanged(state, error);
         };
         events.process = [](void* node, spa_io_position* position) {
             if (position) static_cast<DelayNode*>(node)->process(*position);
@@ -78,10 +87,19 @@ struct DelayNode::Events {
 };
 
 DelayNode::DelayNode(pw_core* core, pw_loop* loop, const std::string& aggregate,
-                     std::vector<std::string> outputs, DelayLine& line, Handlers handlers)
-    : core_(core), line_(line), handlers_(std::move(handlers)),
-      awakeChanged_(loop, LoopSource::Kind::event, [this] { keepAwake(); }),
-      attempts_(loop, LoopSource::Kind::timer, [this] { tryToWake(); }), taps_(outputs.size()) {
+                     std::vector<std::string> outputs, DelayLine& line, const Watchdog& watchdog, Over over)
+    : core_(core), line_(line), watchdog_(watchdog), over_(std::move(over)),
+      awakeChanged_(loop, LoopSource::Kind::event,
+                    [this] {
+                        attempt_ = 0;
+                        keepAwake();
+                    }),
+      attempts_(loop, LoopSource::Kind::timer,
+                [this] {
+                    ++attempt_;
+                    keepAwake();
+                }),
+      taps_(outputs.size()) {
     for (std::string& output : outputs)
         outputs_.push_back({std::move(output), {}, {}, nullptr});
     // No media class: no mixer lists it, and the session manager leaves it alone.
@@ -116,45 +134,58 @@ void DelayNode::addPorts() {
         addPort(filter_, PW_DIRECTION_OUTPUT, DelayNames::keeper(place), nullptr);
 }
 
-void DelayNode::stateChanged(pw_filter_state before, pw_filter_state state, const char* error) {
+void DelayNode::stateChanged(pw_filter_state state, const char* error) {
     if (state == PW_FILTER_STATE_ERROR || state == PW_FILTER_STATE_UNCONNECTED)
-        return handlers_.over(error ? error : "Its node was removed");
-    const bool isStreaming = state == PW_FILTER_STATE_STREAMING;
+        return over_(error ? error : "Its node was removed");
     // Before the first cycle: what stands in the line is of another time.
-    if (isStreaming) line_.wipe();
-    if (isStreaming != (before == PW_FILTER_STATE_STREAMING)) handlers_.streaming(isStreaming);
+    if (state == PW_FILTER_STATE_STREAMING) line_.wipe();
 }
 
 void DelayNode::wake() {
     awake_.store(~std::uint32_t{0}, std::memory_order_relaxed); // what runs knows better in its next cycle
-    attemptsLeft_ = mostAttempts;
-    attempts_.setInterval(attemptInterval);
+    attempt_ = 0;
     keepAwake();
 }
 
-/// A program that has just begun is unknown to the server for a moment.
-void DelayNode::tryToWake() {
-    const bool isRunning = pw_filter_get_state(filter_, nullptr) == PW_FILTER_STATE_STREAMING;
-    if (isRunning || --attemptsLeft_ <= 0) attempts_.setInterval({});
-    if (!isRunning) keepAwake();
-}
-
+/// Links the outputs that are to be kept awake, and no others.
 void DelayNode::keepAwake() {
     const std::uint32_t awake = awake_.load(std::memory_order_relaxed);
-    const uint32_t node = pw_filter_get_node_id(filter_);
-    bool isMissing = false;
+    bool isWhole = true;
     for (std::size_t place = 0; place < outputs_.size(); ++place) {
-        Output& output = outputs_[place];
-        const bool isAwake = (awake >> place & 1U) != 0;
-        if (output.keeper && output.keeper->isOver) output.input.clear(); // perhaps it is another one now
-        if (output.keeper && (!isAwake || output.keeper->isOver)) output.keeper.reset();
-        if (!isAwake || output.keeper) continue;
-        isMissing = isMissing || output.input.empty();
-        if (!output.input.empty())
-            output.keeper =
-                std::make_unique<Link>(core_, node, DelayNames::keeper(place), output.name, output.input);
+        if ((awake >> place & 1U) == 0) {
+            outputs_[place].keeper.reset();
+        } else {
+            isWhole = link(place) && isWhole;
+        }
     }
-    if (isMissing && !(listing_ && !listing_->isWhole())) lookUpInputs();
+    if (isWhole) {
+        attempts_.setInterval({});
+    } else {
+        tryAgainLater();
+    }
+}
+
+/// False while that has to wait for where the output's port is, or for the server to know this node.
+bool DelayNode::link(std::size_t place) {
+    Output& output = outputs_[place];
+    if (output.keeper && !output.keeper->isOver) return true;
+    if (output.keeper) output.input.clear(); // perhaps it is another one now
+    output.keeper.reset();
+    const uint32_t node = pw_filter_get_node_id(filter_);
+    if (output.input.empty()) {
+        if (!(listing_ && !listing_->isWhole())) lookUpInputs();
+    } else if (node != SPA_ID_INVALID) {
+        output.keeper =
+            std::make_unique<Link>(*this, node, DelayNames::keeper(place), output.name, output.input);
+    }
+    return output.keeper && !output.keeper->isOver;
+}
+
+void DelayNode::tryAgainLater() {
+    const bool isRunning = pw_filter_get_state(filter_, nullptr) == PW_FILTER_STATE_STREAMING;
+    const bool isInVain = attempt_ >= mostAttemptsAtRest && !isRunning;
+    attempts_.setInterval(isInVain ? std::chrono::milliseconds::zero()
+                                   : attemptInterval * (1 << std::min(attempt_, mostDoublings)));
 }
 
 /// The server links no port to "some port of a node".
@@ -182,6 +213,12 @@ void DelayNode::process(const spa_io_position& position) { // on the audio threa
                 static_cast<float*>(pw_filter_get_dsp_buffer(outputs_[place].ports[channel], frames));
     }
     line_.process(clock.rate.denom, frames, sound, taps_);
+    framesSincePutOff_ += frames;
+    if (framesSincePutOff_ * 1000 >= clock.rate.denom * std::uint64_t{Watchdog::interval.count()}) {
+        framesSincePutOff_ = 0;
+        watchdog_.putOff(Watchdog::timeout +
+                         std::chrono::milliseconds(clock.duration * 1000 / std::max(1U, clock.rate.denom)));
+    }
 
     std::uint32_t awake = 0;
     for (std::size_t place = 0; place < taps_.size(); ++place)

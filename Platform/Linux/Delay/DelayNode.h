@@ -10,6 +10,7 @@
 #include "Platform/Linux/Delay/DelayLine.h"
 #include "Platform/Linux/Delay/LoopSource.h"
 #include "Platform/Linux/Delay/ServerListing.h"
+#include "Platform/Linux/Delay/Watchdog.h"
 
 #include <pipewire/filter.h>
 #include <pipewire/pipewire.h>
@@ -27,28 +28,22 @@ namespace velto {
 
 class DelayNode {
   public:
-    struct Handlers {
-        /// Sound may run from now on, or no more does.
-        std::function<void(bool isStreaming)> streaming;
-        /// The node is no more; why, as a sentence without its end. It must not be destroyed from within.
-        std::function<void(const std::string& why)> over;
-    };
+    /// The node is no more; why, as a sentence without its end. It must not be destroyed from within.
+    using Over = std::function<void(const std::string& why)>;
 
     /// How many outputs a node can have at most.
     static constexpr std::size_t mostOutputs = 32;
 
-    /// The line has a tap for each output. Throws std::runtime_error.
+    /// The line has a tap for each output; the watchdog is put off while sound runs. Throws
+    /// std::runtime_error.
     DelayNode(pw_core* core, pw_loop* loop, const std::string& aggregate, std::vector<std::string> outputs,
-              DelayLine& line, Handlers handlers);
+              DelayLine& line, const Watchdog& watchdog, Over over);
     DelayNode(const DelayNode&) = delete;
     DelayNode& operator=(const DelayNode&) = delete;
     ~DelayNode();
 
     /// Has the outputs run also while no player plays, until nothing is in the line any more.
     void wake();
-    /// Keeps awake what is to be. To be called now and then while sound runs: what was in vain is tried
-    /// again.
-    void keepAwake();
 
   private:
     struct Link;
@@ -61,14 +56,17 @@ class DelayNode {
     };
 
     void addPorts();
-    void tryToWake();
+    void keepAwake();
+    bool link(std::size_t place);
+    void tryAgainLater();
     void lookUpInputs();
-    void stateChanged(pw_filter_state before, pw_filter_state state, const char* error);
+    void stateChanged(pw_filter_state state, const char* error);
     void process(const spa_io_position& position);
 
     pw_core* core_;
     DelayLine& line_;
-    Handlers handlers_;
+    const Watchdog& watchdog_;
+    Over over_;
     pw_filter* filter_ = nullptr;
     spa_hook hook_{};
     std::array<void*, 2> inputs_{};
@@ -76,13 +74,15 @@ class DelayNode {
     /// The outputs that are to be kept awake, a bit each.
     std::atomic<std::uint32_t> awake_ = 0;
     LoopSource awakeChanged_;
+    /// What was in vain is tried again, ever less often.
     LoopSource attempts_;
-    int attemptsLeft_ = 0;
+    int attempt_ = 0;
     std::optional<ServerListing> listing_;
     // Of the audio thread
     std::vector<DelayLine::Tap> taps_;
     std::uint64_t nextPosition_ = 0;
     std::uint32_t clockID_ = SPA_ID_INVALID;
+    std::uint64_t framesSincePutOff_ = 0; // the watchdog
 };
 
 } // namespace velto

@@ -1,9 +1,11 @@
 #include "Platform/Linux/Delay/DelayProgram.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/Delay/RemoteServer.h"
 
 #include <pipewire/impl.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -50,7 +52,7 @@ std::optional<DelayProgram::Arguments> DelayProgram::read(std::span<char* const>
     return arguments;
 }
 
-DelayProgram::DelayProgram(Arguments arguments) : line_(arguments.delays) {
+DelayProgram::DelayProgram(Arguments arguments) : watchdog_(Watchdog::inherited()), line_(arguments.delays) {
     pw_init(nullptr, nullptr);
     // That it loads less than usual is no news.
     if (!std::getenv("PIPEWIRE_DEBUG")) pw_log_set_level(SPA_LOG_LEVEL_ERROR);
@@ -61,10 +63,8 @@ DelayProgram::DelayProgram(Arguments arguments) : line_(arguments.delays) {
     terminated_.emplace(loop_, LoopSource::Kind::signal, quit, SIGTERM);
     interrupted_.emplace(loop_, LoopSource::Kind::signal, quit, SIGINT);
     connect(arguments.remote);
-    heartbeat_.emplace(loop_, STDOUT_FILENO, [this] { node_->keepAwake(); });
-    node_.emplace(core_, loop_, arguments.aggregate, std::move(arguments.outputs), line_,
-                  DelayNode::Handlers{[this](bool isStreaming) { heartbeat_->setBeating(isStreaming); },
-                                      [this](const std::string& why) { end(why); }});
+    node_.emplace(core_, loop_, arguments.aggregate, std::move(arguments.outputs), line_, watchdog_,
+                  [this](const std::string& why) { end(why); });
     aggregateWatch_.emplace(core_, std::move(arguments.aggregate), [this] { end("The aggregate has gone"); });
     commands_.emplace(
         loop_, LoopSource::Kind::readable, [this] { readCommands(); }, STDIN_FILENO);
@@ -91,7 +91,6 @@ void DelayProgram::connect(const std::string& remote) {
 DelayProgram::~DelayProgram() {
     aggregateWatch_.reset();
     node_.reset();
-    heartbeat_.reset();
     commands_.reset();
     interrupted_.reset();
     terminated_.reset();
@@ -105,13 +104,21 @@ DelayProgram::~DelayProgram() {
 }
 
 void DelayProgram::run() {
-    heartbeat_->setBeating(false); // says that it has started
+    sayWell();
     pw_main_loop_run(mainLoop_);
 }
 
 void DelayProgram::end(const std::string& why) {
     say(why);
     pw_main_loop_quit(mainLoop_);
+}
+
+/// Never waits: what nobody reads is not said.
+void DelayProgram::sayWell() {
+    pollfd listener{STDOUT_FILENO, POLLOUT, 0};
+    if (poll(&listener, 1, 0) == 0) return;
+    const std::string line = std::string(DelayNames::well) + "\n";
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
 }
 
 void DelayProgram::readCommands() {
@@ -143,6 +150,8 @@ void DelayProgram::obey(std::string_view line) {
             return say("There is no such output");
         line_.playSweeps(sweeps->rising, sweeps->falling, sweeps->peak);
         node_->wake();
+    } else if (std::holds_alternative<Ping>(*command)) {
+        sayWell();
     } else {
         line_.endSweeps();
     }

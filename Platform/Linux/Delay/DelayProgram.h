@@ -1,15 +1,16 @@
 // DelayProgram: delays outputs of one aggregate until that, or the sound server, goes, or it is told to end.
 //
-// It needs nobody: whoever started it may be gone, and the sound goes on as it was, faded in. It beats to its
-// standard output while sound runs (Heartbeat) and takes commands from its standard input (DelayCommand).
+// It needs nobody: whoever started it may be gone, and the sound goes on as it was, faded in. It takes
+// commands from its standard input (DelayCommand), and says to its standard output that it is well: when it
+// has started and when it is asked. Where it was given a Watchdog it puts that off while sound runs.
 #pragma once
 
 #include "Platform/Linux/Delay/AggregateWatch.h"
 #include "Platform/Linux/Delay/DelayCommand.h"
 #include "Platform/Linux/Delay/DelayLine.h"
 #include "Platform/Linux/Delay/DelayNode.h"
-#include "Platform/Linux/Delay/Heartbeat.h"
 #include "Platform/Linux/Delay/LoopSource.h"
+#include "Platform/Linux/Delay/Watchdog.h"
 
 #include <optional>
 #include <span>
@@ -45,7 +46,9 @@ class DelayProgram {
     void end(const std::string& why);
     void readCommands();
     void obey(std::string_view line);
+    static void sayWell();
 
+    Watchdog watchdog_;
     DelayLine line_;
     pw_main_loop* mainLoop_ = nullptr;
     pw_loop* loop_ = nullptr;
@@ -56,7 +59,6 @@ class DelayProgram {
     std::optional<LoopSource> commands_; // none after their end
     std::string unread_;                 // the beginning of a line
     std::optional<DelayNode> node_;
-    std::optional<Heartbeat> heartbeat_;
     std::optional<AggregateWatch> aggregateWatch_;
 };
 

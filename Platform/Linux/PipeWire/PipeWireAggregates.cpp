@@ -178,6 +178,7 @@ void PipeWireAggregates::relink() {
     if (!connection_.isConnected()) return;
     removeLateAggregates();
     links_.follow();
+    delays_.graphChanged();
     std::erase_if(joined_, [&](AudioObjectID objectID) { return !graph_.device(objectID); });
     std::set<AudioObjectID> unlinked;
     bool isWhole = true;

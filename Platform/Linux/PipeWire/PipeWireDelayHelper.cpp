@@ -28,23 +28,22 @@ namespace velto {
 
 namespace {
 
-/// Of a program that beats every tenth of a second; the second look in vain in succession says that it hangs.
-constexpr Duration lookInterval = std::chrono::milliseconds(250);
-constexpr int mostLooksInVain = 2;
+constexpr Duration answerDeadline = std::chrono::milliseconds(250);
 /// It starts within a hundredth of a second, where the machine isn't busy.
 constexpr Duration startDeadline = std::chrono::seconds(5);
-/// A look that comes later than that comes from a program, or a machine, that slept itself.
+/// A deadline that comes later than that comes in a program, or on a machine, that slept itself.
 constexpr Duration mostLateness = std::chrono::milliseconds(100);
 
-/// What a process is started with: in a session of its own, with nothing of this one's but the socket and the
-/// place for what goes wrong. Signals are as a program expects them.
+/// What a process is started with: in a session of its own, with nothing of this one's but the socket, the
+/// watchdog and the place for what goes wrong. Signals are as a program expects them.
 class Spawning {
   public:
-    explicit Spawning(int socket) {
+    Spawning(int socket, int watchdog) {
         posix_spawn_file_actions_init(&files);
         posix_spawn_file_actions_adddup2(&files, socket, STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&files, socket, STDOUT_FILENO);
-        posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+        posix_spawn_file_actions_adddup2(&files, watchdog, Watchdog::inheritedDescriptor);
+        posix_spawn_file_actions_addclosefrom_np(&files, Watchdog::inheritedDescriptor + 1);
         posix_spawnattr_init(&attributes);
         sigset_t signals;
         sigemptyset(&signals);
@@ -73,8 +72,11 @@ PipeWireDelayHelper::PipeWireDelayHelper(MainActor& actor, FileDescriptorWatcher
     : actor_(actor), watcher_(watcher), outputs_(std::move(outputs)), ended_(std::move(ended)) {
     start(remote, aggregate);
     watcher_.watchReadable(descriptor_, [this] { this->ended(); });
-    awaitStart();
-    awaitBeat();
+    watcher_.watchReadable(line_, [this] {
+        if (!listen()) watcher_.unwatch(line_); // the other end is closed: the end of the process follows
+    });
+    watcher_.watchReadable(watchdog_.descriptor(), [this] { watchdogHasRunOut(); });
+    awaitWord(startDeadline, "It hangs at its start");
 }
 
 PipeWireDelayHelper::~PipeWireDelayHelper() { release(); }
@@ -94,7 +96,7 @@ void PipeWireDelayHelper::start(const std::string& remote, const std::string& ag
     std::array<int, 2> ends{-1, -1};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         throw std::runtime_error(program.native() + " could not be reached: " + std::strerror(errno));
-    const Spawning spawning(ends[1]);
+    const Spawning spawning(ends[1], watchdog_.descriptor());
     const int error = posix_spawn(&process_, program.c_str(), &spawning.files, &spawning.attributes,
                                   arguments.data(), environ);
     close(ends[1]);
@@ -136,53 +138,29 @@ void PipeWireDelayHelper::send(const std::string& line) {
                                            std::strerror(errno));
 }
 
+/// All that it ever says is that it is well.
 bool PipeWireDelayHelper::listen() {
-    std::array<char, 4096> bytes{};
-    bool hasHeard = false;
-    for (ssize_t count = 0; (count = recv(line_, bytes.data(), bytes.size(), MSG_DONTWAIT)) > 0;) {
-        unread_.append(bytes.data(), static_cast<std::size_t>(count));
-        hasHeard = true;
-    }
-    for (std::size_t end = 0; (end = unread_.find('\n')) != std::string::npos; unread_.erase(0, end + 1)) {
-        const std::string_view line = std::string_view(unread_).substr(0, end);
-        if (line == DelayNames::beat) isBeating_ = true;
-        if (line == DelayNames::rest) isBeating_ = false;
-    }
-    return hasHeard;
+    std::array<char, 256> bytes{};
+    if (recv(line_, bytes.data(), bytes.size(), MSG_DONTWAIT) <= 0) return false;
+    if (deadline_) actor_.cancelTimer(*std::exchange(deadline_, std::nullopt));
+    if (!std::exchange(hasStarted_, true)) expectSound(); // it may run already
+    return true;
 }
 
-void PipeWireDelayHelper::awaitStart() {
-    attention_ = actor_.postAfter(startDeadline, [this, due = actor_.continuousNow() + startDeadline] {
-        attention_.reset();
-        if (actor_.continuousNow() - due > mostLateness) return awaitStart();
-        finish("It hangs at its start");
+/// At every end of a sound, too, and where the server is held up.
+void PipeWireDelayHelper::watchdogHasRunOut() {
+    if (!watchdog_.takeExpiry() || deadline_) return;
+    send(delayCommandText(Ping{}));
+    awaitWord(answerDeadline, "It hangs");
+}
+
+void PipeWireDelayHelper::awaitWord(Duration time, const char* otherwise) {
+    deadline_ = actor_.postAfter(time, [this, time, otherwise, due = actor_.continuousNow() + time] {
+        deadline_.reset();
+        if (listen()) return;
+        if (actor_.continuousNow() - due > mostLateness) return awaitWord(time, otherwise);
+        finish(otherwise);
     });
-}
-
-void PipeWireDelayHelper::awaitBeat() {
-    watcher_.watchReadable(line_, [this] {
-        const bool hasHeard = listen();
-        if (hasHeard && !std::exchange(hasStarted_, true))
-            actor_.cancelTimer(*std::exchange(attention_, std::nullopt));
-        // Nothing to hear: the other end is closed, and the end of the process follows.
-        if (!hasHeard || isBeating_) watcher_.unwatch(line_);
-        if (isBeating_) attend();
-    });
-}
-
-void PipeWireDelayHelper::attend() {
-    attention_ =
-        actor_.postAfter(lookInterval, [this, due = actor_.continuousNow() + lookInterval] { look(due); });
-}
-
-void PipeWireDelayHelper::look(ContinuousInstant due) {
-    attention_.reset();
-    const bool isLate = actor_.continuousNow() - due > mostLateness;
-    const bool hasHeard = listen();
-    looksInVain_ = hasHeard || isLate ? 0 : looksInVain_ + 1;
-    if (!isBeating_) return awaitBeat();
-    if (looksInVain_ >= mostLooksInVain) return finish("It hangs");
-    attend();
 }
 
 void PipeWireDelayHelper::ended() {
@@ -199,7 +177,8 @@ void PipeWireDelayHelper::finish(const std::string& why) {
 }
 
 void PipeWireDelayHelper::release() noexcept {
-    if (attention_) actor_.cancelTimer(*std::exchange(attention_, std::nullopt));
+    if (deadline_) actor_.cancelTimer(*std::exchange(deadline_, std::nullopt));
+    watcher_.unwatch(watchdog_.descriptor());
     if (process_ > 0) {
         // Also one that hangs. It has nothing to put back: what it made goes with it.
         kill(process_, SIGKILL);

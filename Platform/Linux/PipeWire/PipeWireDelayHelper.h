@@ -1,12 +1,13 @@
 // PipeWireDelayHelper: the program that delays outputs of one aggregate, run from here.
 //
 // While this object lives, so does the program; an end that was not asked for, or that the program hangs at
-// its start or while sound runs, is told once, in a turn of the main loop. Should Velto die, the program goes
-// on by itself, and ends with the aggregate. It brings a node with ports named as in
-// Platform/Linux/Delay/DelayNames.h, which the owner links. Used on the main actor; waits for nothing but the
-// end of a program that is killed.
+// its start or while sound runs, is told once, in a turn of the main loop. While it is well this costs
+// nothing (Platform/Linux/Delay/Watchdog.h). Should Velto die, the program goes on by itself, and ends with
+// the aggregate. It brings a node with ports named as in Platform/Linux/Delay/DelayNames.h, which the owner
+// links. Used on the main actor; waits for nothing but the end of a program that is killed.
 #pragma once
 
+#include "Platform/Linux/Delay/Watchdog.h"
 #include "Platform/POSIX/FileDescriptorWatcher.h"
 #include "VeltoCore/Async/MainActor.h"
 
@@ -47,6 +48,8 @@ class PipeWireDelayHelper {
     /// Silences what players send, and has two outputs play sweeps (Platform/Linux/Delay/DelayLine.h).
     void playSweeps(const std::string& rising, const std::string& falling, double peak);
     void endSweeps();
+    /// Sound begins to run: the program is to show that it is well.
+    void expectSound() { watchdog_.putOff(); }
 
   private:
     void start(const std::string& remote, const std::string& aggregate);
@@ -54,12 +57,9 @@ class PipeWireDelayHelper {
     void send(const std::string& line);
     /// Takes in what the program has said; whether that was anything.
     bool listen();
-    /// The program says something as soon as it has started.
-    void awaitStart();
-    /// Waits for what the program says first when sound begins to run.
-    void awaitBeat();
-    void attend();
-    void look(ContinuousInstant due);
+    void watchdogHasRunOut();
+    /// The program must say until then that it is well; else it is told why it is over.
+    void awaitWord(Duration time, const char* otherwise);
     void ended();
     void finish(const std::string& why);
     void release() noexcept;
@@ -71,11 +71,9 @@ class PipeWireDelayHelper {
     pid_t process_ = -1;
     int descriptor_ = -1; // a pidfd: readable when the program has ended
     int line_ = -1;       // a socket: the program's standard input and output
-    std::string unread_;  // the beginning of a line
+    Watchdog watchdog_ = Watchdog::create();
     bool hasStarted_ = false;
-    bool isBeating_ = false;
-    int looksInVain_ = 0;
-    std::optional<MainActor::TimerID> attention_;
+    std::optional<MainActor::TimerID> deadline_; // for the word that it is well
 };
 
 } // namespace velto

@@ -75,6 +75,14 @@ void PipeWireDelays::forget() {
     ends_.clear();
 }
 
+void PipeWireDelays::graphChanged() {
+    if (!session_) return;
+    const PipeWireNode* aggregate = graph_.device(session_->aggregate);
+    const bool wasRunning = std::exchange(session_->isRunning, aggregate && aggregate->isRunning());
+    // What hangs since before would be noticed by nothing else.
+    if (helper_ && session_->isRunning && !wasRunning) helper_->expectSound();
+}
+
 std::optional<PipeWireDelays::Place> PipeWireDelays::place(const std::string& aggregate,
                                                            const std::string& output) const {
     if (!helper_ || !session_ || session_->aggregate != aggregate) return std::nullopt;

@@ -45,6 +45,8 @@ class PipeWireDelays {
     void endSweeps();
     /// The aggregate is about to go, or has gone with the server.
     void forget();
+    /// Called on every change of the graph, also from within server callbacks.
+    void graphChanged();
 
     /// Where an output gets its sound from.
     struct Place {
@@ -65,6 +67,7 @@ class PipeWireDelays {
         std::set<std::string, std::less<>> delayed;
         /// Then all play through the program.
         bool isMeasured = false;
+        bool isRunning = false; // the aggregate
     };
 
     Session& session(const std::string& aggregate, const std::vector<std::string>& outputs);
