@@ -16,6 +16,7 @@ namespace velto {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 std::string contentOf(const fs::path& file) {
     std::ifstream stream(file);
@@ -48,7 +49,7 @@ void meetHostileInput(Proof& proof) {
     const fs::path targets = fs::path(VELTO_SOURCE_DIR) / "build/sanitized/Tests/Fuzz";
     if (!fs::exists(targets))
         throw std::runtime_error("The fuzz targets are not built: ./run proof builds them");
-    const int seconds = proof.times(30, 3600);
+    const std::chrono::seconds time = proof.howLong.fuzz;
     const OwnedFolder folder("velto-proof-fuzz");
     std::vector<fs::path> programs;
     for (const auto& entry : fs::directory_iterator(targets))
@@ -60,18 +61,19 @@ void meetHostileInput(Proof& proof) {
         const fs::path corpus = sources / "Corpus" / name;
         fs::create_directory(folder.path() / name);
         ChildProcess fuzzer(
-            {program, "-max_total_time=" + std::to_string(seconds),
+            {program, "-max_total_time=" + std::to_string(time.count()),
              "-seed=" + std::to_string(proof.seed % 1'000'000'000), "-timeout=60", "-rss_limit_mb=2048",
              "-max_len=4096", "-dict=" + (sources / "velto.dict").native(),
              "-artifact_prefix=" + proof.report.folder().native() + "/", folder.path() / name, corpus},
             {{}, log, false});
-        const auto status = fuzzer.wait(std::chrono::seconds(seconds + 120));
+        const auto status = fuzzer.wait(time + 120s);
         const std::string said = contentOf(log);
         const double places = lastNumber(said, R"(\((\d+) inline 8-bit counters\))");
         const double reached = lastNumber(said, R"(cov: (\d+))");
         char text[96];
-        std::snprintf(text, sizeof text, "%.0f inputs in %d s; %.0f of %.0f places reached",
-                      lastNumber(said, R"(#(\d+)\s+DONE)"), seconds, reached, places);
+        std::snprintf(text, sizeof text, "%.0f inputs in %lld s; %.0f of %.0f places reached",
+                      lastNumber(said, R"(#(\d+)\s+DONE)"), static_cast<long long>(time.count()), reached,
+                      places);
         proof.report.add({name, text, "nothing found", status == 0});
         reportCommands(said, proof.report);
         if (status != 0)

@@ -18,14 +18,22 @@ namespace velto {
 
 class Proof {
   public:
-    Proof(ProofReport& report, bool isFull, std::uint64_t seed, std::chrono::minutes soak)
-        : report(report), isFull(isFull), seed(seed), soak(soak) {}
+    /// What takes as long as one likes.
+    struct Times {
+        std::chrono::minutes soak;
+        /// Between what happens in it.
+        std::chrono::milliseconds soakPause;
+        /// Of each fuzz target.
+        std::chrono::seconds fuzz;
+    };
+
+    Proof(ProofReport& report, bool isFull, std::uint64_t seed, const Times& times)
+        : report(report), isFull(isFull), seed(seed), howLong(times) {}
 
     ProofReport& report;
     const bool isFull;
     const std::uint64_t seed;
-    /// How long a soak takes.
-    const std::chrono::minutes soak;
+    const Times howLong;
 
     /// How often something is done: in a usual proof, and in a full one.
     int times(int usually, int fully) const noexcept { return isFull ? fully : usually; }

@@ -27,7 +27,6 @@ using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto betweenEvents = 2s;
 constexpr int eventsBetweenLooks = 10;
 
 /// What is held while no session runs.
@@ -125,14 +124,14 @@ const std::vector<Event>& events() {
 }
 
 /// One event after the other, then quiet.
-Holdings afterEvents(SoundBench& bench, std::mt19937_64& random) {
+Holdings afterEvents(SoundBench& bench, std::mt19937_64& random, std::chrono::milliseconds pause) {
     std::string happened;
     try {
         for (int i = 0; i < eventsBetweenLooks; ++i) {
             const Event& event = events().at(random() % events().size());
             happened += std::string(event.name) + ", ";
             event.happen(bench);
-            std::this_thread::sleep_for(betweenEvents);
+            std::this_thread::sleep_for(pause);
         }
         happened += "and then";
         bench.stop();
@@ -164,12 +163,12 @@ void soak(Proof& proof) {
     writeNoiseRecording(folder.path() / "noise.wav", 120);
     SoundBench bench(folder.path() / "noise.wav");
     std::mt19937_64 random(proof.seed);
-    const auto end = Clock::now() + proof.soak;
+    const auto end = Clock::now() + proof.howLong.soak;
     const auto skewBefore = skewOf(bench);
-    afterEvents(bench, random); // all of its code has run once
+    afterEvents(bench, random, proof.howLong.soakPause); // all of its code has run once
     std::vector<Holdings> looks;
     while (looks.size() < 2 || Clock::now() < end)
-        looks.push_back(afterEvents(bench, random));
+        looks.push_back(afterEvents(bench, random, proof.howLong.soakPause));
     const auto skewAfter = skewOf(bench);
     proof.report.add({"events", std::to_string((looks.size() + 1) * eventsBetweenLooks)});
     addFlat(proof, "the program's own memory, MB", looks, &Holdings::megabytes, 0.5, "<= 0.5 more");

@@ -21,7 +21,11 @@ bool run(const ProofChapter& chapter, Proof& proof) {
     const auto begin = std::chrono::steady_clock::now();
     std::string command = std::string("./run proof ") + (proof.isFull ? "--full " : "") + "--only " +
                           chapter.name + " --seed " + std::to_string(proof.seed);
-    if (chapter.run == soak) command += " --soak " + std::to_string(proof.soak.count());
+    const Proof::Times& times = proof.howLong;
+    if (chapter.run == soak)
+        command += " --soak " + std::to_string(times.soak.count()) + " --soak-pause " +
+                   std::to_string(times.soakPause.count());
+    if (chapter.run == meetHostileInput) command += " --fuzz " + std::to_string(times.fuzz.count());
     proof.report.begin(chapter.name, chapter.title, "`" + command + "`, " + circumstances());
     try {
         chapter.run(proof);
@@ -46,18 +50,29 @@ int main(int count, char** arguments) {
     std::vector<std::string> only;
     std::uint64_t seed = 20'260'000;
     int soakMinutes = 0;
+    int soakPause = 2000;
+    int fuzzSeconds = 0;
     std::string folder = "build/proof";
     command.add_flag("--full", isFull, "All counts; takes a day, most of which a machine spends waiting");
     command.add_option("--only", only, "These chapters")->check(CLI::IsMember(names));
     command.add_option("--seed", seed, "Where chance begins");
     command.add_option("--soak", soakMinutes, "Minutes of soaking; 5, or with --full 1440")
         ->check(CLI::Range(1, 100'000));
+    command.add_option("--soak-pause", soakPause, "Milliseconds between what happens in it; 2000")
+        ->check(CLI::Range(0, 60'000));
+    command
+        .add_option("--fuzz", fuzzSeconds, "Seconds of each kind of hostile input; 30, or with --full 3600")
+        ->check(CLI::Range(1, 100'000));
     command.add_option("--folder", folder, "Where the report goes");
     CLI11_PARSE(command, count, arguments);
     try {
         ProofReport report(folder, names, machineDescription());
         if (soakMinutes == 0) soakMinutes = isFull ? 24 * 60 : 5;
-        Proof proof(report, isFull, seed, std::chrono::minutes(soakMinutes));
+        if (fuzzSeconds == 0) fuzzSeconds = isFull ? 3600 : 30;
+        Proof proof(report, isFull, seed,
+                    {.soak = std::chrono::minutes(soakMinutes),
+                     .soakPause = std::chrono::milliseconds(soakPause),
+                     .fuzz = std::chrono::seconds(fuzzSeconds)});
         bool holds = true;
         for (const ProofChapter& chapter : proofChapters())
             if (only.empty() || std::ranges::find(only, chapter.name) != only.end())
