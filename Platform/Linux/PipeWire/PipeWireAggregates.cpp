@@ -21,10 +21,11 @@ namespace {
 /// How long a returning output may take to be linked before it is shown unlinked. It takes about 2 ms.
 constexpr std::chrono::milliseconds joiningGrace{500};
 
-/// A link that was refused is asked for again at once, then after twice as long each time; given up on after
-/// this until something changes.
-constexpr std::chrono::milliseconds firstAskAgainDelay{50};
-constexpr std::chrono::seconds longestAskAgainDelay{10};
+/// When a link that was refused is asked for again; then it is given up on until something changes.
+constexpr Backoff::Pauses refusedLinkPauses{.first = std::chrono::milliseconds(50),
+                                            .longest = std::chrono::seconds(10),
+                                            .isAtOnceFirst = true,
+                                            .endsAfterLongest = true};
 
 /// Above what the session manager gives outputs of hardware (up to 1509), below its inputs (from 1900).
 constexpr std::int64_t usualPriority = 1600;
@@ -73,8 +74,9 @@ PipeWireAggregates::PipeWireAggregates(MainActor& actor, FileDescriptorWatcher& 
                                        const std::string& remote, Handlers handlers)
     : actor_(actor), connection_(connection), graph_(graph),
       delays_(actor, watcher, graph, remote, std::move(handlers.delaysLost)),
-      links_(connection, graph, delays_, [this] { askAgainLater(); }),
-      whenJoined_(std::move(handlers.joined)) {}
+      links_(connection, graph, delays_, [this] { refusedLinks_.askLater(); }),
+      refusedLinks_(actor, refusedLinkPauses, [this] { relink(); }), whenJoined_(std::move(handlers.joined)) {
+}
 
 PipeWireAggregates::~PipeWireAggregates() { forget(); }
 
@@ -201,21 +203,7 @@ void PipeWireAggregates::relink() {
         }
     }
     updateJoining(unlinked);
-    if (isWhole) stopAskingAgain();
-}
-
-void PipeWireAggregates::askAgainLater() {
-    if (askAgain_ || askAgainDelay_ > longestAskAgainDelay) return;
-    askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
-        askAgain_.reset();
-        askAgainDelay_ = std::max<Duration>(askAgainDelay_ * 2, firstAskAgainDelay);
-        relink();
-    });
-}
-
-void PipeWireAggregates::stopAskingAgain() {
-    if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
-    askAgainDelay_ = Duration::zero();
+    if (isWhole) refusedLinks_.reset();
 }
 
 /// What the server has made after it was given up.
@@ -281,7 +269,7 @@ void PipeWireAggregates::forget() {
     givenUp_.clear();
     delays_.forget();
     links_.forget();
-    stopAskingAgain();
+    refusedLinks_.reset();
     joined_.clear();
     updateJoining({});
 }

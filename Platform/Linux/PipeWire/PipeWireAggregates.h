@@ -10,6 +10,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireDelays.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
+#include "VeltoCore/Async/Backoff.h"
 #include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
 
 #include <functional>
@@ -77,8 +78,6 @@ class PipeWireAggregates {
     bool isComplete(const AggregateDeviceDescription& description) const;
     void removeLateAggregates();
     void updateJoining(const std::set<AudioObjectID>& unlinked);
-    void askAgainLater();
-    void stopAskingAgain();
 
     MainActor& actor_;
     PipeWireConnection& connection_;
@@ -94,9 +93,8 @@ class PipeWireAggregates {
     /// Devices that have been linked since they appeared. One that is without links for a moment, because
     /// what delays it has gone, is not one that comes back: whoever listens would take it to be lost.
     std::set<AudioObjectID> joined_;
-    /// Ends the wait before links that were refused are asked for again.
-    std::optional<MainActor::TimerID> askAgain_;
-    Duration askAgainDelay_{};
+    /// Asks again for links that were refused.
+    Backoff refusedLinks_;
     std::function<void()> whenJoined_;
 };
 

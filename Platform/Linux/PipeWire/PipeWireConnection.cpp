@@ -15,8 +15,8 @@ namespace velto {
 
 namespace {
 
-constexpr std::chrono::milliseconds firstRetryDelay{50};
-constexpr std::chrono::milliseconds longestRetryDelay{2000};
+constexpr Backoff::Pauses retryPauses{.first = std::chrono::milliseconds(50),
+                                      .longest = std::chrono::seconds(2)};
 constexpr std::chrono::milliseconds questionInterval{50};
 /// A question that was open for so long when a call gave up makes the server one that hangs.
 constexpr std::chrono::milliseconds hangingAfter{300};
@@ -70,7 +70,7 @@ struct PipeWireConnection::Hooks {
 PipeWireConnection::PipeWireConnection(MainActor& actor, FileDescriptorWatcher& watcher, std::string remote,
                                        Delegate& delegate)
     : actor_(actor), watcher_(watcher), remote_(std::move(remote)), delegate_(delegate),
-      hooks_(std::make_unique<Hooks>()), retryDelay_(firstRetryDelay) {
+      hooks_(std::make_unique<Hooks>()), retry_(actor, retryPauses, [this] { connect(); }) {
     pw_init(nullptr, nullptr);
     loop_ = pw_loop_new(nullptr);
     if (loop_) context_ = makeContext(loop_);
@@ -95,16 +95,16 @@ PipeWireConnection::~PipeWireConnection() {
 void PipeWireConnection::connect() {
     if (core_ || !context_) return;
     core_ = connectTo(remote_, context_);
-    if (!core_) return retryLater();
+    if (!core_) return retry_.askLater();
     isLost_ = false;
-    retryDelay_ = firstRetryDelay;
+    retry_.reset();
     pw_core_add_listener(core_, &hooks_->core, &Hooks::events, this);
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
     delegate_.connectionMade(core_, registry_);
 }
 
 void PipeWireConnection::disconnect() {
-    if (retry_) actor_.cancelTimer(*std::exchange(retry_, std::nullopt));
+    retry_.reset();
     if (!core_) return;
     spa_hook_remove(&hooks_->core);
     questions_.clear();
@@ -117,15 +117,6 @@ void PipeWireConnection::disconnect() {
     core_ = nullptr;
 }
 
-void PipeWireConnection::retryLater() {
-    if (retry_) return;
-    retry_ = actor_.postAfter(retryDelay_, [this] {
-        retry_.reset();
-        connect();
-    });
-    retryDelay_ = std::min(retryDelay_ * 2, longestRetryDelay);
-}
-
 void PipeWireConnection::lose() {
     if (std::exchange(isLost_, true)) return;
     // The proxies can't be dropped from within the callback that brought the news.
@@ -133,7 +124,7 @@ void PipeWireConnection::lose() {
         if (!isLost_) return;
         delegate_.connectionLost();
         disconnect();
-        retryLater();
+        retry_.askLater();
     }));
 }
 

@@ -11,6 +11,7 @@
 
 #include "Platform/Linux/PipeWire/PipeWireWitness.h"
 #include "Platform/POSIX/FileDescriptorWatcher.h"
+#include "VeltoCore/Async/Backoff.h"
 #include "VeltoCore/Async/MainActor.h"
 #include "VeltoCore/Observation/Lifetime.h"
 
@@ -83,7 +84,6 @@ class PipeWireConnection {
     void serve(Duration longestWait);
     void answered(int sequence);
     void lose();
-    void retryLater();
     bool isUnansweredFor(Duration duration) const;
     void watchLater(Duration delay);
     void callWitness();
@@ -97,8 +97,7 @@ class PipeWireConnection {
     pw_core* core_ = nullptr;
     pw_registry* registry_ = nullptr;
     std::unique_ptr<Hooks> hooks_;
-    std::optional<MainActor::TimerID> retry_;
-    std::chrono::milliseconds retryDelay_;
+    Backoff retry_;
     std::deque<Question> questions_; // in the order in which they are answered
     std::optional<MainActor::TimerID> watch_;
     std::optional<PipeWireWitness> witness_;

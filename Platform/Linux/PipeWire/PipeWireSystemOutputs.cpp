@@ -22,9 +22,9 @@ constexpr std::chrono::milliseconds priorityGrace{200};
 /// How long the session manager may take to make the aggregate the default again. It takes about 20 ms.
 constexpr std::chrono::seconds reclaimingGrace{1};
 
-/// After this what the store of defaults ought to have told is taken for lost on the way.
-constexpr std::chrono::milliseconds firstAskAgainDelay{200};
-constexpr std::chrono::seconds longestAskAgainDelay{10};
+/// After the first of these, what the store of defaults ought to have told is taken for lost on the way.
+constexpr Backoff::Pauses missingPauses{.first = std::chrono::milliseconds(200),
+                                        .longest = std::chrono::seconds(10)};
 
 uint32_t wholeNumber(const std::optional<std::string>& text) {
     uint32_t number = 0;
@@ -38,7 +38,8 @@ PipeWireSystemOutputs::PipeWireSystemOutputs(MainActor& actor, PipeWireConnectio
                                              PipeWireGraph& graph, PipeWireAggregates& aggregates,
                                              std::function<void()> changed)
     : actor_(actor), connection_(connection), graph_(graph), aggregates_(aggregates), notes_(graph),
-      changed_(std::move(changed)), askAgainDelay_(firstAskAgainDelay) {}
+      changed_(std::move(changed)),
+      missing_(actor, missingPauses, [this] { graph_.refreshDefaultMetadata(); }) {}
 
 PipeWireSystemOutputs::~PipeWireSystemOutputs() { forget(); }
 
@@ -248,24 +249,14 @@ void PipeWireSystemOutputs::listenHarder() {
 }
 
 /// What the store ought to tell, and perhaps told while nobody heard it.
-void PipeWireSystemOutputs::askAgainForMissing() {
+void PipeWireSystemOutputs::askForMissing() {
     const bool isWithoutDefault =
         !defaultOutput() && std::ranges::any_of(graph_.devices(), &PipeWireNode::isSink);
     const bool isMissing = graph_.defaultMetadata() && (isWithoutDefault || notes_.isRestoring());
-    if (!isMissing) {
-        stopAskingAgain();
-    } else if (!askAgain_) {
-        askAgain_ = actor_.postAfter(askAgainDelay_, [this] {
-            askAgain_.reset();
-            askAgainDelay_ = std::min<Duration>(askAgainDelay_ * 2, longestAskAgainDelay);
-            graph_.refreshDefaultMetadata();
-        });
-    }
-}
-
-void PipeWireSystemOutputs::stopAskingAgain() {
-    if (askAgain_) actor_.cancelTimer(*std::exchange(askAgain_, std::nullopt));
-    askAgainDelay_ = firstAskAgainDelay;
+    if (isMissing)
+        missing_.askLater();
+    else
+        missing_.reset();
 }
 
 void PipeWireSystemOutputs::follow() {
@@ -274,11 +265,11 @@ void PipeWireSystemOutputs::follow() {
     notes_.continueRestoring(isSettled());
     holdDefault();
     routeAlerts();
-    askAgainForMissing();
+    askForMissing();
 }
 
 void PipeWireSystemOutputs::forget() {
-    stopAskingAgain();
+    missing_.reset();
     notes_.forget();
     standIn_.reset();
     heldSince_.reset();

@@ -16,6 +16,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
 #include "Platform/Linux/PipeWire/PipeWireNotes.h"
+#include "VeltoCore/Async/Backoff.h"
 #include "VeltoCore/Async/MainActor.h"
 
 #include <functional>
@@ -83,8 +84,7 @@ class PipeWireSystemOutputs {
     bool isSettled() const noexcept;
     void holdDefault();
     void listenHarder();
-    void askAgainForMissing();
-    void stopAskingAgain();
+    void askForMissing();
     void reclaimDefault();
     void stopReclaiming();
     void routeAlerts();
@@ -112,8 +112,8 @@ class PipeWireSystemOutputs {
     /// The store, by generation, of which a change was only seen when it was asked anew.
     std::optional<int> deafStore_;
     std::uint64_t linkChanges_ = 0; // at the last look
-    std::optional<MainActor::TimerID> askAgain_;
-    Duration askAgainDelay_;
+    /// Asks the store anew for what is missing.
+    Backoff missing_;
     /// Alert streams that were sent elsewhere, by global ID, with the target's serial.
     std::map<uint32_t, std::string> routedAlerts_;
 };
