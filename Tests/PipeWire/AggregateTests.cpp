@@ -1,6 +1,7 @@
 #include "Tests/PipeWire/RealServer.h"
 
 #include "VeltoCore/CoreAudio/AggregateDeviceDescription.h"
+#include "VeltoCore/Services/LoggingService.h"
 
 #include <signal.h>
 
@@ -118,7 +119,10 @@ class LinkPermission {
         if (client_) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(client_));
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
     }
-    bool isKnown() const { return factory_ != SPA_ID_INVALID && client_; }
+    bool isKnown() const {
+        const SoundLab::Lock lock(lab_);
+        return factory_ != SPA_ID_INVALID && client_;
+    }
     void set(uint32_t permission) {
         const SoundLab::Lock lock(lab_);
         const pw_permission one = PW_PERMISSION_INIT(factory_, permission);
@@ -152,7 +156,7 @@ TEST_F(AggregateTests, ALinkThatTheServerRefusesIsToldAndAskedForAgain) {
     const AudioObjectID aggregate = createAggregate({"desk", "usb"});
     unplug("usb");
     LinkPermission permission(*lab);
-    ASSERT_TRUE(lab->waitUntil([&] { return permission.isKnown(); }));
+    ASSERT_TRUE(runUntil([&] { return permission.isKnown(); }));
     permission.set(0);
     lab->plug(usual("usb"));
     EXPECT_TRUE(runUntil([&] { return log.count("The sound server refused a link") > 0; }));
@@ -161,6 +165,53 @@ TEST_F(AggregateTests, ALinkThatTheServerRefusesIsToldAndAskedForAgain) {
     permission.set(PW_PERM_ALL); // of which the client need not take notice
     EXPECT_TRUE(runUntil([&] { return active(aggregate).size() == 2; }));
     client->destroyAggregateDevice(aggregate);
+}
+
+/// Does something in the very moment in which the log says something.
+class WhenLogged final : public LogSink {
+  public:
+    WhenLogged(std::string text, std::function<void()> then)
+        : text_(std::move(text)), then_(std::move(then)), previous_(LoggingService::install(this)) {}
+    WhenLogged(const WhenLogged&) = delete;
+    WhenLogged& operator=(const WhenLogged&) = delete;
+    ~WhenLogged() override { LoggingService::install(previous_); }
+    bool isEnabled(LogLevel level) const noexcept override { return previous_->isEnabled(level); }
+    void write(const LogMessage& message) override {
+        previous_->write(message);
+        if (message.text().find(text_) != std::string::npos) then_();
+    }
+
+  private:
+    std::string text_;
+    std::function<void()> then_;
+    LogSink* previous_;
+};
+
+TEST_F(AggregateTests, ALinkThatIsRefusedWhileTheAggregateIsMadeIsAskedForAgain) {
+    constexpr const char* refused = "The sound server refused a link";
+    LinkPermission permission(*lab);
+    ASSERT_TRUE(runUntil([&] { return permission.isKnown(); }));
+    permission.set(0);
+    {
+        // Not before all of the aggregate has come, so that nothing else is a reason to ask again.
+        const ContinuousInstant allowed = loop.continuousNow() + std::chrono::milliseconds(40);
+        const WhenLogged allow(refused, [&] {
+            if (loop.continuousNow() > allowed) permission.set(PW_PERM_ALL);
+        });
+        AudioObjectID aggregate = kAudioObjectUnknown;
+        ASSERT_EQ(statusThrown([&] { aggregate = createAggregate({"desk", "usb"}); }), noErr);
+        EXPECT_THAT(active(aggregate), ElementsAre("desk", "usb"));
+        client->destroyAggregateDevice(aggregate);
+    }
+    // For good: it says so in time, having asked a few times, and leaves nothing.
+    log.clear();
+    permission.set(0);
+    EXPECT_EQ(statusThrown([&] { createAggregate({"desk", "usb"}); }), kAudioHardwareNotReadyError);
+    EXPECT_LT(log.count(refused), 100u) << "it asks without a pause";
+    EXPECT_EQ(log.count("did not build the aggregate: it refuses links"), 1u);
+    EXPECT_EQ(id(aggregateUID), kAudioObjectUnknown);
+    EXPECT_TRUE(lab->waitUntil([&] { return !lab->exists(aggregateUID); }));
+    permission.set(PW_PERM_ALL);
 }
 
 TEST_F(AggregateTests, EveryLayoutOfChannelsGetsSound) {

@@ -95,14 +95,19 @@ AudioObjectID PipeWireAggregates::create(const AggregateDeviceDescription& descr
     links_.begin();
     const PipeWireRequest sink(connection_.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE,
                                sinkProperties(description, sessionPriority(graph_)));
-    connection_.waitUntil([&] { return isComplete(description) || !sink.refusal().empty(); });
+    connection_.waitUntil([&] {
+        refusedLinks_.askIfDue(); // the main loop doesn't turn meanwhile
+        return isComplete(description) || !sink.refusal().empty();
+    });
     if (isComplete(description)) return graph_.device(description.uid)->objectID();
 
     kept_.erase(description.uid);
     givenUp_.insert(description.uid);
     if (connection_.isSilent()) failPipeWireCall(kAudioHardwareNotRunningError, label);
-    LoggingService::audioDevices.error("The sound server did not build the aggregate: {}",
-                                       sink.refusal().empty() ? "it is not whole in time" : sink.refusal());
+    const std::string reason = !sink.refusal().empty()       ? sink.refusal()
+                               : refusedLinks_.isUnsettled() ? "it refuses links"
+                                                             : "it is not whole in time";
+    LoggingService::audioDevices.error("The sound server did not build the aggregate: {}", reason);
     removeLateAggregates();
     connection_.waitUntil([&] { return !graph_.device(description.uid); });
     failPipeWireCall(kAudioHardwareNotReadyError, label);
