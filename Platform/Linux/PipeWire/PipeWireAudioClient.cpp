@@ -2,12 +2,10 @@
 
 #include "Platform/Linux/PipeWire/PipeWireDeviceProperties.h"
 #include "Platform/Linux/PipeWire/PipeWireFailure.h"
-#include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 #include "VeltoCore/CoreAudio/ClampedVolume.h"
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -17,8 +15,6 @@ namespace {
 
 /// The server resamples every output, so all of them can run at any rate it can.
 constexpr SampleRateRange serverRates{8000, 192000};
-/// How long the session manager may take to leave a removed default output. It takes about 2 ms.
-constexpr std::chrono::milliseconds newDefaultGrace{200};
 
 [[noreturn]] void fail(OSStatus status, const char* operation, AudioObjectID device) {
     failPipeWireCall(status, operation + (" " + std::to_string(device)));
@@ -30,12 +26,13 @@ constexpr std::chrono::milliseconds newDefaultGrace{200};
 
 PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher& watcher,
                                          const std::string& remote)
-    : actor_(actor), connection_(actor, watcher, remote, *this),
+    : connection_(actor, watcher, remote, *this),
       graph_([this] { graphChanged(); }, [this] { connection_.watchAnswers(); }),
       aggregates_(actor, watcher, connection_, graph_, remote,
                   {.joined = [this] { news_.tellLater(); },
                    .delaysLost = [this](const std::string& aggregate) { delaysLost(aggregate); }}),
       outputs_(actor, connection_, graph_, aggregates_, [this] { news_.tellLater(); }),
+      aggregateLifetime_(connection_, graph_, aggregates_, outputs_),
       volumeWrites_(actor, connection_, graph_,
                     [this](PipeWireVolumeWrites::Control control) {
                         const bool isVolume = control.kind == PipeWireVolumeWrites::Kind::volume;
@@ -46,7 +43,7 @@ PipeWireAudioClient::PipeWireAudioClient(MainActor& actor, FileDescriptorWatcher
       news_(actor, connection_, graph_, aggregates_, outputs_) {
     connection_.connect();
     connection_.waitUntil([this] { return graph_.isComplete(); });
-    outputs_.finishRestoring(newDefaultGrace);
+    aggregateLifetime_.awaitRestored();
     news_.begin();
 }
 
@@ -68,16 +65,15 @@ void PipeWireAudioClient::connectionLost() {
     outputs_.forget();
     volumeWrites_.forget();
     graph_.detach();
-    driftCompensation_.clear();
-    hadAggregate_.reset();
+    aggregateLifetime_.forget();
     news_.noteSilence();
     lossObservers_.notify();
 }
 
 void PipeWireAudioClient::connectionAnswers() {
     news_.noteSilence();
-    hadAggregate_.reset(); // what was asked meanwhile, and given up, has been done by now
-    if (graph_.isComplete()) followAggregate(); // else one that is there has only not been heard of
+    aggregateLifetime_.lookAnew(); // what was asked meanwhile, and given up, has been done by now
+    if (graph_.isComplete()) aggregateLifetime_.follow(); // else one that is there has only not been heard of
     news_.tellLater();
 }
 
@@ -86,19 +82,10 @@ void PipeWireAudioClient::connectionAnswers() {
 void PipeWireAudioClient::graphChanged() {
     if (!graph_.isComplete()) return; // what is not known yet is not missing
     aggregates_.relink();
-    followAggregate();
+    aggregateLifetime_.follow();
     outputs_.follow();
     volumeWrites_.follow();
     news_.tellLater();
-}
-
-/// Whoever removed it, and whenever: what stood before it is put back.
-void PipeWireAudioClient::followAggregate() {
-    if (isCreatingAggregate_) return;
-    const bool hasAggregate = aggregates_.existing() != nullptr;
-    if (!hasAggregate && hadAggregate_.value_or(true))
-        outputs_.restore(std::string(AggregateDeviceManager::aggregateUID));
-    hadAggregate_ = hasAggregate;
 }
 
 // Listeners
@@ -267,22 +254,7 @@ void PipeWireAudioClient::setDefaultSystemOutputDevice(AudioObjectID device) {
 
 AudioObjectID PipeWireAudioClient::createAggregateDevice(const AggregateDeviceDescription& description) {
     requireAnswer("CreateAggregateDevice");
-    struct Creating {
-        PipeWireAudioClient& client;
-        explicit Creating(PipeWireAudioClient& owner) : client(owner) { client.isCreatingAggregate_ = true; }
-        ~Creating() {
-            client.isCreatingAggregate_ = false;
-            client.hadAggregate_ = true; // so that its absence, now or later, is one that is new
-            client.followAggregate();
-            client.outputs_.finishRestoring(newDefaultGrace);
-        }
-    } const creating(*this); // from here on: a rate has been forced for it by now
-    requireSessionManager("CreateAggregateDevice");
-    if (!graph_.device(description.uid)) outputs_.prepareForAggregate(description.uid);
-    const AudioObjectID created = aggregates_.create(description);
-    for (const auto& subDevice : description.subDevices)
-        driftCompensation_.insert_or_assign(subDevice.uid, subDevice.driftCompensation);
-    return created;
+    return aggregateLifetime_.begin(description);
 }
 
 void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
@@ -290,13 +262,7 @@ void PipeWireAudioClient::destroyAggregateDevice(AudioObjectID device) {
     const PipeWireNode* node = visible(device);
     if (!node || !PipeWireAggregates::isAggregate(*node))
         fail(kAudioHardwareBadObjectError, "DestroyAggregateDevice", device);
-    const std::string name = node->name(); // the node goes
-    outputs_.letGo();
-    aggregates_.destroy(*node);
-    followAggregate();
-    connection_.waitUntil([&] { return outputs_.hasLeft(name); }, newDefaultGrace);
-    outputs_.finishRestoring(pipeWireDeadline - newDefaultGrace);
-    driftCompensation_.clear();
+    aggregateLifetime_.end(*node);
 }
 
 void PipeWireAudioClient::setOutputDelays(AudioObjectID aggregate, const OutputDelays& milliseconds) {
@@ -320,12 +286,8 @@ void PipeWireAudioClient::delaysLost(const std::string& aggregate) {
 
 AggregateDeviceDescription PipeWireAudioClient::requireAggregate(AudioObjectID device,
                                                                  const char* operation) const {
-    auto description = PipeWireAggregates::description(require(device, operation));
+    auto description = aggregateLifetime_.description(require(device, operation));
     if (!description) fail(kAudioHardwareUnknownPropertyError, operation, device);
-    for (auto& subDevice : description->subDevices) {
-        const auto changed = driftCompensation_.find(subDevice.uid);
-        if (changed != driftCompensation_.end()) subDevice.driftCompensation = changed->second;
-    }
     return *std::move(description);
 }
 
@@ -358,14 +320,12 @@ bool PipeWireAudioClient::supportsSubDeviceDriftCompensation(AudioObjectID subDe
 }
 
 bool PipeWireAudioClient::subDeviceDriftCompensation(AudioObjectID subDevice) {
-    const std::string& uid = requireSink(subDevice, "SubDeviceDriftCompensation").name();
-    if (const auto set = driftCompensation_.find(uid); set != driftCompensation_.end()) return set->second;
-    return aggregates_.describesDriftCompensation(uid);
+    return aggregateLifetime_.driftCompensation(requireSink(subDevice, "SubDeviceDriftCompensation").name());
 }
 
 void PipeWireAudioClient::setSubDeviceDriftCompensation(AudioObjectID subDevice, bool enabled) {
-    driftCompensation_.insert_or_assign(requireSink(subDevice, "SetSubDeviceDriftCompensation").name(),
-                                        enabled);
+    aggregateLifetime_.setDriftCompensation(requireSink(subDevice, "SetSubDeviceDriftCompensation").name(),
+                                            enabled);
 }
 
 // Volume and mute

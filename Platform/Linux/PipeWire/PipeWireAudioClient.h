@@ -8,6 +8,7 @@
 // absent.
 #pragma once
 
+#include "Platform/Linux/PipeWire/PipeWireAggregateLifetime.h"
 #include "Platform/Linux/PipeWire/PipeWireAggregates.h"
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireGraph.h"
@@ -19,7 +20,6 @@
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 #include "VeltoCore/Services/ApplicationHost.h"
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -116,21 +116,15 @@ class PipeWireAudioClient final : public CoreAudioClient, private PipeWireConnec
 
     void delaysLost(const std::string& aggregate);
     void graphChanged();
-    void followAggregate();
 
-    MainActor& actor_;
     PipeWireConnection connection_;
     PipeWireGraph graph_;
     PipeWireAggregates aggregates_;
     PipeWireSystemOutputs outputs_;
+    PipeWireAggregateLifetime aggregateLifetime_;
     PipeWireVolumeWrites volumeWrites_;
     PipeWireNews news_;
     ObserverList lossObservers_;
-    /// Drift compensation as set since creation, by UID: here the server keeps outputs in step by itself.
-    std::map<std::string, bool, std::less<>> driftCompensation_;
-    /// Whether an aggregate was there at the last look; none before the first.
-    std::optional<bool> hadAggregate_;
-    bool isCreatingAggregate_ = false;
 };
 
 } // namespace velto
