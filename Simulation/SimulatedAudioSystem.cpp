@@ -4,12 +4,9 @@
 #include "VeltoCore/CoreAudio/CoreAudioStatus.h"
 #include "VeltoCore/Services/LoggingService.h"
 
-#include <type_traits>
 #include <utility>
 
 namespace velto {
-
-using Hardware = SimulatedHardware;
 
 namespace {
 
@@ -17,80 +14,7 @@ constexpr AudioObjectID theSystem = kAudioObjectSystemObject;
 
 [[noreturn]] void refuse(OSStatus status) { throw AudioManagerError::coreAudioError(status); }
 
-/// For what nobody waits for any more.
-void obey(const auto& body, SimulatedHardware& hardware) {
-    try {
-        body(hardware);
-    } catch (const AudioManagerError&) { // what was to be changed has gone
-    }
-}
-
 } // namespace
-
-// Each call is noted, may fail, may find nobody who answers, and reads or changes what the program knows.
-
-template <class Body>
-auto SimulatedAudioSystem::perform(Operation operation, AudioObjectID object, Body body) {
-    const auto failure = calls.begin(operation, object);
-    const auto noAnswer = [this, operation] {
-        noticeSilence();
-        SimulatedCalls::fail(operation, kAudioHardwareNotRunningError);
-    };
-    if (!isReachable()) noAnswer();
-    if (isHanging() && isChange(operation)) {
-        if (faults.obeysLate.consume()) doLater([body](Hardware& hardware) { obey(body, hardware); });
-        noAnswer();
-    }
-    if (failure && !failure->isAfterEffect) SimulatedCalls::fail(operation, *failure);
-    if (isUnreadable(operation, object)) SimulatedCalls::fail(operation, kAudioHardwareUnspecifiedError);
-    const auto failAfterwards = [&] {
-        publish();
-        if (failure) SimulatedCalls::fail(operation, *failure);
-    };
-    try {
-        if constexpr (std::is_void_v<std::invoke_result_t<Body, Hardware&>>) {
-            body(known());
-            failAfterwards();
-        } else {
-            auto value = body(known());
-            failAfterwards();
-            return value;
-        }
-    } catch (const AudioManagerError& error) {
-        if (failure || !error.status()) throw;
-        // Refused by the world's rules: logged like any failed call.
-        SimulatedCalls::fail(operation, *error.status());
-    }
-}
-
-template <class Value, class Body>
-Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID object, Value otherwise,
-                                   Body body) noexcept {
-    const auto failure = calls.begin(operation, object);
-    const bool isAnswered = !failure && isReachable() && !isUnreadable(operation, object);
-    return isAnswered ? static_cast<Value>(body(known())) : std::move(otherwise);
-}
-
-bool SimulatedAudioSystem::isUnreadable(Operation operation, AudioObjectID device) noexcept {
-    const auto* found = known().plugged().find(device);
-    return found && !found->device.isReadable && operation != Operation::deviceUID;
-}
-
-template <class Value>
-Value SimulatedAudioSystem::answer(Operation operation, AudioObjectID device,
-                                   Value SimulatedDevice::*field) noexcept {
-    return answer(operation, device, Value(), [&](const Hardware& hardware) {
-        const auto* found = hardware.plugged().find(device);
-        return found ? found->device.*field : Value();
-    });
-}
-
-std::vector<std::string> SimulatedAudioSystem::unconsumedFaults() const {
-    std::vector<std::string> result = faults.unconsumed();
-    for (std::string& text : calls.unconsumed())
-        result.push_back(std::move(text));
-    return result;
-}
 
 // Devices
 

@@ -1,12 +1,11 @@
 // SimulatedAudioSystem: a CoreAudioClient over a world of devices, for tests, benchmarks and the simulator.
 //
 // Owned by who plays in it; main actor only. It is the world (SimulatedWorld has its verbs and questions) and
-// the client to it. `calls` notes every operation of the client and makes it fail; verbs and questions are
-// not counted.
+// the client to it. Here is what each operation reads and changes; that it is counted, and may fail or stay
+// unanswered, is for SimulatedService.
 #pragma once
 
-#include "Simulation/SimulatedCalls.h"
-#include "Simulation/SimulatedWorld.h"
+#include "Simulation/SimulatedService.h"
 #include "VeltoCore/CoreAudio/CoreAudioClient.h"
 
 #include <map>
@@ -17,15 +16,12 @@
 
 namespace velto {
 
-class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld {
+class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedService {
   public:
-    explicit SimulatedAudioSystem(MainActor& actor) : SimulatedWorld(actor) {}
+    explicit SimulatedAudioSystem(MainActor& actor) : SimulatedService(actor) {}
 
-    SimulatedCalls calls;
     /// Whether outputs of an aggregate can be delayed: systems of both kinds exist.
     bool delaysOutputs = false;
-    /// Faults and failures that were asked for and did not come to pass.
-    std::vector<std::string> unconsumedFaults() const;
 
     // The client
 
@@ -85,15 +81,6 @@ class SimulatedAudioSystem final : public CoreAudioClient, public SimulatedWorld
     void removePropertyListener(const PropertyListenerTokenRef& token) noexcept override;
 
   private:
-    using Operation = CoreAudioOperation;
-
-    template <class Body>
-    auto perform(Operation operation, AudioObjectID object, Body body);
-    template <class Value, class Body>
-    Value answer(Operation operation, AudioObjectID object, Value otherwise, Body body) noexcept;
-    template <class Value>
-    Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::*field) noexcept;
-    bool isUnreadable(Operation operation, AudioObjectID device) noexcept;
     /// Null where the device has no such control.
     template <class Control>
     PropertyListenerTokenRef
