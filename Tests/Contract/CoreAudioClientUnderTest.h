@@ -12,6 +12,19 @@
 
 namespace velto {
 
+/// Hands on the cables of a machine, and on its audio service. What is done is heard of a moment later.
+class Workbench {
+  public:
+    virtual ~Workbench() = default;
+    virtual void unplug(const std::string& uid) = 0;
+    /// The same device comes back.
+    virtual void replug(const std::string& uid) = 0;
+    /// As when it crashes.
+    virtual void stopService() = 0;
+    /// It comes back with the outputs that it had.
+    virtual void startService() = 0;
+};
+
 class CoreAudioClientUnderTest {
   public:
     virtual ~CoreAudioClientUnderTest() = default;
@@ -19,6 +32,8 @@ class CoreAudioClientUnderTest {
     /// Runs the main actor until the condition holds; false after a long while, or when nothing can happen
     /// any more.
     virtual bool runUntil(const std::function<bool()>& condition) = 0;
+    /// Null for a machine that is somebody's own.
+    virtual Workbench* workbench() { return nullptr; }
 };
 
 struct CoreAudioClientMaker {

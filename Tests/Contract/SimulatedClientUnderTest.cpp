@@ -9,7 +9,7 @@ namespace velto {
 
 namespace {
 
-class SimulatedClientUnderTest final : public CoreAudioClientUnderTest {
+class SimulatedClientUnderTest final : public CoreAudioClientUnderTest, private Workbench {
   public:
     SimulatedClientUnderTest() {
         using namespace std::chrono_literals;
@@ -27,8 +27,14 @@ class SimulatedClientUnderTest final : public CoreAudioClientUnderTest {
             if (!loop_.runNextTurn()) return condition();
         return true;
     }
+    Workbench* workbench() override { return this; }
 
   private:
+    void unplug(const std::string& uid) override { world_.unplug(uid); }
+    void replug(const std::string& uid) override { world_.replugWithAnotherID(uid); }
+    void stopService() override { world_.stopAudioService(); }
+    void startService() override { world_.startAudioService(); }
+
     SimulatedMainActor loop_;
     SimulatedAudioSystem world_{loop_};
 };

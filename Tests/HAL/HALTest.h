@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Tests/HAL/FakeHAL.h"
+#include "Tests/Support/StatusThrown.h"
 #include "VeltoCore/CoreAudio/SystemCoreAudioClient.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -38,17 +39,6 @@ class HALTest : public ::testing::Test, private LogSink {
     static constexpr AudioObjectPropertyAddress output(AudioObjectPropertySelector selector,
                                                        AudioObjectPropertyElement element = 0) {
         return {selector, kAudioObjectPropertyScopeOutput, element};
-    }
-
-    /// The status of the `coreAudioError` that the operation throws; 0 when it throws nothing.
-    template <class Operation>
-    static OSStatus statusThrown(const Operation& operation) {
-        try {
-            operation();
-        } catch (const AudioManagerError& error) {
-            return error.status().value_or(-1);
-        }
-        return noErr;
     }
 
     fake::FakeHAL hal;

@@ -7,6 +7,7 @@
 #include "Platform/Linux/LinuxMainActor.h"
 #include "Platform/Linux/PipeWire/PipeWireAudioClient.h"
 #include "Simulation/RecordingLogSink.h"
+#include "Tests/Support/StatusThrown.h"
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"
 #include "Tools/SoundLab/SoundLab.h"
@@ -89,17 +90,6 @@ class RealServer : public testing::Test {
     std::unique_ptr<ChildProcess> play(const std::string& role = "Music");
     /// Whether a program, and not one of our aggregates, plays into the output now.
     bool isPlayedTo(const std::string& name);
-
-    /// The status that the operation throws; 0 when it throws nothing.
-    template <class Operation>
-    static OSStatus statusThrown(const Operation& operation) {
-        try {
-            operation();
-        } catch (const AudioManagerError& error) {
-            return error.status().value_or(-1);
-        }
-        return noErr;
-    }
 
   private:
     std::string uidOf(AudioObjectID (PipeWireAudioClient::*output)());

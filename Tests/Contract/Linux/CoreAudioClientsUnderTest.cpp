@@ -5,14 +5,20 @@ namespace velto {
 
 namespace {
 
-class PipeWireClientUnderTest final : public CoreAudioClientUnderTest {
+class PipeWireClientUnderTest final : public CoreAudioClientUnderTest, private Workbench {
   public:
     CoreAudioClient& client() override { return *machine_.client; }
     bool runUntil(const std::function<bool()>& condition) override {
         return machine_.loop.runUntil(condition);
     }
+    Workbench* workbench() override { return this; }
 
   private:
+    void unplug(const std::string& uid) override { machine_.lab->unplug(uid); }
+    void replug(const std::string& uid) override { machine_.lab->plug(SoundingMachine::output(uid)); }
+    void stopService() override { machine_.stopServer(); }
+    void startService() override { machine_.startServer(); }
+
     SoundingMachine machine_;
 };
 
