@@ -39,6 +39,7 @@ class CoreAudioClientUnderTest {
 struct CoreAudioClientMaker {
     std::string name;
     std::function<std::unique_ptr<CoreAudioClientUnderTest>()> make;
+    bool hasWorkbench = false;
 };
 
 /// All that the test program has.

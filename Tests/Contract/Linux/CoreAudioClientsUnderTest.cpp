@@ -25,8 +25,8 @@ class PipeWireClientUnderTest final : public CoreAudioClientUnderTest, private W
 } // namespace
 
 std::vector<CoreAudioClientMaker> coreAudioClientsUnderTest() {
-    return {{"PipeWire", [] { return std::make_unique<PipeWireClientUnderTest>(); }},
-            {"Simulated", makeSimulatedClientUnderTest}};
+    return {{"PipeWire", [] { return std::make_unique<PipeWireClientUnderTest>(); }, true},
+            {"Simulated", makeSimulatedClientUnderTest, true}};
 }
 
 } // namespace velto

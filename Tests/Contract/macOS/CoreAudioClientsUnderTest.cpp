@@ -24,7 +24,7 @@ class SystemClientUnderTest final : public CoreAudioClientUnderTest {
 
 std::vector<CoreAudioClientMaker> coreAudioClientsUnderTest() {
     return {{"System", [] { return std::make_unique<SystemClientUnderTest>(); }},
-            {"Simulated", makeSimulatedClientUnderTest}};
+            {"Simulated", makeSimulatedClientUnderTest, true}};
 }
 
 } // namespace velto
