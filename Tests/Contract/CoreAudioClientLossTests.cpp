@@ -135,6 +135,32 @@ TEST_P(CoreAudioClientLossTests, WithoutTheAudioServiceNothingIsAnsweredUntilItI
     createAggregate();
 }
 
+TEST_P(CoreAudioClientLossTests, AServiceThatHangsIsReadFromWhatWasHeardAndChangesNothing) {
+    const AudioObjectID aggregate = createAggregate();
+    tokens.push_back(listen(kAudioHardwarePropertyServiceRestarted, note("restarted")));
+    const auto loss = client.observeServiceLoss(note("loss"));
+    bench->hangService();
+    // The first one finds it out, the others know.
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(statusThrown([&] { client.setDefaultOutputDevice(aggregate); }),
+                  kAudioHardwareNotRunningError);
+        EXPECT_FALSE(client.isAnswering());
+        EXPECT_TRUE(client.isServiceThere());
+    }
+    EXPECT_EQ(statusThrown([&] { client.destroyAggregateDevice(aggregate); }), kAudioHardwareNotRunningError);
+    EXPECT_EQ(client.defaultOutputDeviceID(), defaultBefore);
+    EXPECT_THAT(client.allDeviceIDs(), Contains(aggregate));
+    EXPECT_EQ(client.deviceUID(aggregate), aggregateUID);
+    EXPECT_THAT(client.aggregateFullSubDeviceUIDs(aggregate), ElementsAreArray(outputs));
+    EXPECT_FALSE(isTold("restarted"));
+
+    bench->resumeService();
+    EXPECT_TRUE(becomesTold("restarted"));
+    EXPECT_TRUE(client.isAnswering());
+    EXPECT_FALSE(isTold("loss")) << "it was there all the time";
+    removeAggregate(); // unless what was asked has been done late
+}
+
 std::vector<CoreAudioClientMaker> clientsWithWorkbench() {
     auto result = coreAudioClientsUnderTest();
     std::erase_if(result, [](const auto& maker) { return !maker.hasWorkbench; });

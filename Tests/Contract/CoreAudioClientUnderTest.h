@@ -23,6 +23,9 @@ class Workbench {
     virtual void stopService() = 0;
     /// It comes back with the outputs that it had.
     virtual void startService() = 0;
+    /// It is there and answers nobody, until it is resumed.
+    virtual void hangService() = 0;
+    virtual void resumeService() = 0;
 };
 
 class CoreAudioClientUnderTest {

@@ -34,6 +34,8 @@ class SimulatedClientUnderTest final : public CoreAudioClientUnderTest, private 
     void replug(const std::string& uid) override { world_.replugWithAnotherID(uid); }
     void stopService() override { world_.stopAudioService(); }
     void startService() override { world_.startAudioService(); }
+    void hangService() override { world_.hangAudioService(); }
+    void resumeService() override { world_.resumeAudioService(); }
 
     SimulatedMainActor loop_;
     SimulatedAudioSystem world_{loop_};

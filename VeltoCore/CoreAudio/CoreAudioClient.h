@@ -47,12 +47,14 @@ class CoreAudioClient {
 
     // Devices
 
-    /// All devices, inputs included. kAudioHardwarePropertyDevices.
+    /// All devices, inputs included, by IDs of which none is ever used again.
+    /// kAudioHardwarePropertyDevices.
     virtual std::vector<AudioObjectID> allDeviceIDs() = 0;
     /// The device with that UID; none when there is no such device.
     /// kAudioHardwarePropertyTranslateUIDToDevice.
     virtual std::optional<AudioObjectID> deviceID(std::string_view forUID) = 0;
-    /// In UTF-8, and never that of another device. kAudioDevicePropertyDeviceUID.
+    /// In UTF-8, never that of another device, and the same when the device comes back.
+    /// kAudioDevicePropertyDeviceUID.
     virtual std::string deviceUID(AudioObjectID device) = 0;
     /// kAudioObjectPropertyName.
     virtual std::string deviceName(AudioObjectID device) = 0;
@@ -89,30 +91,38 @@ class CoreAudioClient {
     /// Asks for a rate. It may take effect later: a read right after may still give the old one.
     virtual void setNominalSampleRate(AudioObjectID device, double sampleRate) = 0;
 
-    // The system's outputs
+    // The system's outputs. One that goes is replaced by the system.
 
+    /// kAudioObjectUnknown when there is no output at all.
     /// kAudioHardwarePropertyDefaultOutputDevice.
     virtual AudioObjectID defaultOutputDeviceID() = 0;
+    /// Asks for another one. It may take effect later: a read right after may still give the old one.
     virtual void setDefaultOutputDevice(AudioObjectID device) = 0;
-    /// The output for alerts and sound effects.
+    /// The output for alerts and sound effects. Where a platform has none, the client keeps one. As above.
     /// kAudioHardwarePropertyDefaultSystemOutputDevice.
     virtual AudioObjectID defaultSystemOutputDeviceID() = 0;
     virtual void setDefaultSystemOutputDevice(AudioObjectID device) = 0;
 
-    // Aggregates
+    // Aggregates. Outputs of one play the same at the same moment. An output that goes leaves it, and the
+    // others play on; one that comes back takes part again by itself. An aggregate may outlive a program that
+    // was killed: the next run finds it by its UID, and destroys it.
 
-    /// Creates the aggregate and answers its ID. Fails with 'nope' while one with that UID exists.
-    /// The one call that may block for long: it touches no state shared with the main actor.
+    /// Creates the aggregate and answers its ID. Fails with 'nope' while one with that UID exists. It may be
+    /// alive, and have its outputs, a moment later.
+    /// The one call that may block for long: it is made by MainActor::runBlocking(), and where that leaves
+    /// the main actor it touches no state shared with it.
     /// AudioHardwareCreateAggregateDevice.
     virtual AudioObjectID createAggregateDevice(const AggregateDeviceDescription& description) = 0;
-    /// AudioHardwareDestroyAggregateDevice.
+    /// It may be there for a moment longer. AudioHardwareDestroyAggregateDevice.
     virtual void destroyAggregateDevice(AudioObjectID device) = 0;
     /// The composition as the hardware layer has it; empty when it gives none.
     /// kAudioAggregateDevicePropertyComposition.
     virtual CompositionDictionary aggregateComposition(AudioObjectID device) = 0;
+    /// All that it was made of, those that are unplugged too, in that order.
     /// kAudioAggregateDevicePropertyFullSubDeviceList.
     virtual std::vector<std::string> aggregateFullSubDeviceUIDs(AudioObjectID device) = 0;
-    /// The objects of the outputs that take part now; an unplugged one is missing.
+    /// The objects of the outputs that take part now, in that order; an unplugged one is missing. They may be
+    /// objects of their own, whose UID is that of the output.
     /// kAudioAggregateDevicePropertyActiveSubDeviceList.
     virtual std::vector<AudioObjectID> aggregateActiveSubDeviceIDs(AudioObjectID device) = 0;
     /// kAudioAggregateDevicePropertyMainSubDevice.
@@ -165,7 +175,14 @@ class CoreAudioClient {
     virtual bool outputMute(AudioObjectID device) = 0;
     virtual void setOutputMute(AudioObjectID device, bool isMuted) = 0;
 
-    // Listeners. Handlers run on the main actor.
+    // Listeners. Handlers run on the main actor, in a turn of their own, and read again what they need. Where
+    // the audio service went, they may be gone, but for those of its return.
+    //
+    // These a client tells of, in the global scope of the system object: kAudioHardwarePropertyDevices (also
+    // when a device becomes one that can play), kAudioHardwarePropertyDefaultOutputDevice,
+    // kAudioHardwarePropertyDefaultSystemOutputDevice and kAudioHardwarePropertyServiceRestarted; of an
+    // aggregate whose outputs it delays, kVeltoAggregatePropertyOutputDelaysLost. The core listens to no
+    // others, but to volume and mute: any other may be registered, and need not be told of.
 
     /// Null when the device has no volume control.
     virtual PropertyListenerTokenRef addOutputVolumeListener(AudioObjectID device,

@@ -1,6 +1,8 @@
 #include "Tests/Contract/Linux/SoundingMachine.h"
 #include "Tests/Contract/SimulatedClientUnderTest.h"
 
+#include <signal.h>
+
 namespace velto {
 
 namespace {
@@ -18,6 +20,8 @@ class PipeWireClientUnderTest final : public CoreAudioClientUnderTest, private W
     void replug(const std::string& uid) override { machine_.lab->plug(SoundingMachine::output(uid)); }
     void stopService() override { machine_.stopServer(); }
     void startService() override { machine_.startServer(); }
+    void hangService() override { kill(machine_.server.daemonID(), SIGSTOP); }
+    void resumeService() override { kill(machine_.server.daemonID(), SIGCONT); }
 
     SoundingMachine machine_;
 };
