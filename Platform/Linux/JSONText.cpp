@@ -48,7 +48,7 @@ bool isNestedDeeper(std::string_view text, int deepestNesting) {
 
 void breakLine(std::string& text, int level) {
     text += '\n';
-    text.append(static_cast<std::size_t>(2 * level), ' ');
+    text.append(2 * static_cast<std::size_t>(level), ' ');
 }
 
 } // namespace

@@ -53,6 +53,7 @@ void JournalLogSink::write(const LogMessage& message) {
     if (destination_ == Destination::journal) {
         std::vector<std::string> fields = journalFields(message);
         std::vector<iovec> parts;
+        parts.reserve(fields.size());
         for (std::string& field : fields)
             parts.push_back({field.data(), field.size()});
         if (sd_journal_sendv(parts.data(), static_cast<int>(parts.size())) == 0) return;

@@ -15,6 +15,7 @@ namespace velto {
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), program.native());
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);

@@ -202,6 +202,7 @@ std::vector<OutputCard> CommandOperations::playing(const Arguments& words) {
     std::vector<OutputCard> cards = app_.menuBar().outputCards();
     if (words.empty()) return cards;
     std::vector<AudioOutputDevice> outputs;
+    outputs.reserve(cards.size());
     for (const OutputCard& card : cards)
         outputs.push_back(
             AudioOutputDevice::disconnected(card.output.uid, card.output.name, AudioTransportType()));

@@ -10,8 +10,8 @@ namespace velto {
 namespace {
 
 constexpr int largestToolkitScale = 4;
-/// In which desktops offer scales.
-constexpr double scaleStep = 0.25;
+/// Desktops offer scales in quarters.
+constexpr int scaleSteps = 4;
 /// How far from the pointer desktops may say that an item was clicked, which tell where it begins. In pixels.
 constexpr int itemLength = 100;
 
@@ -28,8 +28,9 @@ std::optional<QPoint> onScreen(QPoint told, const std::vector<ScaledScreen>& scr
 /// A Wayland desktop may enlarge all that X11 draws, without telling X11. Then items in a bar at the far edge
 /// are beyond all screens, up to the scale that the desktop has.
 QPoint fromHardware(QPoint told, const std::vector<ScaledScreen>& screens) {
-    for (double further = 1; further <= largestToolkitScale; further += scaleStep)
-        if (const auto place = onScreen(told, screens, further)) return *place;
+    for (int steps = scaleSteps; steps <= largestToolkitScale * scaleSteps; ++steps)
+        if (const auto place = onScreen(told, screens, static_cast<double>(steps) / scaleSteps))
+            return *place;
     return told;
 }
 

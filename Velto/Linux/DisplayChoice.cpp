@@ -50,6 +50,7 @@ bool answersWayland() {
     if (path.size() >= sizeof address.sun_path) return false;
     path.copy(address.sun_path, path.size());
     const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket < 0) return false;
     const bool answers = connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     close(socket);
     return answers;

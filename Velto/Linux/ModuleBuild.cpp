@@ -17,8 +17,10 @@ namespace {
 const std::map<std::string, std::string> builds{
 #include "ModuleBuilds.inc"
 };
-constexpr std::string_view noteOwner{"GNU", 4}; // with its end
-constexpr std::size_t largestNotes = 64 * 1024;
+using namespace std::string_view_literals;
+
+constexpr std::string_view noteOwner = "GNU\0"sv;
+constexpr std::size_t largestNotes = 65536;
 
 template <class Value>
 bool readAt(std::ifstream& stream, std::size_t place, Value& value) {

@@ -24,7 +24,7 @@ const QDBusArgument& readStructure(const QDBusArgument& argument, Fields&... fie
     argument.beginStructure();
     (argument >> ... >> fields);
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): as Qt's own operators do
 }
 
 NotifierPixmap pixmapOf(const QImage& image) {

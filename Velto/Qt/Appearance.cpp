@@ -98,7 +98,7 @@ bool Appearance::isComposited() const {
 
 void Appearance::overrule(Wishes wishes) {
     if (overruled_ == wishes) return;
-    overruled_ = std::move(wishes);
+    overruled_ = wishes;
     Q_EMIT changed();
 }
 

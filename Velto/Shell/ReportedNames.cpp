@@ -32,7 +32,7 @@ void replaceAll(std::string& text, std::string_view what, std::string_view by) {
 
 } // namespace
 
-ReportedNames ReportedNames::redacted(std::vector<std::pair<std::string, std::string>> known) {
+ReportedNames ReportedNames::redacted(const std::vector<std::pair<std::string, std::string>>& known) {
     ReportedNames names;
     names.isRedacted_ = true;
     for (const auto& [uid, name] : known) {

@@ -19,7 +19,7 @@ class ReportedNames {
   public:
     ReportedNames() = default;
     /// Redacted. `known` are the outputs, by UID and name, that may be spoken of in running text.
-    static ReportedNames redacted(std::vector<std::pair<std::string, std::string>> known);
+    static ReportedNames redacted(const std::vector<std::pair<std::string, std::string>>& known);
 
     std::string name(const AudioOutputDevice& device) const;
     std::string uid(const std::string& uid) const;

@@ -186,8 +186,8 @@ std::optional<AudioObjectID> SystemCoreAudioClient::deviceID(std::string_view fo
     const auto target = platformAddress(globalAddress(kAudioHardwarePropertyTranslateUIDToDevice));
     AudioObjectID device = kAudioObjectUnknown;
     UInt32 size = sizeof device;
-    const OSStatus status = AudioObjectGetPropertyData(kAudioObjectSystemObject, &target, sizeof qualifier,
-                                                       &qualifier, &size, &device);
+    const OSStatus status = AudioObjectGetPropertyData(kAudioObjectSystemObject, &target, sizeof(CFStringRef),
+                                                       static_cast<const void*>(&qualifier), &size, &device);
     Property::check(status, [&] { return "TranslateUIDToDevice " + std::string(forUID); });
     if (size < sizeof device) throw AudioManagerError::coreAudioError(kAudioHardwareBadPropertySizeError);
     return device == kAudioObjectUnknown ? std::nullopt : std::optional(device);

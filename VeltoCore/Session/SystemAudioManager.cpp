@@ -105,7 +105,7 @@ Task<void> SystemAudioManager::buildSession(StartRequest request, PreviousOutput
                   aggregate.masterUID, aggregate.sampleRate, previous.defaultUID, actor_.now()});
 }
 
-void SystemAudioManager::becomeActive(DualOutputSession session) {
+void SystemAudioManager::becomeActive(const DualOutputSession& session) {
     state_.set(AudioSessionState::Active{session});
     deviceManager_.refresh();
     logger.notice("Dual output active: {} + {} at {} Hz", publicText(session.first.name),

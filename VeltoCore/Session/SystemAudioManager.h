@@ -132,7 +132,7 @@ class SystemAudioManager {
     Task<void> rebuildSession(DualOutputSession session, StartRequest request);
     Task<void> replaceSession(DualOutputSession session, StartRequest request, PreviousOutputs previous);
     Task<void> buildSession(StartRequest request, PreviousOutputs previous);
-    void becomeActive(DualOutputSession session);
+    void becomeActive(const DualOutputSession& session);
     void becomeFailed(const AudioManagerError& error);
     PreviousOutputs previousOutputs(const DualOutputSession& session) const;
     Task<AggregateDeviceInfo> createAggregate(StartRequest request);

@@ -43,7 +43,8 @@ AudioObjectID PipeWireAggregateLifetime::begin(const AggregateDeviceDescription&
 }
 
 void PipeWireAggregateLifetime::end(const PipeWireNode& aggregate) {
-    const std::string name = aggregate.name(); // the node goes
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the node goes
+    const std::string name = aggregate.name();
     outputs_.letGo();
     aggregates_.destroy(aggregate);
     follow();

@@ -204,7 +204,8 @@ void PipeWireAggregateLinks::noteRefusal() {
 void PipeWireAggregateLinks::sweepRequests() {
     bool isAnyRefused = false;
     std::erase_if(requests_, [&](const auto& entry) {
-        const auto& [ports, request] = entry;
+        const auto& ports = entry.first;
+        const auto& request = entry.second;
         // An output that goes takes its links first, and is asked for them again before it is seen to be
         // gone.
         const bool areThere = graph_.hasPort(ports.first) && graph_.hasPort(ports.second);

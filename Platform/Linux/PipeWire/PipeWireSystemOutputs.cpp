@@ -97,7 +97,8 @@ const PipeWireNode* PipeWireSystemOutputs::defaultOutput() const {
 void PipeWireSystemOutputs::setDefaultOutput(const PipeWireNode& output) {
     constexpr const char* label = "SetDefaultOutputDevice";
     if (connection_.isSilent()) fail(label);
-    const std::string name = output.name(); // the node may go while we wait
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the node may go while we wait
+    const std::string name = output.name();
     const AudioObjectID objectID = output.objectID();
     if (PipeWireAggregates::isAggregate(output)) return switchToAggregate(name);
 

@@ -20,12 +20,14 @@ typedef struct {
 } CFRange;
 
 typedef const void* CFTypeRef;
+// NOLINTBEGIN(bugprone-reserved-identifier): a program may name them as Apple does
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFNumber* CFNumberRef;
 typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFArray* CFArrayRef;
 typedef const struct __CFDictionary* CFDictionaryRef;
+// NOLINTEND(bugprone-reserved-identifier)
 
 // Whoever passes them wants the elements retained; their fields are not used.
 typedef struct {
