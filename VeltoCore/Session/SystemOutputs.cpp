@@ -97,7 +97,7 @@ void SystemOutputs::switchTo(AudioObjectID device, const PreviousOutputs& previo
     expectDefaultOfBefore();
     try {
         client_.setDefaultOutputDevice(device);
-        isDefaultSwitched = true;
+        isDefaultSwitched = true; // NOLINT(clang-analyzer-deadcode.DeadStores): the next one may throw
         client_.setDefaultSystemOutputDevice(device);
         switch_.begin();
         return;
