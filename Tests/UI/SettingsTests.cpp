@@ -123,6 +123,46 @@ TEST_F(SettingsTests, dropDownsKnowWhatIsChosenAndOnlyTheirListChangesIt) {
     }
 }
 
+TEST_F(SettingsTests, theRowThatWasReachedIsTakenWhateverComesAndGoesMeanwhile) {
+    launch();
+    choose("studio", "flip");
+    preferences().defaultReferenceDeviceUID.set("studio");
+    const auto check = [this](const std::function<Page()>& page, const QString& name, const auto& chosen) {
+        SCOPED_TRACE(name.toStdString());
+        const auto reach = [&](const QString& value) {
+            page().tabTo(name);
+            page().key(Qt::Key_Return);
+            page().key(Qt::Key_Home);
+            QObject* box = page().find(name).item;
+            for (int row = 0; row < 6 && box->property("reached") != value; ++row)
+                page().key(Qt::Key_Down);
+            ASSERT_EQ(box->property("reached").toString(), value);
+        };
+        reach("dac");
+        unplug("airpods"); // above it
+        page().key(Qt::Key_Return);
+        EXPECT_EQ(chosen(), "dac");
+        reach("studio");
+        replug("airpods");
+        page().key(Qt::Key_Return);
+        EXPECT_EQ(chosen(), "studio");
+        reach("airpods");
+        unplug("airpods");
+        page().key(Qt::Key_Return);
+        EXPECT_EQ(chosen(), "studio") << "not the one that got into its place";
+        replug("airpods");
+        settle();
+    };
+    check([this] { return panel(); }, "First output",
+          [this] {
+              const auto output = menuBar().firstDevice();
+              return output ? output->uid : "none";
+          });
+    open("Sync");
+    check([this] { return settings(); }, "Reference output",
+          [this] { return preferences().defaultReferenceDeviceUID(); });
+}
+
 TEST_F(SettingsTests, longPagesAreScrolledByKeys) {
     launch();
     open("About");

@@ -23,7 +23,7 @@ SettingsRow {
         textRole: "title"
         valueRole: "value"
         currentIndex: row.chosenIndex
-        onModelChanged: follow()
+        onModelChanged: { follow(); followReached() }
         onActivated: index => { row.picked(row.choices[index].value); follow() }
         /// What the list makes of the index is no more than a wish.
         function follow() { currentIndex = Qt.binding(() => row.chosenIndex) }

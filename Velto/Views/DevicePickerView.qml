@@ -19,7 +19,10 @@ DropDown {
     onModelChanged: followEntry()
     Connections {
         target: picker.model
-        function onContentChanged() { picker.followEntry() }
+        function onContentChanged() {
+            picker.followEntry()
+            picker.followReached()
+        }
     }
 
     Accessible.description: entry.uid ? [entry.name, entry.badge].filter(part => part).join(", ") : "Choose an output"

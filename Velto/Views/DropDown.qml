@@ -38,6 +38,23 @@ T.ComboBox {
         if (event.accepted && !event.isAutoRepeat) isOpening = false
     }
 
+    /// The value of the row that keys or pointer have reached in the open list.
+    property var reached
+    property bool isFollowing: false
+    onHighlightedIndexChanged: if (highlightedIndex >= 0 && !isFollowing) reached = valueAt(highlightedIndex)
+
+    /// For after an update: rows have come, gone or moved, and Return takes the one that was reached, or where that
+    /// is gone the one that is chosen, but never the one that has got into its place.
+    function followReached() {
+        if (!popup.visible || highlightedIndex < 0 || count === 0) return
+        const row = indexOfValue(reached)
+        isFollowing = row >= 0
+        const steps = (row >= 0 ? row : Math.max(0, currentIndex)) - highlightedIndex
+        for (let step = 0; step < steps; ++step) incrementCurrentIndex()
+        for (let step = 0; step > steps; --step) decrementCurrentIndex()
+        isFollowing = false
+    }
+
     /// Where nothing is chosen the list begins at its first row all the same: the next key is to go on from there.
     function begin() {
         if (popup.visible && highlightedIndex < 0 && keyboard.isShown) incrementCurrentIndex()
@@ -72,7 +89,7 @@ T.ComboBox {
             highlightMoveDuration: 0
             Accessible.role: Accessible.List
             Accessible.name: box.label
-            onCurrentItemChanged: if (box.popup.visible) screenReader.moveTo(currentItem)
+            onCurrentItemChanged: if (box.popup.visible && !box.isFollowing) screenReader.moveTo(currentItem)
             T.ScrollBar.vertical: SlimScrollBar {}
         }
         background: PopupSurface {}
