@@ -39,6 +39,36 @@ class SoundTests : public RealServer {
     }
 };
 
+TEST_F(SoundTests, WhatAnOutputPassesOnDoesNotComeBackToTheAggregate) {
+    const auto equaliser = [this] {
+        return std::make_unique<ChildProcess>(
+            std::vector<std::string>{"pw-loopback", "--capture-props",
+                                     "media.class=Audio/Sink node.name=equaliser", "--playback-props",
+                                     "node.name=equalised"},
+            ChildProcess::Options{server.environment(), server.folder() / "equaliser.log", false});
+    };
+    auto filter = equaliser();
+    ASSERT_TRUE(runUntil([&] { return isPlayedTo("desk"); })) << "it passes on to the default output";
+    stopClient();
+    record({"desk", "usb"});
+    RunningVelto velto = runVelto();
+    velto.require({"settings", "set", "autoReconnect", "on"});
+    velto.require({"play", "equaliser", "usb"});
+    const auto music = play();
+    EXPECT_TRUE(isHeard("usb"));
+    EXPECT_TRUE(isHeard("desk")) << "by the equaliser";
+
+    filter->kill();
+    velto.waitForState("degraded");
+    EXPECT_TRUE(isHeard("usb"));
+    filter = equaliser(); // which has another group now
+    velto.waitForState("playing");
+    EXPECT_TRUE(isHeard("usb"));
+    EXPECT_TRUE(isHeard("desk"));
+    velto.require({"quit"});
+    EXPECT_TRUE(isHeard("desk"));
+}
+
 TEST_F(SoundTests, EveryOutputOfAnAggregateIsHeardAndNoOther) {
     lab->plug(VirtualOutput::hdmi("display", "Display"));
     record({"desk", "usb", "display", "blue"});

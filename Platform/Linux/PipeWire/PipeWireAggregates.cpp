@@ -49,8 +49,27 @@ std::optional<std::int64_t> sessionPriority(const PipeWireGraph& graph) {
     return priority > highestOutput ? std::optional(priority) : std::nullopt;
 }
 
+/// Which an output has that passes its sound on, as an equaliser does; none for any other.
+std::optional<std::string_view> linkGroup(const PipeWireNode& node) {
+    return property(node.properties(), PW_KEY_NODE_LINK_GROUP);
+}
+
+/// What passes its sound on does so to the default output, where that isn't itself: to the aggregate, which
+/// would get back what it gave. The session manager leads no sound of a group to a sink of the same, so the
+/// aggregate is in that of the first such output that is there.
+std::optional<std::string_view> linkGroup(const PipeWireGraph& graph,
+                                          const AggregateDeviceDescription& description) {
+    for (const auto& subDevice : description.subDevices) {
+        const PipeWireNode* const output = graph.device(subDevice.uid);
+        const auto group = output ? linkGroup(*output) : std::nullopt;
+        if (group) return group;
+    }
+    return std::nullopt;
+}
+
 pw_properties* sinkProperties(const AggregateDeviceDescription& description,
-                              std::optional<std::int64_t> priority) {
+                              std::optional<std::int64_t> priority,
+                              std::optional<std::string_view> linkGroup) {
     // The aggregate's own volume makes no difference to the sound: each output has its own.
     // The session manager's rule that suspends idle nodes crashes it when the node has just gone; idle, this
     // node costs no more than suspended. A desktop's mixer lists a sink as hardware if it has a device's API.
@@ -61,6 +80,8 @@ pw_properties* sinkProperties(const AggregateDeviceDescription& description,
         "true", PW_KEY_NODE_VIRTUAL, "true", PW_KEY_DEVICE_API, "velto", "monitor.channel-volumes", "false",
         "session.suspend-timeout-seconds", "0", "device.routes", "1", "audio.position", "[ FL FR ]", nullptr);
     if (priority) pw_properties_setf(properties, PW_KEY_PRIORITY_SESSION, "%" PRId64, *priority);
+    if (linkGroup)
+        pw_properties_set(properties, PW_KEY_NODE_LINK_GROUP, PipeWireText::toServer(*linkGroup).c_str());
     pw_properties_set(properties, PW_KEY_NODE_NAME, PipeWireText::toServer(description.uid).c_str());
     pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, description.name.c_str());
     pw_properties_set(properties, PipeWireKey::composition, PipeWireComposition::text(description).c_str());
@@ -93,8 +114,9 @@ AudioObjectID PipeWireAggregates::create(const AggregateDeviceDescription& descr
     kept_.insert_or_assign(description.uid, description);
     givenUp_.erase(description.uid);
     links_.begin();
-    const PipeWireRequest sink(connection_.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE,
-                               sinkProperties(description, sessionPriority(graph_)));
+    const PipeWireRequest sink(
+        connection_.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE,
+        sinkProperties(description, sessionPriority(graph_), linkGroup(graph_, description)));
     connection_.waitUntil([&] {
         refusedLinks_.askIfDue(); // the main loop doesn't turn meanwhile
         return isComplete(description) || !sink.refusal().empty();
@@ -195,6 +217,8 @@ void PipeWireAggregates::relink() {
         for (const auto& subDevice : description.subDevices) {
             const PipeWireNode* output = graph_.device(subDevice.uid);
             if (!output) continue;
+            // It came back in another group: it takes part again once the aggregate is made anew.
+            if (linkGroup(*output) && linkGroup(graph_, description) != linkGroup(*aggregate)) continue;
             links_.link(*aggregate, *output);
             const AudioObjectID objectID = output->objectID();
             if (links_.isLinked(*aggregate, *output)) {
