@@ -62,6 +62,13 @@ bool LineConnection::send(std::string_view line) {
     return true;
 }
 
+bool LineConnection::awaitLine(int output) const {
+    if (received_.contains('\n')) return true;
+    std::array<pollfd, 2> watched{pollfd{descriptor_, POLLIN, 0}, pollfd{output, 0, 0}};
+    while (poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) {}
+    return (watched[1].revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
+}
+
 std::optional<std::string> LineConnection::read(std::optional<Patience> patience) {
     const auto deadline = SteadyClock::now() + patience.value_or(0ms);
     for (std::size_t searched = 0;;) {

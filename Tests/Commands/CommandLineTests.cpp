@@ -69,6 +69,8 @@ TEST(CommandLineTests, WhatIsWrongIsSaidWithWhatMayHaveBeenMeant) {
         {{"--json"}, "--json and --names go with a command."},
         {{"stop", "--background"}, "--background and --hidden go with no command."},
         {{""}, "There is no command “”."},
+        {{"--", "status"}, "A command stands before “--”, not behind it."},
+        {{"--background", "--", "status"}, "A command stands before “--”, not behind it."},
     };
     for (const auto& [words, sentence] : cases) {
         const CommandLine line = CommandLine::parse(words);
@@ -81,6 +83,8 @@ TEST(CommandLineTests, WithoutACommandTheProgramRuns) {
     EXPECT_EQ(CommandLine::parse({}).kind, Kind::run);
     EXPECT_TRUE(CommandLine::parse({"--background"}).isBackground);
     EXPECT_TRUE(CommandLine::parse({"--hidden"}).isHidden);
+    EXPECT_EQ(CommandLine::parse({"-h"}).text, CommandLine::parse({"--help"}).text);
+    EXPECT_EQ(CommandLine::parse({"play", "-h"}).text, CommandLine::parse({"play", "--help"}).text);
     const CommandLine help = CommandLine::parse({"--help"});
     EXPECT_EQ(help.kind, Kind::text);
     for (const Command& command : commandTable())

@@ -1,14 +1,19 @@
 #include "Velto/Commands/CommandClient.h"
 
+#include "Platform/POSIX/LineServer.h"
 #include "Velto/Commands/CommandText.h"
 #include "VeltoCore/Services/LogSink.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <system_error>
 #include <thread>
+
+#include <unistd.h>
 
 namespace velto {
 
@@ -23,9 +28,16 @@ constexpr auto startPatience = 15s;
 constexpr auto startPause = 20ms;
 constexpr auto quitPatience = 30s;
 
-/// Whether all of it could be written.
-bool print(const std::string& text) {
-    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+void print(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+    throw CommandFailure("The answer could not be written: " +
+                         std::error_code(errno, std::generic_category()).message() + ".");
+}
+
+std::string requestOf(const CommandLine& line) {
+    std::string request = CommandRequest{line.command, line.arguments}.line();
+    if (request.size() < LineServer::longestLine) return request;
+    throw CommandFailure("That is more than a command may hold.", CommandFailure::Kind::wrongUsage);
 }
 
 void requireSameVersion(LineConnection& connection) {
@@ -43,19 +55,23 @@ void requireSameVersion(LineConnection& connection) {
 
 int CommandClient::perform(const CommandLine& line) {
     try {
+        const std::string request = requestOf(line);
         LineConnection connection = connectOrStart(line.command);
-        const std::string request = CommandRequest{line.command, line.arguments}.line();
         if (!connection.send(request)) throw CommandFailure("Velto runs, but does not answer.");
         if (line.command == "watch") return watch(connection, line);
         JSON answer = readAnswer(connection);
         for (; answer.contains("progress"); answer = readAnswer(connection))
-            if (!print(line.isJSON ? lineOf(answer) + '\n' : CommandText::of(answer))) return 1;
+            print(line.isJSON ? lineOf(answer) + '\n' : CommandText::of(answer));
         if (line.command == "quit" && !connection.awaitEnd(quitPatience))
             throw CommandFailure("Velto does not end.");
-        const bool isDone = line.isJSON        ? print(lineOf(answer) + '\n')
-                            : line.isNamesOnly ? print(CommandText::namesOf(answer))
-                                               : line.command == "quit" || print(CommandText::of(answer));
-        return isDone ? 0 : 1;
+        if (line.isJSON) {
+            print(lineOf(answer) + '\n');
+        } else if (line.isNamesOnly) {
+            print(CommandText::namesOf(answer));
+        } else if (line.command != "quit") {
+            print(CommandText::of(answer));
+        }
+        return 0;
     } catch (const CommandFailure& failure) {
         std::fprintf(stderr, "velto: %s\n", failure.what());
         return failure.kind() == CommandFailure::Kind::wrongUsage ? 2 : 1;
@@ -108,11 +124,12 @@ JSON CommandClient::readAnswer(LineConnection& connection) {
 
 int CommandClient::watch(LineConnection& connection, const CommandLine& line) {
     std::string told;
-    for (;;) {
+    while (connection.awaitLine(STDOUT_FILENO)) {
         const JSON status = readAnswer(connection);
         const std::string text = line.isJSON ? lineOf(status) : CommandText::lineOf(status);
-        if (std::exchange(told, text) != text && !print(text + '\n')) return 1;
+        if (std::exchange(told, text) != text) print(text + '\n');
     }
+    return 1;
 }
 
 } // namespace velto

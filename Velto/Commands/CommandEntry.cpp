@@ -13,8 +13,7 @@ int runWords(std::vector<std::string> words, const CommandEntry& entry) {
     case CommandLine::Kind::command:
         return entry.makeClient().perform(line);
     case CommandLine::Kind::text:
-        std::fputs(line.text.c_str(), stdout);
-        return 0;
+        return std::fputs(line.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
     case CommandLine::Kind::wrong:
         std::fprintf(stderr, "velto: %s\n", line.text.c_str());
         return 2;

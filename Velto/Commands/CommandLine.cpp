@@ -57,7 +57,7 @@ std::string suggestion(std::string_view word, const std::vector<std::string_view
 class Parser {
   public:
     Parser() {
-        app_.set_help_flag("--help", "");
+        app_.set_help_flag("-h,--help", "");
         app_.set_version_flag("--version", "Velto " VELTO_VERSION);
         for (const CommandOption& option : commandOptions())
             if (option.name != "--help" && option.name != "--version")
@@ -95,7 +95,7 @@ class Parser {
         }
         CLI::App* added = parent->add_subcommand(std::string(word));
         if (!command.alias.empty()) added->alias(std::string(command.alias));
-        added->set_help_flag("--help");
+        added->set_help_flag("-h,--help");
         added->fallthrough();
         std::vector<std::string>& values = arguments_[added];
         values.resize(command.arguments.size());
@@ -181,6 +181,10 @@ CommandLine CommandLine::parse(std::vector<std::string> words) {
     if (words.empty()) return {};
     if (words == std::vector<std::string>{"--hidden"}) return {.isHidden = true};
     if (words == std::vector<std::string>{"--background"}) return {.isBackground = true};
+    // What follows them is an argument of a command; without one the parser leaves it unread.
+    const auto dashes = std::ranges::find(words, "--");
+    if (dashes != words.end() && std::none_of(words.begin(), dashes, findCommand))
+        return {.kind = CommandLine::Kind::wrong, .text = "A command stands before “--”, not behind it."};
     return Parser().parse(std::move(words));
 }
 
