@@ -36,6 +36,12 @@ class ProgramTests : public RealServer {
         ChildProcess program(std::move(words), {environment, server.folder() / "called.log", false});
         return program.wait(20s).value_or(-1);
     }
+    /// The exit status of a line of the shell in which the program is "$velto".
+    std::optional<int> shell(RunningVelto::Environment environment, const std::string& line) {
+        environment["velto"] = VELTO_PROGRAM;
+        ChildProcess program({"sh", "-c", line}, {environment, server.folder() / "called.log", false});
+        return program.wait(20s);
+    }
     bool hasLoaded(RunningVelto& velto, const std::string& library) {
         std::ifstream maps("/proc/" + std::to_string(velto.process().id()) + "/maps");
         const std::string text(std::istreambuf_iterator<char>(maps), {});
@@ -134,6 +140,17 @@ TEST_F(ProgramTests, PartsThatAreMissingOrOfAnotherBuildAreNoticedBeforeTheyAreU
     EXPECT_EQ(velto.command({"quit"}).error, "");
 }
 
+TEST_F(ProgramTests, StartedWithoutStandardStreamsItWritesIntoNothingElse) {
+    const auto environment = server.environment();
+    EXPECT_EQ(shell(environment, R"("$velto" --background <&- >&- 2>&- & echo $! > "$HOME/velto")"), 0);
+    EXPECT_EQ(call(environment, {"play", "desk", "usb"}), 0);
+    EXPECT_EQ(shell(environment, R"("$velto" status >&-)"), 0);
+    const std::filesystem::path process("/proc/" + lastLineOf(server.folder() / "home/velto"));
+    for (const char* stream : {"0", "1", "2"})
+        EXPECT_EQ(std::filesystem::read_symlink(process / "fd" / stream), "/dev/null") << stream;
+    EXPECT_EQ(call(environment, {"quit"}), 0);
+}
+
 TEST_F(ProgramTests, CommandsSayHowTheyEnded) {
     const auto environment = server.environment();
     EXPECT_EQ(call(environment, {"status"}), 1) << "none runs";
@@ -144,6 +161,13 @@ TEST_F(ProgramTests, CommandsSayHowTheyEnded) {
     EXPECT_EQ(call(environment, {"play", "desk", "nobody"}), 1);
     EXPECT_EQ(call(environment, {"volume", "loud"}), 2);
     EXPECT_EQ(call(environment, {"settings", "set", "disconnectBehavior", "dance"}), 2);
+    EXPECT_EQ(call(environment, {"presets", "save", std::string(100'000, 'a')}), 2);
+    EXPECT_THAT(lastLineOf(server.folder() / "called.log"),
+                testing::HasSubstr("more than a command may hold"));
+    EXPECT_EQ(shell(environment, R"("$velto" status > /dev/full)"), 1);
+    EXPECT_THAT(lastLineOf(server.folder() / "called.log"), testing::HasSubstr("could not be written"));
+    EXPECT_EQ(shell(environment, R"("$velto" --help > /dev/full)"), 1);
+    EXPECT_EQ(shell(environment, R"("$velto" watch | head -n 1)"), 0) << "nobody reads on";
     EXPECT_EQ(call(environment, {"quit"}), 0);
     EXPECT_TRUE(isPutBack());
     EXPECT_EQ(call(environment, {"quit"}), 1);

@@ -4,6 +4,7 @@
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/POSIX/DetachedProgram.h"
 #include "Platform/POSIX/SingleInstance.h"
+#include "Platform/POSIX/StandardStreams.h"
 #include "Velto/Commands/CommandEntry.h"
 #include "Velto/Linux/Program.h"
 #include "Velto/Linux/ProgramModule.h"
@@ -84,5 +85,6 @@ int run(int& argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
+    velto::openStandardStreams();
     return velto::programMain("velto", [&] { return velto::run(argumentCount, arguments); });
 }

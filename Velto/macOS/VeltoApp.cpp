@@ -3,6 +3,7 @@
 #include "Platform/POSIX/DetachedProgram.h"
 #include "Platform/POSIX/LineServer.h"
 #include "Platform/POSIX/SingleInstance.h"
+#include "Platform/POSIX/StandardStreams.h"
 #include "Platform/macOS/AVFAudioEngine.h"
 #include "Platform/macOS/AppKitApplicationHost.h"
 #include "Platform/macOS/DispatchFileDescriptorWatcher.h"
@@ -143,5 +144,6 @@ int run(int& argumentCount, char** arguments) {
 } // namespace velto
 
 int main(int argumentCount, char** arguments) {
+    velto::openStandardStreams();
     return velto::programMain("velto", [&] { return velto::run(argumentCount, arguments); });
 }
