@@ -1,6 +1,7 @@
 #include "Platform/Linux/Delay/DelayProgram.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/ClientLibrary.h"
 #include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/Delay/RemoteServer.h"
 
@@ -13,7 +14,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -53,9 +53,7 @@ std::optional<DelayProgram::Arguments> DelayProgram::read(std::span<char* const>
 }
 
 DelayProgram::DelayProgram(Arguments arguments) : watchdog_(Watchdog::inherited()), line_(arguments.delays) {
-    pw_init(nullptr, nullptr);
-    // That it loads less than usual is no news.
-    if (!std::getenv("PIPEWIRE_DEBUG")) pw_log_set_level(SPA_LOG_LEVEL_ERROR);
+    beginWithClientLibrary();
     mainLoop_ = pw_main_loop_new(nullptr);
     if (!mainLoop_) throw std::runtime_error("The loop could not be made");
     loop_ = pw_main_loop_get_loop(mainLoop_);

@@ -1,5 +1,6 @@
 #include "Platform/Linux/PipeWire/PipeWireAudioEngine.h"
 
+#include "Platform/Linux/Delay/ClientLibrary.h"
 #include "Platform/Linux/PipeWire/PipeWireStream.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -97,7 +98,7 @@ void PipeWireAudioEngine::Run::process() { // on the audio thread
 PipeWireAudioEngine::PipeWireAudioEngine(CoreAudioClient& client, FileDescriptorWatcher& watcher,
                                          std::string remote)
     : client_(client), watcher_(watcher), remote_(std::move(remote)) {
-    pw_init(nullptr, nullptr);
+    beginWithClientLibrary();
 }
 
 PipeWireAudioEngine::~PipeWireAudioEngine() {

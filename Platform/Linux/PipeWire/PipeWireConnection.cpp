@@ -1,6 +1,7 @@
 #include "Platform/Linux/PipeWire/PipeWireConnection.h"
 
 #include "Platform/Linux/Delay/AudioThread.h"
+#include "Platform/Linux/Delay/ClientLibrary.h"
 #include "Platform/Linux/Delay/RemoteServer.h"
 #include "VeltoCore/Services/LoggingService.h"
 
@@ -71,7 +72,7 @@ PipeWireConnection::PipeWireConnection(MainActor& actor, FileDescriptorWatcher& 
                                        Delegate& delegate)
     : actor_(actor), watcher_(watcher), remote_(std::move(remote)), delegate_(delegate),
       hooks_(std::make_unique<Hooks>()), retry_(actor, retryPauses, [this] { connect(); }) {
-    pw_init(nullptr, nullptr);
+    beginWithClientLibrary();
     loop_ = pw_loop_new(nullptr);
     if (loop_) context_ = makeContext(loop_);
     if (!context_) {

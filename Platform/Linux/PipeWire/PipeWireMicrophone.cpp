@@ -1,5 +1,6 @@
 #include "Platform/Linux/PipeWire/PipeWireMicrophone.h"
 
+#include "Platform/Linux/Delay/ClientLibrary.h"
 #include "Platform/Linux/PipeWire/PipeWireRecording.h"
 
 #include <utility>
@@ -8,7 +9,7 @@ namespace velto {
 
 PipeWireMicrophone::PipeWireMicrophone(FileDescriptorWatcher& watcher, std::string remote)
     : watcher_(watcher), remote_(std::move(remote)) {
-    pw_init(nullptr, nullptr);
+    beginWithClientLibrary();
 }
 
 PipeWireMicrophone::~PipeWireMicrophone() { pw_deinit(); }
