@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <stdexcept>
 #include <utility>
 
@@ -60,7 +61,7 @@ class SimulatedMicrophone::Hearing final : public Microphone::Recording {
             const auto delay = sweeps.delays.find(uid);
             const double late = leadSeconds + (delay == sweeps.delays.end() ? 0 : delay->second / 1000);
             played[output].resize(framesUntil(sweeps.begunAt) +
-                                  static_cast<std::size_t>(late * sampleRate_ + 0.5));
+                                  static_cast<std::size_t>(std::llround(late * sampleRate_)));
             const auto sweep =
                 probe.samples(output == 0 ? AlignmentProbe::Sweep::rising : AlignmentProbe::Sweep::falling);
             played[output].insert(played[output].end(), sweep.begin(), sweep.end());

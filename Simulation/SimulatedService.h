@@ -31,10 +31,10 @@ class SimulatedService : public SimulatedWorld {
 
     /// For operations that may throw. What the body throws is the world's refusal.
     template <class Body>
-    auto perform(Operation operation, AudioObjectID object, Body body);
+    auto perform(Operation operation, AudioObjectID object, const Body& body);
     /// For operations that can't: they yield `otherwise` where others would throw.
     template <class Value, class Body>
-    Value answer(Operation operation, AudioObjectID object, Value otherwise, Body body) noexcept;
+    Value answer(Operation operation, AudioObjectID object, Value otherwise, const Body& body) noexcept;
     /// The same for what is a field of a device; absent without one.
     template <class Value>
     Value answer(Operation operation, AudioObjectID device, Value SimulatedDevice::*field) noexcept;
@@ -55,7 +55,7 @@ void SimulatedService::obey(const Body& body, Hardware& hardware) {
 }
 
 template <class Body>
-auto SimulatedService::perform(Operation operation, AudioObjectID object, Body body) {
+auto SimulatedService::perform(Operation operation, AudioObjectID object, const Body& body) {
     const auto failure = calls.begin(operation, object);
     const auto noAnswer = [this, operation] {
         noticeSilence();
@@ -73,7 +73,7 @@ auto SimulatedService::perform(Operation operation, AudioObjectID object, Body b
         if (failure) SimulatedCalls::fail(operation, *failure);
     };
     try {
-        if constexpr (std::is_void_v<std::invoke_result_t<Body, Hardware&>>) {
+        if constexpr (std::is_void_v<std::invoke_result_t<const Body&, Hardware&>>) {
             body(known());
             failAfterwards();
         } else {
@@ -90,7 +90,7 @@ auto SimulatedService::perform(Operation operation, AudioObjectID object, Body b
 
 template <class Value, class Body>
 Value SimulatedService::answer(Operation operation, AudioObjectID object, Value otherwise,
-                               Body body) noexcept {
+                               const Body& body) noexcept {
     const auto failure = calls.begin(operation, object);
     const bool isAnswered = !failure && isReachable() && !isUnreadable(operation, object);
     return isAnswered ? static_cast<Value>(body(known())) : std::move(otherwise);
