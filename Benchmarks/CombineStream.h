@@ -2,8 +2,8 @@
 // module that combines streams, in a process of its own. It is the default output while it lives.
 #pragma once
 
-#include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/SoundBench.h"
 
 #include <string>
 

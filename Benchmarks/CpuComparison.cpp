@@ -1,8 +1,8 @@
 #include "Benchmarks/CpuComparison.h"
 
 #include "Benchmarks/CombineStream.h"
-#include "Benchmarks/ProcessFigures.h"
 #include "Tools/SoundLab/ChildProcess.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 
 #include <chrono>
 #include <cstdio>

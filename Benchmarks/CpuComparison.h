@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Benchmarks/FigureTable.h"
-#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/SoundBench.h"
 
 #include <functional>
 #include <vector>

@@ -1,9 +1,9 @@
 #include "Benchmarks/DelayBenchmarks.h"
 
 #include "Benchmarks/CpuComparison.h"
-#include "Benchmarks/ProcessFigures.h"
-#include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/ProcessFigures.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <signal.h>

@@ -6,8 +6,8 @@
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/PrivateDesktop.h"
 #include "Benchmarks/PrivatePulse.h"
-#include "Benchmarks/ProcessFigures.h"
 #include "Tools/SoundLab/PrivateSoundServer.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 #include "Tools/SoundLab/SoundLab.h"
 
 #include <signal.h>

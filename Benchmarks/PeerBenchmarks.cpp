@@ -8,11 +8,11 @@
 #include "Benchmarks/CombineStream.h"
 #include "Benchmarks/FigureTable.h"
 #include "Benchmarks/PrivatePulse.h"
-#include "Benchmarks/ProcessFigures.h"
 #include "Benchmarks/PulseAudio.h"
-#include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/ProcessFigures.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <algorithm>

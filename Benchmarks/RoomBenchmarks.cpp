@@ -1,10 +1,10 @@
 // The outputs of the shipped program aligned in virtual rooms on real sound: each room is told by its seed,
 // and what was measured is held to what the room is.
 #include "Benchmarks/FigureTable.h"
-#include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/ClockedOutput.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/SoundRoom.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 

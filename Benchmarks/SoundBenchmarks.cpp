@@ -6,11 +6,11 @@
 #include "Benchmarks/CpuComparison.h"
 #include "Benchmarks/DelayBenchmarks.h"
 #include "Benchmarks/FigureTable.h"
-#include "Benchmarks/SoundBench.h"
 #include "Benchmarks/SoundWorkshop.h"
 #include "Tools/Judge/Report.h"
 #include "Tools/SoundLab/ChildProcess.h"
 #include "Tools/SoundLab/OutputRecorder.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <algorithm>

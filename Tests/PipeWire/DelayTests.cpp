@@ -1,9 +1,9 @@
 // The program that delays, on a real server, judged by what the outputs were heard to play.
-#include "Benchmarks/ProcessFigures.h"
 #include "Platform/Linux/Delay/DelayNames.h"
 #include "Platform/Linux/PipeWire/PipeWireDelayHelper.h"
 #include "Platform/Linux/PipeWire/PipeWireKeys.h"
 #include "Tests/PipeWire/HeardServer.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 
 #include <signal.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // Outputs of an aggregate that are delayed, on a real server, judged by what they were heard to play.
-#include "Benchmarks/ProcessFigures.h"
 #include "Platform/Linux/Delay/DelayNames.h"
 #include "Tests/PipeWire/HeardServer.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 
 #include <signal.h>
 

@@ -2,10 +2,10 @@
 // whenever all is quiet, first after a while of warming up.
 #include "Tools/Proof/Proof.h"
 
-#include "Benchmarks/ProcessFigures.h"
-#include "Benchmarks/SoundBench.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/ProcessFigures.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <algorithm>

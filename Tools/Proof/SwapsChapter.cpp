@@ -2,10 +2,10 @@
 // recorded. And sessions are stopped at random moments, which once crashed session managers.
 #include "Tools/Proof/Proof.h"
 
-#include "Benchmarks/SoundBench.h"
 #include "Tools/Proof/TestProgram.h"
 #include "Tools/SoundLab/OutputRecorder.h"
 #include "Tools/SoundLab/OwnedFolder.h"
+#include "Tools/SoundLab/SoundBench.h"
 #include "Tools/SoundLab/VoiceRecording.h"
 
 #include <signal.h>

@@ -1,6 +1,6 @@
-#include "Benchmarks/SoundBench.h"
+#include "Tools/SoundLab/SoundBench.h"
 
-#include "Benchmarks/ProcessFigures.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 #include "VeltoCore/Aggregate/AggregateDeviceManager.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "Benchmarks/ProcessFigures.h"
+#include "Tools/SoundLab/ProcessFigures.h"
 
 #include <algorithm>
 #include <cctype>
