@@ -214,11 +214,12 @@ void PipeWireAggregates::relink() {
     for (const auto& [uid, description] : kept_) {
         const PipeWireNode* aggregate = graph_.device(uid);
         if (!aggregate) continue;
+        const bool isInGroup = linkGroup(graph_, description) == linkGroup(*aggregate);
         for (const auto& subDevice : description.subDevices) {
             const PipeWireNode* output = graph_.device(subDevice.uid);
             if (!output) continue;
             // It came back in another group: it takes part again once the aggregate is made anew.
-            if (linkGroup(*output) && linkGroup(graph_, description) != linkGroup(*aggregate)) continue;
+            if (linkGroup(*output) && !isInGroup) continue;
             links_.link(*aggregate, *output);
             const AudioObjectID objectID = output->objectID();
             if (links_.isLinked(*aggregate, *output)) {
@@ -226,9 +227,7 @@ void PipeWireAggregates::relink() {
                 continue;
             }
             isWhole = false;
-            if (!joined_.contains(objectID)) {
-                unlinked.insert(objectID);
-            }
+            if (!joined_.contains(objectID)) unlinked.insert(objectID);
         }
     }
     updateJoining(unlinked);
