@@ -25,6 +25,7 @@ constexpr PlatformWords words{
     .computer = "The computer",
     .builtInOutput = "The computer's built-in output",
     .system = "The session manager",
+    .audioService = "PipeWire",
     .systemTitle = "Operating System",
     .soundSettings = "Sound settings",
     .privacySettings = "what programs may do in the system's settings",

@@ -20,6 +20,7 @@ constexpr PlatformWords words{
     .computer = "Mac",
     .builtInOutput = "The Mac's built-in output",
     .system = "macOS",
+    .audioService = "Core Audio",
     .systemTitle = "macOS",
     .soundSettings = "System Settings > Sound",
     .privacySettings = "System Settings > Privacy & Security",

@@ -153,6 +153,13 @@ TEST_F(CommandServiceTests, WhatCannotBeDoneIsRefusedWithASentenceAndChangesNoth
     run();
     EXPECT_THAT(error("play", {world.device("usb").name, "builtin"}), HasSubstr("fits several outputs: "));
     EXPECT_FALSE(menuBar().isPlaying());
+
+    world.calls.failNext(CoreAudioOperation::createAggregateDevice, kAudioHardwareUnspecifiedError);
+    EXPECT_THAT(error("play", {"builtin", "bluetooth"}), HasSubstr("audio hardware error. Use Reset"));
+    world.stopAudioService();
+    run();
+    const auto isTold = testing::StartsWith("No sound server is running.");
+    EXPECT_THAT(error("play", {"builtin", "bluetooth"}), isTold);
 }
 
 TEST_F(CommandServiceTests, WhoWatchesIsToldOfEachChangeAndOfTheQuestion) {

@@ -17,6 +17,10 @@ const Texts onMac{
     {"showInDock", "Show Velto in the Dock"},
     {"launchAtLogin", "Available when Velto runs from an app bundle."},
     {"clockStrategy", "The Mac's built-in output drives the clock whenever it is part of the group."},
+    {"error", "Could not restore the previous system output. Core Audio reported an error: Unspecified audio "
+              "hardware error"},
+    {"status", "Could not restore the previous system output. Core Audio reported an error: Unspecified "
+               "audio hardware error"},
     {"advice", "You can pick an output manually in System Settings > Sound."},
     {"report", "macOS: Version 15.2"},
     {"log of sleep", "Lifecycle notice: Mac is going to sleep"},
@@ -28,6 +32,10 @@ const Texts onLinux{
     {"showInDock", ""},
     {"launchAtLogin", "Available once Velto is installed."},
     {"clockStrategy", "The computer's built-in output drives the clock whenever it is part of the group."},
+    {"error", "Could not restore the previous system output. PipeWire reported an error: Unspecified audio "
+              "hardware error"},
+    {"status", "Could not restore the previous system output. PipeWire reported an error: Unspecified audio "
+               "hardware error"},
     {"advice", "You can pick an output manually in Sound settings."},
     {"report", "Operating System: Version 15.2"},
     {"log of sleep", "Lifecycle notice: The computer is going to sleep"},
@@ -58,6 +66,8 @@ class PlatformWordsTests : public ShellTest {
                     {"showInDock", row("showInDock").label},
                     {"launchAtLogin", row("launchAtLogin").help},
                     {"clockStrategy", row("clockStrategy").help},
+                    {"error", menuBar().errorText().value_or("")},
+                    {"status", menuBar().statusTitle()},
                     {"advice", menuBar().recoveryText().value_or("")}};
         for (const auto* entry : {"log of sleep", "log of wake"})
             texts[entry] = log.contains(expected.at(entry)) ? expected.at(entry) : "";

@@ -114,10 +114,12 @@ void CommandOperations::requireSession() const {
 }
 
 void CommandOperations::failed(const std::string& otherwise) const {
+    if (const auto trouble = app_.menuBar().soundServerTrouble()) throw CommandFailure(std::string(*trouble));
     const auto text = app_.menuBar().errorText();
     if (!text) throw CommandFailure(otherwise);
     const auto advice = app_.menuBar().recoveryText();
-    throw CommandFailure(*text + (advice ? " " + *advice : ""));
+    const bool isSentence = text->ends_with('.');
+    throw CommandFailure(*text + (advice ? (isSentence ? " " : ". ") + *advice : isSentence ? "" : "."));
 }
 
 // Telling
@@ -133,6 +135,8 @@ Task<JSON> CommandOperations::play(Arguments arguments) {
         co_await playPreset(presetCalled(arguments.front(), userPresets()));
     } else {
         const auto& outputs = app_.menuBar().selectableDevices();
+        const auto trouble = app_.menuBar().soundServerTrouble();
+        if (outputs.empty() && trouble) throw CommandFailure(std::string(*trouble));
         co_await playOn(outputCalled(arguments[0], outputs), outputCalled(arguments[1], outputs));
     }
     co_return statusOf(app_);

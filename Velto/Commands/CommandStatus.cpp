@@ -71,7 +71,8 @@ JSON statusOf(AppState& app) {
     status["volume"] = menuBar.hasMasterVolume() ? volume(menuBar.masterVolume()) : JSON();
     status["preset"] = activePreset(app);
     status["question"] = questionOf(menuBar, coordinator);
-    status["trouble"] = orNull(menuBar.errorText());
+    const auto trouble = menuBar.errorText();
+    status["trouble"] = trouble ? JSON(*trouble) : orNull(menuBar.soundServerTrouble());
     status["advice"] = orNull(menuBar.recoveryText());
     status["isTesting"] = app.syncTestPlayer().isPlaying();
     status["defaultOutput"] = heard ? JSON(heard->uid) : JSON();

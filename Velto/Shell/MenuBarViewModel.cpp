@@ -168,12 +168,16 @@ std::optional<std::string_view> MenuBarViewModel::selectionHint() const {
     return "Choose two outputs to play together.";
 }
 
-std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
-    // Only where a server is a program of its own does it not answer at all.
+std::optional<std::string_view> MenuBarViewModel::soundServerTrouble() const {
     if (!client_.isServiceThere())
         return "No sound server is running. Velto starts working as soon as PipeWire does.";
     if (!client_.isAnswering())
         return "The sound server does not answer. Velto goes on working as soon as PipeWire does.";
+    return std::nullopt;
+}
+
+std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
+    if (const auto trouble = soundServerTrouble()) return trouble;
     if (!needsMoreOutputs()) return std::nullopt;
     return "Connect a second output to play together.";
 }
@@ -181,7 +185,8 @@ std::optional<std::string_view> MenuBarViewModel::needsMoreOutputsText() const {
 // Status
 
 std::optional<std::string> MenuBarViewModel::errorText() const {
-    if (const auto& error = coordinator_.lastError()) return error->errorDescription();
+    if (const auto& error = coordinator_.lastError())
+        return AudioManagerError::named(error->errorDescription(), words_);
     const auto& failure = preferences_.writeFailure();
     if (!failure || isWriteFailureDismissed_) return std::nullopt;
     return fmt::format("Velto cannot save its settings: {}", *failure);

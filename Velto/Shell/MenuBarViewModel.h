@@ -92,13 +92,15 @@ class MenuBarViewModel {
     bool canSwitchOutputs() const;
     std::optional<std::string_view> selectionHint() const;
     bool needsMoreOutputs() const { return selectableDevices().size() < 2; }
+    /// Where a server is a program of its own: that none runs, or answers.
+    std::optional<std::string_view> soundServerTrouble() const;
     /// Why nothing can be played: too few outputs, or nobody who would play on them.
     std::optional<std::string_view> needsMoreOutputsText() const;
 
     // Status
 
     VeltoStatus status() const { return coordinator_.status(); }
-    std::string statusTitle() const { return status().title(); }
+    std::string statusTitle() const { return AudioManagerError::named(status().title(), words_); }
     std::string_view statusSymbol() const { return status().symbolName(); }
     /// A start, stop or rebuild is under way.
     bool isBusy() const { return status().isBusy(); }

@@ -12,6 +12,8 @@ namespace {
 
 using E = AudioManagerError;
 
+constexpr std::string_view service = "Core Audio";
+constexpr std::string_view reported = "Core Audio reported an error: ";
 constexpr const char* reconnect = "Reconnect the device and try again.";
 constexpr const char* resetIfPersists = "Use Reset Audio Configuration in Settings if the problem persists.";
 
@@ -45,7 +47,7 @@ struct Description {
         return e.name + " is no longer available.";
     }
     std::string operator()(const E::CoreAudioError& e) const {
-        return "Core Audio reported an error: " + coreAudioDescription(e.status);
+        return std::string(reported) + coreAudioDescription(e.status);
     }
     std::string operator()(E::SameDeviceSelected) const {
         return "Please choose two different output devices.";
@@ -128,6 +130,12 @@ E AudioManagerError::syncEngineFailed() { return E(SyncEngineFailed{}); }
 std::optional<OSStatus> AudioManagerError::status() const noexcept {
     const auto* error = std::get_if<CoreAudioError>(&kind_);
     return error ? std::optional(error->status) : std::nullopt;
+}
+
+std::string AudioManagerError::named(std::string description, const PlatformWords& words) {
+    if (const auto place = description.find(reported); place != std::string::npos)
+        description.replace(place, service.size(), words.audioService);
+    return description;
 }
 
 std::optional<std::string> AudioManagerError::recoverySuggestion(const PlatformWords& words) const {

@@ -105,6 +105,8 @@ class AudioManagerError final : public std::exception {
 
     /// The message for the user, one or two sentences.
     const std::string& errorDescription() const noexcept { return description_; }
+    /// The same, or a text that it is part of, with the name that the audio service has here.
+    static std::string named(std::string description, const PlatformWords& words);
     /// What the user can do about it here; absent where there is nothing to suggest.
     std::optional<std::string> recoverySuggestion(const PlatformWords& words) const;
     const char* what() const noexcept override { return description_.c_str(); }

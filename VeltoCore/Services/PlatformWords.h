@@ -22,6 +22,8 @@ struct PlatformWords {
     std::string_view builtInOutput;
     /// As a sentence begins: "… routed output to a reconnected device".
     std::string_view system;
+    /// What reports the errors of the audio hardware: "… reported an error".
+    std::string_view audioService;
     /// What the version of the system is listed under.
     std::string_view systemTitle;
     /// Where an output is picked by hand: "… in …."
