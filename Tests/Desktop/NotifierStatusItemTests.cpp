@@ -141,6 +141,16 @@ TEST_F(NotifierStatusItemTests, TheIconIsTheSymbolInTheColourOfText) {
     EXPECT_THAT(inks(icon().front()), ElementsAre(qRgb(0xfe, 0xed, 0xdc)));
 }
 
+TEST_F(NotifierStatusItemTests, ANameIsNoMarkup) {
+    showItem();
+    StatusItem::Look hostile = playing;
+    hostile.toolTip = QStringLiteral("Bang & Olufsen <img src='http://elsewhere/'> disconnected");
+    item->setLook(hostile);
+    const QString markup = qdbus_cast<NotifierToolTip>(shell->property("ToolTip")).text;
+    EXPECT_TRUE(markup.startsWith(QLatin1String("Bang & Olufsen "))) << markup.toStdString();
+    EXPECT_FALSE(markup.contains(u'<')) << markup.toStdString();
+}
+
 TEST_F(NotifierStatusItemTests, ItsFormsAreToldApartAtSixteenPixelsInOneColour) {
     std::vector<QImage> forms{symbolImage("speaker.wave.2", Qt::black, {16, 16})}; // other programs' volume
     for (const auto form :

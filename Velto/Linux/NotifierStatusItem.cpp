@@ -111,6 +111,14 @@ NotifierPixmaps NotifierStatusItem::iconPixmap() const {
     return notifierPixmaps(statusIcon(look_.form, isOnBareBar() ? QColor(onDark) : text));
 }
 
+/// Desktops take the text for markup, or don't: so that a name, which may come from over the air, is read as
+/// it is by either, there is nothing in it by which a tag begins.
+NotifierToolTip NotifierStatusItem::toolTip() const {
+    QString text = look_.toolTip;
+    text.replace(u'<', u'\u2039');
+    return {{}, {}, QStringLiteral("Velto"), text};
+}
+
 QDBusObjectPath NotifierStatusItem::menu() const { return QDBusObjectPath(QString::fromLatin1(menuPath)); }
 
 void NotifierStatusItem::notePlace(int x, int y) {

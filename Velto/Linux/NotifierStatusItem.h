@@ -52,7 +52,7 @@ class NotifierStatusItem final : public QObject, public StatusItem {
     QString iconName() const;
     /// For desktops that can't: in the colour of the program's own text.
     NotifierPixmaps iconPixmap() const;
-    NotifierToolTip toolTip() const { return {{}, {}, QStringLiteral("Velto"), look_.toolTip}; }
+    NotifierToolTip toolTip() const;
     bool isMenu() const { return false; } // a click opens the panel
     QDBusObjectPath menu() const;
 

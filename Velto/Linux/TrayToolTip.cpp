@@ -15,6 +15,7 @@ namespace velto {
 namespace {
 
 constexpr int margin = 6; // around the text, and between it and the item, in pixels
+constexpr int howToDraw = Qt::AlignCenter | Qt::TextWordWrap | Qt::TextWrapAnywhere;
 /// A pointer that is left on the item doesn't read any more.
 constexpr std::chrono::seconds readingTime{10};
 
@@ -55,9 +56,11 @@ void TrayToolTip::vanish() {
 
 void TrayToolTip::fit() {
     const QFontMetrics metrics(QGuiApplication::font());
-    const QSize size(metrics.horizontalAdvance(text_) + 2 * margin, metrics.height() + margin);
     const QScreen* screen = QGuiApplication::screenAt(item_.center());
     const QRect all = screen ? screen->geometry() : QGuiApplication::primaryScreen()->geometry();
+    const QSize widest(all.width() - 2 * margin, all.height());
+    const QSize size =
+        metrics.boundingRect(QRect({}, widest), howToDraw, text_).size() + QSize(2 * margin, margin);
     const bool isAtTop = item_.center().y() < all.center().y();
     const int x = std::clamp(item_.center().x() - size.width() / 2, all.left(),
                              std::max(all.left(), all.right() - size.width()));
@@ -70,7 +73,7 @@ void TrayToolTip::paintEvent(QPaintEvent*) {
     painter.fillRect(QRect({}, size()), palette.color(QPalette::ToolTipBase));
     painter.setPen(palette.color(QPalette::ToolTipText));
     painter.drawRect(QRect(0, 0, width() - 1, height() - 1));
-    painter.drawText(QRect({}, size()), Qt::AlignCenter, text_);
+    painter.drawText(QRect(QPoint(margin, 0), size() - QSize(2 * margin, 0)), howToDraw, text_);
 }
 
 } // namespace velto
