@@ -54,6 +54,38 @@ TEST_F(UserStoryTests, theWelcomeWindowIsSeenOnceHoweverItIsClosed) {
     }
 }
 
+TEST_F(UserStoryTests, theWelcomeWindowSaysHowThePanelIsHadAndFitsTheScreen) {
+    launchForTheFirstTime();
+    welcome().find(
+        "Velto plays on when its window is closed. Start it again whenever you want the window back.");
+    windows->setPanelStyle(UserInterface::PanelStyle::dropDown); // a status area has come
+    settle();
+    welcome().find("Velto lives in the system tray. Click its icon whenever you want to play together.");
+    QQuickWindow* window = windows->onboardingWindow();
+    ASSERT_GT(window->height(), 200);
+    window->setProperty("longestHeight", 200);
+    settle();
+    EXPECT_EQ(window->height(), 200);
+    welcome().key(Qt::Key_End);
+    EXPECT_LE(welcome().find("Continue").place.bottom(), 200);
+    welcome().key(Qt::Key_Return);
+    EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(UserStoryTests, aPanelThatIsAWindowGrowsWithinTheScreen) {
+    launch();
+    windows->setPanelStyle(UserInterface::PanelStyle::window);
+    QQuickWindow& window = panel().window();
+    const QRect screen = window.screen()->availableGeometry();
+    window.setPosition(screen.left(), screen.bottom() - window.height());
+    settle();
+    const int before = window.height();
+    play("airpods", "flip");
+    EXPECT_GT(window.height(), before);
+    EXPECT_LE(window.frameGeometry().bottom(), screen.bottom());
+    EXPECT_GE(window.frameGeometry().top(), screen.top());
+}
+
 TEST_F(UserStoryTests, twoOutputsAreChosenByMouseAndPlay) {
     launch();
     EXPECT_FALSE(panel().find("Play Together").isEnabled);

@@ -114,6 +114,7 @@ std::unique_ptr<QQuickWindow> QuickUserInterface::make(const QString& view, cons
 void QuickUserInterface::setPanelStyle(PanelStyle style) {
     panelStyle_ = style;
     if (panel_) panel_->setProperty("isOrdinary", style == PanelStyle::window);
+    if (onboardingWindow_) onboardingWindow_->setProperty("message", welcomeMessage());
     dressFrames();
 }
 
@@ -132,7 +133,12 @@ void QuickUserInterface::makePanel() {
     connect(panel_.get(), SIGNAL(quitRequested()), this, SLOT(requestQuit()));
     // One that hangs from a bar at the bottom grows and shrinks at its upper edge.
     connect(panel_.get(), &QQuickWindow::heightChanged, this, [this] {
-        if (panel_->isVisible() && panelStyle_ == PanelStyle::dropDown) placePanel();
+        if (!panel_->isVisible()) return;
+        if (panelStyle_ == PanelStyle::dropDown) {
+            placePanel();
+        } else {
+            keepPanelOnScreen();
+        }
     });
     dressFrames();
 }
@@ -217,6 +223,14 @@ void QuickUserInterface::place(QQuickWindow& window, const QRect& item) {
 
 void QuickUserInterface::placePanel() { place(*panel_, placeOfItem_); }
 
+/// An ordinary window grows at its lower edge, and not every desktop sees to it that it can be reached.
+void QuickUserInterface::keepPanelOnScreen() {
+    const QRect area = panel_->screen()->availableGeometry();
+    const QRect frame = panel_->frameGeometry();
+    const int beyond = std::min(frame.bottom() - area.bottom(), frame.top() - area.top());
+    if (beyond > 0) panel_->setY(panel_->y() - beyond);
+}
+
 void QuickUserInterface::showMenu(std::vector<StatusMenuEntry> entries, const QRect& statusItem) {
     hideMenu();
     QVariantList shown;
@@ -252,6 +266,12 @@ void QuickUserInterface::chooseInMenu(int index) {
 void QuickUserInterface::dressFrames() {
     for (QQuickWindow* window : {panel_.get(), settingsWindow_.get(), onboardingWindow_.get()})
         if (window) appearance_.desktop().dressFrame(*window, appearance_.isDark());
+}
+
+QString QuickUserInterface::welcomeMessage() const {
+    return toQString(panelStyle_ == PanelStyle::window
+                         ? OnboardingWindowController::messageWithoutStatusItem()
+                         : OnboardingWindowController::message(context_.app.host().words()));
 }
 
 /// Without it, a program that is no more than a status item would open its windows behind those of others.
@@ -293,11 +313,13 @@ void QuickUserInterface::openSettings() {
 
 std::unique_ptr<OnboardingWindow>
 QuickUserInterface::makeOnboardingWindow(std::function<void()> closedHandler) {
-    onboardingWindow_ =
-        make(QStringLiteral("OnboardingWindow"),
-             {{"title", toQString(OnboardingWindowController::title)},
-              {"message", toQString(OnboardingWindowController::message(context_.app.host().words()))},
-              {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)}});
+    const QScreen& screen = *QGuiApplication::primaryScreen();
+    onboardingWindow_ = make(QStringLiteral("OnboardingWindow"),
+                             {{"title", toQString(OnboardingWindowController::title)},
+                              {"message", welcomeMessage()},
+                              {"buttonTitle", toQString(OnboardingWindowController::buttonTitle)},
+                              {"longestHeight", longestHeight(screen)},
+                              {"longestWidth", screen.availableGeometry().width()}});
     appearance_.desktop().dressWelcomeWindow(*onboardingWindow_);
     dressFrames();
     connect(onboardingWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {

@@ -66,7 +66,9 @@ class QuickUserInterface final : public QObject, public UserInterface {
     void yieldActivation();
     static QScreen& screenOf(const QRect& statusItem);
     static int longestHeight(const QScreen& screen);
+    QString welcomeMessage() const;
     void placePanel();
+    void keepPanelOnScreen();
     void place(QQuickWindow& window, const QRect& item);
     void dressFrames();
 

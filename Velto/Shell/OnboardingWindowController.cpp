@@ -14,6 +14,10 @@ std::string OnboardingWindowController::message(const PlatformWords& words) {
                        words.statusArea);
 }
 
+std::string OnboardingWindowController::messageWithoutStatusItem() {
+    return "Velto plays on when its window is closed. Start it again whenever you want the window back.";
+}
+
 void OnboardingWindowController::show() {
     if (window_) window_->show();
 }

@@ -18,6 +18,8 @@ class OnboardingWindowController {
   public:
     static constexpr std::string_view title = "Welcome to Velto";
     static std::string message(const PlatformWords& words);
+    /// Where there is none that could be clicked.
+    static std::string messageWithoutStatusItem();
     /// The one button; it closes the window.
     static constexpr std::string_view buttonTitle = "Continue";
 

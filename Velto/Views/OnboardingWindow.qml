@@ -5,11 +5,13 @@ Window {
 
     required property string message
     required property string buttonTitle
+    property int longestHeight: 10000   // of the window, without its frame
+    property int longestWidth: 10000
 
     color: Theme.windowOpaque
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
-    width: view.implicitWidth
-    height: view.implicitHeight
+    width: Math.min(view.implicitWidth, longestWidth)
+    height: Math.min(view.implicitHeight, longestHeight)
     minimumWidth: width
     maximumWidth: width
     minimumHeight: height
