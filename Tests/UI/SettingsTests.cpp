@@ -14,7 +14,7 @@ class SettingsTests : public WindowTest {
   protected:
     void open(const QString& tab) {
         if (!windows->settingsWindow()) panel().click("Settings");
-        settings().window().resize(560, 1100);
+        settings().window().resize(settings().window().width(), 1100);
         settle();
         settings().click(tab);
     }
@@ -161,6 +161,25 @@ TEST_F(SettingsTests, theRowThatWasReachedIsTakenWhateverComesAndGoesMeanwhile) 
     open("Sync");
     check([this] { return settings(); }, "Reference output",
           [this] { return preferences().defaultReferenceDeviceUID(); });
+}
+
+TEST_F(SettingsTests, theWindowIsNoWiderThanTheScreenAndItsSwitchesAreWithinIt) {
+    launch();
+    open("General");
+    QQuickWindow& window = settings().window();
+    window.setProperty("longestWidth", 400);
+    settle();
+    window.resize(window.minimumWidth(), window.height());
+    settle();
+    EXPECT_EQ(window.width(), 400);
+    for (const char* tab : {"General", "Audio", "Sync", "Advanced", "About"}) {
+        open(tab);
+        for (const Control& control : settings().controls()) {
+            if (!control.isOperable()) continue;
+            EXPECT_GE(control.place.left(), 0) << tab << ": " << control.name.toStdString();
+            EXPECT_LE(control.place.right(), 400) << tab << ": " << control.name.toStdString();
+        }
+    }
 }
 
 TEST_F(SettingsTests, longPagesAreScrolledByKeys) {

@@ -286,8 +286,9 @@ void QuickUserInterface::showSettings() {
         settings_ =
             std::make_unique<SettingsAdapter>(context_.app.settings(), inStep_, context_.app.aligning());
         settingsWindow_ =
-            make(QStringLiteral("SettingsWindow"),
-                 {{"model", QVariant::fromValue(settings_.get())}, {"longestHeight", longestHeight(screen)}});
+            make(QStringLiteral("SettingsWindow"), {{"model", QVariant::fromValue(settings_.get())},
+                                                    {"longestHeight", longestHeight(screen)},
+                                                    {"longestWidth", screen.availableGeometry().width()}});
         dressFrames();
         connect(settingsWindow_.get(), &QQuickWindow::visibleChanged, this, [this](bool isVisible) {
             if (isVisible) return;

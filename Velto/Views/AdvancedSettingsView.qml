@@ -14,13 +14,16 @@ Column {
         SettingsRow {
             label: page.model.justCopiedDebugInfo ? "Copied" : ""
             Said { text: page.model.justCopiedDebugInfo ? "Copied" : "" }
-            Row {
+            Flow {
                 spacing: 8
+                width: Math.min(redacted.width + spacing + whole.width, page.width - 28)
                 PushButton {
+                    id: redacted
                     text: "Copy Without Names"
                     onClicked: page.model.copyRedactedDebugInfo()
                 }
                 PushButton {
+                    id: whole
                     symbol: page.model.justCopiedDebugInfo ? "checkmark" : "doc.on.doc"
                     text: "Copy Debug Information"
                     onClicked: page.model.copyDebugInfo()

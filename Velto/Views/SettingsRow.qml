@@ -16,7 +16,7 @@ Item {
     Column {
         id: text
         x: 14
-        width: parent.width - holder.width - 42
+        width: Math.max(0, parent.width - holder.width - 42)
         anchors.verticalCenter: parent.verticalCenter
         spacing: 2
         ToldLabel {

@@ -34,6 +34,7 @@ FocusScope {
                 SettingsTabButton {
                     required property var modelData
                     required property int index
+                    width: Math.min(implicitWidth, (bar.width - 16) / view.tabs.length - buttons.spacing)
                     text: modelData.title
                     symbol: modelData.symbol
                     checked: view.tab === index

@@ -5,12 +5,13 @@ Window {
 
     required property QtObject model
     property int longestHeight: 10000   // of the window, without its frame
+    property int longestWidth: 10000
 
     title: "Velto Settings"
     color: Theme.windowOpaque
-    width: 560
+    width: Math.min(560, longestWidth)
     height: Math.min(600, longestHeight)
-    minimumWidth: 480
+    minimumWidth: Math.min(480, longestWidth)
     minimumHeight: Math.min(400, longestHeight)
 
     function focusHome() { view.focusHome() }
