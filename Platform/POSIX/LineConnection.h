@@ -36,8 +36,8 @@ class LineConnection {
     pid_t process() const noexcept { return process_; }
     /// False when the other side has gone.
     bool send(std::string_view line);
-    /// Waits until there is something to read, if only that the other side has gone; false when there is nobody
-    /// any more to read what is written to the descriptor.
+    /// Waits until there is something to read, if only that the other side has gone; false when there is
+    /// nobody any more to read what is written to the descriptor.
     bool awaitLine(int output) const;
     /// The next line, without its end; none when the other side has gone, or nothing came in time. Without a
     /// time it waits as long as it takes.
