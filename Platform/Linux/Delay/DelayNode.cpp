@@ -137,8 +137,10 @@ void DelayNode::addPorts() {
 void DelayNode::stateChanged(pw_filter_state state, const char* error) {
     if (state == PW_FILTER_STATE_ERROR || state == PW_FILTER_STATE_UNCONNECTED)
         return over_(error ? error : "Its node was removed");
-    // Before the first cycle: what stands in the line is of another time.
-    if (state == PW_FILTER_STATE_STREAMING) line_.wipe();
+    if (state != PW_FILTER_STATE_STREAMING) return;
+    line_.wipe(); // before the first cycle: what stands in the line is of another time
+    attempt_ = 0; // so is what was in vain
+    keepAwake();
 }
 
 void DelayNode::wake() {
