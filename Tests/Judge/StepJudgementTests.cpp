@@ -132,5 +132,25 @@ TEST(StepJudgementTests, VolumesAreHeard) {
     }
 }
 
+TEST(StepJudgementTests, WhatIsQuietInTheSourceMayBeSilenceWhereItIsTurnedDown) {
+    std::vector<Frame> played = speech(10, 1);
+    const std::span pause = std::span(played).subspan(72000 - Studio::playerLag, 24000); // 1.5 s to 2 s
+    for (Frame& frame : pause) {
+        frame.left *= 3e-3f;
+        frame.right *= 3e-3f;
+    }
+    Studio studio(played);
+    studio.play(desk, 0.5, 4);
+    studio.play(usb, 0.5, 4, 0, 0.125f);
+    StoryStep step = inStep();
+    step.gains = {{"usb", 0.125}};
+    EXPECT_THAT(studio.judge(step).reasons, IsEmpty());
+    EXPECT_EQ(studio.judge(step).outputs[usb].silentPieces, 1);
+    std::ranges::fill(studio.samples(usb, 1.5, 2), Frame{1.1e-4f, 1.1e-4f});
+    EXPECT_THAT(studio.judge(step).reasons, Contains(HasSubstr("while the source is silent")));
+    std::ranges::fill(studio.samples(usb, 1, 1.5), Frame());
+    EXPECT_FALSE(studio.judge(step).passes());
+}
+
 } // namespace
 } // namespace velto::judge

@@ -5,12 +5,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace velto::judge {
 
 namespace {
 
 constexpr std::int64_t pieceLength = sampleRate / 2;
+/// By how many dB a level may be beyond what is due: volumes are rounded.
+constexpr double roundingOfLevel = 0.1;
 /// How far from the window's lag each piece is tried, in samples.
 constexpr std::int64_t pieceRadius = 8;
 
@@ -36,8 +39,9 @@ std::string jumpFault(SampleRange piece, std::int64_t from, std::int64_t to) {
 
 class SoundJudge {
   public:
-    SoundJudge(const Aligner& aligner, Frames recording, OutputJudgement& judgement)
-        : aligner_(aligner), recording_(recording), judgement_(judgement) {}
+    SoundJudge(const Aligner& aligner, Frames recording, double gain, OutputJudgement& judgement)
+        : aligner_(aligner), recording_(recording), gainLevel_(gain > 0 ? 20 * std::log10(gain) : 0),
+          judgement_(judgement) {}
 
     void judge(SampleRange window, std::int64_t expectedLag) {
         const auto whole = aligner_.align(recording_, window, expectedLag);
@@ -54,9 +58,10 @@ class SoundJudge {
   private:
     void judgePiece(SampleRange piece, std::int64_t lag) {
         const double level = levelOf(piece.of(recording_));
-        if (levelOf(aligner_.source().due(piece, lag)) < silentLevel) {
+        const double due = levelOf(aligner_.source().due(piece, lag)) + gainLevel_;
+        if (due < silentLevel) {
             ++judgement_.silentPieces;
-            if (level >= silentLevel)
+            if (level >= silentLevel && level > due + roundingOfLevel)
                 fault(fmt::format("sounds at {:.1f} dBFS while the source is silent ({})", level,
                                   describe(piece)));
             return;
@@ -88,6 +93,7 @@ class SoundJudge {
 
     const Aligner& aligner_;
     Frames recording_;
+    double gainLevel_; // in dB
     OutputJudgement& judgement_;
 };
 
@@ -114,9 +120,9 @@ OutputJudgement judgeClicks(Frames recording, SampleRange window, double peak, s
 }
 
 OutputJudgement judgeSound(const Aligner& aligner, Frames recording, SampleRange window,
-                           std::int64_t expectedLag) {
+                           std::int64_t expectedLag, double gain) {
     OutputJudgement judgement{.due = Due::sound, .level = levelOf(window.of(recording))};
-    SoundJudge(aligner, recording, judgement).judge(window, expectedLag);
+    SoundJudge(aligner, recording, gain, judgement).judge(window, expectedLag);
     return judgement;
 }
 

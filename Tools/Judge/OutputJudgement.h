@@ -37,8 +37,9 @@ struct OutputJudgement {
 OutputJudgement judgeSilence(Frames recording, SampleRange window);
 /// Clicks of that peak; whether outputs click together is for others to judge.
 OutputJudgement judgeClicks(Frames recording, SampleRange window, double peak, std::int64_t interval);
-/// Of lags that fit equally well, the one nearest to the expected lag is taken.
+/// Of lags that fit equally well, the one nearest to the expected lag is taken. `gain` is that at which the
+/// source is due: what is quiet in it can be silence there.
 OutputJudgement judgeSound(const Aligner& aligner, Frames recording, SampleRange window,
-                           std::int64_t expectedLag);
+                           std::int64_t expectedLag, double gain = 1);
 
 } // namespace velto::judge

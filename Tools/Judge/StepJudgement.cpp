@@ -44,10 +44,10 @@ class StepJudge {
             if (!isDue) {
                 result_.outputs.push_back(judgeSilence(recordings_[i], window_));
             } else if (step_.clicks) {
-                result_.outputs.push_back(
-                    judgeClicks(recordings_[i], window_, clickPeak(i), step_.clicks->interval));
+                result_.outputs.push_back(judgeClicks(
+                    recordings_[i], window_, step_.clicks->peak * dueGain(i), step_.clicks->interval));
             } else {
-                result_.outputs.push_back(judgeSound(aligner_, recordings_[i], window_, lag_));
+                result_.outputs.push_back(judgeSound(aligner_, recordings_[i], window_, lag_, dueGain(i)));
             }
             const OutputJudgement& judgement = result_.outputs.back();
             if (!judgement.passes()) fail(story_.outputs[i], judgement.faults.front());
@@ -55,10 +55,10 @@ class StepJudge {
         }
     }
 
-    /// How strong the clicks must be there.
-    double clickPeak(std::size_t output) const {
+    /// As the source's where nothing is said of it.
+    double dueGain(std::size_t output) const {
         const auto gain = step_.gains.find(story_.outputs[output].uid);
-        return step_.clicks->peak * (gain == step_.gains.end() ? 1 : gain->second);
+        return gain == step_.gains.end() ? 1 : gain->second;
     }
 
     void judgeGains() {
@@ -79,7 +79,7 @@ class StepJudge {
         for (std::size_t i = 0; i < result_.outputs.size(); ++i) {
             if (result_.outputs[i].due != Due::clicks) continue;
             if (!result_.outputs[i].passes()) return;
-            tracks.push_back({recordings_[i], clickPeak(i)});
+            tracks.push_back({recordings_[i], step_.clicks->peak * dueGain(i)});
         }
         result_.clicks = longestClickRow(tracks, window_, step_.clicks->interval);
         if (!result_.clicks->isEnough()) return fail("the outputs don't click at the same samples");
