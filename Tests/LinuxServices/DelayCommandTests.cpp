@@ -13,7 +13,7 @@ TEST(DelayCommandTests, WhatIsSentIsReadAndNothingElse) {
     for (const char* line :
          {"", " ", "delay", "delay 0", "delay 0 ", "delay 0 1 2", "delay -1 5", "delay 0 nan", "delay 0 inf",
           "delay 0 1e999", "delay 0 1,5", "delay zero 1", "sweeps", "sweeps 0 1", "sweeps 0 1 loud", "sound ",
-          "Delay 0 1", "delay 99999999999999999999999 1"})
+          "Delay 0 1", "delay 99999999999999999999999 1", "ping 1"})
         EXPECT_FALSE(readDelayCommand(line)) << line;
     EXPECT_FALSE(readDelayCommand("delay 0 1." + std::string(longestDelayCommand, '0')));
 }
